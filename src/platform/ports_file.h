@@ -1,0 +1,27 @@
+#pragma once
+
+#include <functional>
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/files.h"
+
+namespace kvx::platform {
+
+/// What ports.ini says: the device behind each numbered port, one "COM3=/dev/serial/by-id/..." a line. A value is a device path,
+/// "pty:PATH", "tcp:HOST:PORT" or "sim:NAME".
+struct PortTable {
+  std::map<int, std::string> addresses;
+  std::vector<std::string> complaints;  ///< one line for each line that could not be used, naming it
+
+  static PortTable Parse(std::string_view content);
+  /// The device behind COM`number`: /dev/ttyS(n-1) when the table has no line for it.
+  std::string AddressOf(int number) const;
+};
+
+/// Reads ports.ini of a station folder; missing is an empty table, unreadable or binary content a complaint that names the file.
+PortTable ReadPortTable(const Files& files, const Path& station);
+
+}  // namespace kvx::platform

@@ -1,0 +1,63 @@
+#include "platform/posix/station_lock.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstring>
+
+#include "core/text.h"
+
+namespace kvx::platform {
+namespace {
+
+/// What a holder writes into the file: "1234 kvx".
+std::string Signature() {
+  return std::to_string(::getpid()) + " " + ::program_invocation_short_name + "\n";
+}
+
+/// "kvx, process 1234" from the file's content; the holder may be just about to write it.
+std::string HolderText(int descriptor) {
+  std::array<char, 200> content{};
+  const ssize_t size = ::pread(descriptor, content.data(), content.size(), 0);
+  const std::string_view text = Trim(std::string_view(content.data(), size > 0 ? static_cast<std::size_t>(size) : 0));
+  const std::size_t blank = text.find(' ');
+  if (blank == std::string_view::npos || !ParseNumber(text.substr(0, blank), 1, 1'000'000'000))
+    return "another program";
+  const std::string_view program = text.substr(blank + 1, text.find('\n') - blank - 1);
+  return OneLine(program) + ", process " + std::string(text.substr(0, blank));
+}
+
+Error Failure(const Path& path, int cause) {
+  const bool denied = cause == EACCES || cause == EPERM || cause == EROFS;
+  return {denied ? ErrorCode::kDenied : ErrorCode::kIo, path.string() + ": " + std::strerror(cause)};
+}
+
+}  // namespace
+
+Result<StationLock> StationLock::Take(const Path& folder) {
+  std::error_code error;
+  std::filesystem::create_directories(folder, error);
+  if (error) return Failure(folder, error.value());
+  const Path path = folder / "kvx.lock";
+  Descriptor file(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644));
+  if (!file.valid()) return Failure(path, errno);
+  if (::flock(file.get(), LOCK_EX | LOCK_NB) != 0) {
+    if (errno != EWOULDBLOCK) return Failure(path, errno);
+    return Error{ErrorCode::kBusy, "The station " + folder.string() + " is in use by " + HolderText(file.get())};
+  }
+  const std::string signature = Signature();
+  // The lock holds without its text: a full disk must not keep the station shut.
+  if (::ftruncate(file.get(), 0) == 0) [[maybe_unused]]
+    const ssize_t written = ::write(file.get(), signature.data(), signature.size());
+  return StationLock(std::move(file));
+}
+
+StationLock::~StationLock() {
+  if (descriptor_.valid()) [[maybe_unused]]
+    const int emptied = ::ftruncate(descriptor_.get(), 0);
+}
+
+}  // namespace kvx::platform

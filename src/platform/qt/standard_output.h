@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QSocketNotifier>
+#include <memory>
+#include <string>
+
+namespace kvx::platform {
+
+/// Lines to standard output that never make the program wait: a reader that is slow or has stopped reading gets what fits a
+/// bounded buffer, and lines beyond it are dropped. Nothing is written once the reader has gone.
+class StandardOutput final {
+ public:
+  static constexpr std::size_t kMostWaiting = 4 << 20;
+
+  explicit StandardOutput(int descriptor = 1);
+  ~StandardOutput();
+
+  void WriteLine(const std::string& line);
+  /// Gives a slow reader up to half a second to take what is waiting; for the end of the program.
+  void Flush();
+
+ private:
+  void Send();
+
+  const int descriptor_;
+  bool gone_ = false;
+  std::string waiting_;
+  std::unique_ptr<QSocketNotifier> writable_;
+};
+
+}  // namespace kvx::platform
