@@ -1,0 +1,96 @@
+#include "config/settings_file.h"
+
+#include <memory>
+
+namespace kvx::config {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr Duration kAskAgain = 50ms;
+constexpr Duration kTakeOverAfter = 4s;
+constexpr Duration kGiveUpAfter = 5s;
+
+bool IsText(std::string_view content) {
+  return content.find('\0') == std::string_view::npos;
+}
+
+/// Whether a temporary file can be what its writer wanted to write: a writer ends its last line.
+bool IsWhole(std::string_view content) {
+  return IsText(content) && (content.ends_with('\n') || content.ends_with('\r'));
+}
+
+}  // namespace
+
+Settings SettingsFile::Read() {
+  const Result<std::string> content = files_.Read(ini());
+  if (content && IsText(*content)) return Settings::Parse(*content);
+  if (content) {
+    notice_(ini().string() + " is no text file: every setting is at its start value");
+    return {};
+  }
+  if (content.error().code != ErrorCode::kNotFound) {
+    notice_(content.error().message + ": every setting is at its start value");
+    return {};
+  }
+  const Result<std::string> left = files_.Read(lock());
+  if (!left || !IsWhole(*left)) return {};
+  const auto replacement = files_.BeginReplace(ini(), lock(), platform::Files::Stale::kTakeOver);
+  if (!replacement) return {};  // its writer lives and will put it in place
+  const Status placed = (*replacement)->Commit(*left);
+  notice_(placed.ok() ? "rig.ini was missing and has been restored from Rig.$$$" : placed.error().message);
+  return Settings::Parse(*left);
+}
+
+/// What a rewrite starts from; called while the lock is held. A file that is no text is set aside, never overwritten.
+Result<std::string> SettingsFile::OldContent() {
+  Result<std::string> content = files_.Read(ini());
+  if (content && !IsText(*content)) {
+    const platform::Path aside = platform::SetAsideName(files_, ini());
+    const Status moved = files_.Rename(ini(), aside);
+    if (!moved.ok()) return moved.error();
+    notice_(ini().string() + " was no text file: it is now " + aside.filename().string() + " and a new one was begun");
+    return std::string();
+  }
+  if (content || content.error().code != ErrorCode::kNotFound) return content;
+  const Result<std::string> left = files_.Read(lock());
+  return left && IsWhole(*left) ? *left : std::string();
+}
+
+SettingsFile::Attempt SettingsFile::Fail(const std::string& line) {
+  notice_(line + ": the settings are not saved");
+  return Attempt::kFailed;
+}
+
+SettingsFile::Attempt SettingsFile::TryRewrite(const std::vector<SettingChange>& changes,
+                                               platform::Files::Stale stale) {
+  const auto replacement = files_.BeginReplace(ini(), lock(), stale);
+  if (!replacement && replacement.error().code == ErrorCode::kBusy) return Attempt::kBusy;
+  if (!replacement) return Fail(replacement.error().message);
+  const Result<std::string> old_content = OldContent();
+  if (!old_content) return Fail(old_content.error().message);
+  const Status status = (*replacement)->Commit(RewriteSettings(*old_content, changes));
+  return status.ok() ? Attempt::kSaved : Fail(status.error().message);
+}
+
+Task SettingsFile::Rewrite(std::vector<SettingChange> changes) {
+  const Turn turn(*this);
+  const TimePoint start = loop_.Now();
+  while (true) {
+    const Duration waited = loop_.Now() - start;
+    Attempt attempt = Attempt::kBusy;
+    if (turn.come()) {
+      const bool take_over = waited >= kTakeOverAfter;
+      attempt =
+          TryRewrite(changes, take_over ? platform::Files::Stale::kTakeOver : platform::Files::Stale::kRespectYoung);
+    }
+    if (attempt == Attempt::kBusy && turn.come() && waited >= kGiveUpAfter) {
+      attempt = Fail(lock().string() + " is in use by another program");
+    }
+    saved_ = attempt == Attempt::kSaved;
+    if (attempt != Attempt::kBusy) co_return;
+    co_await loop_.Sleep(kAskAgain);
+  }
+}
+
+}  // namespace kvx::config

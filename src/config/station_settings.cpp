@@ -1,0 +1,81 @@
+#include "config/station_settings.h"
+
+#include <algorithm>
+
+#include "core/text.h"
+
+namespace kvx::config {
+namespace {
+
+constexpr int kHighestPort = 99;
+constexpr int kFastestSpeed = 4'000'000;
+
+std::string Trimmed(const Settings& settings, std::string_view key) { return std::string(Trim(settings.text(key))); }
+
+int Bounded(const Settings& settings, std::string_view key, int low, int high) {
+  return static_cast<int>(std::clamp<std::int64_t>(settings.number(key), low, high));
+}
+
+SavedRig ReadSavedRig(const Settings& settings, int slot) {
+  return {.name = Trimmed(settings, SavedRigKey("RIG", slot)),
+          .keyer_port = Trimmed(settings, SavedRigKey("KEYERPORT", slot)),
+          .speed = Bounded(settings, SavedRigKey("SPEED", slot), 0, kFastestSpeed),
+          .start_bit = Trimmed(settings, SavedRigKey("STARTBIT", slot)),
+          .stop_bit = Trimmed(settings, SavedRigKey("STOPBIT", slot))};
+}
+
+}  // namespace
+
+StationSettings StationSettings::From(const Settings& settings) {
+  StationSettings station;
+  if (const std::string rig = Trimmed(settings, "XRIG="); !rig.empty()) station.rig = rig;
+  station.family = Trimmed(settings, "RIGTYPE=");
+  station.rig_port = Bounded(settings, "RIGPORT=", 0, kHighestPort);
+  if (settings.number("RIGSPEED=") > 0) station.rig_speed = Bounded(settings, "RIGSPEED=", 1, kFastestSpeed);
+  station.rig_start = Trimmed(settings, "RIGSTART=");
+  station.rig_stop = Trimmed(settings, "RIGSTOP=");
+  const std::string number = Trimmed(settings, "RIGNUMBER=");
+  if (number.size() == 1 && number[0] >= '1' && number[0] <= '7') station.rig_number = number;
+  station.gmt_hours = settings.gmt_offset();
+  station.gmt_is_set = settings.number("GMT=") != 0;
+  if (settings.number("POLLTIME=") > 0) station.poll_milliseconds = Bounded(settings, "POLLTIME=", 10, 5000);
+  station.offset = Trimmed(settings, "PDOFFSET=");
+  station.screen_color = settings.number("SCREENCOLOR=");
+  station.screen_meter = settings.number("SCREENMETER=");
+  station.body_color = settings.number("BODYCOLOR=");
+  for (int slot = 1; slot <= kSavedRigs; ++slot) {
+    const auto index = static_cast<std::size_t>(slot);
+    station.saved_rigs[index] = ReadSavedRig(settings, slot);
+    station.rts_on[index] = settings.number(SavedRigKey("RTSON", slot)) == 1;
+    station.dtr_on[index] = settings.number(SavedRigKey("DTRON", slot)) == 1;
+  }
+  for (int i = 1; i <= kBandMemories; ++i) {
+    station.band_memory[static_cast<std::size_t>(i)] = {Trimmed(settings, BandKey("BANDREM", i)), Trimmed(settings, BandKey("BANDMODE", i))};
+  }
+  return station;
+}
+
+int StationSettings::stop_bits() const { return LeadingNumber(rig_stop) == 2 ? 2 : 1; }
+
+std::vector<SettingChange> ConsoleChanges(const StationSettings& settings) {
+  std::vector<SettingChange> changes{{"XRIG=", settings.rig},
+                                     {"RIGTYPE=", settings.family},
+                                     {"SCREENCOLOR=", NumberText(settings.screen_color)},
+                                     {"SCREENMETER=", NumberText(settings.screen_meter)},
+                                     {"BODYCOLOR=", NumberText(settings.body_color)}};
+  for (int i = 1; i <= kBandMemories; ++i) {
+    const BandMemory& memory = settings.band_memory[static_cast<std::size_t>(i)];
+    changes.push_back({BandKey("BANDREM", i), memory.frequency});
+    changes.push_back({BandKey("BANDMODE", i), memory.mode, true});
+  }
+  return changes;
+}
+
+std::vector<SettingChange> RigPortChanges(const StationSettings& settings) {
+  return {{"RIGPORT=", NumberText(settings.rig_port)},
+          {"RIGSPEED=", NumberText(settings.rig_speed)},
+          {"RIGSTART=", settings.rig_start},
+          {"RIGSTOP=", settings.rig_stop}};
+}
+
+}  // namespace kvx::config
