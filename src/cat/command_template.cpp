@@ -1,0 +1,148 @@
+#include "cat/command_template.h"
+
+#include <algorithm>
+
+#include "core/text.h"
+
+namespace kvx::cat {
+namespace {
+
+struct SliderWord {
+  std::string_view word;
+  std::size_t slider;  ///< index, #1 first
+};
+
+constexpr std::array kSliderWords{
+    SliderWord{"<CWSPEED", 0}, SliderWord{"<TONE", 1},   SliderWord{"<ALPHA", 2},  SliderWord{"<BRAVO", 3},
+    SliderWord{"<CHAR", 4},    SliderWord{"<MISC", 5},   SliderWord{"<AFGAIN", 6}, SliderWord{"<RFGAIN", 7},
+    SliderWord{"<POWER", 8},   SliderWord{"<FILTER", 9}, SliderWord{"<NOTCH", 10},
+};
+
+bool Binary(const config::RigDefinition& rig) { return rig.row.send_as_hex && rig.family != "KENWOOD"; }
+
+/// The two numbers of "a-b" or "a/b".
+std::pair<int, int> TwoNumbers(std::string_view text, char separator) {
+  const std::size_t at = text.find(separator);
+  const auto read = [](std::string_view part) { return static_cast<int>(std::clamp<std::int64_t>(LeadingNumber(part), 0, 4096)); };
+  return {read(text.substr(0, at)), at == std::string_view::npos ? 0 : read(text.substr(at + 1))};
+}
+
+/// Replaces every "<WORD>" (two digits at least, three on an FT-DX) and "<WORDn>" (n digits).
+Status ExpandSlider(std::string& command, const SliderWord& word, const Fill& fill) {
+  for (std::size_t at = command.find(word.word); at != std::string::npos; at = command.find(word.word, at)) {
+    const std::size_t after = at + word.word.size();
+    const bool has_width = after + 1 < command.size() && command[after] >= '1' && command[after] <= '9' && command[after + 1] == '>';
+    if (!has_width && command.compare(after, 1, ">") != 0) {
+      at = after;
+      continue;
+    }
+    const int value = std::max(0, fill.sliders[word.slider]);
+    const bool three_digits = fill.rig.name.find("FT-DX") != std::string::npos;
+    const std::string digits = PadNumber(value, has_width ? command[after] - '0' : three_digits ? 3 : 2);
+    if (has_width && digits.size() > static_cast<std::size_t>(command[after] - '0')) {
+      return Error{ErrorCode::kInvalid, "The value " + digits + " does not fit " + std::string(word.word) + command[after] + ">"};
+    }
+    command.replace(at, after + (has_width ? 2 : 1) - at, digits);
+    // On a binary rig a value must fill whole bytes together with the digits around it.
+    if (!has_width && Binary(fill.rig) && WithoutBlanks(command).size() % 2 != 0) command.insert(at, "0");
+    at += digits.size();
+  }
+  return Ok();
+}
+
+Status ExpandFrequency(std::string& command, const Fill& fill) {
+  const FrequencyPlaceholder* placeholder = FindFrequencyPlaceholder(command);
+  if (placeholder == nullptr) return Ok();
+  command = WithoutBlanks(command);
+  auto digits = FrequencyDigits(fill.frequency, *placeholder, Binary(fill.rig));
+  if (!digits) return digits.error();
+  command = ReplaceAll(std::move(command), placeholder->name, fill.rig.row.rev_data ? ReversePairs(*digits) : *digits);
+  return Ok();
+}
+
+Status ExpandAddress(std::string& command, const Fill& fill) {
+  constexpr std::string_view kAddress = "<ADDR>";
+  if (command.find(kAddress) == std::string::npos) return Ok();
+  const std::string address(Trim(fill.rig.row["Add" + std::string(fill.address_number)]));
+  if (address.empty()) {
+    return Error{ErrorCode::kInvalid, "Rig address " + std::string(fill.address_number) + " of " + fill.rig.name + " is empty"};
+  }
+  command = std::string(Trim(ReplaceAll(std::move(command), kAddress, address)));
+  return Ok();
+}
+
+}  // namespace
+
+int Extraction::needed() const {
+  return std::max({start + length - 1, code_start > 0 ? code_start + code_length - 1 : 0, 0});
+}
+
+std::optional<std::string_view> Extraction::DataOf(std::string_view reply, bool any_width) const {
+  const auto least = static_cast<std::size_t>(any_width ? std::max(start, code_start + code_length - 1) : needed());
+  if (start < 1 || length < 1 || reply.size() < least) return std::nullopt;
+  if (code_start > 0) {
+    const auto at = static_cast<std::size_t>(code_start - 1);
+    if (!EqualNoCase(reply.substr(at, static_cast<std::size_t>(code_length)), code)) return std::nullopt;
+  }
+  return reply.substr(static_cast<std::size_t>(start - 1), static_cast<std::size_t>(length));
+}
+
+QueryTemplate SplitQuery(std::string_view text) {
+  const std::size_t open = text.find('[');
+  if (open == std::string_view::npos) return {std::string(text), std::nullopt};
+  QueryTemplate query{std::string(text.substr(0, open)), Extraction{}};
+  Extraction& extraction = *query.extraction;
+  std::string_view rest = text.substr(open + 1);
+  const std::size_t close = rest.find(']');
+  std::tie(extraction.start, extraction.length) = TwoNumbers(rest.substr(0, close), '-');
+  rest = close == std::string_view::npos ? std::string_view{} : rest.substr(close + 1);
+  if (rest.starts_with('{')) {
+    const std::size_t brace = rest.find('}');
+    std::tie(extraction.code_start, extraction.code_length) = TwoNumbers(rest.substr(1, brace), '/');
+    extraction.code = brace == std::string_view::npos ? "" : Upper(Trim(rest.substr(brace + 1)));
+  } else {
+    extraction.reply_length = static_cast<int>(std::clamp<std::int64_t>(LeadingNumber(rest), 0, 4096));
+  }
+  return query;
+}
+
+std::string_view CutBounds(std::string_view text) { return text.substr(0, text.find('{')); }
+
+const FrequencyPlaceholder* FindFrequencyPlaceholder(std::string_view text) {
+  for (const FrequencyPlaceholder& placeholder : kFrequencyPlaceholders) {
+    if (text.find(placeholder.name) != std::string_view::npos) return &placeholder;
+  }
+  return nullptr;
+}
+
+Result<std::string> FrequencyDigits(Frequency frequency, const FrequencyPlaceholder& placeholder, bool binary) {
+  using Unit = FrequencyPlaceholder::Unit;
+  const bool tens = placeholder.unit == Unit::kTensOfHertz || (placeholder.unit == Unit::kTensWhenBinary && binary);
+  const std::string digits = PadNumber(tens ? frequency.tens_of_hz() : frequency.hz(), placeholder.digits);
+  if (frequency.decihertz < 0 || digits.size() > static_cast<std::size_t>(placeholder.digits)) {
+    return Error{ErrorCode::kInvalid, "The frequency " + KhzText(frequency) + " does not fit " + std::string(placeholder.name)};
+  }
+  return digits;
+}
+
+std::string ReversePairs(std::string_view digits) {
+  std::string reversed;
+  reversed.reserve(digits.size());
+  for (std::size_t end = digits.size(); end > 0; end -= std::min<std::size_t>(end, 2)) {
+    const std::size_t start = end >= 2 ? end - 2 : 0;
+    reversed += digits.substr(start, end - start);
+  }
+  return reversed;
+}
+
+Result<std::string> Expand(std::string command, const Fill& fill) {
+  if (command.find('<') == std::string::npos) return command;
+  if (auto status = ExpandFrequency(command, fill); !status) return status.error();
+  if (auto status = ExpandAddress(command, fill); !status) return status.error();
+  for (const SliderWord& word : kSliderWords) {
+    if (auto status = ExpandSlider(command, word, fill); !status) return status.error();
+  }
+  return command;
+}
+
+}  // namespace kvx::cat

@@ -1,0 +1,83 @@
+#pragma once
+
+#include <array>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "config/rig_definition.h"
+#include "core/frequency.h"
+#include "core/result.h"
+
+namespace kvx::cat {
+
+/// Where a "get" template says its value stands in the reply: "[start-length]", optionally "{position/length}", then the command
+/// code. Positions are 1-based characters, for binary rigs hexadecimal characters.
+///   007C0000BB[1-2]{3/2}32   data: characters 1-2; the command code, at 3 for 2 characters, must read "32"
+///   0000000003[1-8]10        data: characters 1-8 of a reply that has 10 characters
+struct Extraction {
+  int start = 0;
+  int length = 0;
+  int code_start = 0;   ///< 0: no code to check
+  int code_length = 0;
+  std::string code;     ///< upper case
+  int reply_length = 0; ///< characters of the whole reply; 0: not given
+
+  bool operator==(const Extraction&) const = default;
+  /// The characters that a reply must have for both pieces to be there.
+  int needed() const;
+  /// The data of a reply; nothing when it is too short or the command code does not read as it must. `any_width`: the data may end
+  /// with the reply before their length is reached.
+  std::optional<std::string_view> DataOf(std::string_view reply, bool any_width = false) const;
+};
+
+/// A template taken apart: what is sent, and how the reply is read.
+struct QueryTemplate {
+  std::string command;
+  std::optional<Extraction> extraction;
+};
+
+/// Splits a "get" template at its first "[".
+QueryTemplate SplitQuery(std::string_view text);
+/// A slider's "set" template without its bounds suffix.
+std::string_view CutBounds(std::string_view text);
+
+/// A frequency placeholder: how many digits, and whether the last one counts 10 Hz instead of 1 Hz.
+struct FrequencyPlaceholder {
+  std::string_view name;
+  int digits;
+  enum class Unit { kHertz, kTensOfHertz, kTensWhenBinary } unit;
+};
+
+/// "<FREQ8>" counts 10 Hz in the four BCD bytes of a binary rig and hertz in the text of a text rig.
+inline constexpr std::array kFrequencyPlaceholders{
+    FrequencyPlaceholder{"<FREQ11>", 11, FrequencyPlaceholder::Unit::kHertz},
+    FrequencyPlaceholder{"<FREQ10>", 10, FrequencyPlaceholder::Unit::kHertz},
+    FrequencyPlaceholder{"<FREQ9>", 9, FrequencyPlaceholder::Unit::kHertz},
+    FrequencyPlaceholder{"<FREQ8>", 8, FrequencyPlaceholder::Unit::kTensWhenBinary},
+    FrequencyPlaceholder{"<FREQ7>", 7, FrequencyPlaceholder::Unit::kTensOfHertz},
+};
+
+/// The placeholder that stands in a template, or null.
+const FrequencyPlaceholder* FindFrequencyPlaceholder(std::string_view text);
+
+/// The digits that a frequency gets in place of `placeholder`, most significant first. kInvalid when it needs more digits than
+/// there are, or is negative.
+Result<std::string> FrequencyDigits(Frequency frequency, const FrequencyPlaceholder& placeholder, bool binary);
+
+/// Digit pairs in reversed order, digits inside a pair kept: BCD bytes least significant first.
+std::string ReversePairs(std::string_view digits);
+
+/// What a template's placeholders are filled from.
+struct Fill {
+  const config::RigDefinition& rig;
+  std::array<int, config::kSliders> sliders{};
+  std::string_view address_number = "1";  ///< "1" to "7"
+  Frequency frequency;                    ///< as the rig is to have it
+};
+
+/// Fills in every placeholder of a command: <FREQn>, the sliders' (<AFGAIN>, or with a width <AFGAIN3>), <ADDR>.
+/// kInvalid with a sentence when a value cannot be written as the template wants it.
+Result<std::string> Expand(std::string command, const Fill& fill);
+
+}  // namespace kvx::cat

@@ -1,0 +1,187 @@
+#include "cat/dispatcher.h"
+
+#include "cat/convert.h"
+#include "cat/pegasus.h"
+#include "core/text.h"
+
+namespace kvx::cat {
+namespace {
+
+constexpr std::string_view kValuePlaceholder = "<F?VAL>";
+constexpr std::string_view kValueNotSet = "Value not set. Right click on button and enter the value to be sent";
+constexpr std::string_view kFrequencyQueryFunction = "0000000003[1-8]10";
+constexpr std::size_t kMostArmed = 16;
+constexpr std::size_t kPieceDigits = 10;  // one five-byte command
+
+/// A function button whose caption asks for one of these sends the row's own query instead.
+struct CaptionRule {
+  std::string_view words;
+  std::string_view key;
+};
+constexpr std::array kCaptionRules{CaptionRule{"GET FREQ", "XGETFREQ"}, CaptionRule{"GET S METER", "XGETSMETER"},
+                                   CaptionRule{"GET MODE", "XREADMODE"}};
+
+/// Rigs whose rows have no command for VFO B: the same command with the other VFO's letter.
+std::string WithVfoB(const std::string& set_freq) {
+  if (set_freq.starts_with("FA")) return "FB" + set_freq.substr(2);
+  if (set_freq.starts_with("*AF")) return "*BF" + set_freq.substr(3);
+  return set_freq;
+}
+
+}  // namespace
+
+std::string Dispatcher::TemplateOf(const CommandKey& key) const {
+  if (key.field == "/1") return rig_.memo5_first;
+  if (key.field != "/2") return rig_.row[key.field];
+  return rig_.memo5_second.empty() ? WithVfoB(rig_.row["SetFreq"]) : rig_.memo5_second;
+}
+
+bool Dispatcher::Has(std::string_view key) const {
+  const CommandKey* row = FindKey(key);
+  return row != nullptr && !TemplateOf(*row).empty();
+}
+
+SendOutcome Dispatcher::SendData(std::string_view key_or_command) {
+  if (!link_.is_open()) return SendOutcome::kClosed;
+  const CommandKey* key = FindKey(key_or_command);
+  const std::string text = key == nullptr ? std::string(key_or_command) : TemplateOf(*key);
+  const bool pegasus_frequency = key != nullptr && key->kind == KeyKind::kFrequency && IsPegasus(rig_);
+  if (text.empty() && !pegasus_frequency) return SendOutcome::kNoTemplate;
+  switch (key == nullptr ? KeyKind::kCommand : key->kind) {
+    case KeyKind::kQuery:
+    case KeyKind::kSliderQuery: return SendQuery(text, key, false);
+    case KeyKind::kSlider: return SendCommand(std::string(CutBounds(text)));
+    case KeyKind::kFunction: return SendFunction(*key);
+    case KeyKind::kFrequency: return SendFrequency(*key);
+    case KeyKind::kCommand: break;
+  }
+  std::string command = text;
+  if (key != nullptr && command.find(kValuePlaceholder) != std::string::npos) {
+    const SendOutcome filled = FillValue(command, button_values_[std::string(key->key)]);
+    if (filled != SendOutcome::kSent) return filled;
+  }
+  return SendCommand(std::move(command));
+}
+
+SendOutcome Dispatcher::FillValue(std::string& command, const std::string& value) {
+  if (value.empty()) {
+    console_.MsgArea.Set(std::string(kValueNotSet));
+    return SendOutcome::kRefused;
+  }
+  command = ReplaceAll(std::move(command), kValuePlaceholder, value);
+  return SendOutcome::kSent;
+}
+
+SendOutcome Dispatcher::SendFunction(const CommandKey& key) {
+  const auto index = static_cast<std::size_t>(key.number - 1);
+  const std::string number = std::to_string(key.number);
+  const std::string caption = Upper(rig_.row["F" + number + "Desc"]);
+  for (const CaptionRule& rule : kCaptionRules) {
+    if (caption.find(rule.words) != std::string::npos) return SendData(rule.key);
+  }
+  std::string command = TemplateOf(key);
+  if (command == kFrequencyQueryFunction) return SendQuery(command, &key, true);
+  const std::size_t slash = command.find('/');
+  const bool two_states = slash != std::string::npos;
+  const bool second = two_states && console_.FunctionState[index];
+  if (two_states) command = second ? command.substr(slash + 1) : command.substr(0, slash);
+  if (command.find(kValuePlaceholder) != std::string::npos) {
+    const SendOutcome filled = FillValue(command, console_.Text5[index]);
+    if (filled != SendOutcome::kSent) return filled;
+  }
+  const SendOutcome outcome = command.empty() && two_states ? SendOutcome::kSent : SendCommand(std::move(command));
+  if (two_states && outcome == SendOutcome::kSent) console_.FunctionState.Set(index, !second);
+  return outcome;
+}
+
+SendOutcome Dispatcher::SendFrequency(const CommandKey& key) {
+  if (!IsPegasus(rig_)) return SendCommand(TemplateOf(key));
+  const auto bytes = PegasusTuning(*console_.FreqDisp + *console_.Offset, *console_.Mode, *console_.Xnarrow);
+  if (!bytes) {
+    console_.ErrorText.Set(bytes.error().message);
+    return SendOutcome::kRefused;
+  }
+  last_command_ = loop_.Now();
+  return link_.WriteRigPort(*bytes) ? SendOutcome::kSent : SendOutcome::kRefused;
+}
+
+SendOutcome Dispatcher::SendCommand(std::string command) {
+  command = FillIn(std::move(command));
+  if (command.empty()) return SendOutcome::kRefused;
+  const std::string bytes = Encode(command);
+  last_command_ = loop_.Now();
+  if (!link_.WriteRigPort(bytes)) return SendOutcome::kRefused;
+  FollowTransmitter(command);
+  return SendOutcome::kSent;
+}
+
+/// The user buttons Alpha and Bravo are "transmit on" and "transmit off" unless their captions say otherwise. However such a command
+/// came to be sent, the console remembers that it keys the transmitter.
+void Dispatcher::FollowTransmitter(std::string_view command) {
+  const std::string caption = Upper(rig_.row["ADesc"]);
+  if (!caption.empty() && caption.find("XMT") == std::string::npos && caption.find("TX") == std::string::npos) return;
+  const auto filled = [this](std::string_view field) { return rig_.row[field].empty() ? std::string() : FillIn(rig_.row[field]); };
+  if (EqualNoCase(command, filled("Alpha"))) {
+    console_.Transmitting.Set(true);
+  } else if (EqualNoCase(command, filled("Bravo"))) {
+    console_.Transmitting.Set(false);
+  }
+}
+
+SendOutcome Dispatcher::SendQuery(std::string_view text, const CommandKey* key, bool frequency) {
+  const QueryTemplate query = SplitQuery(text);
+  const std::string command = FillIn(query.command);
+  if (command.empty()) return SendOutcome::kRefused;
+  Arm(command, query, key, frequency);
+  return link_.WriteRigPort(Encode(command)) ? SendOutcome::kSent : SendOutcome::kRefused;
+}
+
+std::vector<std::string> Dispatcher::BeginPollQuery(std::string_view key_name) {
+  const CommandKey* key = FindKey(key_name);
+  if (key == nullptr || !link_.is_open()) return {};
+  const QueryTemplate query = SplitQuery(TemplateOf(*key));
+  const std::string command = WithoutBlanks(FillIn(query.command));
+  std::vector<std::string> pieces;
+  for (std::size_t at = 0; at + kPieceDigits <= command.size(); at += kPieceDigits) {
+    pieces.push_back(Encode(command.substr(at, kPieceDigits)));
+  }
+  if (!pieces.empty()) Arm(command, query, key, false);
+  return pieces;
+}
+
+void Dispatcher::Arm(const std::string& command, const QueryTemplate& query, const CommandKey* key, bool frequency) {
+  if (!query.extraction) return;
+  ArmedQuery armed;
+  armed.command = binary() ? Upper(WithoutBlanks(command)) : command;
+  armed.extraction = query.extraction;
+  armed.slider = key != nullptr && key->kind == KeyKind::kSliderQuery ? key->number : 0;
+  armed.frequency = frequency;
+  armed.vfo_b = key != nullptr && key->field == "ReadFreq";
+  armed.sent = loop_.Now();
+  if (armed_.size() >= kMostArmed) armed_.pop_front();
+  armed_.push_back(std::move(armed));
+}
+
+std::string Dispatcher::FillIn(std::string command) {
+  Fill fill{.rig = rig_, .address_number = *console_.RigNumber, .frequency = *console_.FreqDisp + *console_.Offset};
+  for (std::size_t i = 0; i < fill.sliders.size(); ++i) fill.sliders[i] = console_.Slider[i];
+  auto filled = Expand(std::move(command), fill);
+  if (filled) return *filled;
+  console_.ErrorText.Set(filled.error().message);
+  return {};
+}
+
+std::string Dispatcher::Encode(std::string_view command) {
+  if (!binary()) return ToLatin1(command);  // also a KENWOOD row that asks for hexadecimal: text goes out unchanged
+  const std::string digits = WithoutBlanks(command);
+  const auto complain = [&](std::string_view faulty) {
+    console_.ErrorText.Set("Error converting " + OneLine(faulty) + " to hex. Check your setup file for " + OneLine(command));
+  };
+  std::string bytes;
+  for (std::size_t at = 0; at < digits.size(); at += 2) {
+    bytes += ConvertHex(std::string_view(digits).substr(at, 2), rig_.family, complain);
+  }
+  return bytes;
+}
+
+}  // namespace kvx::cat

@@ -1,0 +1,69 @@
+#pragma once
+
+#include <functional>
+#include <map>
+#include <string>
+#include <string_view>
+
+#include "cat/command_keys.h"
+#include "cat/reply.h"
+#include "cat/rig_link.h"
+#include "core/console.h"
+
+namespace kvx::cat {
+
+/// What became of a command.
+enum class SendOutcome {
+  kSent,
+  kClosed,      ///< the rig port is not open
+  kNoTemplate,  ///< the rig has no such command
+  kRefused,     ///< it could not be built; the console's error text or message area says why
+};
+
+/// The one door to the rig: picks the template of a logical key from the loaded row, fills it in, encodes it as text or as
+/// hexadecimal bytes and writes it to the rig port. Queries are armed, so that the reply parser knows what comes.
+class Dispatcher {
+ public:
+  Dispatcher(Loop& loop, Console& console, RigLink& link, const config::RigDefinition& rig, ArmedQueries& armed)
+      : loop_(loop), console_(console), link_(link), rig_(rig), armed_(armed) {}
+
+  /// `key_or_command`: a logical key in any case ("XVFOA", "ALC"), or a literal command.
+  SendOutcome SendData(std::string_view key_or_command);
+  /// Whether the loaded row has something to send for the key.
+  bool Has(std::string_view key) const;
+  /// The template of a key, uncut; empty without one.
+  std::string TemplateOf(const CommandKey& key) const;
+
+  /// A finished command (placeholders filled) as the bytes for the wire: text, or hexadecimal pairs converted from the left.
+  std::string Encode(std::string_view command);
+  /// Fills a command's placeholders; empty, with the error text set, when that fails.
+  std::string FillIn(std::string command);
+
+  /// Sends a query in the pieces that a binary rig's poll is written in: fills it, arms it, gives the pieces to write.
+  std::vector<std::string> BeginPollQuery(std::string_view key);
+  bool binary() const { return rig_.row.send_as_hex && rig_.family != "KENWOOD"; }
+
+  /// The value that stands for <F?VAL> in a mode button's command.
+  void SetButtonValue(std::string_view key, std::string value) { button_values_[Upper(key)] = std::move(value); }
+  /// When a command that is no query was last written.
+  TimePoint last_command() const { return last_command_; }
+
+ private:
+  SendOutcome SendQuery(std::string_view text, const CommandKey* key, bool frequency);
+  SendOutcome SendFunction(const CommandKey& key);
+  SendOutcome SendFrequency(const CommandKey& key);
+  SendOutcome SendCommand(std::string command);
+  void FollowTransmitter(std::string_view command);
+  SendOutcome FillValue(std::string& command, const std::string& value);
+  void Arm(const std::string& command, const QueryTemplate& query, const CommandKey* key, bool frequency);
+
+  Loop& loop_;
+  Console& console_;
+  RigLink& link_;
+  const config::RigDefinition& rig_;
+  ArmedQueries& armed_;
+  std::map<std::string, std::string> button_values_;
+  TimePoint last_command_{};
+};
+
+}  // namespace kvx::cat

@@ -1,0 +1,30 @@
+#include "cat/engine.h"
+
+namespace kvx::cat {
+
+Engine::Engine(Loop& loop, Console& console, platform::SerialPort& port)
+    : console_(console),
+      link(loop, console, port),
+      dispatcher(loop, console, link, rig_, armed_),
+      parser(loop, console, link, rig_, armed_),
+      operations(loop, console, dispatcher, rig_),
+      poller(loop, console, link, dispatcher, parser, rig_) {
+  clock_ = console.Subscribe([this](Field field) {
+    if (field == Field::kRiggmt) poller.Tick();
+  });
+  link.on_arrival = [this] { parser.Parse(); };
+  link.on_opened = [this] { poller.PortOpened(); };
+  parser.on_reply = [this](const Reply& reply) { operations.Follow(reply); };
+  parser.on_input = [this](bool complete) { poller.InputArrived(complete); };
+}
+
+void Engine::UseRig(config::RigDefinition rig) {
+  rig_ = std::move(rig);
+  armed_.clear();
+  link.ClearRcvBuffer();
+  link.SetHexBuffer(rig_.row.send_as_hex);
+  for (std::size_t i = 0; i < console_.FunctionState.size(); ++i) console_.FunctionState.Set(i, false);
+  poller.RigSelected();
+}
+
+}  // namespace kvx::cat

@@ -1,0 +1,124 @@
+#include "cat/operations.h"
+
+#include <algorithm>
+#include <array>
+
+#include "core/text.h"
+
+namespace kvx::cat {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr Duration kSettleTime = 500ms;
+
+}  // namespace
+
+SendOutcome Operations::SetCW() { return SetMode("  CW", *console_.Xnarrow ? "XCWN" : "XCWW"); }
+SendOutcome Operations::SetUpper() { return SetMode("USB", "XUSB"); }
+SendOutcome Operations::SetLower() { return SetMode("LSB", "XLSB"); }
+SendOutcome Operations::SetAM() { return SetMode("  AM", "XAM"); }
+SendOutcome Operations::SetFM() { return SetMode("  FM", *console_.Xnarrow ? "XFMN" : "XFMW"); }
+SendOutcome Operations::SetRTTY() { return SetMode("RTTY", "XRTTY"); }
+
+Result<SendOutcome> Operations::SetModeByName(std::string_view name) {
+  struct Row {
+    std::string_view name;
+    SendOutcome (Operations::*set)();
+    int narrow;  // what to set the narrow box to first; -1: leave it
+  };
+  static constexpr std::array kNames{
+      Row{"LSB", &Operations::SetLower, -1}, Row{"USB", &Operations::SetUpper, -1}, Row{"CW", &Operations::SetCW, -1},
+      Row{"CWW", &Operations::SetCW, 0},     Row{"CWN", &Operations::SetCW, 1},     Row{"AM", &Operations::SetAM, -1},
+      Row{"FM", &Operations::SetFM, -1},     Row{"FMW", &Operations::SetFM, 0},     Row{"FMN", &Operations::SetFM, 1},
+      Row{"RTTY", &Operations::SetRTTY, -1},
+  };
+  const auto* row = std::find_if(kNames.begin(), kNames.end(), [&](const Row& r) { return EqualNoCase(r.name, Trim(name)); });
+  if (row == kNames.end()) {
+    return Error{ErrorCode::kNotFound, "no mode " + OneLine(name) + " (LSB USB CW CWN AM FM FMN RTTY)"};
+  }
+  if (row->narrow >= 0) console_.Xnarrow.Set(row->narrow == 1);
+  return (this->*row->set)();
+}
+
+SendOutcome Operations::SetMode(std::string_view caption, std::string_view key) {
+  console_.Mode.Set(std::string(caption));
+  mode_.Expect(std::string(Trim(caption)), loop_.Now() + kSettleTime);
+  return dispatcher_.SendData(key);
+}
+
+SendOutcome Operations::VFOA_Click() { return ChooseVfo('A', "XVFOA", "XGETFREQ"); }
+SendOutcome Operations::VFOB_Click() { return ChooseVfo('B', "XVFOB", "XGETFREQB"); }
+
+SendOutcome Operations::ChooseVfo(char vfo, std::string_view select, std::string_view read) {
+  console_.ActiveVfo.Set(vfo);
+  vfo_.Expect(vfo, loop_.Now() + kSettleTime);
+  const SendOutcome outcome = dispatcher_.SendData(select);
+  dispatcher_.SendData(read);
+  return outcome;
+}
+
+SendOutcome Operations::SendFreq() {
+  const bool vfo_b = *console_.ActiveVfo == 'B';
+  frequency_.Expect(console_.FreqDisp->displayed(), loop_.Now() + kSettleTime);
+  KeepVfoFrequency(*console_.ActiveVfo, *console_.FreqDisp + *console_.Offset);
+  const SendOutcome outcome = dispatcher_.SendData(vfo_b ? "XSETFREQB" : "XSETFREQ");
+  if (on_frequency_sent) on_frequency_sent();
+  return outcome;
+}
+
+SendOutcome Operations::TuneTo(Frequency frequency) {
+  FChange(frequency.displayed());
+  return SendFreq();
+}
+
+void Operations::Follow(const Reply& reply) {
+  const char active = *console_.ActiveVfo;
+  switch (reply.kind) {
+    case Reply::Kind::kShownFrequency:
+      KeepVfoFrequency(active, reply.frequency);
+      return UpdateFreq(reply.frequency);
+    case Reply::Kind::kFrequencyA:
+    case Reply::Kind::kFrequencyB: {
+      const char vfo = reply.kind == Reply::Kind::kFrequencyA ? 'A' : 'B';
+      KeepVfoFrequency(vfo, reply.frequency);
+      return vfo == active ? UpdateFreq(reply.frequency) : void();
+    }
+    case Reply::Kind::kOtherFrequency: return KeepVfoFrequency(active == 'A' ? 'B' : 'A', reply.frequency);
+    case Reply::Kind::kMode: return FollowMode(reply.mode);
+    case Reply::Kind::kVfo: return FollowVfo(static_cast<char>(reply.value));
+    case Reply::Kind::kSMeter: return console_.SMeter.Set(reply.value);
+    case Reply::Kind::kMeter: return console_.MeterValue.Set(reply.value);
+    case Reply::Kind::kSlider: return console_.Slider.Set(static_cast<std::size_t>(reply.number - 1), reply.value);
+    case Reply::Kind::kRefused: return;
+  }
+}
+
+void Operations::KeepVfoFrequency(char vfo, Frequency rig_frequency) {
+  const Frequency displayed = (rig_frequency - *console_.Offset).displayed();
+  (vfo == 'B' ? console_.FreqB : console_.FreqA).Set(displayed);
+}
+
+void Operations::UpdateFreq(Frequency rig_frequency) {
+  const Frequency displayed = (rig_frequency - *console_.Offset).displayed();
+  if (frequency_.Accepts(displayed, loop_.Now())) FChange(displayed);
+}
+
+void Operations::FChange(Frequency displayed) {
+  const bool changed = *console_.FreqDisp != displayed;
+  console_.FreqDisp.Set(displayed);
+  if (changed && on_frequency_shown) on_frequency_shown();
+}
+
+void Operations::FollowMode(const std::string& caption) {
+  const std::string name(Trim(caption));
+  // "USB" as set by a button and " USB" as told by the rig are one mode: nothing is announced for a blank.
+  if (!mode_.Accepts(name, loop_.Now()) || Trim(*console_.Mode) == name) return;
+  console_.Mode.Set(caption);
+}
+
+void Operations::FollowVfo(char vfo) {
+  if (vfo_.Accepts(vfo, loop_.Now())) console_.ActiveVfo.Set(vfo);
+}
+
+}  // namespace kvx::cat

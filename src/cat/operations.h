@@ -1,0 +1,83 @@
+#pragma once
+
+#include <functional>
+#include <string_view>
+
+#include "cat/dispatcher.h"
+#include "core/console.h"
+#include "core/loop.h"
+
+namespace kvx::cat {
+
+/// A value that the operator has just set: until the rig has had time to follow, reports that still tell the old value are not
+/// shown, so that the display never jumps back.
+template <class T>
+class Settling {
+ public:
+  void Expect(T value, TimePoint until) {
+    expected_ = std::move(value);
+    until_ = until;
+  }
+  /// Whether a report of `value` may be shown at `now`.
+  bool Accepts(const T& value, TimePoint now) {
+    if (now < until_ && value != expected_) return false;
+    until_ = {};
+    return true;
+  }
+
+ private:
+  T expected_{};
+  TimePoint until_{};
+};
+
+/// The operator's core operations: each updates the console's own state first and then sends the matching key of the rig
+/// definition. Also the other direction: what the rig has told reaches the console's state here.
+class Operations {
+ public:
+  Operations(Loop& loop, Console& console, Dispatcher& dispatcher, const config::RigDefinition& rig)
+      : loop_(loop), console_(console), dispatcher_(dispatcher), rig_(rig) {}
+
+  SendOutcome SetCW();
+  SendOutcome SetUpper();
+  SendOutcome SetLower();
+  SendOutcome SetAM();
+  SendOutcome SetFM();
+  SendOutcome SetRTTY();
+  /// A mode by its name, any case: LSB, USB, CW, CWN (CW narrow), AM, FM, FMN, RTTY. kNotFound for another text.
+  Result<SendOutcome> SetModeByName(std::string_view name);
+
+  SendOutcome VFOA_Click();
+  SendOutcome VFOB_Click();
+
+  /// Sends the displayed frequency with the rig's frequency template (of VFO B when that is the one in use).
+  SendOutcome SendFreq();
+  /// Shows a frequency and sends it.
+  SendOutcome TuneTo(Frequency frequency);
+
+  /// Something that the rig has told.
+  void Follow(const Reply& reply);
+  /// A frequency of the VFO in use, as the rig tells it.
+  void UpdateFreq(Frequency rig_frequency);
+  /// Shows a frequency and lets everything that depends on it follow.
+  void FChange(Frequency displayed);
+
+  std::function<void()> on_frequency_sent;   ///< after every frequency send
+  std::function<void()> on_frequency_shown;  ///< the display has a new frequency
+
+ private:
+  SendOutcome SetMode(std::string_view caption, std::string_view key);
+  SendOutcome ChooseVfo(char vfo, std::string_view select, std::string_view read);
+  void FollowMode(const std::string& caption);
+  void FollowVfo(char vfo);
+  void KeepVfoFrequency(char vfo, Frequency rig_frequency);
+
+  Loop& loop_;
+  Console& console_;
+  Dispatcher& dispatcher_;
+  const config::RigDefinition& rig_;
+  Settling<Frequency> frequency_;
+  Settling<std::string> mode_;
+  Settling<char> vfo_;
+};
+
+}  // namespace kvx::cat

@@ -1,0 +1,214 @@
+#include "cat/poller.h"
+
+#include <array>
+
+#include "core/text.h"
+
+namespace kvx::cat {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr Duration kQueryWait = 150ms;
+constexpr Duration kPieceWait = 100ms;
+constexpr Duration kFastTick = 10ms;
+constexpr Duration kAcknowledgeTime = 150ms;  // of a five-byte rig after a command
+constexpr int kFastMeterTicks = 10;
+constexpr int kFastMeterSpeed = 4800;  // baud from which the fast meter poll leaves room for everything else
+constexpr int kTicksACycle = 2;
+
+}  // namespace
+
+Poller::Poller(Loop& loop, Console& console, RigLink& link, Dispatcher& dispatcher, ReplyParser& parser, const config::RigDefinition& rig)
+    : loop_(loop), console_(console), link_(link), dispatcher_(dispatcher), parser_(parser), rig_(rig) {}
+
+void Poller::Start() { fast_timer_ = FastTimer(); }
+
+void Poller::Stop() {
+  fast_timer_ = Task();
+  cycle_ = Task();
+  init_ = Task();
+}
+
+void Poller::Tick() {
+  if (*console_.Polling) {
+    ++counter_;
+    if (counter_ == kTicksACycle) PollRig();
+    if (counter_ >= kTicksACycle) counter_ = 0;
+  }
+  link_.CountDown();
+}
+
+void Poller::RigSelected() {
+  counter_ = 0;
+  next_query_ = 0;
+  mode_is_next_ = false;
+  init_sent_ = false;
+  cycle_ = Task();
+  init_ = Task();
+  link_.busy = false;
+  fast_timer_needed_.Notify();
+}
+
+void Poller::PortOpened() {
+  init_sent_ = false;
+  fast_timer_needed_.Notify();
+}
+
+void Poller::InputArrived(bool complete) {
+  ++arrivals_;
+  if (!complete) return;
+  answered_ = true;
+  answer_.Notify();
+}
+
+void Poller::PollRig() {
+  if (cycle_running() || link_.busy || !link_.is_open() || line_is_busy()) return;
+  parser_.ForgetOverdue();
+  if (rig_.family == "KENWOOD") {
+    PollKenwood();
+  } else {
+    cycle_ = PollOthers();
+  }
+}
+
+void Poller::PollKenwood() {
+  if (blocked() && !*console_.MeterOn) return GiveUp();
+  if (*console_.MeterOn) {
+    link_.WriteRigPort("RM" + *console_.MeterNumber + ";RM;");
+    // Every other cycle goes on asking for frequency and mode, so that the display follows the rig under a meter as well.
+    mode_is_next_ = !mode_is_next_;
+    if (mode_is_next_) return;
+  } else {
+    dispatcher_.SendData("XGETSMETER");
+  }
+  dispatcher_.SendData("XREADMODE");
+  if (on_cycle_end) on_cycle_end();
+}
+
+std::string_view Poller::FrequencyKey() const {
+  // Rigs that answer in text name the VFO in their reply; the others answer for the VFO in use.
+  const bool ask_b = *console_.ActiveVfo == 'B' && rig_.text_replies() && dispatcher_.Has("XGETFREQB");
+  return ask_b ? "XGETFREQB" : "XGETFREQ";
+}
+
+/// Ask, wait, and ask the next question only while the rig stays silent. A rig that answers ends the cycle; the next cycle goes on
+/// with the query after the one that was answered.
+Task Poller::PollOthers() {
+  if (blocked()) {
+    GiveUp();
+    co_return;
+  }
+  if (link_.has_unread_input()) {
+    parser_.Parse();
+    co_return;
+  }
+  const std::array<std::string_view, 3> keys{"XGETSMETER", "XREADMODE", FrequencyKey()};
+  for (std::size_t i = next_query_; i < keys.size(); ++i) {
+    const std::uint64_t before = arrivals_;
+    Task ask = Ask(std::string(keys[i]));
+    co_await ask;
+    if (!asked_ || i + 1 == keys.size()) continue;
+    for (int wait = 0; wait < 2 && arrivals_ == before; ++wait) {
+      co_await answer_.Within(loop_, kQueryWait);
+    }
+    if (arrivals_ != before) {
+      next_query_ = i + 1;
+      co_return;
+    }
+    if (blocked()) {
+      GiveUp();
+      co_return;
+    }
+  }
+  next_query_ = 0;
+  if (on_cycle_end) on_cycle_end();
+}
+
+/// Writes one query of a poll cycle. A five-byte rig gets it in pieces of one command each, and only after its acknowledgement of
+/// the operator's last command can have come.
+Task Poller::Ask(std::string key) {
+  asked_ = dispatcher_.Has(key);
+  answered_ = false;
+  if (!asked_) co_return;
+  const bool in_pieces = dispatcher_.binary() && !rig_.row.rev_data;
+  const bool nameless = dispatcher_.binary() && rig_.family == "YAESU";
+  if (nameless) {
+    co_await loop_.SleepUntil(std::max(loop_.Now(), dispatcher_.last_command() + kAcknowledgeTime));
+    parser_.ForgetOverdue();
+  }
+  if (!in_pieces) {
+    asked_ = dispatcher_.SendData(key) == SendOutcome::kSent;
+    co_return;
+  }
+  const std::vector<std::string> pieces = dispatcher_.BeginPollQuery(key);
+  asked_ = !pieces.empty();
+  link_.busy = true;
+  for (const std::string& piece : pieces) {
+    link_.WriteRigPort(piece);
+    if (just_after_midnight() || answered_) continue;
+    co_await answer_.Within(loop_, kPieceWait);
+  }
+  link_.busy = false;
+}
+
+/// The pacing clock counts seconds since local midnight and has always been let run free for the first twenty of them.
+bool Poller::just_after_midnight() const {
+  const auto local = loop_.UtcNow() + loop_.LocalOffset();
+  return local - std::chrono::floor<std::chrono::days>(local) < 20s;
+}
+
+bool Poller::init_due() const { return !init_sent_ && link_.is_open() && !rig_.row["US7"].empty(); }
+
+bool Poller::fast_meter() const { return rig_.name.find("FT-DX") != std::string::npos && link_.is_open() && *console_.Polling; }
+
+Task Poller::FastTimer() {
+  int ticks = 0;
+  TimePoint next = loop_.Now();
+  while (true) {
+    if (!init_due() && !fast_meter()) {
+      co_await fast_timer_needed_.Within(loop_, 1s);
+      next = loop_.Now();
+    }
+    if (init_due()) {
+      init_sent_ = true;
+      init_ = WriteInitString();
+    }
+    const int speed = std::max(link_.settings().speed, 1200);
+    if (fast_meter() && ++ticks >= std::max(kFastMeterTicks, kFastMeterTicks * kFastMeterSpeed / speed)) {
+      ticks = 0;
+      if (!line_is_busy()) WriteFastMeter();
+    }
+    next = std::max(next + kFastTick, loop_.Now());
+    co_await loop_.SleepUntil(next);
+  }
+}
+
+void Poller::WriteFastMeter() {
+  link_.WriteRigPort(*console_.MeterOn ? "PS;RM" + *console_.MeterNumber + ";" : "PS;SM0;");
+}
+
+Task Poller::WriteInitString() {
+  const std::string init = dispatcher_.FillIn(rig_.row["US7"]);
+  if (rig_.family == "KENWOOD") {
+    std::string_view rest = init;
+    while (!rest.empty()) {
+      const std::size_t end = std::min(rest.find(';'), rest.size() - 1) + 1;
+      link_.WriteRigPort(dispatcher_.Encode(rest.substr(0, end)));
+      rest.remove_prefix(end);
+    }
+    co_return;
+  }
+  if (!rig_.row.send_as_hex || rig_.row.rev_data) {
+    link_.WriteRigPort(dispatcher_.Encode(init));
+    co_return;
+  }
+  const std::string digits = WithoutBlanks(init);
+  for (std::size_t at = 0; at + 10 <= digits.size(); at += 10) {
+    link_.WriteRigPort(dispatcher_.Encode(std::string_view(digits).substr(at, 10)));
+    if (just_after_midnight()) continue;
+    co_await loop_.Sleep(kPieceWait);
+  }
+}
+
+}  // namespace kvx::cat

@@ -1,0 +1,48 @@
+#include "cat/reply.h"
+
+#include <algorithm>
+
+#include "core/text.h"
+
+namespace kvx::cat {
+namespace {
+
+struct Family {
+  std::string_view name;
+  FamilyParser parser;
+};
+
+constexpr std::array kFamilies{
+    Family{"TEN-TEC", ParseTenTec}, Family{"ICOM", ParseIcom},       Family{"CI-V", ParseIcom},
+    Family{"YAESU", ParseYaesu},    Family{"KENWOOD", ParseKenwood},
+};
+
+/// Without a command code the reply must begin as the query did ("AG0;" is answered by "AG0128;").
+bool BeginsLike(std::string_view frame, std::string_view query) {
+  const std::size_t end = query.find_first_of(";\r?");
+  const std::string_view stem = query.substr(0, end);
+  return !stem.empty() && frame.starts_with(stem);
+}
+
+}  // namespace
+
+FamilyParser ParserOf(std::string_view family) {
+  const auto* row = std::find_if(kFamilies.begin(), kFamilies.end(), [&](const Family& f) { return f.name == family; });
+  return row == kFamilies.end() ? nullptr : row->parser;
+}
+
+bool ReadTextSlider(std::string_view frame, ParseContext& context, std::vector<Reply>& replies) {
+  for (auto query = context.armed.begin(); query != context.armed.end(); ++query) {
+    if (query->slider == 0 || !query->extraction) continue;
+    // Ten-Tec's numbers have as many digits as they need.
+    const auto data = query->extraction->DataOf(frame, context.rig.family == "TEN-TEC");
+    if (!data || data->find_first_not_of("0123456789 +-") != std::string_view::npos) continue;
+    if (query->extraction->code_start == 0 && !BeginsLike(frame, query->command)) continue;
+    replies.push_back({.kind = Reply::Kind::kSlider, .value = static_cast<int>(LeadingNumber(*data)), .number = query->slider});
+    context.armed.erase(query);
+    return true;
+  }
+  return false;
+}
+
+}  // namespace kvx::cat

@@ -1,0 +1,83 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "core/console.h"
+#include "core/loop.h"
+#include "platform/serial_port.h"
+
+namespace kvx::cat {
+
+/// The rig's serial line: opens and keeps open the rig port, writes finished commands to it, and gathers what arrives in the
+/// receive buffer, as text, or as hexadecimal text for a binary rig. A device that cannot be opened or vanishes is tried again,
+/// at first after a quarter of a second, later once a second. Engine thread only.
+class RigLink {
+ public:
+  using Trace = std::function<void(std::string_view bytes)>;
+
+  RigLink(Loop& loop, Console& console, platform::SerialPort& port);
+
+  /// Opens the rig port, anew if it is open. A port number of 0, or no rig selected, leaves it closed.
+  void OpenRigPort(const platform::PortSettings& settings, bool rig_selected);
+  /// Closes the port and stops trying.
+  void CloseRigPort();
+  /// Writes a finished command; skipped while the port is closed or the line is so far behind that the command could not arrive
+  /// within a second. True when it was written.
+  bool WriteRigPort(std::string_view bytes);
+  void ClearRcvBuffer() { buffer_.clear(); }
+
+  bool is_open() const { return port_.is_open(); }
+  const platform::PortSettings& settings() const { return settings_; }
+  /// Received bytes go to the buffer as hexadecimal pairs.
+  void SetHexBuffer(bool hex) { hex_ = hex; }
+  /// The receive buffer; the parser removes what it has used.
+  std::string& buffer() { return buffer_; }
+  /// Takes all waiting input into the buffer; while the discard switch is set it is dropped.
+  void GetData();
+  bool has_unread_input() const { return port_.bytes_waiting() > 0; }
+  /// Bytes that the line has not taken yet.
+  std::size_t bytes_unsent() const { return port_.bytes_unsent(); }
+
+  /// Throws arriving data away until `ticks` poll ticks have passed.
+  void Discard(int ticks);
+  bool discarding() const { return discard_; }
+  /// Serves the discard countdown; called on every poll tick.
+  void CountDown();
+
+  TimePoint last_write() const { return last_write_; }
+  TimePoint last_arrival() const { return last_arrival_; }
+  std::uint64_t sent_bytes() const { return sent_bytes_; }
+  std::uint64_t received_bytes() const { return received_bytes_; }
+
+  /// The poll is writing its sequence: a tick must not start a second one on top.
+  bool busy = false;
+  std::function<void()> on_arrival;  ///< new data are waiting to be read (GetData)
+  std::function<void()> on_opened;   ///< the follow-up of a freshly opened port
+  std::function<void(const std::string& line)> on_notice;  ///< one line for the operator
+  Trace DisplayTX;   ///< the debug view's transmit list
+  Trace DisplayRCV;  ///< the debug view's receive list
+
+ private:
+  Task KeepOpen();
+  void Lost(const std::string& why);
+  void Opened();
+
+  Loop& loop_;
+  Console& console_;
+  platform::SerialPort& port_;
+  platform::PortSettings settings_;
+  bool hex_ = false;
+  bool discard_ = false;
+  int discard_countdown_ = 0;
+  std::string buffer_;
+  std::string last_failure_;
+  std::uint64_t sent_bytes_ = 0;
+  std::uint64_t received_bytes_ = 0;
+  TimePoint last_write_{};
+  TimePoint last_arrival_{};
+  Task keep_open_;
+};
+
+}  // namespace kvx::cat
