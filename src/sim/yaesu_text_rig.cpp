@@ -1,0 +1,382 @@
+#include "sim/yaesu_text_rig.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include "core/hex_text.h"
+#include "core/text.h"
+
+namespace kvx::sim {
+namespace {
+
+// 1 LSB, 2 USB, 3 CW, 4 FM, 5 AM, 6 RTTY-LSB, 7 CW-R, 8 PKT-L, 9 RTTY-USB, A PKT-FM, B FM-N, C PKT-U
+const std::vector<ModeCode> kModeCodes{
+    {1, Mode::kLsb},        {2, Mode::kUsb},    {3, Mode::kCw},    {4, Mode::kFm},
+    {5, Mode::kAm},         {6, Mode::kRtty},   {9, Mode::kRttyr}, {7, Mode::kCwr},
+    {0xB, Mode::kFm, true}, {0xC, Mode::kData}, {8, Mode::kData},  {0xA, Mode::kData},
+};
+
+constexpr std::array kSettings{
+    StoredSetting{"AC00", 1, 0, 2, 0, "AC"}, StoredSetting{"AG1", 3, 0, 255, 100},
+    StoredSetting{"AI", 1, 0, 1, 0},         StoredSetting{"AN0", 2, 10, 50, 10},
+    StoredSetting{"BC0", 1, 0, 1, 0},        StoredSetting{"BC1", 1, 0, 1, 0},
+    StoredSetting{"BI", 1, 0, 1, 1},         StoredSetting{"BP00", 3, 0, 1, 0},
+    StoredSetting{"BP01", 3, 0, 400, 100},   StoredSetting{"BP10", 3, 0, 1, 0},
+    StoredSetting{"BP11", 3, 0, 400, 100},   StoredSetting{"CS", 1, 0, 1, 0},
+    StoredSetting{"CT0", 1, 0, 2, 0},        StoredSetting{"EX039", 1, 0, 9, 0},
+    StoredSetting{"EX103", 1, 0, 9, 0},      StoredSetting{"FR", 1, 0, 5, 0},
+    StoredSetting{"FS", 1, 0, 1, 0},         StoredSetting{"GT0", 1, 0, 4, 2},
+    StoredSetting{"GT1", 1, 0, 4, 2},        StoredSetting{"KR", 1, 0, 1, 1},
+    StoredSetting{"KS", 3, 4, 60, 20},       StoredSetting{"LK", 1, 0, 7, 0},
+    StoredSetting{"MG", 3, 0, 255, 128},     StoredSetting{"ML0", 3, 0, 1, 0},
+    StoredSetting{"ML1", 3, 0, 255, 100},    StoredSetting{"MS", 1, 0, 5, 0},
+    StoredSetting{"MX", 1, 0, 1, 0},         StoredSetting{"NA0", 1, 0, 1, 0},
+    StoredSetting{"NA1", 1, 0, 1, 0},        StoredSetting{"NB0", 1, 0, 2, 0},
+    StoredSetting{"NB1", 1, 0, 2, 0},        StoredSetting{"NL0", 3, 0, 255, 100},
+    StoredSetting{"NR0", 1, 0, 1, 0},        StoredSetting{"NR1", 1, 0, 1, 0},
+    StoredSetting{"PA0", 1, 0, 3, 0},        StoredSetting{"PC", 3, 5, 200, 100},
+    StoredSetting{"PL", 3, 0, 255, 50},      StoredSetting{"PR0", 1, 0, 2, 0},
+    StoredSetting{"RA0", 1, 0, 3, 0},        StoredSetting{"RA1", 1, 0, 3, 0},
+    StoredSetting{"RF0", 1, 0, 5, 0},        StoredSetting{"RG0", 3, 0, 255, 255},
+    StoredSetting{"RG1", 3, 0, 255, 255},    StoredSetting{"RL0", 2, 1, 15, 5},
+    StoredSetting{"SD", 4, 30, 3000, 300},   StoredSetting{"SH0", 2, 0, 31, 16},
+    StoredSetting{"SH1", 2, 0, 31, 16},      StoredSetting{"SQ0", 3, 0, 255, 0},
+    StoredSetting{"SQ1", 3, 0, 255, 0},      StoredSetting{"TS", 1, 0, 1, 0},
+    StoredSetting{"VD", 4, 30, 3000, 500},   StoredSetting{"VG", 3, 0, 255, 100},
+    StoredSetting{"VX", 1, 0, 1, 0},
+};
+
+// What "BSnn" goes to: 1.8, 3.5, 5, 7, 10, 14, 18, 21, 24.5, 28, 50 MHz; 05 is 14 MHz.
+constexpr std::array<std::int64_t, 11> kBands{1'800'000,  3'500'000,  5'330'500,  7'000'000,  10'100'000, 14'000'000,
+                                              18'068'000, 21'000'000, 24'890'000, 28'000'000, 50'000'000};
+constexpr int kFarthestOffset = 9999;
+constexpr int kFarthestShift = 1000;
+constexpr int kLastMemory = 117;
+
+RigTraits Traits() {
+  return {
+      {{30'000, 60'000'000}},
+      1,
+      {Mode::kLsb, Mode::kUsb, Mode::kCw, Mode::kCwr, Mode::kAm, Mode::kFm, Mode::kRtty, Mode::kRttyr, Mode::kData}};
+}
+
+char HexDigit(int value) {
+  return "0123456789ABCDEF"[value & 0xF];
+}
+
+}  // namespace
+
+struct YaesuTextRig::Handler {
+  std::string_view name;
+  Result (YaesuTextRig::*run)(std::string_view);
+};
+
+YaesuTextRig::YaesuTextRig(Loop& loop)
+    : panel_(*this, loop, Traits(), [this](PanelChange change) { Report(change); }),
+      state_(panel_.state()),
+      settings_(kSettings) {
+  state_.memory_channel = 1;
+}
+
+void YaesuTextRig::Receive(std::string_view bytes) {
+  if (!panel_.listening()) return;
+  for (const char byte : bytes) {
+    const auto command = line_.Take(byte);
+    if (!command) continue;
+    if (command->overrun) {
+      panel_.Refuse(command->text);
+      Answer("?");
+    } else {
+      Execute(Upper(command->text));
+    }
+  }
+}
+
+void YaesuTextRig::Execute(const std::string& command) {
+  static constexpr std::array kHandlers{
+      Handler{"FA", &YaesuTextRig::FrequencyA},
+      Handler{"FB", &YaesuTextRig::FrequencyB},
+      Handler{"VS", &YaesuTextRig::SelectVfo},
+      Handler{"FT", &YaesuTextRig::TransmitVfo},
+      Handler{"MD", &YaesuTextRig::SetMode},
+      Handler{"IF", &YaesuTextRig::Information},
+      Handler{"OI", &YaesuTextRig::OtherInformation},
+      Handler{"SM", &YaesuTextRig::SMeter},
+      Handler{"RM", &YaesuTextRig::ReadMeter},
+      Handler{"TX", &YaesuTextRig::Transmit},
+      Handler{"RT", &YaesuTextRig::Rit},
+      Handler{"XT", &YaesuTextRig::Xit},
+      Handler{"RC", &YaesuTextRig::ClearOffset},
+      Handler{"RU", &YaesuTextRig::OffsetUp},
+      Handler{"RD", &YaesuTextRig::OffsetDown},
+      Handler{"AG", &YaesuTextRig::AfGain},
+      Handler{"IS", &YaesuTextRig::IfShift},
+      Handler{"ID", &YaesuTextRig::Identify},
+      Handler{"PS", &YaesuTextRig::Power},
+      Handler{"BS", &YaesuTextRig::SelectBand},
+      Handler{"AB", &YaesuTextRig::CopyAToB},
+      Handler{"SV", &YaesuTextRig::SwapVfos},
+      Handler{"MC", &YaesuTextRig::MemoryChannel},
+      Handler{"MA", &YaesuTextRig::MemoryToVfo},
+      Handler{"AM", &YaesuTextRig::VfoToMemory},
+  };
+  if (!state_.powered && command != "PS1") return;
+  for (const Handler& handler : kHandlers) {
+    if (!command.starts_with(handler.name)) continue;
+    if ((this->*handler.run)(std::string_view(command).substr(handler.name.size())) == Result::kDone) return;
+  }
+  if (const auto answer = settings_.Answer(command)) {
+    Answer(*answer);
+    return;
+  }
+  if (settings_.Store(command) == StoredSettings::Outcome::kStored) return;
+  panel_.Refuse(command + ";");
+  Answer("?");
+}
+
+void YaesuTextRig::Answer(std::string_view text) {
+  panel_.Send(std::string(text) + ";");
+}
+
+void YaesuTextRig::Report(PanelChange change) {
+  if (settings_.Get("AI") == 0) return;
+  switch (change) {
+    case PanelChange::kFrequency:
+      Answer(FrequencyText(state_.receive_vfo));
+      break;
+    case PanelChange::kMode:
+      Answer(ModeText(state_.receive_vfo));
+      break;
+    case PanelChange::kVfo:
+      Answer("VS" + std::to_string(state_.receive_vfo));
+      break;
+    case PanelChange::kTransmit:
+      Answer(state_.transmitting ? "TX2" : "TX0");
+      break;
+    case PanelChange::kAf:
+      Answer("AG0" + PadNumber(state_.af, 3));
+      break;
+  }
+}
+
+std::string YaesuTextRig::FrequencyText(int vfo) const {
+  return (vfo == 0 ? "FA" : "FB") + PadNumber(state_.vfos[vfo].hz, 8);
+}
+
+std::string YaesuTextRig::ModeText(int vfo) const {
+  return "MD" + std::to_string(vfo) + HexDigit(CodeForMode(kModeCodes, state_.vfos[vfo]));
+}
+
+// IF ccc ffffffff soooo r x m v t nn h   c = memory channel, f = Hz, o = clarifier with sign, r/x = clarifier of
+// receiver and transmitter on, m = mode, v = 0 VFO 1 memory, t/n = tone, h = shift
+std::string YaesuTextRig::InformationText(std::string_view name, int vfo) const {
+  std::string text(name);
+  text += PadNumber(state_.memory_channel, 3) + PadNumber(state_.vfos[vfo].hz, 8);
+  text += state_.offset_hz < 0 ? '-' : '+';
+  text += PadNumber(std::abs(state_.offset_hz), 4);
+  text += state_.rit_on ? '1' : '0';
+  text += state_.xit_on ? '1' : '0';
+  text += HexDigit(CodeForMode(kModeCodes, state_.vfos[vfo]));
+  text += state_.memory_mode ? '1' : '0';
+  return text + "0000";
+}
+
+int YaesuTextRig::SMeterReading() const {
+  return state_.transmitting ? 0 : panel_.smeter() * 255 / 30;
+}
+
+YaesuTextRig::Result YaesuTextRig::SetFrequency(int vfo, std::string_view data) {
+  if (data.empty()) {
+    Answer(FrequencyText(vfo));
+    return Result::kDone;
+  }
+  const auto hz = FixedDigits(data, 8);
+  if (!hz || !panel_.InRange(*hz)) return Result::kRefused;
+  state_.vfos[vfo].hz = *hz;
+  return Result::kDone;
+}
+
+YaesuTextRig::Result YaesuTextRig::SelectVfo(std::string_view data) {
+  if (data.empty()) {
+    Answer("VS" + std::to_string(state_.receive_vfo));
+    return Result::kDone;
+  }
+  if (data != "0" && data != "1") return Result::kRefused;
+  state_.SelectVfo(data == "1" ? 1 : 0);
+  state_.memory_mode = false;
+  return Result::kDone;
+}
+
+// Set with 2 (A transmits) and 3 (B transmits), read back as 0 and 1.
+YaesuTextRig::Result YaesuTextRig::TransmitVfo(std::string_view data) {
+  if (data.empty()) {
+    Answer("FT" + std::to_string(state_.transmit_vfo));
+    return Result::kDone;
+  }
+  if (data != "2" && data != "3") return Result::kRefused;
+  state_.transmit_vfo = data == "3" ? 1 : 0;
+  return Result::kDone;
+}
+
+YaesuTextRig::Result YaesuTextRig::SetMode(std::string_view data) {
+  if (data.empty() || (data[0] != '0' && data[0] != '1')) return Result::kRefused;
+  const int vfo = data[0] - '0';
+  if (data.size() == 1) {
+    Answer(ModeText(vfo));
+    return Result::kDone;
+  }
+  if (data.size() != 2) return Result::kRefused;
+  return SetModeByCode(kModeCodes, HexDigitValue(data[1]), state_.vfos[vfo]) ? Result::kDone : Result::kRefused;
+}
+
+YaesuTextRig::Result YaesuTextRig::Information(std::string_view data) {
+  if (!data.empty()) return Result::kRefused;
+  Answer(InformationText("IF", state_.receive_vfo));
+  return Result::kDone;
+}
+
+YaesuTextRig::Result YaesuTextRig::OtherInformation(std::string_view data) {
+  if (!data.empty()) return Result::kRefused;
+  Answer(InformationText("OI", 1 - state_.receive_vfo));
+  return Result::kDone;
+}
+
+YaesuTextRig::Result YaesuTextRig::SMeter(std::string_view data) {
+  if (data != "0" && data != "1") return Result::kRefused;
+  Answer("SM" + std::string(data) + PadNumber(data == "0" ? SMeterReading() : 0, 3));
+  return Result::kDone;
+}
+
+// 0 what the panel's meter shows, 1 and 2 the S-meters, 3 COMP, 4 ALC, 5 PO, 6 SWR, 7 ID, 8 VDD.
+YaesuTextRig::Result YaesuTextRig::ReadMeter(std::string_view data) {
+  const auto meter = FixedDigits(data, 1);
+  if (!meter || *meter > 8) return Result::kRefused;
+  const bool sending = state_.transmitting;
+  const int power = sending ? settings_.Get("PC") * 200 / 200 : 0;
+  const std::array readings{sending ? power : SMeterReading(),
+                            SMeterReading(),
+                            0,
+                            sending ? 40 : 0,
+                            sending ? 90 : 0,
+                            power,
+                            sending ? 30 : 0,
+                            sending ? 110 : 0,
+                            200};
+  Answer("RM" + std::string(data) + PadNumber(readings[*meter], 3));
+  return Result::kDone;
+}
+
+// 0 off, 1 on by CAT; answers 2 as well, on by another cause.
+YaesuTextRig::Result YaesuTextRig::Transmit(std::string_view data) {
+  if (data.empty()) {
+    Answer(state_.transmitting ? "TX1" : "TX0");
+    return Result::kDone;
+  }
+  if (data != "0" && data != "1") return Result::kRefused;
+  state_.transmitting = data == "1";
+  return Result::kDone;
+}
+
+YaesuTextRig::Result YaesuTextRig::Switch(std::string_view name, bool& value, std::string_view data) {
+  if (data.empty()) {
+    Answer(std::string(name) + (value ? "1" : "0"));
+    return Result::kDone;
+  }
+  if (data != "0" && data != "1") return Result::kRefused;
+  value = data == "1";
+  return Result::kDone;
+}
+
+YaesuTextRig::Result YaesuTextRig::ClearOffset(std::string_view data) {
+  if (!data.empty()) return Result::kRefused;
+  state_.offset_hz = 0;
+  return Result::kDone;
+}
+
+YaesuTextRig::Result YaesuTextRig::MoveOffset(std::string_view data, int direction) {
+  const auto by = FixedDigits(data, 4);
+  if (!by) return Result::kRefused;
+  state_.offset_hz = std::clamp(state_.offset_hz + direction * *by, -kFarthestOffset, kFarthestOffset);
+  return Result::kDone;
+}
+
+YaesuTextRig::Result YaesuTextRig::AfGain(std::string_view data) {
+  if (data == "0") {
+    Answer("AG0" + PadNumber(state_.af, 3));
+    return Result::kDone;
+  }
+  const auto gain = data.starts_with("0") ? FixedDigits(data.substr(1), 3) : std::nullopt;
+  if (!gain || *gain > 255) return Result::kRefused;
+  state_.af = *gain;
+  return Result::kDone;
+}
+
+// IS0+1000: a sign and four digits, always.
+YaesuTextRig::Result YaesuTextRig::IfShift(std::string_view data) {
+  if (data == "0") {
+    Answer(std::string("IS0") + (if_shift_hz_ < 0 ? "-" : "+") + PadNumber(std::abs(if_shift_hz_), 4));
+    return Result::kDone;
+  }
+  if (data.size() != 6 || data[0] != '0' || (data[1] != '+' && data[1] != '-')) return Result::kRefused;
+  const auto shift = FixedDigits(data.substr(2), 4);
+  if (!shift || *shift > kFarthestShift) return Result::kRefused;
+  if_shift_hz_ = data[1] == '-' ? -*shift : *shift;
+  return Result::kDone;
+}
+
+YaesuTextRig::Result YaesuTextRig::Identify(std::string_view data) {
+  if (!data.empty()) return Result::kRefused;
+  Answer("ID0362");
+  return Result::kDone;
+}
+
+YaesuTextRig::Result YaesuTextRig::Power(std::string_view data) {
+  if (data == "0") state_.transmitting = false;
+  return Switch("PS", state_.powered, data);
+}
+
+YaesuTextRig::Result YaesuTextRig::SelectBand(std::string_view data) {
+  const auto band = FixedDigits(data, 2);
+  if (!band || *band >= static_cast<int>(kBands.size())) return Result::kRefused;
+  state_.current().hz = kBands[*band];
+  return Result::kDone;
+}
+
+YaesuTextRig::Result YaesuTextRig::CopyAToB(std::string_view data) {
+  if (!data.empty()) return Result::kRefused;
+  state_.vfos[1] = state_.vfos[0];
+  return Result::kDone;
+}
+
+YaesuTextRig::Result YaesuTextRig::SwapVfos(std::string_view data) {
+  if (!data.empty()) return Result::kRefused;
+  std::swap(state_.vfos[0], state_.vfos[1]);
+  return Result::kDone;
+}
+
+YaesuTextRig::Result YaesuTextRig::MemoryChannel(std::string_view data) {
+  if (data.empty()) {
+    Answer("MC" + PadNumber(state_.memory_channel, 3));
+    return Result::kDone;
+  }
+  const auto channel = FixedDigits(data, 3);
+  if (!channel || *channel < 1 || *channel > kLastMemory) return Result::kRefused;
+  state_.memory_channel = *channel;
+  return Result::kDone;
+}
+
+YaesuTextRig::Result YaesuTextRig::MemoryToVfo(std::string_view data) {
+  const auto memory = state_.memories.find(state_.memory_channel);
+  if (!data.empty() || memory == state_.memories.end()) return Result::kRefused;
+  state_.vfos[0] = memory->second;
+  return Result::kDone;
+}
+
+YaesuTextRig::Result YaesuTextRig::VfoToMemory(std::string_view data) {
+  if (!data.empty()) return Result::kRefused;
+  state_.memories[state_.memory_channel] = state_.vfos[0];
+  return Result::kDone;
+}
+
+}  // namespace kvx::sim
