@@ -1,0 +1,36 @@
+#include "app/headless.h"
+
+#include <QCoreApplication>
+#include <iostream>
+
+#include "app/program.h"
+#include "console/command_line.h"
+#include "platform/qt/standard_input.h"
+#include "platform/qt/standard_output.h"
+
+namespace kvx::app {
+
+int RunHeadless(int argc, char** argv, const Options& options) {
+  QCoreApplication application(argc, argv);
+  Program program(options);
+  if (auto prepared = program.Prepare(); !prepared) {
+    std::cerr << "kvx: " << prepared.error().message << '\n';
+    return prepared.error().code == ErrorCode::kBusy ? 2 : 1;
+  }
+  platform::StandardOutput output;
+  console::CommandLine commands(program.loop(), program.station(), [&](const std::string& line) { output.WriteLine(line); });
+  platform::StandardInput input;
+  commands.on_quit = [&] { program.Stop(); };
+  commands.simulated_rig = [&](std::string_view command) { return program.OperateSimulatedRig(command); };
+  input.on_line = [&](const std::string& line) { commands.Take(line); };
+  input.on_overlong = [&] { commands.Refuse("the line is too long"); };
+  program.on_ended = [&] { QCoreApplication::exit(0); };
+  program.Start();
+  commands.Ready();
+  input.Start();
+  const int code = QCoreApplication::exec();
+  output.Flush();
+  return code;
+}
+
+}  // namespace kvx::app

@@ -1,0 +1,59 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+#include "app/options.h"
+#include "console/station.h"
+#include "platform/numbered_port.h"
+#include "platform/posix/files.h"
+#include "platform/posix/station_lock.h"
+#include "platform/qt/qt_loop.h"
+#include "platform/qt/stop_signals.h"
+
+namespace kvx::app {
+
+/// The running console: the station with the real adapters, for a window or for the headless command line. Lives inside a Qt
+/// application.
+class Program {
+ public:
+  explicit Program(const Options& options);
+
+  /// Takes the station folder. kBusy when another console has it.
+  Status Prepare();
+  /// Starts the station.
+  void Start();
+  /// Begins the orderly shut-down, which ends in `on_ended`; a second call does nothing.
+  void Stop();
+
+  console::Station& station() { return *station_; }
+  Loop& loop() { return loop_; }
+  /// Whether nobody has chosen a rig on this station yet.
+  bool unconfigured() const;
+  /// Turns this station into the simulated one.
+  void UseSimulatedRig();
+  /// Operates the simulated rig behind the rig port; empty when there is none.
+  std::string OperateSimulatedRig(std::string_view command);
+
+  std::function<void()> on_ended;
+
+ private:
+  std::unique_ptr<platform::SerialPort> MakePort(const std::string& address);
+  Task ShutDown();
+
+  platform::QtLoop loop_;
+  platform::PosixFiles files_;
+  platform::Path folder_;
+  bool demo_;
+  std::optional<platform::StationLock> lock_;
+  platform::NumberedPort rig_port_;
+  std::unique_ptr<console::Station> station_;
+  platform::StopSignals signals_;
+  Task shut_down_;
+};
+
+/// The shipped data: beside an installed program, else in the source tree it was built from.
+platform::Path DataFolder();
+
+}  // namespace kvx::app

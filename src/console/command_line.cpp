@@ -1,0 +1,309 @@
+#include "console/command_line.h"
+
+#include <algorithm>
+#include <array>
+#include <iterator>
+
+#include "console/status.h"
+#include "core/hex_text.h"
+#include "core/text.h"
+
+namespace kvx::console {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr std::size_t kMostWaitingLines = 10'000;
+constexpr int kHighestPort = 99;
+
+std::string Fail(std::string_view why) { return "error: " + std::string(why); }
+
+/// The first word and the rest.
+std::pair<std::string_view, std::string_view> FirstWord(std::string_view text) {
+  text = Trim(text);
+  const std::size_t end = std::min(text.find_first_of(" \t"), text.size());
+  return {text.substr(0, end), Trim(text.substr(end))};
+}
+
+std::string Answer(cat::SendOutcome outcome, const Station& station, const std::string& done) {
+  switch (outcome) {
+    case cat::SendOutcome::kSent: return "ok " + done;
+    case cat::SendOutcome::kClosed: return Fail("the rig port is closed (" + *station.console.Port + ")");
+    case cat::SendOutcome::kNoTemplate: return Fail(station.engine.rig().name + " has no such command");
+    case cat::SendOutcome::kRefused: break;
+  }
+  const std::string& why = *station.console.ErrorText;
+  return Fail(why.empty() ? "not sent" : why);
+}
+
+struct SliderName {
+  std::string_view name;
+  int number;
+};
+constexpr std::array kSliderNames{SliderName{"CW", 1},   SliderName{"TONE", 2},   SliderName{"ALPHA", 3},  SliderName{"BRAVO", 4},
+                                  SliderName{"CHAR", 5}, SliderName{"MISC", 6},   SliderName{"AF", 7},     SliderName{"AFGAIN", 7},
+                                  SliderName{"RF", 8},   SliderName{"RFGAIN", 8}, SliderName{"POWER", 9},  SliderName{"FILTER", 10},
+                                  SliderName{"NOTCH", 11}};
+
+/// A slider by number, by name, or by its short caption of the loaded rig; 0 when there is none.
+int SliderNumber(std::string_view name, const config::RigDefinition& rig) {
+  if (const auto number = ParseNumber(name, 1, config::kSliders)) return static_cast<int>(*number);
+  for (const SliderName& row : kSliderNames) {
+    if (EqualNoCase(row.name, name)) return row.number;
+  }
+  for (int i = 0; i < config::kSliders; ++i) {
+    if (EqualNoCase(rig.slider_captions[static_cast<std::size_t>(i)], name) && !EqualNoCase(name, "na")) return i + 1;
+  }
+  return 0;
+}
+
+std::optional<bool> OnOff(std::string_view text) {
+  if (EqualNoCase(text, "on")) return true;
+  if (EqualNoCase(text, "off")) return false;
+  return std::nullopt;
+}
+
+}  // namespace
+
+const CommandLine::Command CommandLine::kCommands[] = {
+    {"status", &CommandLine::DoStatus, "the station's state as JSON"},
+    {"rig", &CommandLine::DoRig, "NAME: choose a rig definition (NONE: no rig)"},
+    {"rigs", &CommandLine::DoRigs, "the names of all rig definitions"},
+    {"slot", &CommandLine::DoSlot, "0..8: choose a saved rig"},
+    {"rignumber", &CommandLine::DoRigNumber, "1..7: choose the rig address"},
+    {"port", &CommandLine::DoPort, "0..99: the rig port's number, 0 for none"},
+    {"speed", &CommandLine::DoSpeed, "BAUD: the rig port's speed"},
+    {"freq", &CommandLine::DoFreq, "KHZ: tune"},
+    {"mode", &CommandLine::DoMode, "LSB|USB|CW|CWN|AM|FM|FMN|RTTY"},
+    {"narrow", &CommandLine::DoNarrow, "on|off"},
+    {"vfo", &CommandLine::DoVfo, "A|B"},
+    {"send", &CommandLine::DoSend, "KEY-OR-COMMAND: straight to the dispatcher; <CR> and <0xNN> stand for control characters"},
+    {"fn", &CommandLine::DoFunction, "1..9: press a function key"},
+    {"fnval", &CommandLine::DoFunctionValue, "1..9 TEXT: the value of a function key"},
+    {"slider", &CommandLine::DoSlider, "NAME VALUE"},
+    {"poll", &CommandLine::DoPoll, "on|off: ask the rig for its state"},
+    {"meter", &CommandLine::DoMeter, "off|0..9: poll that meter instead of the S-meter"},
+    {"trace", &CommandLine::DoTrace, "on|off: print every byte sent and received"},
+    {"sim", &CommandLine::DoSim, "COMMAND: operate the simulated rig (knob KHZ, mode M, state ...)"},
+    {"help", &CommandLine::DoHelp, "the commands"},
+};
+
+CommandLine::CommandLine(Loop& loop, Station& station, Output output)
+    : loop_(loop), station_(station), output_(std::move(output)) {
+  subscription_ = station_.console.Subscribe([this](Field field) { Follow(field); });
+  station_.engine.link.DisplayTX = [this](std::string_view bytes) { Trace("sent ", bytes); };
+  station_.engine.link.DisplayRCV = [this](std::string_view bytes) { Trace("received ", bytes); };
+}
+
+void CommandLine::Ready() {
+  ready_ = true;
+  output_("ready");
+  for (const std::string& event : std::exchange(early_events_, {})) output_(event);
+  run_ = Run();
+}
+
+void CommandLine::Take(std::string line) {
+  if (lines_.size() >= kMostWaitingLines) return output_(Fail("too many commands are waiting"));
+  lines_.push_back(std::move(line));
+  line_taken_.Notify();
+}
+
+Task CommandLine::Run() {
+  while (true) {
+    while (lines_.empty()) {
+      co_await line_taken_.Within(loop_, 1h);
+    }
+    const std::string line = std::move(lines_.front());
+    lines_.pop_front();
+    const std::string word = Lower(Trim(line));
+    if (word == "quit") {
+      output_("ok quit");
+      if (on_quit) on_quit();
+      co_return;
+    }
+    if (word == "save") {
+      Task save = station_.SaveRig("");
+      co_await save;
+      output_(station_.saved() ? "ok saved" : Fail(*station_.console.MsgArea));
+      continue;
+    }
+    if (!word.empty()) output_(Execute(line));
+    // Output and other events get their turn even when a script pours in commands.
+    co_await loop_.Pass();
+  }
+}
+
+std::string CommandLine::Execute(std::string_view line) {
+  const auto [name, argument] = FirstWord(line);
+  const auto* command =
+      std::find_if(std::begin(kCommands), std::end(kCommands), [word = name](const Command& row) { return EqualNoCase(row.name, word); });
+  if (command == std::end(kCommands)) return Fail("there is no command " + OneLine(name, 40) + " (help lists them)");
+  station_.console.ErrorText.Set("");
+  return (this->*command->handler)(argument);
+}
+
+void CommandLine::Tell(const std::string& event) {
+  if (ready_) return output_(event);
+  early_events_.push_back(event);
+}
+
+void CommandLine::Follow(Field field) {
+  const Console& console = station_.console;
+  const auto tell_text = [&](const std::string& text) {
+    if (!text.empty()) Tell("message " + text);
+  };
+  switch (field) {
+    case Field::kFreqDisp: return Tell("freq " + KhzText(*console.FreqDisp));
+    case Field::kMode: return Tell("mode " + std::string(Trim(*console.Mode)));
+    case Field::kActiveVfo: return Tell(std::string("vfo ") + *console.ActiveVfo);
+    case Field::kMsgArea: return tell_text(*console.MsgArea);
+    case Field::kErrorText: return tell_text(*console.ErrorText);
+    case Field::kTransmitting: return Tell(*console.Transmitting ? "tx on" : "tx off");
+    case Field::kPort: return Tell("port " + *console.Port);
+    case Field::kRigName: return Tell("rig " + *console.RigName);
+    default: return;
+  }
+}
+
+void CommandLine::Trace(std::string_view direction, std::string_view bytes) {
+  if (!trace_) return;
+  const bool text = station_.engine.rig().text_replies();
+  Tell(std::string(direction) + (text ? ToVisible(bytes) : SpacedHex(bytes)));
+}
+
+std::string CommandLine::DoStatus(std::string_view) { return StatusJson(station_); }
+
+std::string CommandLine::DoRig(std::string_view argument) {
+  if (argument.empty()) return "ok " + *station_.console.RigName;
+  const Status chosen = station_.ChooseRig(std::string(argument));
+  return chosen ? "ok " + *station_.console.RigName : Fail(chosen.error().message);
+}
+
+std::string CommandLine::DoRigs(std::string_view) {
+  const auto names = station_.RigNames();
+  if (!names) return Fail(names.error().message);
+  std::string answer = "ok";
+  for (const std::string& name : *names) answer += (answer == "ok" ? " " : ", ") + OneLine(name);
+  return answer;
+}
+
+std::string CommandLine::DoSlot(std::string_view argument) {
+  const auto slot = ParseNumber(argument, 0, config::kSavedRigs);
+  if (!slot) return Fail("slot takes 0 to 8");
+  const Status chosen = station_.xRig_Click(static_cast<int>(*slot));
+  return chosen ? "ok slot " + std::to_string(*slot) + " " + *station_.console.RigName : Fail(chosen.error().message);
+}
+
+std::string CommandLine::DoRigNumber(std::string_view argument) {
+  const auto number = ParseNumber(argument, 1, 7);
+  if (!number) return Fail("rignumber takes 1 to 7");
+  station_.Rig_Click(static_cast<int>(*number));
+  return "ok rignumber " + *station_.console.RigNumber;
+}
+
+std::string CommandLine::DoPort(std::string_view argument) {
+  const auto number = ParseNumber(argument, 0, kHighestPort);
+  if (!number) return Fail("port takes 0 to 99");
+  station_.SetRigPort(static_cast<int>(*number), station_.settings().rig_speed);
+  return "ok port " + std::to_string(*number) + " " + *station_.console.Port;
+}
+
+std::string CommandLine::DoSpeed(std::string_view argument) {
+  const auto speed = ParseNumber(argument, 300, 921'600);
+  if (!speed) return Fail("speed takes 300 to 921600 baud");
+  station_.SetRigPort(station_.settings().rig_port, static_cast<int>(*speed));
+  return "ok speed " + std::to_string(*speed) + " " + *station_.console.Port;
+}
+
+std::string CommandLine::DoFreq(std::string_view argument) {
+  const auto frequency = ParseKhz(argument);
+  if (!frequency || frequency->decihertz <= 0) return Fail("freq takes kHz, as in 14025.00; not " + OneLine(argument, 40));
+  const cat::SendOutcome outcome = station_.engine.operations.TuneTo(*frequency);
+  return Answer(outcome, station_, "freq " + KhzText(*station_.console.FreqDisp));
+}
+
+std::string CommandLine::DoMode(std::string_view argument) {
+  const auto outcome = station_.engine.operations.SetModeByName(argument);
+  if (!outcome) return Fail(outcome.error().message);
+  return Answer(*outcome, station_, "mode " + std::string(Trim(*station_.console.Mode)));
+}
+
+std::string CommandLine::DoNarrow(std::string_view argument) {
+  const auto on = OnOff(argument);
+  if (!on) return Fail("narrow takes on or off");
+  station_.console.Xnarrow.Set(*on);
+  return std::string("ok narrow ") + (*on ? "on" : "off");
+}
+
+std::string CommandLine::DoVfo(std::string_view argument) {
+  if (EqualNoCase(argument, "A")) return Answer(station_.engine.operations.VFOA_Click(), station_, "vfo A");
+  if (EqualNoCase(argument, "B")) return Answer(station_.engine.operations.VFOB_Click(), station_, "vfo B");
+  return Fail("vfo takes A or B");
+}
+
+std::string CommandLine::DoSend(std::string_view argument) {
+  if (argument.empty()) return Fail("send takes a key or a command");
+  return Answer(station_.engine.dispatcher.SendData(FromVisible(argument)), station_, "sent");
+}
+
+std::string CommandLine::DoFunction(std::string_view argument) {
+  const auto number = ParseNumber(argument, 1, config::kFunctions);
+  if (!number) return Fail("fn takes 1 to 9");
+  const cat::SendOutcome outcome = station_.PressFunction(static_cast<int>(*number));
+  const bool told = outcome == cat::SendOutcome::kRefused && station_.console.ErrorText->empty();
+  return told ? Fail(*station_.console.MsgArea) : Answer(outcome, station_, "fn " + std::to_string(*number));
+}
+
+std::string CommandLine::DoFunctionValue(std::string_view argument) {
+  const auto [word, text] = FirstWord(argument);
+  const auto number = ParseNumber(word, 1, config::kFunctions);
+  if (!number) return Fail("fnval takes 1 to 9 and a text");
+  station_.console.Text5.Set(static_cast<std::size_t>(*number - 1), std::string(text));
+  return "ok fnval " + std::to_string(*number) + " " + OneLine(text);
+}
+
+std::string CommandLine::DoSlider(std::string_view argument) {
+  const auto [name, text] = FirstWord(argument);
+  const int number = SliderNumber(name, station_.engine.rig());
+  if (number == 0) return Fail("there is no slider " + OneLine(name, 40));
+  const auto value = ParseNumber(text, 0, 99'999);
+  if (!value) return Fail("slider takes a name and a whole number");
+  const cat::SendOutcome outcome = station_.MoveSlider(number, static_cast<int>(*value));
+  const int set = station_.console.Slider[static_cast<std::size_t>(number - 1)];
+  return Answer(outcome, station_, "slider " + std::string(name) + " " + std::to_string(set));
+}
+
+std::string CommandLine::DoPoll(std::string_view argument) {
+  const auto on = OnOff(argument);
+  if (!on) return Fail("poll takes on or off");
+  station_.console.Polling.Set(*on);
+  return std::string("ok poll ") + (*on ? "on" : "off");
+}
+
+std::string CommandLine::DoMeter(std::string_view argument) {
+  const auto number = ParseNumber(argument, 0, 9);
+  if (!number && !EqualNoCase(argument, "off")) return Fail("meter takes off or 0 to 9");
+  station_.console.MeterOn.Set(number.has_value());
+  if (number) station_.console.MeterNumber.Set(std::to_string(*number));
+  return "ok meter " + Lower(argument);
+}
+
+std::string CommandLine::DoTrace(std::string_view argument) {
+  const auto on = OnOff(argument);
+  if (!on) return Fail("trace takes on or off");
+  trace_ = *on;
+  return std::string("ok trace ") + (*on ? "on" : "off");
+}
+
+std::string CommandLine::DoSim(std::string_view argument) {
+  const std::string answer = simulated_rig ? simulated_rig(argument) : std::string();
+  return answer.empty() ? Fail("the rig port is no simulated rig") : answer;
+}
+
+std::string CommandLine::DoHelp(std::string_view) {
+  std::string answer = "ok";
+  for (const Command& command : kCommands) answer += " " + std::string(command.name);
+  return answer + " save quit";
+}
+
+}  // namespace kvx::console

@@ -1,0 +1,80 @@
+#pragma once
+
+#include <deque>
+#include <functional>
+#include <string>
+#include <string_view>
+
+#include "console/station.h"
+
+namespace kvx::console {
+
+/// The headless command line: one command a line, each answered by one line, "ok ..." or "error: ..." (`status`: the JSON itself);
+/// other lines tell what happens ("freq 14025.00", "mode CW", "message ...", "tx on"). The first line is "ready".
+class CommandLine {
+ public:
+  /// Takes one line of output, without its end.
+  using Output = std::function<void(const std::string& line)>;
+
+  CommandLine(Loop& loop, Station& station, Output output);
+
+  /// Says "ready" and whatever happened before; from now on events are told at once.
+  void Ready();
+  /// Takes a line of input. Commands are carried out in order, a later one when the earlier one is done.
+  void Take(std::string line);
+  /// An input line that was too long to take.
+  void Refuse(const std::string& why) { output_("error: " + why); }
+
+  std::function<void()> on_quit;
+  /// Operates the simulated device behind the rig port; unset or empty answer: there is none.
+  std::function<std::string(std::string_view command)> simulated_rig;
+
+ private:
+  using Handler = std::string (CommandLine::*)(std::string_view argument);
+  struct Command {
+    std::string_view name;
+    Handler handler;
+    std::string_view usage;
+  };
+  static const Command kCommands[];
+
+  Task Run();
+  std::string Execute(std::string_view line);
+  void Tell(const std::string& event);
+  void Follow(Field field);
+  void Trace(std::string_view direction, std::string_view bytes);
+
+  std::string DoStatus(std::string_view argument);
+  std::string DoRig(std::string_view argument);
+  std::string DoRigs(std::string_view argument);
+  std::string DoSlot(std::string_view argument);
+  std::string DoRigNumber(std::string_view argument);
+  std::string DoPort(std::string_view argument);
+  std::string DoSpeed(std::string_view argument);
+  std::string DoFreq(std::string_view argument);
+  std::string DoMode(std::string_view argument);
+  std::string DoNarrow(std::string_view argument);
+  std::string DoVfo(std::string_view argument);
+  std::string DoSend(std::string_view argument);
+  std::string DoFunction(std::string_view argument);
+  std::string DoFunctionValue(std::string_view argument);
+  std::string DoSlider(std::string_view argument);
+  std::string DoPoll(std::string_view argument);
+  std::string DoMeter(std::string_view argument);
+  std::string DoTrace(std::string_view argument);
+  std::string DoSim(std::string_view argument);
+  std::string DoHelp(std::string_view argument);
+
+  Loop& loop_;
+  Station& station_;
+  Output output_;
+  bool ready_ = false;
+  bool trace_ = false;
+  std::deque<std::string> early_events_;
+  std::deque<std::string> lines_;
+  Signal line_taken_;
+  Console::Subscription subscription_;
+  Task run_;
+};
+
+}  // namespace kvx::console

@@ -1,0 +1,225 @@
+#include "console/station.h"
+
+#include <algorithm>
+
+#include "core/text.h"
+
+namespace kvx::console {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr Duration kDrainTime = 500ms;
+
+}  // namespace
+
+Station::Station(const StationParts& parts)
+    : loop_(parts.loop),
+      files_(parts.files),
+      folder_(parts.folder),
+      data_(parts.data),
+      database_(parts.folder / "rigsetup.sqlite"),
+      settings_file_(parts.loop, parts.files, parts.folder, [this](const std::string& line) { Notice(line); }),
+      engine(parts.loop, console, parts.rig_port),
+      clock_(parts.loop, console) {
+  engine.link.on_notice = [this](const std::string& line) { Notice(line); };
+  engine.link.on_opened = [this] { PortOpened(); };
+}
+
+void Station::Notice(const std::string& line) { console.MsgArea.Set(OneLine(line, 400)); }
+
+void Station::Start() {
+  ReadPosition();
+  PrepareStore();
+  InitRig(" ").ok();
+  engine.poller.Start();
+  OpenRigPort();
+  clock_.Start();
+}
+
+void Station::ReadPosition() {
+  const platform::Path file = folder_ / "RIGform.Pos";
+  const auto content = files_.Read(file);
+  if (!content) {
+    if (content.error().code != ErrorCode::kNotFound) Notice(content.error().message);
+    return;
+  }
+  if (auto read = ParsePosition(*content, position); !read) {
+    const platform::Path aside = SetAsideName(files_, file);
+    const Status moved = files_.Rename(file, aside);
+    Notice(file.string() + ": " + read.error().message + (moved ? "; set aside as " + aside.filename().string() : std::string()));
+    return;
+  }
+  for (std::size_t i = 0; i < position.sliders.size(); ++i) console.Slider.Set(i, std::max(0, position.sliders[i]));
+  console.Colors.Set({position.display_colors[0], position.display_colors[1]});
+}
+
+void Station::WritePosition() {
+  for (std::size_t i = 0; i < position.sliders.size(); ++i) position.sliders[i] = console.Slider[i];
+  position.display_colors = {console.Colors->first, console.Colors->second};
+  if (auto written = files_.Write(folder_ / "RIGform.Pos", FormatPosition(position)); !written) Notice(written.error().message);
+}
+
+void Station::PrepareStore() {
+  const auto notice = [this](const std::string& line) { Notice(line); };
+  if (auto prepared = database_.Prepare(files_, data_, notice); !prepared) Notice(prepared.error().message);
+}
+
+Status Station::InitRig(const std::string& slot) {
+  const config::StationSettings file = config::StationSettings::From(settings_file_.Read());
+  const bool start_up = slot == " ";
+  const auto number = start_up ? 0 : ParseNumber(slot, 0, config::kSavedRigs).value_or(-1);
+  if (number < 0) return Error{ErrorCode::kInvalid, "there is no saved rig " + OneLine(slot)};
+  const config::StationSettings before = settings_;
+  settings_ = file;
+  if (number > 0) {
+    const config::SavedRig& saved = file.saved_rigs[static_cast<std::size_t>(number)];
+    settings_.rig_port = before.rig_port;
+    settings_.rig_number = before.rig_number;
+    settings_.rig = saved.name;
+    if (saved.speed > 0) settings_.rig_speed = saved.speed;
+    settings_.rig_start = saved.start_bit;
+    settings_.rig_stop = saved.stop_bit;
+  }
+  console.RigNumber.Set(settings_.rig_number);
+  console.Offset.Set(ParseKhz(settings_.offset).value_or(Frequency{}));
+  clock_.SetGmtHours(settings_.gmt_is_set ? settings_.gmt_hours : 0);
+  if (auto loaded = SetRig(settings_.rig); !loaded) {
+    Notice(loaded.error().message);
+    return loaded;
+  }
+  return Ok();
+}
+
+Status Station::SetRig(const std::string& name) {
+  if (EqualNoCase(name, "NONE")) {
+    console.RigName.Set("NONE");
+    console.RigType.Set("");
+    return Ok();
+  }
+  auto row = database_.Find(name);
+  if (!row) return row.error();
+  if (!row->has_value()) return Error{ErrorCode::kNotFound, "there is no rig " + OneLine(name) + " in " + database_.file().string()};
+  engine.UseRig(config::LoadDefinition(std::move(**row)));
+  const config::RigDefinition& rig = engine.rig();
+  settings_.rig = rig.name;
+  settings_.family = rig.family;
+  console.RigName.Set(rig.name);
+  console.RigType.Set(rig.family);
+  for (std::size_t i = 0; i < console.Text5.size(); ++i) {
+    const std::string& text = rig.row["FNT" + std::to_string(i + 1)];
+    if (!text.empty()) console.Text5.Set(i, text);
+  }
+  console.Label10.Set("ALC");
+  engine.dispatcher.SendData("ALC");
+  ApplyTs520Offset();
+  console.RigRow.Set(*console.RigRow + 1);
+  return Ok();
+}
+
+/// A rig without CAT whose dial is set by hand: the offset entry follows the mode.
+void Station::ApplyTs520Offset() {
+  if (engine.rig().name != "TS-520") return;
+  struct Row {
+    std::string_view mode;
+    std::string_view khz;
+  };
+  for (const Row& row : {Row{"USB", "-1.5"}, Row{"LSB", "1.5"}, Row{"CW", "0"}}) {
+    if (console.Mode->find(row.mode) != std::string::npos) console.Offset.Set(*ParseKhz(row.khz));
+  }
+}
+
+Task Station::SaveRig(std::string name) {
+  if (!name.empty()) settings_.rig = name;
+  Task rewrite = settings_file_.Rewrite(config::ConsoleChanges(settings_));
+  co_await rewrite;
+  SetRig(settings_.rig).ok();
+}
+
+void Station::KeepInFile(std::vector<config::SettingChange> changes) {
+  std::erase_if(saves_, [](const Task& task) { return task.done(); });
+  saves_.push_back(settings_file_.Rewrite(std::move(changes)));
+}
+
+Status Station::ChooseRig(const std::string& name) {
+  if (auto loaded = SetRig(name); !loaded) return loaded;
+  if (EqualNoCase(name, "NONE")) settings_.rig = "NONE";
+  KeepInFile(config::ConsoleChanges(settings_));
+  OpenRigPort();
+  return Ok();
+}
+
+cat::SendOutcome Station::Rig_Click(int number) {
+  console.RigNumber.Set(std::to_string(number));
+  settings_.rig_number = *console.RigNumber;
+  KeepInFile({{"RIGNUMBER=", settings_.rig_number}});
+  // A rig address that is itself a command (an antenna or rig selection ending in ";") is sent as it stands.
+  const std::string& select = engine.rig().row["Add" + *console.RigNumber];
+  if (select.find(';') == std::string::npos) return engine.dispatcher.SendData(*console.ActiveVfo == 'A' ? "XGETFREQ" : "XGETFREQB");
+  if (!engine.link.is_open()) return cat::SendOutcome::kClosed;
+  return engine.link.WriteRigPort(ToLatin1(select)) ? cat::SendOutcome::kSent : cat::SendOutcome::kRefused;
+}
+
+Status Station::xRig_Click(int slot) {
+  if (slot < 0 || slot > config::kSavedRigs) return Error{ErrorCode::kInvalid, "there is no saved rig " + std::to_string(slot)};
+  if (slot > 0) {
+    const auto saved = config::StationSettings::From(settings_file_.Read()).saved_rigs[static_cast<std::size_t>(slot)];
+    if (saved.name.empty()) return Error{ErrorCode::kNotFound, "saved rig " + std::to_string(slot) + " is empty"};
+  }
+  console.RigSlot.Set(slot);
+  console.Rport.Set(std::to_string(slot));
+  auto applied = InitRig(std::to_string(slot));
+  OpenRigPort();
+  return applied;
+}
+
+void Station::SetRigPort(int number, int speed) {
+  settings_.rig_port = number;
+  settings_.rig_speed = speed;
+  KeepInFile(config::RigPortChanges(settings_));
+  OpenRigPort();
+}
+
+void Station::OpenRigPort() {
+  platform::PortSettings port{.number = settings_.rig_port, .speed = settings_.rig_speed, .stop_bits = settings_.stop_bits()};
+  if (port.number < config::kSwitchedPorts) {
+    port.dtr = settings_.dtr_on[static_cast<std::size_t>(port.number)];
+    port.rts = settings_.rts_on[static_cast<std::size_t>(port.number)];
+  }
+  clock_.SetPace(std::chrono::milliseconds(settings_.poll_milliseconds), port.speed);
+  engine.link.OpenRigPort(port, !EqualNoCase(*console.RigName, "NONE"));
+}
+
+/// The follow-up of a freshly opened port. A transmitter that was keyed when the port went is released before anything else.
+void Station::PortOpened() {
+  if (*console.Transmitting) engine.dispatcher.SendData("XSETBRAVO");
+  engine.dispatcher.SendData("ALC");
+  engine.poller.PortOpened();
+}
+
+cat::SendOutcome Station::PressFunction(int number) { return engine.dispatcher.SendData("XFN" + std::to_string(number)); }
+
+cat::SendOutcome Station::MoveSlider(int number, int value) {
+  const auto index = static_cast<std::size_t>(number - 1);
+  const config::SliderBounds& bounds = engine.rig().slider_bounds.at(index);
+  const auto [low, high] = std::minmax(bounds.minimum, bounds.maximum);
+  console.Slider.Set(index, std::clamp(value, low, high));
+  const cat::CommandKey* key = cat::SliderKey(number);
+  return key == nullptr ? cat::SendOutcome::kNoTemplate : engine.dispatcher.SendData(key->key);
+}
+
+Task Station::ShutDown() {
+  if (*console.Transmitting) engine.dispatcher.SendData("XSETBRAVO");
+  engine.poller.Stop();
+  clock_.Stop();
+  WritePosition();
+  Task saved = SaveRig("");
+  co_await saved;
+  const TimePoint limit = loop_.Now() + kDrainTime;
+  while (engine.link.is_open() && engine.link.bytes_unsent() > 0 && loop_.Now() < limit) {
+    co_await loop_.Sleep(5ms);
+  }
+  engine.link.CloseRigPort();
+}
+
+}  // namespace kvx::console
