@@ -43,6 +43,9 @@ StationSettings StationSettings::From(const Settings& settings) {
   station.screen_color = settings.number("SCREENCOLOR=");
   station.screen_meter = settings.number("SCREENMETER=");
   station.body_color = settings.number("BODYCOLOR=");
+  for (std::size_t i = 0; i < station.function_texts.size(); ++i) {
+    station.function_texts[i] = Trimmed(settings, "F" + std::to_string(i + 1) + "=");
+  }
   for (int slot = 1; slot <= kSavedRigs; ++slot) {
     const auto index = static_cast<std::size_t>(slot);
     station.saved_rigs[index] = ReadSavedRig(settings, slot);

@@ -45,6 +45,7 @@ struct StationSettings {
   std::int64_t screen_color = 0;
   std::int64_t screen_meter = 0;
   std::int64_t body_color = 0;
+  std::array<std::string, 9> function_texts;  ///< "F1=" to "F9="
   std::array<SavedRig, kSavedRigs + 1> saved_rigs;  ///< index 1 to 8
   std::array<bool, kSwitchedPorts> rts_on{};        ///< by port number
   std::array<bool, kSwitchedPorts> dtr_on{};

@@ -67,7 +67,7 @@ Status StoreMaker::Prepare() {
 
 /// Cheap enough for every start: the file begins and ends as it should and its main table can be read.
 Status StoreMaker::CheckStore() const {
-  const auto damaged = [this](const std::string& why) { return Error{ErrorCode::kDamaged, why}; };
+  const auto damaged = [](const std::string& why) { return Error{ErrorCode::kDamaged, why}; };
   Result<Sqlite> store = Sqlite::Open(store_);
   if (!store) return store.error();
   const Result<bool> row = store->HasRow("SELECT RigName FROM RigSetup LIMIT 1");

@@ -60,7 +60,8 @@ StopSignals::StopSignals()
   action.sa_flags = SA_RESTART;
   for (std::size_t i = 0; i < kStopSignals.size(); ++i) {
     ::sigaction(kStopSignals[i], nullptr, &previous_->stop[i]);
-    if (previous_->stop[i].sa_handler != SIG_IGN) ::sigaction(kStopSignals[i], &action, nullptr);
+    const bool kept_ignored = kStopSignals[i] == SIGHUP && previous_->stop[i].sa_handler == SIG_IGN;
+    if (!kept_ignored) ::sigaction(kStopSignals[i], &action, nullptr);
   }
   action.sa_handler = SIG_IGN;
   ::sigaction(SIGPIPE, &action, &previous_->pipe);

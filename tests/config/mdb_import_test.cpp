@@ -1,0 +1,89 @@
+#include "config/mdb_import.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "fakes/temporary_folder.h"
+#include "platform/posix/files.h"
+
+namespace kvx::config {
+namespace {
+
+const std::filesystem::path kSample = std::filesystem::path(KVX_TEST_DATA) / "old-rigsetup.mdb";
+
+std::string SampleBytes() {
+  return platform::PosixFiles().Read(kSample, 1U << 20).value();
+}
+
+const MdbContent::Row& Rig(const MdbContent& content, const std::string& name) {
+  for (const MdbContent::Row& row : content.rig_setup) {
+    if (row.at("RigName") == name) return row;
+  }
+  ADD_FAILURE() << name << " is missing";
+  return content.rig_setup.front();
+}
+
+TEST(MdbImport, ReadsEveryRowAndField) {
+  const auto content = ReadMdb(kSample);
+  ASSERT_TRUE(content.ok()) << content.error().message;
+  ASSERT_EQ(content->rig_setup.size(), 45U);
+  for (const auto& row : content->rig_setup) EXPECT_EQ(row.size(), 118U);
+  const auto& odd = Rig(*content, "Grüße – \"odd\" rig");
+  EXPECT_EQ(odd.at("RigType"), "HOMEBREW");
+  EXPECT_EQ(odd.at("US7"), "PS1;AI2;") << "a memo field";
+  EXPECT_EQ(odd.at("MEMO3"), "One, Two,  Three");
+  EXPECT_EQ(odd.at("SetFreq"), "") << "a Null";
+  const auto& icom = Rig(*content, "IC-7300");
+  EXPECT_EQ(icom.at("SetFreq"), "FEFE<ADDR>E005<FREQ10>FD");
+  EXPECT_EQ(icom.at("SendAsHEX") + icom.at("RevData"), "11");
+  const auto& club = Rig(*content, "Club rig 39");
+  EXPECT_EQ(club.at("SendAsHEX") + club.at("RevData"), "01");
+
+  ASSERT_EQ(content->rigfn.size(), 2U);
+  const auto& beacon = content->rigfn[0];
+  EXPECT_EQ(beacon.at("RigName") + beacon.at("Freq") + beacon.at("Mode") + beacon.at("FNT1") + beacon.at("FNT2"),
+            "TS-850S14025.00CW06000744");
+  EXPECT_EQ(beacon.at("Scan") + beacon.at("Desc"), "Ybeacon");
+  EXPECT_EQ(beacon.at("FNP1") + beacon.at("FNP2") + beacon.at("FNP5"), "011");
+}
+
+TEST(MdbImport, AFileThatIsCutShortOrSomethingElseIsDamaged) {
+  const TemporaryFolder folder;
+  const std::string bytes = SampleBytes();
+  const auto expect_damaged = [&folder](const std::string& content) {
+    folder.Put("x.mdb", content);
+    const auto result = ReadMdb(folder / "x.mdb");
+    ASSERT_FALSE(result.ok()) << content.size();
+    EXPECT_EQ(result.error().code, ErrorCode::kDamaged);
+    EXPECT_TRUE(result.error().message.starts_with((folder / "x.mdb").string())) << result.error().message;
+  };
+  for (std::size_t length = 0; length < bytes.size(); length += 4096) expect_damaged(bytes.substr(0, length));
+  for (std::size_t length = 1; length < bytes.size(); length += 9973) expect_damaged(bytes.substr(0, length));
+  expect_damaged("SQLite format 3");
+  expect_damaged(std::string(200'000, '\0'));
+  EXPECT_EQ(ReadMdb(folder / "none.mdb").error().code, ErrorCode::kNotFound);
+}
+
+TEST(MdbImport, NoBrokenByteCrashesOrHangsUs) {
+  const TemporaryFolder folder;
+  const std::string bytes = SampleBytes();
+  std::mt19937 random(3);
+  int damaged = 0;
+  for (int round = 0; round < 150; ++round) {
+    std::string broken = bytes;
+    for (auto count = 1 + random() % 40; count > 0; --count) {
+      broken[random() % broken.size()] = static_cast<char>(random());
+    }
+    folder.Put("x.mdb", broken);
+    const auto result = ReadMdb(folder / "x.mdb");
+    if (!result.ok()) ++damaged;
+    for (const auto& row : result.ok() ? result->rig_setup : std::vector<MdbContent::Row>()) {
+      for (const auto& [name, value] : row) ASSERT_LT(name.size() + value.size(), 100'000U);
+    }
+  }
+  EXPECT_GT(damaged, 0) << "not one of them was noticed: the damage missed the tables";
+}
+
+}  // namespace
+}  // namespace kvx::config

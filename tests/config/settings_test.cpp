@@ -1,0 +1,115 @@
+#include "config/settings.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace kvx::config {
+namespace {
+
+using namespace std::string_literals;
+
+TEST(Settings, ValuesAreUpperCaseFromAFixedColumn) {
+  const Settings settings = Settings::Parse(
+      "SCREENCOLOR= 8421504\r\n"
+      "xrig=ts-850s\r\n"
+      "F1Title=CQ\r\n"
+      "F2=cq test\r\n"
+      "REVPADDLE=True\nXPADJUST=YES\nRTSON1=1\nPOT2=False\n"
+      "no equals sign GMT\n"
+      "HANGTIME=many\n"
+      "FontName=Courier New");
+  EXPECT_EQ(settings.text("SCREENCOLOR="), " 8421504");
+  EXPECT_EQ(settings.number("SCREENCOLOR="), 8421504);
+  EXPECT_EQ(settings.text("XRIG="), "TS-850S");
+  EXPECT_EQ(settings.text("F1Title="), "=CQ");
+  EXPECT_EQ(settings.text("F2="), "CQ TEST");
+  EXPECT_TRUE(settings.flag("REVPADDLE=") && settings.flag("XPADJUST=") && settings.flag("RTSON1="));
+  EXPECT_FALSE(settings.flag("POT2="));
+  EXPECT_EQ(settings.number("HANGTIME="), 0);
+  EXPECT_EQ(settings.text("FONTNAME="), "COURIER NEW");
+  EXPECT_FALSE(settings.has("GMT="));
+  EXPECT_EQ(settings.text("NOSUCHKEY="), "");
+}
+
+TEST(Settings, AKeyMatchesAnywhereAndTheLastLineWins) {
+  EXPECT_EQ(Settings::Parse("RIGPORT= 3\nRIGPORT= 4\n").number("RIGPORT="), 4);
+  EXPECT_EQ(Settings::Parse("  RIGPORT= 3").text("RIGPORT="), "T= 3") << "the column is counted from the line's start";
+  EXPECT_EQ(Settings::Parse("INVERT=True\nDIRECTINVERT=False").text("INVERT="), "NVERT=FALSE");
+  EXPECT_EQ(Settings::Parse("DIRECTINVERT=False\nINVERT=True").text("INVERT="), "TRUE");
+  EXPECT_EQ(Settings::Parse("\xEF\xBB\xBFXRIG=ORION\n").text("XRIG="), "ORION");
+}
+
+TEST(Settings, SavedRigKeysDifferInTheirBlank) {
+  EXPECT_EQ(SavedRigKey("KEYERPORT", 1), "KEYERPORT 1=");
+  EXPECT_EQ(SavedRigKey("RTSON", 8), "RTSON8=");
+  EXPECT_EQ(Settings::Parse("KEYERPORT 1=COM3").text("KEYERPORT 1="), "COM3");
+  EXPECT_FALSE(Settings::Parse("KEYERPORT1=COM3").has("KEYERPORT 1="));
+  EXPECT_EQ(Settings::Parse("RIG 2=Orion").text(SavedRigKey("RIG", 2)), "ORION");
+}
+
+TEST(Settings, BothFormsOfABandModeReadAlike) {
+  EXPECT_EQ(BandKey("BANDMODE", 3), "BANDMODE03=");
+  EXPECT_EQ(Settings::Parse("BANDMODE03= USB").text("BANDMODE03="), " USB");
+  EXPECT_EQ(Settings::Parse("BANDMODE03=USB").text("BANDMODE03="), "USB");
+}
+
+TEST(Settings, ZeroHoursMeanFive) {
+  for (const char* five : {"", "GMT=0", "GMT= 0", "GMT=", "GMT=x"})
+    EXPECT_EQ(Settings::Parse(five).gmt_offset(), 5) << five;
+  EXPECT_EQ(Settings::Parse("GMT=-3").gmt_offset(), -3);
+  EXPECT_EQ(Settings::Parse("GMT=99999999999999999999").gmt_offset(), 1000);
+}
+
+TEST(Settings, KeysAreTestedInTheOrderOfTheTable) {
+  const std::vector<std::string>& keys = SettingKeys();
+  const auto at = [&](const std::string& key) { return std::find(keys.begin(), keys.end(), key) - keys.begin(); };
+  EXPECT_EQ(keys.size(), 84U + 7 * kSavedRigs + 2 * kBandMemories);
+  EXPECT_TRUE(std::is_sorted(keys.begin(), keys.end(), [&](const auto& a, const auto& b) { return at(a) < at(b); }))
+      << "none twice";
+  EXPECT_LT(at("GMT="), at("F1="));
+  EXPECT_LT(at("F9="), at("F1Title="));
+  EXPECT_LT(at("INVERT="), at("DIRECTINVERT="));
+  EXPECT_LT(at("STOPBIT 8="), at("BANDREM01="));
+  EXPECT_EQ(keys.back(), "BANDMODE15=");
+}
+
+TEST(RewriteSettings, ReplacesInPlaceKeepsTheRestAndAppends) {
+  const std::string old = "; by hand\r\nxrig=old\r\nUNKNOWN=1\r\nDIRECTINVERT=True\r\nBANDMODE03= USB\r\nlast line";
+  EXPECT_EQ(RewriteSettings(old, {{"XRIG=", "FT-857"},
+                                  {"INVERT=", "False"},
+                                  {"BANDMODE03=", "LSB", true},
+                                  {"BANDMODE04=", "CW", true},
+                                  {"GMT=", " 6"}}),
+            "; by hand\r\nXRIG=FT-857\r\nUNKNOWN=1\r\nDIRECTINVERT=True\r\nBANDMODE03=LSB\r\nlast line\r\n"
+            "INVERT=False\r\nBANDMODE04= CW\r\nGMT= 6\r\n");
+  EXPECT_EQ(RewriteSettings("", {{"XRIG=", "A"}}), "XRIG=A\n");
+  EXPECT_EQ(RewriteSettings("A=1\n\n", {}), "A=1\n\n");
+}
+
+TEST(RewriteSettings, ALineBelongsToTheKeyItBeginsWith) {
+  EXPECT_EQ(RewriteSettings("F3=xrig=1\n xrig=2\nXRIG=3\n", {{"XRIG=", "N"}}), "F3=xrig=1\nXRIG=N\nXRIG=N\n");
+  EXPECT_EQ(RewriteSettings("DIRECTINVERT=True\nINVERT=True\n", {{"INVERT=", "False"}, {"DIRECTINVERT=", "no"}}),
+            "DIRECTINVERT=no\nINVERT=False\n");
+}
+
+TEST(RewriteSettings, AValueCannotBreakTheFile) {
+  const std::string content = RewriteSettings("A=1\n", {{"F1=", "CQ\r\nXRIG=evil\0"s}});
+  EXPECT_EQ(content, "A=1\nF1=CQ  XRIG=evil \n");
+  EXPECT_EQ(RewriteSettings(content, {{"F1=", "CQ"}}), "A=1\nF1=CQ\n");
+}
+
+TEST(RewriteSettings, WhatIsWrittenIsRead) {
+  std::vector<SettingChange> changes;
+  for (const std::string& key : SettingKeys()) {
+    if (key != "INVERT=") changes.push_back({key, "V" + std::to_string(changes.size())});
+  }
+  const Settings settings = Settings::Parse(RewriteSettings("", changes));
+  for (const SettingChange& change : changes) {
+    const bool title = change.key.ends_with("Title=");
+    EXPECT_EQ(settings.text(change.key), (title ? "=" : "") + change.value) << change.key;
+  }
+}
+
+}  // namespace
+}  // namespace kvx::config

@@ -1,0 +1,45 @@
+#include "core/frequency.h"
+
+#include <gtest/gtest.h>
+
+namespace kvx {
+namespace {
+
+TEST(Frequency, TextAndValueAgreeOnEveryTenHertz) {
+  for (std::int64_t tens = 2'999'990; tens < 3'001'010; ++tens) {
+    const Frequency frequency = Frequency::FromHz(tens * 10);
+    ASSERT_EQ(ParseKhz(KhzText(frequency)), frequency) << KhzText(frequency);
+  }
+}
+
+TEST(Frequency, IsShownInKhzCutToTenHertz) {
+  const struct {
+    std::int64_t hz;
+    const char* text;
+  } cases[] = {{14'025'000, "14025.00"}, {14'025'379, "14025.37"}, {1'800'050, "1800.05"}, {0, "0.00"},
+               {-1'500, "-1.50"},        {-10, "-0.01"},           {-9, "0.00"},           {432'100'000, "432100.00"}};
+  for (const auto& c : cases) EXPECT_EQ(KhzText(Frequency::FromHz(c.hz)), c.text) << c.hz;
+}
+
+TEST(Frequency, ReadsWhatOperatorsAndFilesWrite) {
+  const struct {
+    const char* text;
+    std::int64_t decihertz;
+  } cases[] = {{"14025", 140'250'000},
+               {" 14025.37 ", 140'253'700},
+               {"14025,5", 140'255'000},
+               {"-1.5", -15'000},
+               {"+7", 70'000},
+               {".5", 5'000},
+               {"7.", 70'000},
+               {"1.23456", 12'345},
+               {"1000000000", kHighestFrequency.decihertz}};
+  for (const auto& c : cases) EXPECT_EQ(ParseKhz(c.text), Frequency{c.decihertz}) << c.text;
+  for (const char* bad : {"", " ", "-", ".", "abc", "14025 kHz", "1.2.3", "1e3", "--1", "1000000001",
+                          "99999999999999999999999999", "0.1\n", "٣"}) {
+    EXPECT_FALSE(ParseKhz(bad)) << bad;
+  }
+}
+
+}  // namespace
+}  // namespace kvx

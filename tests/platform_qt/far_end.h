@@ -1,0 +1,73 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <functional>
+#include <string>
+#include <string_view>
+
+#include "platform/posix/descriptor.h"
+
+namespace kvx {
+
+/// The end of a pseudo-terminal that a test holds: as the device when it is the master, as another program when it is
+/// the slave.
+class FarEnd {
+ public:
+  /// Makes a pair and plays the device; a port opens device().
+  FarEnd();
+  /// Opens the slave at `path`, as another program would.
+  explicit FarEnd(const std::string& path);
+
+  const std::string& device() const { return device_; }
+  int descriptor() const { return descriptor_.get(); }
+  void Write(std::string_view bytes);
+  /// What is there now, without waiting.
+  std::string Read();
+  void HangUp() { descriptor_.Reset(); }
+
+  struct Line {
+    unsigned speed = 0;
+    bool two_stop_bits = false;
+    bool eight_bits = false;
+    bool clean = false;  ///< no echo, no translation, no flow control
+  };
+  Line line() const;
+
+ private:
+  platform::Descriptor descriptor_;
+  std::string device_;
+};
+
+/// Another process that does `prepare` and then waits to be killed.
+class OtherProcess {
+ public:
+  explicit OtherProcess(const std::function<void()>& prepare);
+  ~OtherProcess() { Kill(); }
+  OtherProcess(const OtherProcess&) = delete;
+  OtherProcess& operator=(const OtherProcess&) = delete;
+
+  void Kill();
+  std::string id() const { return std::to_string(process_); }
+
+ private:
+  pid_t process_ = -1;
+};
+
+/// A folder for one test, removed with it.
+class ScratchFolder {
+ public:
+  ScratchFolder();
+  ~ScratchFolder();
+  ScratchFolder(const ScratchFolder&) = delete;
+  ScratchFolder& operator=(const ScratchFolder&) = delete;
+  std::string operator/(const std::string& name) const { return path_ + "/" + name; }
+
+ private:
+  std::string path_;
+};
+
+/// Every byte value, and those that terminals like to change.
+std::string AllBytes();
+
+}  // namespace kvx
