@@ -111,6 +111,7 @@ SendOutcome Dispatcher::SendCommand(std::string command) {
   const std::string bytes = Encode(command);
   last_command_ = loop_.Now();
   if (!link_.WriteRigPort(bytes)) return SendOutcome::kRefused;
+  ArmAcknowledgements(bytes.size());
   FollowTransmitter(command);
   return SendOutcome::kSent;
 }
@@ -157,6 +158,20 @@ void Dispatcher::Arm(const std::string& command, const QueryTemplate& query, con
   armed.slider = key != nullptr && key->kind == KeyKind::kSliderQuery ? key->number : 0;
   armed.frequency = frequency;
   armed.vfo_b = key != nullptr && key->field == "ReadFreq";
+  Push(std::move(armed));
+}
+
+/// Acknowledgements come in the order of commands and queries, so each has its place between the replies.
+void Dispatcher::ArmAcknowledgements(std::size_t bytes) {
+  const auto commands = static_cast<int>(bytes * 2 / kPieceDigits);
+  if (!five_byte() || commands == 0) return;
+  ArmedQuery armed;
+  armed.extraction = Extraction{.reply_length = commands * 2};
+  armed.acknowledgement = true;
+  Push(std::move(armed));
+}
+
+void Dispatcher::Push(ArmedQuery armed) {
   armed.sent = loop_.Now();
   if (armed_.size() >= kMostArmed) armed_.pop_front();
   armed_.push_back(std::move(armed));

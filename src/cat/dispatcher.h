@@ -41,6 +41,8 @@ class Dispatcher {
 
   /// Sends a query in the pieces that a binary rig's poll is written in: fills it, arms it, gives the pieces to write.
   std::vector<std::string> BeginPollQuery(std::string_view key);
+  /// Whether the rig takes Yaesu's five-byte commands, of which it acknowledges each with one byte.
+  bool five_byte() const { return binary() && !rig_.row.rev_data && rig_.family == "YAESU"; }
   bool binary() const { return rig_.row.send_as_hex && rig_.family != "KENWOOD"; }
 
   /// The value that stands for <F?VAL> in a mode button's command.
@@ -55,6 +57,8 @@ class Dispatcher {
   SendOutcome SendCommand(std::string command);
   void FollowTransmitter(std::string_view command);
   SendOutcome FillValue(std::string& command, const std::string& value);
+  void ArmAcknowledgements(std::size_t bytes);
+  void Push(ArmedQuery armed);
   void Arm(const std::string& command, const QueryTemplate& query, const CommandKey* key, bool frequency);
 
   Loop& loop_;

@@ -1,6 +1,11 @@
 #include "cat/engine.h"
 
 namespace kvx::cat {
+namespace {
+
+constexpr int kDiscardTicks = 2;
+
+}  // namespace
 
 Engine::Engine(Loop& loop, Console& console, platform::SerialPort& port)
     : console_(console),
@@ -19,7 +24,9 @@ Engine::Engine(Loop& loop, Console& console, platform::SerialPort& port)
 }
 
 void Engine::UseRig(config::RigDefinition rig) {
+  if (rig.row == rig_.row) return;  // read again, unchanged: polling and two-state buttons go on as they are
   rig_ = std::move(rig);
+  if (link.is_open()) link.Discard(kDiscardTicks);  // what is still under way was asked of the rig before
   armed_.clear();
   link.ClearRcvBuffer();
   link.SetHexBuffer(rig_.row.send_as_hex);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "cat/pegasus.h"
 #include "core/text.h"
 
 namespace kvx::cat {
@@ -44,16 +45,24 @@ Result<SendOutcome> Operations::SetModeByName(std::string_view name) {
 SendOutcome Operations::SetMode(std::string_view caption, std::string_view key) {
   console_.Mode.Set(std::string(caption));
   mode_.Expect(std::string(Trim(caption)), loop_.Now() + kSettleTime);
-  return dispatcher_.SendData(key);
+  const SendOutcome outcome = dispatcher_.SendData(key);
+  // Its tuning factors hold the mode's filter and carrier offset.
+  return outcome == SendOutcome::kSent && IsPegasus(rig_) ? SendFreq() : outcome;
 }
 
 SendOutcome Operations::VFOA_Click() { return ChooseVfo('A', "XVFOA", "XGETFREQ"); }
 SendOutcome Operations::VFOB_Click() { return ChooseVfo('B', "XVFOB", "XGETFREQB"); }
 
 SendOutcome Operations::ChooseVfo(char vfo, std::string_view select, std::string_view read) {
+  // A rig that is tuned but cannot be told its VFO stays where it is, and so does the display.
+  if (!dispatcher_.Has(select) && dispatcher_.Has("XSETFREQ")) return SendOutcome::kNoTemplate;
+  // Some rigs have one command that toggles: there, choosing the VFO that is in use must not leave it.
+  const bool toggles = rig_.row["VFOA"] == rig_.row["VFOB"];
+  const bool chosen_already = *console_.ActiveVfo == vfo;
   console_.ActiveVfo.Set(vfo);
   vfo_.Expect(vfo, loop_.Now() + kSettleTime);
-  const SendOutcome outcome = dispatcher_.SendData(select);
+  frequency_ = {};  // what was set on the other VFO is not what this one will tell
+  const SendOutcome outcome = toggles && chosen_already ? SendOutcome::kSent : dispatcher_.SendData(select);
   dispatcher_.SendData(read);
   return outcome;
 }
@@ -104,11 +113,7 @@ void Operations::UpdateFreq(Frequency rig_frequency) {
   if (frequency_.Accepts(displayed, loop_.Now())) FChange(displayed);
 }
 
-void Operations::FChange(Frequency displayed) {
-  const bool changed = *console_.FreqDisp != displayed;
-  console_.FreqDisp.Set(displayed);
-  if (changed && on_frequency_shown) on_frequency_shown();
-}
+void Operations::FChange(Frequency displayed) { console_.FreqDisp.Set(displayed); }
 
 void Operations::FollowMode(const std::string& caption) {
   const std::string name(Trim(caption));

@@ -61,8 +61,7 @@ class Operations {
   /// Shows a frequency and lets everything that depends on it follow.
   void FChange(Frequency displayed);
 
-  std::function<void()> on_frequency_sent;   ///< after every frequency send
-  std::function<void()> on_frequency_shown;  ///< the display has a new frequency
+  std::function<void()> on_frequency_sent;  ///< after every frequency send
 
  private:
   SendOutcome SetMode(std::string_view caption, std::string_view key);

@@ -12,10 +12,10 @@ using namespace std::chrono_literals;
 constexpr Duration kQueryWait = 150ms;
 constexpr Duration kPieceWait = 100ms;
 constexpr Duration kFastTick = 10ms;
-constexpr Duration kAcknowledgeTime = 150ms;  // of a five-byte rig after a command
 constexpr int kFastMeterTicks = 10;
 constexpr int kFastMeterSpeed = 4800;  // baud from which the fast meter poll leaves room for everything else
 constexpr int kTicksACycle = 2;
+constexpr int kMostWaits = 10;  // for the end of one reply
 
 }  // namespace
 
@@ -51,6 +51,7 @@ void Poller::RigSelected() {
 }
 
 void Poller::PortOpened() {
+  parser_.Forget();
   init_sent_ = false;
   fast_timer_needed_.Notify();
 }
@@ -63,7 +64,7 @@ void Poller::InputArrived(bool complete) {
 }
 
 void Poller::PollRig() {
-  if (cycle_running() || link_.busy || !link_.is_open() || line_is_busy()) return;
+  if (cycle_running() || !init_.done() || link_.busy || !link_.is_open() || line_is_busy()) return;
   parser_.ForgetOverdue();
   if (rig_.family == "KENWOOD") {
     PollKenwood();
@@ -108,11 +109,11 @@ Task Poller::PollOthers() {
     const std::uint64_t before = arrivals_;
     Task ask = Ask(std::string(keys[i]));
     co_await ask;
-    if (!asked_ || i + 1 == keys.size()) continue;
+    if (!asked_) continue;
     for (int wait = 0; wait < 2 && arrivals_ == before; ++wait) {
       co_await answer_.Within(loop_, kQueryWait);
     }
-    if (arrivals_ != before) {
+    if (arrivals_ != before && i + 1 < keys.size()) {
       next_query_ = i + 1;
       co_return;
     }
@@ -126,7 +127,7 @@ Task Poller::PollOthers() {
 }
 
 /// Writes one query of a poll cycle. A five-byte rig gets it in pieces of one command each, and only after its acknowledgement of
-/// the operator's last command can have come.
+/// the operator's last command can have come; a rig whose replies have no name is not asked into a reply that is still coming.
 Task Poller::Ask(std::string key) {
   asked_ = dispatcher_.Has(key);
   answered_ = false;
@@ -135,6 +136,9 @@ Task Poller::Ask(std::string key) {
   const bool nameless = dispatcher_.binary() && rig_.family == "YAESU";
   if (nameless) {
     co_await loop_.SleepUntil(std::max(loop_.Now(), dispatcher_.last_command() + kAcknowledgeTime));
+    for (int wait = 0; wait < kMostWaits && parser_.reply_under_way(); ++wait) {
+      co_await loop_.SleepUntil(link_.last_arrival() + kReplySilence);
+    }
     parser_.ForgetOverdue();
   }
   if (!in_pieces) {

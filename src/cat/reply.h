@@ -29,9 +29,15 @@ struct ArmedQuery {
   int slider = 0;           ///< # of the slider that the reply sets, else 0
   bool frequency = false;   ///< kind "F": the reply's data are a frequency
   bool vfo_b = false;       ///< asked for VFO B
+  bool acknowledgement = false;  ///< no query: the byte with which a five-byte rig acknowledges a command
   TimePoint sent{};
 };
 using ArmedQueries = std::deque<ArmedQuery>;
+
+/// Within this time a five-byte rig acknowledges a command.
+inline constexpr Duration kAcknowledgeTime = std::chrono::milliseconds(150);
+/// After this silence of the line a reply that has begun is not continued any more.
+inline constexpr Duration kReplySilence = std::chrono::milliseconds(100);
 
 /// What a family's parser works on.
 struct ParseContext {

@@ -6,14 +6,25 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr Duration kReplyTime = 600ms;
-constexpr Duration kSilence = 100ms;
 
 }  // namespace
 
 void ReplyParser::ForgetOverdue() {
-  while (!armed_.empty() && loop_.Now() - armed_.front().sent > kReplyTime) armed_.pop_front();
-  const bool nameless = rig_.family == "YAESU" && rig_.row.send_as_hex;
-  if (nameless && armed_.empty() && loop_.Now() - link_.last_arrival() > kSilence) link_.ClearRcvBuffer();
+  const auto overdue = [this](const ArmedQuery& query) {
+    return loop_.Now() - query.sent >= (query.acknowledgement ? kAcknowledgeTime : kReplyTime);
+  };
+  while (!armed_.empty() && overdue(armed_.front())) armed_.pop_front();
+  // A reply without a name that stopped in the middle has lost bytes: nothing that is still due could be told apart from it.
+  if (nameless() && !link_.buffer().empty() && !reply_under_way()) Forget();
+}
+
+bool ReplyParser::reply_under_way() const {
+  return nameless() && !link_.buffer().empty() && loop_.Now() < link_.last_arrival() + kReplySilence;
+}
+
+void ReplyParser::Forget() {
+  armed_.clear();
+  link_.ClearRcvBuffer();
 }
 
 void ReplyParser::Parse() {

@@ -20,6 +20,10 @@ class ReplyParser {
   /// Forgets queries whose reply is overdue. For a rig whose replies have no mark of their own, what lies in the buffer then is no
   /// reply either.
   void ForgetOverdue();
+  /// Whether the line of a rig whose replies have no name has fallen silent too recently for a piece of a reply to be given up.
+  bool reply_under_way() const;
+  /// Forgets what has been asked and what has arrived: the line has been interrupted.
+  void Forget();
 
   std::uint64_t replies_read() const { return replies_read_; }
   std::uint64_t refusals() const { return refusals_; }
@@ -29,6 +33,8 @@ class ReplyParser {
   std::function<void(bool complete)> on_input;
 
  private:
+  bool nameless() const { return rig_.family == "YAESU" && rig_.row.send_as_hex; }
+
   Loop& loop_;
   Console& console_;
   RigLink& link_;

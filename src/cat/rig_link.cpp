@@ -11,6 +11,7 @@ using namespace std::chrono_literals;
 
 constexpr Duration kFirstRetry = 250ms;
 constexpr Duration kSlowestRetry = 1s;
+constexpr Duration kSteady = 2s;  // a port that has been open for longer is worth a quick first retry
 constexpr std::size_t kBufferLimit = 4096;  // characters; the longest reply of any rig is far shorter
 constexpr int kBitsPerByte = 11;
 
@@ -29,7 +30,8 @@ void RigLink::OpenRigPort(const platform::PortSettings& settings, bool rig_selec
   CloseRigPort();
   settings_ = settings;
   if (!rig_selected || settings.number == 0) return;
-  keep_open_ = KeepOpen();
+  pause_ = Duration{0};
+  keep_open_ = KeepOpen(Duration{0});
 }
 
 void RigLink::CloseRigPort() {
@@ -40,8 +42,11 @@ void RigLink::CloseRigPort() {
   console_.Port.Set("closed");
 }
 
-Task RigLink::KeepOpen() {
-  for (Duration retry = kFirstRetry;; retry = std::min<Duration>(retry * 2, kSlowestRetry)) {
+Task RigLink::KeepOpen(Duration pause) {
+  while (true) {
+    if (pause > Duration{0}) {
+      co_await loop_.Sleep(pause);
+    }
     const Status opened = port_.Open(settings_);
     if (opened.ok()) {
       if (port_.is_open()) Opened();
@@ -51,14 +56,21 @@ Task RigLink::KeepOpen() {
     console_.Port.Set(why);
     if (why != last_failure_ && on_notice) on_notice(why);
     last_failure_ = why;
-    co_await loop_.Sleep(retry);
+    pause = NextPause();
   }
+}
+
+/// Twice as long after each failure in a row; a port that stayed open for a while begins anew.
+Duration RigLink::NextPause() {
+  pause_ = pause_ == Duration{0} ? kFirstRetry : std::min<Duration>(pause_ * 2, kSlowestRetry);
+  return pause_;
 }
 
 void RigLink::Opened() {
   buffer_.clear();
   if (!last_failure_.empty() && on_notice) on_notice("The rig port is open again");
   last_failure_.clear();
+  opened_at_ = loop_.Now();
   console_.Port.Set("open");
   if (on_opened) on_opened();
 }
@@ -68,7 +80,8 @@ void RigLink::Lost(const std::string& why) {
   console_.Port.Set(why);
   if (why != last_failure_ && on_notice) on_notice(why);
   last_failure_ = why;
-  keep_open_ = KeepOpen();
+  if (loop_.Now() - opened_at_ > kSteady) pause_ = Duration{0};
+  keep_open_ = KeepOpen(NextPause());
 }
 
 bool RigLink::WriteRigPort(std::string_view bytes) {

@@ -60,7 +60,8 @@ class RigLink {
   Trace DisplayRCV;  ///< the debug view's receive list
 
  private:
-  Task KeepOpen();
+  Task KeepOpen(Duration pause);
+  Duration NextPause();
   void Lost(const std::string& why);
   void Opened();
 
@@ -75,6 +76,8 @@ class RigLink {
   std::string last_failure_;
   std::uint64_t sent_bytes_ = 0;
   std::uint64_t received_bytes_ = 0;
+  TimePoint opened_at_{};
+  Duration pause_{0};  ///< before the latest attempt to open
   TimePoint last_write_{};
   TimePoint last_arrival_{};
   Task keep_open_;

@@ -42,13 +42,48 @@ void ParseOrion(std::string& buffer, ParseContext& context, std::vector<Reply>& 
   if (buffer.size() > kLongestReply) buffer.erase(0, buffer.size() - kLongestReply);
 }
 
+// Pegasus (550) programmer's reference: the first byte tells the length, because data bytes may read as a carriage return.
+//   S h h h h CR   S-meter, hexadecimal: S units, 1/256 of one      T f r CR   forward and reflected power
+//   ! h l 00 CR    steps of a remote knob
+struct PegasusReply {
+  char letter;
+  std::size_t length;
+};
+constexpr std::array kPegasusReplies{PegasusReply{'S', 6}, PegasusReply{'T', 4}, PegasusReply{'!', 5}};
+
+bool ReadPegasus(std::string_view reply, std::vector<Reply>& replies) {
+  if (reply.back() != '\r') return false;
+  if (reply[0] == 'T') {
+    replies.push_back({.kind = Reply::Kind::kMeter, .value = static_cast<unsigned char>(reply[1])});
+  } else if (reply[0] == 'S') {
+    const auto units = HexByte(reply.substr(1, 2));
+    if (!units || !HexByte(reply.substr(3, 2))) return false;
+    replies.push_back({.kind = Reply::Kind::kSMeter, .value = *units});
+  }
+  return true;
+}
+
+void ParsePegasus(std::string& buffer, std::vector<Reply>& replies) {
+  std::size_t at = 0;
+  while (at < buffer.size()) {
+    const auto* row = std::find_if(kPegasusReplies.begin(), kPegasusReplies.end(), [&](const PegasusReply& r) { return r.letter == buffer[at]; });
+    if (row == kPegasusReplies.end()) {
+      ++at;
+      continue;
+    }
+    if (buffer.size() - at < row->length) break;
+    at += ReadPegasus(std::string_view(buffer).substr(at, row->length), replies) ? row->length : 1;
+  }
+  buffer.erase(0, at);
+}
+
 }  // namespace
 
 void ParseTenTec(std::string& buffer, ParseContext& context, std::vector<Reply>& replies) {
   if (!context.rig.row.send_as_hex) return ParseOrion(buffer, context, replies);
   auto bytes = BytesFromHex(buffer);
   if (!bytes) return buffer.clear();
-  ParseOrion(*bytes, context, replies);
+  ParsePegasus(*bytes, replies);
   buffer = HexText::FromBytes(*bytes).digits;
 }
 

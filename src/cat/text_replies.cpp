@@ -16,6 +16,7 @@ constexpr std::size_t kStatusFrequencyDigits = 11;
 constexpr std::size_t kStatusMode = 29;
 constexpr std::size_t kStatusVfo = 30;
 constexpr std::size_t kShortestStatus = 35;
+constexpr std::size_t kLongestStatus = 40;  // a longer one has swallowed something else
 
 bool AllDigits(std::string_view text) {
   return !text.empty() && std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
@@ -62,14 +63,16 @@ class FrameReader {
   }
 
   bool ReadStatus(std::string_view body) {
-    if (!dialect_.kenwood_status || body.size() + 2 < kShortestStatus) return false;
+    if (!dialect_.kenwood_status || body.size() + 2 < kShortestStatus || body.size() + 2 > kLongestStatus) return false;
     if (context_.rig.row["SetFreq"].find("<FREQ11") == std::string::npos) return false;
     const std::string_view digits = body.substr(kStatusFrequency - 2, kStatusFrequencyDigits);
     if (!AllDigits(digits)) return false;
     const char vfo = body[kStatusVfo - 2];
-    if (vfo == '0' || vfo == '1') Add({.kind = Reply::Kind::kVfo, .value = vfo == '0' ? 'A' : 'B'});
+    const bool on_vfo = vfo == '0' || vfo == '1';
+    if (on_vfo) Add({.kind = Reply::Kind::kVfo, .value = vfo == '0' ? 'A' : 'B'});
     AddMode(HexDigitValue(body[kStatusMode - 2]));
-    Add({.kind = Reply::Kind::kShownFrequency, .frequency = Frequency::FromHz(LeadingNumber(digits))});
+    const auto kind = !on_vfo ? Reply::Kind::kShownFrequency : vfo == '0' ? Reply::Kind::kFrequencyA : Reply::Kind::kFrequencyB;
+    Add({.kind = kind, .frequency = Frequency::FromHz(LeadingNumber(digits))});
     return true;
   }
 

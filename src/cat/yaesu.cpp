@@ -118,7 +118,7 @@ void ParseYaesu(std::string& buffer, ParseContext& context, std::vector<Reply>& 
     const int told = query.extraction ? std::max(query.extraction->reply_length, query.extraction->needed()) : 0;
     const auto length = static_cast<std::size_t>(told + told % 2);
     if (length > 0 && buffer.size() < length) return;
-    StatusReader(std::string_view(buffer).substr(0, length), query, context, replies).Read();
+    if (!query.acknowledgement) StatusReader(std::string_view(buffer).substr(0, length), query, context, replies).Read();
     buffer.erase(0, length);
     context.armed.pop_front();
   }

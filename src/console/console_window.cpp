@@ -33,7 +33,7 @@ void SetRole(QLabel* label, const char* role) {
 int FullScale(const config::RigDefinition& rig) {
   if (rig.family == "KENWOOD") return 30;
   if (rig.family == "YAESU" && rig.row.send_as_hex) return 15;
-  return rig.family == "TEN-TEC" ? 120 : 241;
+  return rig.family == "TEN-TEC" ? 77 : 241;
 }
 
 }  // namespace
@@ -42,6 +42,7 @@ ConsoleWindow::ConsoleWindow(Station& station) : station_(station), theme_(DarkT
   setWindowTitle("KVX");
   setStyleSheet(StyleSheet(theme_));
   auto* center = new QWidget;
+  center->setObjectName("center");
   auto* column = new QVBoxLayout(center);
   column->setContentsMargins(kGap, kGap, kGap, kGap);
   column->setSpacing(kGap);

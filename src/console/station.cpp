@@ -82,6 +82,9 @@ Status Station::InitRig(const std::string& slot) {
     settings_.rig_stop = saved.stop_bit;
   }
   console.RigNumber.Set(settings_.rig_number);
+  for (std::size_t i = 0; i < console.Text5.size(); ++i) {
+    if (!settings_.function_texts[i].empty()) console.Text5.Set(i, settings_.function_texts[i]);
+  }
   console.Offset.Set(ParseKhz(settings_.offset).value_or(Frequency{}));
   clock_.SetGmtHours(settings_.gmt_is_set ? settings_.gmt_hours : 0);
   if (auto loaded = SetRig(settings_.rig); !loaded) {
@@ -202,7 +205,9 @@ cat::SendOutcome Station::PressFunction(int number) { return engine.dispatcher.S
 cat::SendOutcome Station::MoveSlider(int number, int value) {
   const auto index = static_cast<std::size_t>(number - 1);
   const config::SliderBounds& bounds = engine.rig().slider_bounds.at(index);
-  const auto [low, high] = std::minmax(bounds.minimum, bounds.maximum);
+  // The CW speed control runs to 999 whatever the rig takes; what goes out stays within the rig's own range.
+  const int maximum = number == 1 ? engine.rig().cw_full_scale : bounds.maximum;
+  const auto [low, high] = std::minmax(bounds.minimum, maximum);
   console.Slider.Set(index, std::clamp(value, low, high));
   const cat::CommandKey* key = cat::SliderKey(number);
   return key == nullptr ? cat::SendOutcome::kNoTemplate : engine.dispatcher.SendData(key->key);

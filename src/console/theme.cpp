@@ -16,10 +16,11 @@ Theme LightTheme() {
 
 QString StyleSheet(const Theme& theme) {
   return QString(R"(
-    QWidget { background: %1; color: %4; }
+    QMainWindow, QWidget#center { background: %1; }
+    QWidget { color: %4; }
     QFrame[role="panel"] { background: %2; border: 1px solid %3; border-radius: 8px; }
     QFrame[role="screen"] { background: %6; border: 1px solid %3; border-radius: 8px; }
-    QFrame QLabel { background: transparent; border: none; }
+    QFrame QLabel { border: none; }
     QLabel[role="quiet"] { color: %5; }
     QLabel[role="chip"] { border: 1px solid %3; border-radius: 4px; padding: 3px 10px; }
     QLabel[role="chip-on"] { background: %7; color: %8; border-radius: 4px; padding: 4px 11px; }
