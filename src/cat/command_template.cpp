@@ -118,8 +118,9 @@ const FrequencyPlaceholder* FindFrequencyPlaceholder(std::string_view text) {
 Result<std::string> FrequencyDigits(Frequency frequency, const FrequencyPlaceholder& placeholder, bool binary) {
   using Unit = FrequencyPlaceholder::Unit;
   const bool tens = placeholder.unit == Unit::kTensOfHertz || (placeholder.unit == Unit::kTensWhenBinary && binary);
-  const std::string digits = PadNumber(tens ? frequency.tens_of_hz() : frequency.hz(), placeholder.digits);
-  if (frequency.decihertz < 0 || digits.size() > static_cast<std::size_t>(placeholder.digits)) {
+  const int width = binary ? placeholder.digits + placeholder.digits % 2 : placeholder.digits;  // whole bytes
+  const std::string digits = PadNumber(tens ? frequency.tens_of_hz() : frequency.hz(), width);
+  if (frequency.decihertz < 0 || digits.size() > static_cast<std::size_t>(width)) {
     return Error{ErrorCode::kInvalid, "The frequency " + KhzText(frequency) + " does not fit " + std::string(placeholder.name)};
   }
   return digits;

@@ -2,6 +2,7 @@
 
 #include "cat/convert.h"
 #include "cat/pegasus.h"
+#include "core/hex_text.h"
 #include "core/text.h"
 
 namespace kvx::cat {
@@ -46,7 +47,8 @@ SendOutcome Dispatcher::SendData(std::string_view key_or_command) {
   const CommandKey* key = FindKey(key_or_command);
   const std::string text = key == nullptr ? std::string(key_or_command) : TemplateOf(*key);
   const bool pegasus_frequency = key != nullptr && key->kind == KeyKind::kFrequency && IsPegasus(rig_);
-  if (text.empty() && !pegasus_frequency) return SendOutcome::kNoTemplate;
+  const bool function = key != nullptr && key->kind == KeyKind::kFunction;  // its caption may stand for a command
+  if (text.empty() && !pegasus_frequency && !function) return SendOutcome::kNoTemplate;
   switch (key == nullptr ? KeyKind::kCommand : key->kind) {
     case KeyKind::kQuery:
     case KeyKind::kSliderQuery: return SendQuery(text, key, false);
@@ -60,7 +62,9 @@ SendOutcome Dispatcher::SendData(std::string_view key_or_command) {
     const SendOutcome filled = FillValue(command, button_values_[std::string(key->key)]);
     if (filled != SendOutcome::kSent) return filled;
   }
-  return SendCommand(std::move(command));
+  const SendOutcome outcome = SendCommand(command);
+  if (outcome == SendOutcome::kSent && key != nullptr && key->field.starts_with("Meter")) FollowMeter(*key, command);
+  return outcome;
 }
 
 SendOutcome Dispatcher::FillValue(std::string& command, const std::string& value) {
@@ -80,6 +84,7 @@ SendOutcome Dispatcher::SendFunction(const CommandKey& key) {
     if (caption.find(rule.words) != std::string::npos) return SendData(rule.key);
   }
   std::string command = TemplateOf(key);
+  if (command.empty()) return SendOutcome::kNoTemplate;
   if (command == kFrequencyQueryFunction) return SendQuery(command, &key, true);
   const std::size_t slash = command.find('/');
   const bool two_states = slash != std::string::npos;
@@ -88,6 +93,10 @@ SendOutcome Dispatcher::SendFunction(const CommandKey& key) {
   if (command.find(kValuePlaceholder) != std::string::npos) {
     const SendOutcome filled = FillValue(command, console_.Text5[index]);
     if (filled != SendOutcome::kSent) return filled;
+    if (five_byte() && WithoutBlanks(command).size() % kPieceDigits != 0) {
+      console_.ErrorText.Set("The value " + OneLine(console_.Text5[index], 40) + " does not make whole five-byte commands of " + OneLine(command, 40));
+      return SendOutcome::kRefused;
+    }
   }
   const SendOutcome outcome = command.empty() && two_states ? SendOutcome::kSent : SendCommand(std::move(command));
   if (two_states && outcome == SendOutcome::kSent) console_.FunctionState.Set(index, !second);
@@ -114,6 +123,15 @@ SendOutcome Dispatcher::SendCommand(std::string command) {
   ArmAcknowledgements(bytes.size());
   FollowTransmitter(command);
   return SendOutcome::kSent;
+}
+
+/// A meter key chooses what the meter shows; its number stands in its command ("RM3;").
+void Dispatcher::FollowMeter(const CommandKey& key, std::string_view command) {
+  console_.Label10.Set(std::string(key.key));
+  const std::size_t at = command.find("RM");
+  if (at != std::string_view::npos && at + 2 < command.size() && HexDigitValue(command[at + 2]) >= 0) {
+    console_.MeterNumber.Set(std::string(1, command[at + 2]));
+  }
 }
 
 /// The user buttons Alpha and Bravo are "transmit on" and "transmit off" unless their captions say otherwise. However such a command

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <functional>
 #include <map>
 #include <string>
@@ -47,6 +48,7 @@ class Dispatcher {
 
   /// The value that stands for <F?VAL> in a mode button's command.
   void SetButtonValue(std::string_view key, std::string value) { button_values_[Upper(key)] = std::move(value); }
+  int line_speed() const { return std::max(link_.settings().speed, 300); }
   /// When a command that is no query was last written.
   TimePoint last_command() const { return last_command_; }
 
@@ -56,6 +58,7 @@ class Dispatcher {
   SendOutcome SendFrequency(const CommandKey& key);
   SendOutcome SendCommand(std::string command);
   void FollowTransmitter(std::string_view command);
+  void FollowMeter(const CommandKey& key, std::string_view command);
   SendOutcome FillValue(std::string& command, const std::string& value);
   void ArmAcknowledgements(std::size_t bytes);
   void Push(ArmedQuery armed);

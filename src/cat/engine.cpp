@@ -16,6 +16,7 @@ Engine::Engine(Loop& loop, Console& console, platform::SerialPort& port)
       poller(loop, console, link, dispatcher, parser, rig_) {
   clock_ = console.Subscribe([this](Field field) {
     if (field == Field::kRiggmt) poller.Tick();
+    if (field == Field::kPolling) poller.PollingSwitched();
   });
   link.on_arrival = [this] { parser.Parse(); };
   link.on_opened = [this] { poller.PortOpened(); };

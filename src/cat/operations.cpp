@@ -11,15 +11,17 @@ namespace {
 
 using namespace std::chrono_literals;
 
+// What a rig still tells from before a command: the replies of one poll cycle, and its own delay.
 constexpr Duration kSettleTime = 500ms;
+constexpr std::int64_t kBitsOnTheWay = 60 * 11;
 
 }  // namespace
 
-SendOutcome Operations::SetCW() { return SetMode("  CW", *console_.Xnarrow ? "XCWN" : "XCWW"); }
+SendOutcome Operations::SetCW() { return SetMode("  CW", Width("XCWN", "XCWW")); }
 SendOutcome Operations::SetUpper() { return SetMode("USB", "XUSB"); }
 SendOutcome Operations::SetLower() { return SetMode("LSB", "XLSB"); }
 SendOutcome Operations::SetAM() { return SetMode("  AM", "XAM"); }
-SendOutcome Operations::SetFM() { return SetMode("  FM", *console_.Xnarrow ? "XFMN" : "XFMW"); }
+SendOutcome Operations::SetFM() { return SetMode("  FM", Width("XFMN", "XFMW")); }
 SendOutcome Operations::SetRTTY() { return SetMode("RTTY", "XRTTY"); }
 
 Result<SendOutcome> Operations::SetModeByName(std::string_view name) {
@@ -42,9 +44,17 @@ Result<SendOutcome> Operations::SetModeByName(std::string_view name) {
   return (this->*row->set)();
 }
 
+/// A rig that has one width only gets that, whatever the narrow box says.
+std::string_view Operations::Width(std::string_view narrow_key, std::string_view wide_key) const {
+  return *console_.Xnarrow && (dispatcher_.Has(narrow_key) || !dispatcher_.Has(wide_key)) ? narrow_key : wide_key;
+}
+
 SendOutcome Operations::SetMode(std::string_view caption, std::string_view key) {
+  // A rig that neither has the mode nor tells its own would leave a wrong mode on the display for good.
+  const bool tuned = dispatcher_.Has("XSETFREQ") || IsPegasus(rig_);
+  if (tuned && !dispatcher_.Has(key) && !dispatcher_.Has("XREADMODE")) return SendOutcome::kNoTemplate;
   console_.Mode.Set(std::string(caption));
-  mode_.Expect(std::string(Trim(caption)), loop_.Now() + kSettleTime);
+  mode_.Expect(std::string(Trim(caption)), SettledAt());
   const SendOutcome outcome = dispatcher_.SendData(key);
   // Its tuning factors hold the mode's filter and carrier offset.
   return outcome == SendOutcome::kSent && IsPegasus(rig_) ? SendFreq() : outcome;
@@ -55,12 +65,12 @@ SendOutcome Operations::VFOB_Click() { return ChooseVfo('B', "XVFOB", "XGETFREQB
 
 SendOutcome Operations::ChooseVfo(char vfo, std::string_view select, std::string_view read) {
   // A rig that is tuned but cannot be told its VFO stays where it is, and so does the display.
-  if (!dispatcher_.Has(select) && dispatcher_.Has("XSETFREQ")) return SendOutcome::kNoTemplate;
+  if (!dispatcher_.Has(select) && (dispatcher_.Has("XSETFREQ") || IsPegasus(rig_))) return SendOutcome::kNoTemplate;
   // Some rigs have one command that toggles: there, choosing the VFO that is in use must not leave it.
   const bool toggles = rig_.row["VFOA"] == rig_.row["VFOB"];
   const bool chosen_already = *console_.ActiveVfo == vfo;
   console_.ActiveVfo.Set(vfo);
-  vfo_.Expect(vfo, loop_.Now() + kSettleTime);
+  vfo_.Expect(vfo, SettledAt());
   frequency_ = {};  // what was set on the other VFO is not what this one will tell
   const SendOutcome outcome = toggles && chosen_already ? SendOutcome::kSent : dispatcher_.SendData(select);
   dispatcher_.SendData(read);
@@ -69,16 +79,24 @@ SendOutcome Operations::ChooseVfo(char vfo, std::string_view select, std::string
 
 SendOutcome Operations::SendFreq() {
   const bool vfo_b = *console_.ActiveVfo == 'B';
-  frequency_.Expect(console_.FreqDisp->displayed(), loop_.Now() + kSettleTime);
-  KeepVfoFrequency(*console_.ActiveVfo, *console_.FreqDisp + *console_.Offset);
   const SendOutcome outcome = dispatcher_.SendData(vfo_b ? "XSETFREQB" : "XSETFREQ");
+  if (outcome == SendOutcome::kRefused) return outcome;
+  frequency_.Expect(console_.FreqDisp->displayed(), SettledAt());
+  KeepVfoFrequency(*console_.ActiveVfo, *console_.FreqDisp + *console_.Offset);
   if (on_frequency_sent) on_frequency_sent();
   return outcome;
 }
 
 SendOutcome Operations::TuneTo(Frequency frequency) {
+  const Frequency before = *console_.FreqDisp;
   FChange(frequency.displayed());
-  return SendFreq();
+  const SendOutcome outcome = SendFreq();
+  if (outcome == SendOutcome::kRefused) FChange(before);  // the rig cannot have it
+  return outcome;
+}
+
+TimePoint Operations::SettledAt() const {
+  return loop_.Now() + kSettleTime + std::chrono::nanoseconds(1s) * kBitsOnTheWay / dispatcher_.line_speed();
 }
 
 void Operations::Follow(const Reply& reply) {

@@ -64,8 +64,11 @@ class Operations {
   std::function<void()> on_frequency_sent;  ///< after every frequency send
 
  private:
+  std::string_view Width(std::string_view narrow_key, std::string_view wide_key) const;
   SendOutcome SetMode(std::string_view caption, std::string_view key);
   SendOutcome ChooseVfo(char vfo, std::string_view select, std::string_view read);
+  /// When the rig will have followed what is sent now.
+  TimePoint SettledAt() const;
   void FollowMode(const std::string& caption);
   void FollowVfo(char vfo);
   void KeepVfoFrequency(char vfo, Frequency rig_frequency);

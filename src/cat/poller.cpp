@@ -13,8 +13,9 @@ constexpr Duration kQueryWait = 150ms;
 constexpr Duration kPieceWait = 100ms;
 constexpr Duration kFastTick = 10ms;
 constexpr int kFastMeterTicks = 10;
-constexpr int kFastMeterSpeed = 4800;  // baud from which the fast meter poll leaves room for everything else
+constexpr int kFastMeterSpeed = 9600;  // baud from which the fast meter poll leaves room for everything else
 constexpr int kTicksACycle = 2;
+constexpr Duration kLongestCycle = 2s;
 constexpr int kMostWaits = 10;  // for the end of one reply
 
 }  // namespace
@@ -64,7 +65,8 @@ void Poller::InputArrived(bool complete) {
 }
 
 void Poller::PollRig() {
-  if (cycle_running() || !init_.done() || link_.busy || !link_.is_open() || line_is_busy()) return;
+  if (cycle_running() || !init_.done() || link_.busy || !link_.is_open() || line_is_busy() || still_answering()) return;
+  cycle_start_ = loop_.Now();
   parser_.ForgetOverdue();
   if (rig_.family == "KENWOOD") {
     PollKenwood();
@@ -75,16 +77,24 @@ void Poller::PollRig() {
 
 void Poller::PollKenwood() {
   if (blocked() && !*console_.MeterOn) return GiveUp();
+  replies_wanted_ = parser_.replies_read() + 1;
   if (*console_.MeterOn) {
     link_.WriteRigPort("RM" + *console_.MeterNumber + ";RM;");
     // Every other cycle goes on asking for frequency and mode, so that the display follows the rig under a meter as well.
     mode_is_next_ = !mode_is_next_;
-    if (mode_is_next_) return;
+    if (mode_is_next_ || blocked()) return;
   } else {
     dispatcher_.SendData("XGETSMETER");
   }
-  dispatcher_.SendData("XREADMODE");
+  if (dispatcher_.SendData("XREADMODE") == SendOutcome::kSent) ++replies_wanted_;
   if (on_cycle_end) on_cycle_end();
+}
+
+/// A rig that is slower than its line is not asked again on top of the replies that it is still sending.
+bool Poller::still_answering() const {
+  const bool replies_due =
+      parser_.replies_read() < replies_wanted_ && loop_.Now() < link_.last_arrival() + kReplySilence;
+  return (replies_due || parser_.reply_under_way()) && loop_.Now() < cycle_start_ + kLongestCycle;
 }
 
 std::string_view Poller::FrequencyKey() const {
@@ -181,7 +191,7 @@ Task Poller::FastTimer() {
     const int speed = std::max(link_.settings().speed, 1200);
     if (fast_meter() && ++ticks >= std::max(kFastMeterTicks, kFastMeterTicks * kFastMeterSpeed / speed)) {
       ticks = 0;
-      if (!line_is_busy()) WriteFastMeter();
+      if (!line_is_busy() && !parser_.reply_under_way()) WriteFastMeter();
     }
     next = std::max(next + kFastTick, loop_.Now());
     co_await loop_.SleepUntil(next);

@@ -26,6 +26,8 @@ class Poller {
   void RigSelected();
   /// The port has been opened: the rig behind it gets its init string (again).
   void PortOpened();
+  /// Polling has been switched on or off.
+  void PollingSwitched() { fast_timer_needed_.Notify(); }
   /// Input has come; `complete` when a whole reply was in it.
   void InputArrived(bool complete);
 
@@ -39,6 +41,7 @@ class Poller {
   bool line_is_busy() const { return link_.bytes_unsent() > 0; }
   void GiveUp() { counter_ = -2; }
   void PollKenwood();
+  bool still_answering() const;
   std::string_view FrequencyKey() const;
   Task PollOthers();
   Task Ask(std::string key);
@@ -57,6 +60,8 @@ class Poller {
   const config::RigDefinition& rig_;
   int counter_ = 0;
   std::size_t next_query_ = 0;
+  std::uint64_t replies_wanted_ = 0;  ///< KENWOOD: how many have been read when the last cycle's queries are answered
+  TimePoint cycle_start_{};
   bool asked_ = false;       ///< the last Ask had something to write
   bool answered_ = false;    ///< a whole reply came since the last Ask
   bool mode_is_next_ = false;  ///< KENWOOD with the meter on: this cycle also asks for frequency and mode

@@ -19,7 +19,7 @@ void ReplyParser::ForgetOverdue() {
 }
 
 bool ReplyParser::reply_under_way() const {
-  return nameless() && !link_.buffer().empty() && loop_.Now() < link_.last_arrival() + kReplySilence;
+  return !link_.buffer().empty() && loop_.Now() < link_.last_arrival() + kReplySilence;
 }
 
 void ReplyParser::Forget() {

@@ -20,7 +20,7 @@ class ReplyParser {
   /// Forgets queries whose reply is overdue. For a rig whose replies have no mark of their own, what lies in the buffer then is no
   /// reply either.
   void ForgetOverdue();
-  /// Whether the line of a rig whose replies have no name has fallen silent too recently for a piece of a reply to be given up.
+  /// Whether the buffer holds a piece of a reply whose rest may still be coming.
   bool reply_under_way() const;
   /// Forgets what has been asked and what has arrived: the line has been interrupted.
   void Forget();

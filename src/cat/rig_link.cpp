@@ -14,6 +14,8 @@ constexpr Duration kSlowestRetry = 1s;
 constexpr Duration kSteady = 2s;  // a port that has been open for longer is worth a quick first retry
 constexpr std::size_t kBufferLimit = 4096;  // characters; the longest reply of any rig is far shorter
 constexpr int kBitsPerByte = 11;
+constexpr Duration kDeliverTime = 500ms;
+constexpr int kLastBytes = 16;  // that the system may still hold
 
 }  // namespace
 
@@ -27,9 +29,35 @@ RigLink::RigLink(Loop& loop, Console& console, platform::SerialPort& port) : loo
 }
 
 void RigLink::OpenRigPort(const platform::PortSettings& settings, bool rig_selected) {
+  wanted_ = settings;
+  rig_selected_ = rig_selected;
+  if (deliver_first_ && port_.is_open()) {
+    keep_open_ = DeliverThenReopen();
+  } else {
+    Reopen();
+  }
+}
+
+/// A port that closes drops what is in its buffers, and what the system has taken is not yet on the line.
+Task RigLink::Deliver() {
+  const TimePoint limit = loop_.Now() + kDeliverTime;
+  while (port_.is_open() && port_.bytes_unsent() > 0 && loop_.Now() < limit) {
+    co_await loop_.Sleep(5ms);
+  }
+  co_await loop_.Sleep(std::chrono::nanoseconds(1s) * (kLastBytes * kBitsPerByte) / std::max(settings_.speed, 1200));
+}
+
+Task RigLink::DeliverThenReopen() {
+  Task deliver = Deliver();
+  co_await deliver;
+  Reopen();
+}
+
+void RigLink::Reopen() {
+  deliver_first_ = false;
   CloseRigPort();
-  settings_ = settings;
-  if (!rig_selected || settings.number == 0) return;
+  settings_ = wanted_;
+  if (!rig_selected_ || settings_.number == 0) return;
   pause_ = Duration{0};
   keep_open_ = KeepOpen(Duration{0});
 }
@@ -80,6 +108,7 @@ void RigLink::Lost(const std::string& why) {
   console_.Port.Set(why);
   if (why != last_failure_ && on_notice) on_notice(why);
   last_failure_ = why;
+  if (deliver_first_) return Reopen();  // there is nobody left to deliver to, and another port may be wanted
   if (loop_.Now() - opened_at_ > kSteady) pause_ = Duration{0};
   keep_open_ = KeepOpen(NextPause());
 }

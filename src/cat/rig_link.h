@@ -21,6 +21,11 @@ class RigLink {
 
   /// Opens the rig port, anew if it is open. A port number of 0, or no rig selected, leaves it closed.
   void OpenRigPort(const platform::PortSettings& settings, bool rig_selected);
+  /// Waits, half a second at most, until the device has what was written.
+  Task Deliver();
+  /// What has been written by now (a release of the transmitter) is delivered before the next OpenRigPort closes the
+  /// port under it.
+  void DeliverFirst() { deliver_first_ = true; }
   /// Closes the port and stops trying.
   void CloseRigPort();
   /// Writes a finished command; skipped while the port is closed or the line is so far behind that the command could not arrive
@@ -60,6 +65,8 @@ class RigLink {
   Trace DisplayRCV;  ///< the debug view's receive list
 
  private:
+  void Reopen();
+  Task DeliverThenReopen();
   Task KeepOpen(Duration pause);
   Duration NextPause();
   void Lost(const std::string& why);
@@ -69,6 +76,9 @@ class RigLink {
   Console& console_;
   platform::SerialPort& port_;
   platform::PortSettings settings_;
+  platform::PortSettings wanted_;
+  bool rig_selected_ = false;
+  bool deliver_first_ = false;
   bool hex_ = false;
   bool discard_ = false;
   int discard_countdown_ = 0;

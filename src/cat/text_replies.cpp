@@ -66,7 +66,7 @@ class FrameReader {
     if (!dialect_.kenwood_status || body.size() + 2 < kShortestStatus || body.size() + 2 > kLongestStatus) return false;
     if (context_.rig.row["SetFreq"].find("<FREQ11") == std::string::npos) return false;
     const std::string_view digits = body.substr(kStatusFrequency - 2, kStatusFrequencyDigits);
-    if (!AllDigits(digits)) return false;
+    if (!AllDigits(Trim(digits)) || digits.back() == ' ') return false;
     const char vfo = body[kStatusVfo - 2];
     const bool on_vfo = vfo == '0' || vfo == '1';
     if (on_vfo) Add({.kind = Reply::Kind::kVfo, .value = vfo == '0' ? 'A' : 'B'});

@@ -2,6 +2,8 @@
 
 #include <memory>
 
+#include "core/text.h"
+
 namespace kvx::config {
 namespace {
 
@@ -10,10 +12,6 @@ using namespace std::chrono_literals;
 constexpr Duration kAskAgain = 50ms;
 constexpr Duration kTakeOverAfter = 4s;
 constexpr Duration kGiveUpAfter = 5s;
-
-bool IsText(std::string_view content) {
-  return content.find('\0') == std::string_view::npos;
-}
 
 /// Whether a temporary file can be what its writer wanted to write: a writer ends its last line.
 bool IsWhole(std::string_view content) {

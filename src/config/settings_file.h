@@ -21,7 +21,7 @@ class SettingsFile {
   SettingsFile(Loop& loop, platform::Files& files, platform::Path folder, Notice notice)
       : loop_(loop), files_(files), folder_(std::move(folder)), notice_(std::move(notice)) {}
 
-  /// Reads the file. Missing: every setting is at its start value. Unreadable or no text (NUL bytes): the same, with a
+  /// Reads the file. Missing: every setting is at its start value. Unreadable or no text: the same, with a
   /// notice that names the file. A rig.ini that is missing while a whole Rig.$$$ of a dead writer is there is put in
   /// place from it.
   Settings Read();

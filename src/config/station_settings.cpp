@@ -40,9 +40,9 @@ StationSettings StationSettings::From(const Settings& settings) {
   station.gmt_is_set = settings.number("GMT=") != 0;
   if (settings.number("POLLTIME=") > 0) station.poll_milliseconds = Bounded(settings, "POLLTIME=", 10, 5000);
   station.offset = Trimmed(settings, "PDOFFSET=");
-  station.screen_color = settings.number("SCREENCOLOR=");
+  if (settings.has("SCREENCOLOR=")) station.screen_color = settings.number("SCREENCOLOR=");
   station.screen_meter = settings.number("SCREENMETER=");
-  station.body_color = settings.number("BODYCOLOR=");
+  if (settings.has("BODYCOLOR=")) station.body_color = settings.number("BODYCOLOR=");
   for (std::size_t i = 0; i < station.function_texts.size(); ++i) {
     station.function_texts[i] = Trimmed(settings, "F" + std::to_string(i + 1) + "=");
   }

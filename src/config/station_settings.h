@@ -42,9 +42,9 @@ struct StationSettings {
   bool gmt_is_set = false;
   int poll_milliseconds = kDefaultPollMilliseconds;  ///< "POLLTIME=": interval of the clock's beat
   std::string offset;  ///< kHz text
-  std::int64_t screen_color = 0;
+  std::int64_t screen_color = 8421504;  ///< grey 80 80 80
   std::int64_t screen_meter = 0;
-  std::int64_t body_color = 0;
+  std::int64_t body_color = 12632256;   ///< grey 192 192 192
   std::array<std::string, 9> function_texts;  ///< "F1=" to "F9="
   std::array<SavedRig, kSavedRigs + 1> saved_rigs;  ///< index 1 to 8
   std::array<bool, kSwitchedPorts> rts_on{};        ///< by port number

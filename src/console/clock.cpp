@@ -9,13 +9,13 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// A poll cycle is two beats and costs about 60 characters of 11 bits on the line; it gets twice that time.
-constexpr std::int64_t kBitsABeat = 60 * 11;
+constexpr std::int64_t kBitsPerCharacter = 11;
 
 }  // namespace
 
-void Clock::SetPace(Duration wished, int speed) {
-  const Duration line = std::chrono::nanoseconds(1s) * kBitsABeat / std::max(speed, 300);
+void Clock::SetPace(Duration wished, int speed, int characters) {
+  // A poll cycle is two beats: it gets twice the time that it costs on the line.
+  const Duration line = std::chrono::nanoseconds(1s) * kBitsPerCharacter * characters / std::max(speed, 300);
   interval_ = std::max(std::clamp<Duration>(wished, 10ms, 5s), line);
 }
 

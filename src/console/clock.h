@@ -13,8 +13,8 @@ class Clock {
 
   /// Hours that the operator's setting adds to local time; without a setting (0) the clock shows UTC as the system knows it.
   void SetGmtHours(int hours) { gmt_hours_ = hours; }
-  /// The wished interval and the rig line's speed in baud.
-  void SetPace(Duration wished, int speed);
+  /// The wished interval, the rig line's speed in baud, and how many characters a poll cycle costs on that line.
+  void SetPace(Duration wished, int speed, int characters);
   void Start() { running_ = Run(); }
   void Stop() { running_ = Task(); }
   Duration interval() const { return interval_; }

@@ -33,7 +33,7 @@ std::string Answer(cat::SendOutcome outcome, const Station& station, const std::
     case cat::SendOutcome::kRefused: break;
   }
   const std::string& why = *station.console.ErrorText;
-  return Fail(why.empty() ? "not sent" : why);
+  return Fail(!why.empty() ? why : station.console.MsgArea->empty() ? "not sent" : *station.console.MsgArea);
 }
 
 struct SliderName {
@@ -74,13 +74,18 @@ const CommandLine::Command CommandLine::kCommands[] = {
     {"port", &CommandLine::DoPort, "0..99: the rig port's number, 0 for none"},
     {"speed", &CommandLine::DoSpeed, "BAUD: the rig port's speed"},
     {"freq", &CommandLine::DoFreq, "KHZ: tune"},
+    {"base", &CommandLine::DoBase, "KHZ: tune, and count the knob from there"},
+    {"band", &CommandLine::DoBand, "160|80|60|40|30|20|17|15|12|10|6|2|220|440|902"},
+    {"step", &CommandLine::DoStep, "the other tuning step"},
+    {"wheel", &CommandLine::DoWheel, "N: so many steps up, or down when negative"},
     {"mode", &CommandLine::DoMode, "LSB|USB|CW|CWN|AM|FM|FMN|RTTY"},
     {"narrow", &CommandLine::DoNarrow, "on|off"},
     {"vfo", &CommandLine::DoVfo, "A|B"},
     {"send", &CommandLine::DoSend, "KEY-OR-COMMAND: straight to the dispatcher; <CR> and <0xNN> stand for control characters"},
     {"fn", &CommandLine::DoFunction, "1..9: press a function key"},
-    {"fnval", &CommandLine::DoFunctionValue, "1..9 TEXT: the value of a function key"},
+    {"fnval", &CommandLine::DoFunctionValue, "1..9 TEXT: the value of a function key (or of a mode key, as XCWW)"},
     {"slider", &CommandLine::DoSlider, "NAME VALUE"},
+    {"announce", &CommandLine::DoAnnounce, "on|off: spoken announcements"},
     {"poll", &CommandLine::DoPoll, "on|off: ask the rig for its state"},
     {"meter", &CommandLine::DoMeter, "off|0..9: poll that meter instead of the S-meter"},
     {"trace", &CommandLine::DoTrace, "on|off: print every byte sent and received"},
@@ -156,6 +161,7 @@ void CommandLine::Follow(Field field) {
     case Field::kFreqDisp: return Tell("freq " + KhzText(*console.FreqDisp));
     case Field::kMode: return Tell("mode " + std::string(Trim(*console.Mode)));
     case Field::kActiveVfo: return Tell(std::string("vfo ") + *console.ActiveVfo);
+    case Field::kSpkbx: return Tell("announce " + *console.SPKBX);
     case Field::kMsgArea: return tell_text(*console.MsgArea);
     case Field::kErrorText: return tell_text(*console.ErrorText);
     case Field::kTransmitting: return Tell(*console.Transmitting ? "tx on" : "tx off");
@@ -197,8 +203,9 @@ std::string CommandLine::DoSlot(std::string_view argument) {
 std::string CommandLine::DoRigNumber(std::string_view argument) {
   const auto number = ParseNumber(argument, 1, 7);
   if (!number) return Fail("rignumber takes 1 to 7");
-  station_.Rig_Click(static_cast<int>(*number));
-  return "ok rignumber " + *station_.console.RigNumber;
+  const cat::SendOutcome outcome = station_.Rig_Click(static_cast<int>(*number));
+  const bool refused = outcome == cat::SendOutcome::kRefused;
+  return refused ? Answer(outcome, station_, {}) : "ok rignumber " + *station_.console.RigNumber;
 }
 
 std::string CommandLine::DoPort(std::string_view argument) {
@@ -219,6 +226,33 @@ std::string CommandLine::DoFreq(std::string_view argument) {
   const auto frequency = ParseKhz(argument);
   if (!frequency || frequency->decihertz <= 0) return Fail("freq takes kHz, as in 14025.00; not " + OneLine(argument, 40));
   const cat::SendOutcome outcome = station_.engine.operations.TuneTo(*frequency);
+  return Answer(outcome, station_, "freq " + KhzText(*station_.console.FreqDisp));
+}
+
+std::string CommandLine::DoBase(std::string_view argument) {
+  const auto frequency = ParseKhz(argument);
+  if (!frequency || frequency->decihertz <= 0) return Fail("base takes kHz, as in 14025.00; not " + OneLine(argument, 40));
+  return Answer(station_.bands.SetBaseFrequency(*frequency), station_, "base " + KhzText(*station_.console.Reference));
+}
+
+std::string CommandLine::DoBand(std::string_view argument) {
+  const auto number = ParseNumber(argument, 1, 9999);
+  // The 902 MHz band is number 35 inside.
+  if (!number || !station_.bands.PressBand(*number == 902 ? 35 : static_cast<int>(*number))) {
+    return Fail("there is no band " + OneLine(argument, 40) + " (160 80 60 40 30 20 17 15 12 10 6 2 220 440 902)");
+  }
+  return "ok band " + std::string(argument) + " " + KhzText(*station_.console.FreqDisp);
+}
+
+std::string CommandLine::DoStep(std::string_view) {
+  station_.bands.ClickStep();
+  return "ok step " + *station_.console.Channel;
+}
+
+std::string CommandLine::DoWheel(std::string_view argument) {
+  const auto steps = ParseNumber(argument, -10'000, 10'000);
+  if (!steps) return Fail("wheel takes a number of steps");
+  const cat::SendOutcome outcome = station_.bands.TurnKnob(static_cast<int>(*steps));
   return Answer(outcome, station_, "freq " + KhzText(*station_.console.FreqDisp));
 }
 
@@ -250,14 +284,17 @@ std::string CommandLine::DoFunction(std::string_view argument) {
   const auto number = ParseNumber(argument, 1, config::kFunctions);
   if (!number) return Fail("fn takes 1 to 9");
   const cat::SendOutcome outcome = station_.PressFunction(static_cast<int>(*number));
-  const bool told = outcome == cat::SendOutcome::kRefused && station_.console.ErrorText->empty();
-  return told ? Fail(*station_.console.MsgArea) : Answer(outcome, station_, "fn " + std::to_string(*number));
+  return Answer(outcome, station_, "fn " + std::to_string(*number));
 }
 
 std::string CommandLine::DoFunctionValue(std::string_view argument) {
   const auto [word, text] = FirstWord(argument);
   const auto number = ParseNumber(word, 1, config::kFunctions);
-  if (!number) return Fail("fnval takes 1 to 9 and a text");
+  if (!number && cat::FindKey(word) != nullptr) {
+    station_.engine.dispatcher.SetButtonValue(word, std::string(text));
+    return "ok fnval " + Upper(word) + " " + OneLine(text);
+  }
+  if (!number) return Fail("fnval takes 1 to 9, or a mode key, and a text");
   station_.console.Text5.Set(static_cast<std::size_t>(*number - 1), std::string(text));
   return "ok fnval " + std::to_string(*number) + " " + OneLine(text);
 }
@@ -266,11 +303,18 @@ std::string CommandLine::DoSlider(std::string_view argument) {
   const auto [name, text] = FirstWord(argument);
   const int number = SliderNumber(name, station_.engine.rig());
   if (number == 0) return Fail("there is no slider " + OneLine(name, 40));
-  const auto value = ParseNumber(text, 0, 99'999);
+  const auto value = ParseNumber(text.substr(0, text.find('.')), 0, 99'999);  // the fraction is cut off
   if (!value) return Fail("slider takes a name and a whole number");
   const cat::SendOutcome outcome = station_.MoveSlider(number, static_cast<int>(*value));
   const int set = station_.console.Slider[static_cast<std::size_t>(number - 1)];
   return Answer(outcome, station_, "slider " + std::string(name) + " " + std::to_string(set));
+}
+
+std::string CommandLine::DoAnnounce(std::string_view argument) {
+  const auto on = OnOff(argument);
+  if (!on) return Fail("announce takes on or off");
+  station_.console.Announce.Set(*on);
+  return std::string("ok announce ") + (*on ? "on" : "off");
 }
 
 std::string CommandLine::DoPoll(std::string_view argument) {

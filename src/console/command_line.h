@@ -52,6 +52,10 @@ class CommandLine {
   std::string DoPort(std::string_view argument);
   std::string DoSpeed(std::string_view argument);
   std::string DoFreq(std::string_view argument);
+  std::string DoBase(std::string_view argument);
+  std::string DoBand(std::string_view argument);
+  std::string DoStep(std::string_view argument);
+  std::string DoWheel(std::string_view argument);
   std::string DoMode(std::string_view argument);
   std::string DoNarrow(std::string_view argument);
   std::string DoVfo(std::string_view argument);
@@ -60,6 +64,7 @@ class CommandLine {
   std::string DoFunctionValue(std::string_view argument);
   std::string DoSlider(std::string_view argument);
   std::string DoPoll(std::string_view argument);
+  std::string DoAnnounce(std::string_view argument);
   std::string DoMeter(std::string_view argument);
   std::string DoTrace(std::string_view argument);
   std::string DoSim(std::string_view argument);

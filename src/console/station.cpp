@@ -7,9 +7,10 @@
 namespace kvx::console {
 namespace {
 
-using namespace std::chrono_literals;
-
-constexpr Duration kDrainTime = 500ms;
+// Characters of a poll cycle: a Kenwood tells its whole status each time, the others answer one short query a cycle.
+constexpr int kKenwoodCycle = 60;
+constexpr int kOtherCycle = 25;
+constexpr std::size_t kLongestNotice = 400;
 
 }  // namespace
 
@@ -21,12 +22,17 @@ Station::Station(const StationParts& parts)
       database_(parts.folder / "rigsetup.sqlite"),
       settings_file_(parts.loop, parts.files, parts.folder, [this](const std::string& line) { Notice(line); }),
       engine(parts.loop, console, parts.rig_port),
+      bands(console, engine.dispatcher, engine.operations, settings_.band_memory),
       clock_(parts.loop, console) {
   engine.link.on_notice = [this](const std::string& line) { Notice(line); };
   engine.link.on_opened = [this] { PortOpened(); };
 }
 
-void Station::Notice(const std::string& line) { console.MsgArea.Set(OneLine(line, 400)); }
+void Station::Notice(const std::string& line) {
+  // Texts from outside have been made visible where they came in; whatever else has a control character in it is made so here.
+  const bool fits = line.size() <= kLongestNotice && std::none_of(line.begin(), line.end(), [](unsigned char c) { return c < 0x20; });
+  console.MsgArea.Set(fits ? line : OneLine(line, kLongestNotice));
+}
 
 void Station::Start() {
   ReadPosition();
@@ -76,6 +82,7 @@ Status Station::InitRig(const std::string& slot) {
     const config::SavedRig& saved = file.saved_rigs[static_cast<std::size_t>(number)];
     settings_.rig_port = before.rig_port;
     settings_.rig_number = before.rig_number;
+    settings_.band_memory = before.band_memory;  // newer than the file's
     settings_.rig = saved.name;
     if (saved.speed > 0) settings_.rig_speed = saved.speed;
     settings_.rig_start = saved.start_bit;
@@ -89,6 +96,7 @@ Status Station::InitRig(const std::string& slot) {
   clock_.SetGmtHours(settings_.gmt_is_set ? settings_.gmt_hours : 0);
   if (auto loaded = SetRig(settings_.rig); !loaded) {
     Notice(loaded.error().message);
+    if (number > 0) settings_ = before;  // the saved rig that cannot be loaded leaves everything as it was
     return loaded;
   }
   return Ok();
@@ -103,6 +111,11 @@ Status Station::SetRig(const std::string& name) {
   auto row = database_.Find(name);
   if (!row) return row.error();
   if (!row->has_value()) return Error{ErrorCode::kNotFound, "there is no rig " + OneLine(name) + " in " + database_.file().string()};
+  if ((*row)->name() != engine.rig().name) {
+    ReleaseTransmitter();
+    // The offset that a rig without CAT had from its mode is not the next rig's.
+    if (engine.rig().name == "TS-520") console.Offset.Set(ParseKhz(settings_.offset).value_or(Frequency{}));
+  }
   engine.UseRig(config::LoadDefinition(std::move(**row)));
   const config::RigDefinition& rig = engine.rig();
   settings_.rig = rig.name;
@@ -146,7 +159,10 @@ void Station::KeepInFile(std::vector<config::SettingChange> changes) {
 
 Status Station::ChooseRig(const std::string& name) {
   if (auto loaded = SetRig(name); !loaded) return loaded;
-  if (EqualNoCase(name, "NONE")) settings_.rig = "NONE";
+  if (EqualNoCase(name, "NONE")) {
+    settings_.rig = "NONE";
+    settings_.family.clear();
+  }
   KeepInFile(config::ConsoleChanges(settings_));
   OpenRigPort();
   return Ok();
@@ -154,13 +170,20 @@ Status Station::ChooseRig(const std::string& name) {
 
 cat::SendOutcome Station::Rig_Click(int number) {
   console.RigNumber.Set(std::to_string(number));
-  settings_.rig_number = *console.RigNumber;
-  KeepInFile({{"RIGNUMBER=", settings_.rig_number}});
   // A rig address that is itself a command (an antenna or rig selection ending in ";") is sent as it stands.
   const std::string& select = engine.rig().row["Add" + *console.RigNumber];
-  if (select.find(';') == std::string::npos) return engine.dispatcher.SendData(*console.ActiveVfo == 'A' ? "XGETFREQ" : "XGETFREQB");
+  const bool command = select.find(';') != std::string::npos;
+  const cat::SendOutcome outcome = command ? SendRaw(select)
+                                           : engine.dispatcher.SendData(*console.ActiveVfo == 'A' ? "XGETFREQ" : "XGETFREQB");
+  if (outcome == cat::SendOutcome::kRefused) return outcome;
+  settings_.rig_number = *console.RigNumber;
+  KeepInFile({{"RIGNUMBER=", settings_.rig_number}});
+  return outcome;
+}
+
+cat::SendOutcome Station::SendRaw(const std::string& command) {
   if (!engine.link.is_open()) return cat::SendOutcome::kClosed;
-  return engine.link.WriteRigPort(ToLatin1(select)) ? cat::SendOutcome::kSent : cat::SendOutcome::kRefused;
+  return engine.link.WriteRigPort(ToLatin1(command)) ? cat::SendOutcome::kSent : cat::SendOutcome::kRefused;
 }
 
 Status Station::xRig_Click(int slot) {
@@ -169,11 +192,11 @@ Status Station::xRig_Click(int slot) {
     const auto saved = config::StationSettings::From(settings_file_.Read()).saved_rigs[static_cast<std::size_t>(slot)];
     if (saved.name.empty()) return Error{ErrorCode::kNotFound, "saved rig " + std::to_string(slot) + " is empty"};
   }
+  if (auto applied = InitRig(std::to_string(slot)); !applied) return applied;
   console.RigSlot.Set(slot);
   console.Rport.Set(std::to_string(slot));
-  auto applied = InitRig(std::to_string(slot));
   OpenRigPort();
-  return applied;
+  return Ok();
 }
 
 void Station::SetRigPort(int number, int speed) {
@@ -183,13 +206,22 @@ void Station::SetRigPort(int number, int speed) {
   OpenRigPort();
 }
 
+/// Before the way to a keyed rig ends.
+void Station::ReleaseTransmitter() {
+  if (!*console.Transmitting) return;
+  engine.dispatcher.SendData("XSETBRAVO");
+  engine.link.DeliverFirst();
+}
+
 void Station::OpenRigPort() {
+  ReleaseTransmitter();
   platform::PortSettings port{.number = settings_.rig_port, .speed = settings_.rig_speed, .stop_bits = settings_.stop_bits()};
   if (port.number < config::kSwitchedPorts) {
     port.dtr = settings_.dtr_on[static_cast<std::size_t>(port.number)];
     port.rts = settings_.rts_on[static_cast<std::size_t>(port.number)];
   }
-  clock_.SetPace(std::chrono::milliseconds(settings_.poll_milliseconds), port.speed);
+  clock_.SetPace(std::chrono::milliseconds(settings_.poll_milliseconds), port.speed,
+                 engine.rig().family == "KENWOOD" ? kKenwoodCycle : kOtherCycle);
   engine.link.OpenRigPort(port, !EqualNoCase(*console.RigName, "NONE"));
 }
 
@@ -218,12 +250,11 @@ Task Station::ShutDown() {
   engine.poller.Stop();
   clock_.Stop();
   WritePosition();
+  bands.RememberBand();
   Task saved = SaveRig("");
   co_await saved;
-  const TimePoint limit = loop_.Now() + kDrainTime;
-  while (engine.link.is_open() && engine.link.bytes_unsent() > 0 && loop_.Now() < limit) {
-    co_await loop_.Sleep(5ms);
-  }
+  Task deliver = engine.link.Deliver();
+  co_await deliver;
   engine.link.CloseRigPort();
 }
 

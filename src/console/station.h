@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "cat/band_operations.h"
 #include "cat/engine.h"
 #include "config/rig_database.h"
 #include "config/settings_file.h"
@@ -77,8 +78,9 @@ class Station {
   void WritePosition();
   void PrepareStore();
   void ApplyTs520Offset();
+  void ReleaseTransmitter();
   void PortOpened();
-  void ReadRigPort(const config::StationSettings& file);
+  cat::SendOutcome SendRaw(const std::string& command);
   void KeepInFile(std::vector<config::SettingChange> changes);
 
   Loop& loop_;
@@ -96,6 +98,7 @@ class Station {
 
  public:
   cat::Engine engine;
+  cat::BandOperations bands;
 
  private:
   Clock clock_;

@@ -5,6 +5,14 @@
 namespace kvx::console {
 namespace {
 
+/// "[1,2,3]" or "[\"a\",\"b\"]"
+template <class Values, class Format>
+std::string JsonArray(const Values& values, Format format) {
+  std::string out;
+  for (std::size_t i = 0; i < values.size(); ++i) out += (out.empty() ? "[" : ",") + format(values[i]);
+  return out + "]";
+}
+
 class JsonObject {
  public:
   JsonObject& Text(std::string_view name, std::string_view value) { return Raw(name, JsonString(value)); }
@@ -49,6 +57,8 @@ std::string StatusJson(const Station& station) {
       .Number("smeter", *console.SMeter)
       .Text("meter_name", *console.Label10)
       .Number("meter", *console.MeterValue)
+      .Raw("sliders", JsonArray(console.Slider, [](int value) { return std::to_string(value); }))
+      .Raw("fnval", JsonArray(console.Text5, [](const std::string& text) { return JsonString(text); }))
       .Flag("polling", *console.Polling)
       .Flag("transmitting", *console.Transmitting)
       .Text("rignumber", *console.RigNumber)

@@ -16,7 +16,7 @@ enum class Field {
   kFreqDisp, kFreqA, kFreqB, kMode, kFromF, kToF, kReference, kChannel, kBandNumber, kVfoKnob, kActiveVfo, kXnarrow,
   kMsgArea, kSpkbx, kErrorText, kRiggmt, kSMeter, kMeterValue, kMeterOn, kMeterNumber, kLabel10, kPolling, kTransmitting,
   kTuning, kOffset, kSlider, kFunctionText, kFunctionState, kRigName, kRigType, kRigNumber, kRigSlot, kRport, kPort,
-  kColors, kRigRow,
+  kColors, kRigRow, kAnnounce, kNoLimits,
 };
 
 /// What the console shows and what its modules share. Every field is observed: whoever sets one to a new value announces it, and
@@ -57,7 +57,7 @@ class Console {
     void Set(T value) {
       if (value == value_) return;
       value_ = std::move(value);
-      console_.Announce(field_);
+      console_.Changed(field_);
     }
 
    private:
@@ -75,7 +75,7 @@ class Console {
     void Set(std::size_t index, T value) {
       if (value == values_.at(index)) return;
       values_[index] = std::move(value);
-      console_.Announce(field_);
+      console_.Changed(field_);
     }
     static constexpr std::size_t size() { return kCount; }
 
@@ -109,6 +109,7 @@ class Console {
   Cell<Frequency> ToF{*this, Field::kToF, Frequency::FromKhz(14'350)};
   Cell<Frequency> Reference{*this, Field::kReference, Frequency::FromKhz(14'000)};
   Cell<std::string> Channel{*this, Field::kChannel, "0.05"};  ///< the step box, kHz
+  Cell<bool> NoLimits{*this, Field::kNoLimits};               ///< the band limits are left as they are
   Cell<std::string> VFO{*this, Field::kVfoKnob, "5500"};      ///< the knob's position read-out
 
   // Meters. Values are the rig's own units.
@@ -123,6 +124,8 @@ class Console {
   Cell<std::string> SPKBX{*this, Field::kSpkbx};          ///< announcements
   Cell<std::string> ErrorText{*this, Field::kErrorText};  ///< the last command that could not be built
   Cell<std::string> RIGGMT{*this, Field::kRiggmt};        ///< UTC clock, "2026-11-21 14:02:25.30"; its changes are the poll's beat
+
+  Cell<bool> Announce{*this, Field::kAnnounce};  ///< spoken announcements are on
 
   // Polling and the two states in which the rig must not be asked.
   Cell<bool> Polling{*this, Field::kPolling, true};
@@ -150,7 +153,7 @@ class Console {
     Listener listener;
   };
 
-  void Announce(Field field) {
+  void Changed(Field field) {
     // By index, and up to the listeners of this moment: a listener may subscribe or end a subscription.
     ++announcing_;
     const std::size_t count = listeners_.size();

@@ -191,6 +191,13 @@ std::string JsonString(std::string_view text) {
   return out + '"';
 }
 
+bool IsText(std::string_view content) {
+  const auto odd = [](char c) { return static_cast<unsigned char>(c) < 0x20 && c != '\r' && c != '\n' && c != '\t'; };
+  const auto count = static_cast<std::size_t>(std::count_if(content.begin(), content.end(), odd));
+  // A function key's text may hold one now and then; of random bytes every ninth is one.
+  return content.find('\0') == std::string_view::npos && count <= 2 + content.size() / 32;
+}
+
 std::string OneLine(std::string_view text, std::size_t limit) {
   std::string out = ToVisible(text.substr(0, limit));
   return text.size() > limit ? out + "..." : out;

@@ -43,6 +43,9 @@ std::string FromVisible(std::string_view text);
 /// UTF-8 to the one-byte-a-character form (ISO 8859-1) in which text goes to a serial line; characters beyond it become "?".
 std::string ToLatin1(std::string_view utf8);
 
+/// Whether a file's content can be text of a person or of another program: no NUL byte, and hardly any other control character.
+bool IsText(std::string_view content);
+
 /// A quoted JSON string. Bytes that are no UTF-8 are taken as ISO 8859-1, so the result is always valid JSON.
 std::string JsonString(std::string_view text);
 

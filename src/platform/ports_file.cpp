@@ -58,7 +58,7 @@ PortTable ReadPortTable(const Files& files, const Path& station) {
   PortTable table;
   if (!content) {
     if (content.error().code != ErrorCode::kNotFound) table.complaints.push_back(content.error().message);
-  } else if (content->find('\0') != std::string::npos) {
+  } else if (!IsText(*content)) {
     table.complaints.push_back(file.string() + " is no text file");
   } else {
     table = PortTable::Parse(*content);
