@@ -1,0 +1,166 @@
+#include "console/command_line.h"
+
+#include "console_fixture.h"
+
+namespace kvx::console {
+namespace {
+
+using Lines = std::vector<std::string>;
+
+struct Headless {
+  explicit Headless(const std::string& ini) : bench(ini) {}
+  /// Starts and forgets what that told.
+  void Start() {
+    bench.Start();
+    line.Ready();
+    bench.station.console.Polling.Set(false);
+    bench.loop.RunFor(2s);
+    out.clear();
+    bench.port.written.clear();
+  }
+  /// The answer to one command, and into `events` what else was told meanwhile.
+  std::string Ask(const std::string& command) {
+    out.clear();
+    line.Take(command);
+    bench.loop.RunFor(1ms);
+    std::string answer = "no answer";
+    events.clear();
+    for (const std::string& text : out) {
+      const bool is_answer = text.starts_with("ok") || text.starts_with("error: ") || text.starts_with("{");
+      (is_answer ? answer : events) = text;
+    }
+    return answer;
+  }
+
+  Bench bench;
+  Lines out;
+  std::string events;
+  CommandLine line{bench.loop, bench.station, [this](const std::string& text) { out.push_back(text); }};
+};
+
+TEST(CommandLine, EachCommandHasOneAnswerAndItsBytes) {
+  struct Row {
+    std::string command, answer, written;
+  };
+  Headless headless(RigIni("TS-2000"));
+  headless.Start();
+  for (const Row& row : {
+           Row{"freq 14025.37", "ok freq 14025.37", "FA00014025370;"},
+           Row{"FREQ 7030,5", "ok freq 7030.50", "FA00007030500;"},
+           Row{"freq", "error: freq takes", ""},
+           Row{"freq abc", "error: freq takes", ""},
+           Row{"freq -5", "error: freq takes", ""},
+           Row{"freq 14025.00 MHz", "error: freq takes", ""},
+           Row{"freq 1e9", "error: freq takes", ""},
+           Row{"mode usb", "ok mode USB", "MD2;"},
+           Row{"mode CWN", "ok mode CW", "MD7;"},
+           Row{"mode", "error: no mode", ""},
+           Row{"mode FMN", "ok mode FM", "MD4;"},
+           Row{"send XFMN", "error: TS-2000 has no such command", ""},
+           Row{"narrow off", "ok narrow off", ""},
+           Row{"narrow 1", "error: narrow", ""},
+           Row{"vfo b", "ok vfo B", "FR1;FT1;FB;"},
+           Row{"vfo A", "ok vfo A", "FR0;FT0;FA;"},
+           Row{"vfo C", "error: vfo takes", ""},
+           Row{"send xusb", "ok sent", "MD2;"},
+           Row{"send ZZ<0x07><CR>;", "ok sent", "ZZ\x07\r;"},
+           Row{"send", "error: send takes", ""},
+           Row{"fn 1", "ok fn 1", "NB1;"},
+           Row{"fn 1", "ok fn 1", "NB0;"},
+           Row{"fn 9", "error: Value not set.", ""},
+           Row{"fnval 9 08", "ok fnval 9 08", ""},
+           Row{"fn 9", "ok fn 9", "TN08;"},
+           Row{"fn 10", "error: fn takes", ""},
+           Row{"fnval x", "error: fnval takes", ""},
+           Row{"slider AF 7", "ok slider AF 7", "AG0007;"},
+           Row{"slider 9 300", "ok slider 9 100", "PC100;"},
+           Row{"slider hc 8", "ok slider hc 8", "SH08;"},
+           Row{"slider AF", "error: slider takes", ""},
+           Row{"slider AF -1", "error: slider takes", ""},
+           Row{"slider na 3", "error: there is no slider", ""},
+           Row{"slider TONE 3", "error: TS-2000 has no such command", ""},
+           Row{"rignumber 8", "error: rignumber", ""},
+           Row{"rig", "ok TS-2000", ""},
+           Row{"rig NOSUCH", "error: there is no rig NOSUCH", ""},
+           Row{"slot 3", "error: saved rig 3 is empty", ""},
+           Row{"slot 9", "error: slot takes", ""},
+           Row{"port x", "error: port takes", ""},
+           Row{"port 100", "error: port takes", ""},
+           Row{"speed 10", "error: speed takes", ""},
+           Row{"poll off", "ok poll off", ""},
+           Row{"poll", "error: poll takes", ""},
+           Row{"meter 3", "ok meter 3", ""},
+           Row{"meter off", "ok meter off", ""},
+           Row{"meter 10", "error: meter takes", ""},
+           Row{"sim knob 7000", "error: the rig port is no simulated rig", ""},
+           Row{"nonsense", "error: there is no command nonsense", ""},
+           Row{"trace maybe", "error: trace takes", ""},
+           Row{"  status  ", "{\"rig\":\"TS-2000\"", ""},
+           Row{"help", "ok status rig", ""},
+           Row{"rigs", "ok FT-1000D, ", ""},
+           Row{"port 4", "ok port 4 open", "RM3;"},
+           Row{"speed 9600", "ok speed 9600 open", "RM3;"},
+           Row{"slot 0", "ok slot 0 TS-2000", "RM3;"},
+           Row{"rig none", "ok NONE", ""},
+           Row{"freq 14025", "error: the rig port is closed", ""},
+       }) {
+    headless.bench.port.written.clear();
+    const std::string answer = headless.Ask(row.command);
+    EXPECT_TRUE(answer.starts_with(row.answer)) << row.command << " -> " << answer;
+    EXPECT_TRUE(row.written.empty() ? headless.bench.port.written.empty()
+                                    : headless.bench.port.written.starts_with(row.written))
+        << row.command << " wrote " << headless.bench.port.written;
+  }
+}
+
+TEST(CommandLine, TellsWhatHappensFromTheFirstLineOn) {
+  Headless headless(RigIni("TS-2000"));
+  headless.bench.port.absent = true;
+  headless.bench.Start();
+  EXPECT_EQ(headless.out, Lines{});
+  headless.line.Ready();
+  ASSERT_GE(headless.out.size(), 4U);
+  EXPECT_EQ(headless.out[0], "ready");
+  EXPECT_NE(std::find(headless.out.begin(), headless.out.end(), "rig TS-2000"), headless.out.end());
+  EXPECT_NE(std::find(headless.out.begin(), headless.out.end(), "message COM3: no such device"), headless.out.end());
+  headless.bench.port.absent = false;
+  headless.bench.station.console.Polling.Set(false);
+  headless.bench.loop.RunFor(2s);
+  headless.out.clear();
+  headless.bench.port.Arrive("IF000140253700000+0000000000021000000;");
+  headless.bench.station.engine.dispatcher.SendData("TX;");
+  headless.bench.port.Lose();
+  EXPECT_EQ(headless.out, (Lines{"vfo B", "mode USB", "freq 14025.37", "tx on", "port the device has gone",
+                                 "message the device has gone"}));
+  headless.out.clear();
+  headless.Ask("trace on");
+  headless.bench.loop.RunFor(2s);
+  EXPECT_NE(std::find(headless.out.begin(), headless.out.end(), "sent RX;"), headless.out.end());
+  headless.out.clear();
+  headless.bench.port.Arrive("?;\n");
+  EXPECT_EQ(headless.out, Lines{"received ?;<LF>"});
+}
+
+TEST(CommandLine, CarriesCommandsOutInOrderAndSavesBeforeTheNext) {
+  Headless headless(RigIni("TS-2000"));
+  headless.Start();
+  bool quit = false;
+  headless.line.on_quit = [&] { quit = true; };
+  for (const std::string command : {"mode USB", "save", "", "mode CW", "quit", "mode AM"}) headless.line.Take(command);
+  headless.bench.loop.RunFor(10s);
+  EXPECT_EQ(headless.out, (Lines{"mode USB", "ok mode USB", "ok saved", "mode CW", "ok mode CW", "ok quit"}));
+  EXPECT_TRUE(quit);
+  EXPECT_NE(headless.bench.folder.Get("rig.ini").find("BANDMODE01="), std::string::npos);
+  headless.line.Refuse("the line is too long");
+  EXPECT_EQ(headless.out.back(), "error: the line is too long");
+}
+
+TEST(CommandLine, AFloodOfCommandsIsBounded) {
+  Headless headless(RigIni("TS-2000"));
+  for (int i = 0; i < 20'000; ++i) headless.line.Take("rig");
+  EXPECT_EQ(headless.out.size(), 10'000U);
+  EXPECT_EQ(headless.out.back(), "error: too many commands are waiting");
+}
+
+}  // namespace
+}  // namespace kvx::console

@@ -1,0 +1,63 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <utility>
+
+#include "console/station.h"
+#include "core/hex_text.h"
+#include "core/text.h"
+#include "fakes/fake_serial_port.h"
+#include "fakes/temporary_folder.h"
+#include "fakes/virtual_loop.h"
+#include "platform/posix/files.h"
+
+namespace kvx::console {
+
+using namespace std::chrono_literals;
+using namespace std::string_literals;
+
+/// A rig.ini with that rig on port 3, and more lines.
+inline std::string RigIni(const std::string& rig, int speed = 38400, const std::string& more = "") {
+  return "XRIG=" + rig + "\nRIGPORT= 3\nRIGSPEED= " + std::to_string(speed) + "\nRIGSTOP= 1\n" + more;
+}
+
+/// A station in a folder of its own, with the shipped data, a fake or simulated rig port and virtual time:
+/// `Bench bench(RigIni("TS-2000"));`
+template <class Port>
+struct BenchOn {
+  explicit BenchOn(const std::string& rig_ini, const std::string& device = "") : port(MakePort(device, loop)) {
+    if (!rig_ini.empty()) folder.Put("rig.ini", rig_ini);
+  }
+  static Port MakePort(const std::string& device, Loop& loop) {
+    if constexpr (std::is_default_constructible_v<Port>) {
+      return Port();
+    } else {
+      return Port(device, loop);
+    }
+  }
+  /// Starts the console, and lets a moment pass.
+  void Start(Duration moment = 1ms) {
+    station.Start();
+    loop.RunFor(moment);
+  }
+  void ShutDown() {
+    const Task task = station.ShutDown();
+    loop.RunFor(10s);
+    EXPECT_TRUE(task.done());
+  }
+  /// "14025.37 CW".
+  std::string Display() const {
+    return KhzText(*station.console.FreqDisp) + " " + std::string(Trim(*station.console.Mode));
+  }
+
+  TemporaryFolder folder;
+  platform::PosixFiles files;
+  VirtualLoop loop;
+  Port port;
+  Station station{{.loop = loop, .files = files, .rig_port = port, .folder = folder.path(), .data = KVX_DATA}};
+};
+using Bench = BenchOn<FakeSerialPort>;
+
+}  // namespace kvx::console

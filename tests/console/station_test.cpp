@@ -1,0 +1,276 @@
+#include "console/station.h"
+
+#include <sqlite3.h>
+
+#include "console/status.h"
+#include "console_fixture.h"
+
+namespace kvx::console {
+namespace {
+
+TEST(Station, FirstStartComesUpWithItsStartValuesAndAllShippedRigs) {
+  Bench bench("");
+  bench.Start(5s);
+  const Console& console = bench.station.console;
+  EXPECT_EQ(*console.RigName + *console.RigNumber + *console.Channel + *console.VFO, "NONE10.055500");
+  EXPECT_EQ(KhzText(*console.FromF) + KhzText(*console.ToF) + KhzText(*console.Reference), "14000.0014350.0014000.00");
+  EXPECT_EQ(*console.RigSlot, 1);
+  EXPECT_EQ(bench.station.position.memory_first[100], "0000");
+  EXPECT_EQ(bench.station.RigNames()->size(), 13U);
+  EXPECT_EQ(bench.port.opens, 0) << "no rig, no port";
+  EXPECT_EQ(bench.folder.Get("rig.ini"), "");
+}
+
+TEST(Station, StartOpensThePortSelectsTheMeterAndSendsTheInitStringBeforeTheFirstPoll) {
+  Bench bench(RigIni("ts-2000", 4800, "RIGSTOP= 2\nDTRON3= 1\n"));
+  bench.Start(400ms);
+  EXPECT_EQ(bench.port.opened, (platform::PortSettings{.number = 3, .speed = 4800, .stop_bits = 2, .dtr = true}));
+  EXPECT_EQ(bench.port.written.substr(0, 15), "RM3;AI0;SM0;IF;");
+  EXPECT_EQ(*bench.station.console.Label10, "ALC");
+  EXPECT_EQ(*bench.station.console.RigType, "KENWOOD");
+}
+
+TEST(Station, LineSwitchesBelongToThePortNumber) {
+  struct Row {
+    int port;
+    bool dtr, rts;
+  };
+  for (const Row& row :
+       {Row{1, true, false}, Row{2, false, false}, Row{8, true, true}, Row{9, false, false}, Row{42, false, false}}) {
+    Bench bench("XRIG=TS-2000\nRIGPORT= " + std::to_string(row.port) +
+                "\nDTRON1= 1\nRTSON1= 0\nDTRON8= 1\nRTSON8= 1\nRTSON3= 1\n");
+    bench.Start();
+    EXPECT_EQ(bench.port.opened.number, row.port);
+    EXPECT_EQ(bench.port.dtr, row.dtr) << row.port;
+    EXPECT_EQ(bench.port.rts, row.rts) << row.port;
+  }
+}
+
+const std::string kSaved =
+    "RIG 2=FT-857\nSPEED 2= 4800\nSTOPBIT 2= 2\nSTARTBIT 2= 1\nRIG 5=NOSUCH\nSPEED 5= "
+    "1200\nBANDREM01=1830.00\nBANDMODE01=LSB\nPDOFFSET=-1.5\n";
+
+TEST(Station, SavedRigsBringTheirNameSpeedAndStopBits) {
+  Bench bench(RigIni("TS-2000", 38400, kSaved));
+  bench.Start();
+  EXPECT_EQ(KhzText(*bench.station.console.Offset), "-1.50");
+  EXPECT_TRUE(bench.station.xRig_Click(2).ok());
+  EXPECT_EQ(*bench.station.console.RigName, "FT-857");
+  EXPECT_EQ(bench.port.opened, (platform::PortSettings{.number = 3, .speed = 4800, .stop_bits = 2}));
+  EXPECT_EQ(*bench.station.console.RigSlot, 2);
+  EXPECT_EQ(*bench.station.console.Rport, "2");
+  for (const int slot : {4, 5, 9, -1}) {  // empty, with a rig that does not exist, out of range
+    EXPECT_FALSE(bench.station.xRig_Click(slot).ok()) << slot;
+    EXPECT_EQ(*bench.station.console.RigName, "FT-857");
+    EXPECT_EQ(*bench.station.console.RigSlot, 2);
+    EXPECT_EQ(bench.port.opened.speed, 4800);
+    EXPECT_EQ(bench.station.settings().rig, "FT-857") << "what the next save writes";
+  }
+  EXPECT_EQ(bench.station.InitRig("9").error().code, ErrorCode::kInvalid);
+  EXPECT_EQ(bench.station.InitRig("x").error().code, ErrorCode::kInvalid);
+  EXPECT_TRUE(bench.station.xRig_Click(0).ok());
+  EXPECT_EQ(*bench.station.console.RigName, "TS-2000");
+  EXPECT_EQ(bench.port.opened.speed, 38400);
+  EXPECT_EQ(bench.station.settings().band_memory[1], (config::BandMemory{"1830.00", "LSB"}));
+}
+
+TEST(Station, SetRigLeavesEverythingAsItWasWhenThereIsNoSuchRig) {
+  Bench bench(RigIni("TS-2000"));
+  bench.Start();
+  for (const std::string name : {"NOSUCH", "", "TS-2000' OR '1'='1", "O'Neill"}) {
+    EXPECT_EQ(bench.station.SetRig(name).error().code, ErrorCode::kNotFound) << name;
+    EXPECT_EQ(*bench.station.console.RigName, "TS-2000");
+    EXPECT_EQ(bench.station.engine.rig().name, "TS-2000");
+  }
+  std::filesystem::remove(bench.folder / "rigsetup.sqlite");
+  EXPECT_FALSE(bench.station.SetRig("FT-857").ok());
+  EXPECT_EQ(bench.station.engine.rig().name, "TS-2000");
+  EXPECT_TRUE(bench.station.ChooseRig("none").ok());
+  EXPECT_EQ(*bench.station.console.RigName, "NONE");
+  EXPECT_FALSE(bench.port.is_open());
+}
+
+TEST(Station, Ts520OffsetFollowsTheModeAndDoesNotStayWithTheNextRig) {
+  for (const auto& [mode, offset] :
+       {std::pair{" USB", "-1.50"}, {" LSB", "1.50"}, {"  CW", "0.00"}, {"  AM", "2.00"}}) {
+    Bench bench(RigIni("TS-2000", 9600, "PDOFFSET=2\n"));
+    bench.Start();
+    bench.station.console.Mode.Set(mode);
+    EXPECT_TRUE(bench.station.ChooseRig("TS-520").ok());
+    EXPECT_EQ(KhzText(*bench.station.console.Offset), offset) << mode;
+    EXPECT_TRUE(bench.station.ChooseRig("TS-2000").ok());
+    EXPECT_EQ(KhzText(*bench.station.console.Offset), "2.00") << mode;
+  }
+}
+
+TEST(Station, ChoicesAreKeptInRigIniAndItsOtherLinesStay) {
+  Bench bench("; my station\nXRIG=TS-2000\nRIGTYPE=KENWOOD\nRIGPORT= 3\nSIDETONE= 700\n" + kSaved);
+  bench.Start();
+  EXPECT_TRUE(bench.station.ChooseRig("Orion").ok());
+  bench.station.SetRigPort(4, 57600);
+  bench.station.Rig_Click(2);
+  bench.loop.RunFor(6s);
+  const Task save = bench.station.SaveRig("");
+  bench.loop.RunFor(6s);
+  EXPECT_TRUE(save.done() && bench.station.saved());
+  const std::string ini = bench.folder.Get("rig.ini");
+  for (const std::string line :
+       {"; my station\n", "XRIG=Orion\n", "RIGTYPE=TEN-TEC\n", "RIGPORT= 4\n", "RIGSPEED= 57600\n", "RIGNUMBER=2\n",
+        "SIDETONE= 700\n", "RIG 2=FT-857\n", "BANDREM01=1830.00\n", "BANDREM15=", "BANDMODE15="}) {
+    EXPECT_NE(ini.find(line), std::string::npos) << line << "\nin\n" << ini;
+  }
+  const Task other = bench.station.SaveRig("FT-857");
+  bench.loop.RunFor(6s);
+  EXPECT_EQ(*bench.station.console.RigName, "FT-857");
+  EXPECT_NE(bench.folder.Get("rig.ini").find("XRIG=FT-857\n"), std::string::npos);
+}
+
+TEST(Station, ARigNumberButtonReadsTheFrequencyOrSendsItsOwnCommand) {
+  Bench bench(RigIni("TS-2000"));
+  bench.Start();
+  config::RigRow row;
+  for (const auto& [field, value] : {std::pair{"RigName", "Twin"},
+                                     {"RigType", "KENWOOD"},
+                                     {"GetFreq", "FA;"},
+                                     {"ReadFreq", "FB;"},
+                                     {"Add1", "7"},
+                                     {"Add2", "AN2;"}}) {
+    row.Set(field, value);
+  }
+  ASSERT_EQ(*config::RigDatabase(bench.folder / "rigsetup.sqlite").Add({row}, true), 1);
+  EXPECT_TRUE(bench.station.ChooseRig("Twin").ok());
+  bench.station.console.Polling.Set(false);
+  bench.port.written.clear();
+  bench.station.Rig_Click(1);
+  bench.station.Rig_Click(2);
+  bench.station.console.ActiveVfo.Set('B');
+  bench.station.Rig_Click(7);
+  EXPECT_EQ(bench.port.written, "FA;AN2;FB;");
+  EXPECT_EQ(*bench.station.console.RigNumber, "7");
+}
+
+TEST(Station, SlidersStayWithinTheRigsBounds) {
+  Bench bench(RigIni("TS-2000"));
+  bench.Start();
+  bench.station.console.Polling.Set(false);
+  bench.port.written.clear();
+  for (const auto& [slider, value] : {std::pair{9, 500}, {9, 1}, {1, 999}, {10, 3}})
+    bench.station.MoveSlider(slider, value);
+  EXPECT_EQ(bench.port.written, "PC100;PC005;KS060;SL03;");
+  EXPECT_EQ(bench.station.MoveSlider(2, 70), cat::SendOutcome::kNoTemplate);
+}
+
+TEST(Station, ShutDownReleasesTheTransmitterAndKeepsTheStateForTheNextStart) {
+  Bench bench(RigIni("TS-2000"));
+  bench.Start();
+  bench.station.engine.dispatcher.SendData("XSETALPHA");
+  bench.station.console.Slider.Set(6, 77);
+  bench.station.position.texts[1] = "kept";
+  bench.port.written.clear();
+  bench.ShutDown();
+  EXPECT_TRUE(bench.port.written.starts_with("RX;")) << bench.port.written;
+  EXPECT_FALSE(bench.port.is_open());
+  EXPECT_EQ(bench.loop.timers(), 0U);
+  EXPECT_NE(bench.folder.Get("rig.ini").find("XRIG=TS-2000\n"), std::string::npos);
+  FakeSerialPort port;
+  Station next{
+      {.loop = bench.loop, .files = bench.files, .rig_port = port, .folder = bench.folder.path(), .data = KVX_DATA}};
+  next.Start();
+  EXPECT_EQ(next.console.Slider[6], 77);
+  EXPECT_EQ(next.position.texts[1], "kept");
+}
+
+/// However the way to a keyed rig ends, the transmitter is released on it.
+TEST(Station, ATransmitterIsNeverLeftKeyed) {
+  const std::vector<std::pair<std::string, std::function<void(Bench&)>>> ways{
+      {"another rig", [](Bench& bench) { EXPECT_TRUE(bench.station.ChooseRig("FT-857").ok()); }},
+      {"no rig", [](Bench& bench) { EXPECT_TRUE(bench.station.ChooseRig("NONE").ok()); }},
+      {"a saved rig", [](Bench& bench) { EXPECT_TRUE(bench.station.xRig_Click(2).ok()); }},
+      {"another port", [](Bench& bench) { bench.station.SetRigPort(4, 9600); }},
+      {"no port", [](Bench& bench) { bench.station.SetRigPort(0, 9600); }},
+      {"the device goes and comes back", [](Bench& bench) { bench.port.Lose(); }},
+  };
+  for (const auto& [name, way] : ways) {
+    Bench bench(RigIni("TS-2000", 38400, kSaved));
+    bench.Start();
+    bench.station.engine.dispatcher.SendData("XSETALPHA");
+    bench.loop.RunFor(1s);
+    bench.port.written.clear();
+    way(bench);
+    bench.loop.RunFor(2s);
+    EXPECT_TRUE(bench.port.written.starts_with("RX;")) << name << ": " << bench.port.written;
+    EXPECT_FALSE(*bench.station.console.Transmitting) << name;
+  }
+}
+
+TEST(Station, FilesThatCannotBeReadAreNamedAndNothingIsDestroyed) {
+  struct Row {
+    std::string file, content, kept_as;
+  };
+  const std::string garbage = "\x00\x01\xFFgarbage\x00"s;
+  for (const Row& row :
+       {Row{"RIGform.Pos", garbage, "RIGform.Pos.damaged"}, Row{"rig.ini", garbage, "rig.ini"},
+        Row{"rigsetup.sqlite", garbage, "rigsetup.sqlite.damaged"}, Row{"rigsetup.mdb", garbage, "rigsetup.mdb"}}) {
+    Bench bench("");
+    bench.folder.Put(row.file, row.content);
+    std::string notices;
+    const auto subscription = bench.station.console.Subscribe([&](Field field) {
+      if (field == Field::kMsgArea) notices += *bench.station.console.MsgArea + "\n";
+    });
+    bench.Start(1s);
+    EXPECT_NE(notices.find(row.file), std::string::npos) << row.file << ": " << notices;
+    EXPECT_EQ(bench.folder.Get(row.kept_as), row.content) << row.file;
+    EXPECT_EQ(bench.station.RigNames()->size(), 13U) << row.file;
+  }
+}
+
+/// The value at a path of a JSON text as a second reader of JSON sees it; "invalid" when it is none.
+std::string FromJson(const std::string& json, const std::string& path) {
+  sqlite3* reader = nullptr;
+  sqlite3_stmt* statement = nullptr;
+  EXPECT_EQ(sqlite3_open(":memory:", &reader), SQLITE_OK);
+  EXPECT_EQ(sqlite3_prepare_v2(reader, "SELECT CASE json_valid(?1) WHEN 1 THEN json_extract(?1, ?2) ELSE 'invalid' END",
+                               -1, &statement, nullptr),
+            SQLITE_OK);
+  sqlite3_bind_text(statement, 1, json.data(), static_cast<int>(json.size()), SQLITE_STATIC);
+  sqlite3_bind_text(statement, 2, path.data(), static_cast<int>(path.size()), SQLITE_STATIC);
+  std::string value = "no value";
+  if (sqlite3_step(statement) == SQLITE_ROW && sqlite3_column_text(statement, 0) != nullptr) {
+    value = reinterpret_cast<const char*>(sqlite3_column_text(statement, 0));
+  }
+  sqlite3_finalize(statement);
+  sqlite3_close(reader);
+  return value;
+}
+
+TEST(Station, StatusIsValidJsonWhateverTheTextsHold) {
+  Bench bench(RigIni("TS-2000"));
+  bench.Start();
+  bench.port.Arrive("IF000140253700000+0000000000031000000;SM00015;");
+  bench.station.console.MsgArea.Set("\"quoted\" \\ \x01\xFF\xC3\xA4 </script>\n");
+  const std::string json = StatusJson(bench.station);
+  for (const auto& [path, value] : {std::pair{"$.rig", "TS-2000"},
+                                    {"$.family", "KENWOOD"},
+                                    {"$.port", "3"},
+                                    {"$.open", "1"},
+                                    {"$.freq", "14025.37"},
+                                    {"$.hz", "14025370"},
+                                    {"$.mode", "CW"},
+                                    {"$.vfo", "B"},
+                                    {"$.band", "20"},
+                                    {"$.from", "14000.00"},
+                                    {"$.to", "14350.00"},
+                                    {"$.step", "0.05"},
+                                    {"$.ref", "14000.00"},
+                                    {"$.smeter", "15"},
+                                    {"$.polling", "1"},
+                                    {"$.transmitting", "0"},
+                                    {"$.replies", "4"},
+                                    {"$.rx", "46"}}) {
+    EXPECT_EQ(FromJson(json, path), value) << path;
+  }
+  EXPECT_EQ(json.find('\n'), std::string::npos);
+}
+
+}  // namespace
+}  // namespace kvx::console
