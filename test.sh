@@ -1,0 +1,99 @@
+#!/usr/bin/env bash
+# Installs what the tests need, builds, and runs them. --all adds the build with sanitizers and the benchmarks.
+# The last line is "N passed, N failed", counted in steps; the exit code is 0 when none failed.
+set -uo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")" || exit 1
+
+all=no
+for argument in "$@"; do
+  case $argument in
+    --all) all=yes ;;
+    *) echo "usage: ./test.sh [--all]" >&2; exit 2 ;;
+  esac
+done
+
+passed=0
+failed=()
+skipped=()
+if [[ -t 1 ]]; then bold=$'\e[1m' red=$'\e[31m' green=$'\e[32m' plain=$'\e[0m'; else bold='' red='' green='' plain=''; fi
+
+# step NAME COMMAND...: runs one step and counts how it ended.
+step() {
+  local name=$1 begin=$SECONDS
+  shift
+  printf '%s== %s%s\n' "$bold" "$name" "$plain"
+  if "$@" </dev/null; then
+    passed=$((passed + 1))
+    printf '%sok%s      %s (%d s)\n' "$green" "$plain" "$name" $((SECONDS - begin))
+  else
+    failed+=("$name")
+    printf '%sFAILED%s  %s (%d s)\n' "$red" "$plain" "$name" $((SECONDS - begin))
+    return 1
+  fi
+}
+
+skip() { skipped+=("$1"); printf '%s== %s%s\nskipped: %s\n' "$bold" "$1" "$plain" "$2"; }
+
+# build PRESET [CMAKE-ARGUMENT...]
+build() {
+  cmake --preset "$@" && cmake --build --preset "$1"
+}
+
+run_tests() { ctest --preset "$1" -j 2; }
+
+end_to_end() {
+  local long=()
+  if [[ $all == yes ]]; then long=(KVX_E2E_LONG=1); fi
+  env "${long[@]}" python3 tests/e2e/run.py "$PWD/build/dev/kvx"
+}
+
+no_qt() {
+  local found
+  found=$(grep -oim 1 'libQt6[a-z]*\|/qt6/[a-z]*' build/asan/build.ninja)
+  if [[ -n $found ]]; then
+    echo "build/asan/build.ninja names $found: the engine has come to need Qt"
+    return 1
+  fi
+}
+
+# Built beside the program; a millisecond each shows that they run, not how fast.
+benchmarks() {
+  cmake --preset release -DKVX_BENCH=ON && cmake --build --preset release --target kvx_bench || return 1
+  local program
+  program=$(find build/release -name kvx_bench -type f -perm -u+x | head -n 1)
+  [[ -n $program ]] && "$program" --benchmark_min_time=0.001
+}
+
+groups=(build test)
+if [[ $all == yes ]]; then groups+=(all); fi
+step "packages" tools/setup.sh "${groups[@]}"
+
+step "checks" tools/check.sh
+if step "build" build dev; then
+  step "tests" run_tests dev
+  if [[ -f tests/e2e/run.py ]]; then
+    step "end-to-end tests" end_to_end
+  else
+    skip "end-to-end tests" "there is no tests/e2e/run.py"
+  fi
+fi
+
+if [[ $all == yes ]]; then
+  # One build shows both: the engine is clean under the sanitizers, and it needs no Qt.
+  if step "sanitizer build" build asan -DCMAKE_DISABLE_FIND_PACKAGE_Qt6=ON; then
+    step "engine without Qt" no_qt
+    step "sanitizer tests" run_tests asan
+  fi
+  if [[ -f bench/CMakeLists.txt ]]; then
+    step "benchmarks" benchmarks
+  else
+    skip "benchmarks" "there is no bench/CMakeLists.txt"
+  fi
+  skip "fuzzing" "there are no fuzz targets yet"
+  skip "programs under Wine" "there is no Windows part yet"
+fi
+
+if [[ ${#skipped[@]} -gt 0 ]]; then printf 'skipped: %s\n' "${skipped[@]}"; fi
+if [[ ${#failed[@]} -gt 0 ]]; then printf 'failed: %s\n' "${failed[@]}"; fi
+echo "$passed passed, ${#failed[@]} failed"
+[[ ${#failed[@]} == 0 ]]
