@@ -140,6 +140,7 @@ Result<std::string> Expand(std::string command, const Fill& fill) {
   if (command.find('<') == std::string::npos) return command;
   if (auto status = ExpandFrequency(command, fill); !status) return status.error();
   if (auto status = ExpandAddress(command, fill); !status) return status.error();
+  if (command.find('<') == std::string::npos) return command;
   for (const SliderWord& word : kSliderWords) {
     if (auto status = ExpandSlider(command, word, fill); !status) return status.error();
   }

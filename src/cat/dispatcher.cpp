@@ -137,14 +137,19 @@ void Dispatcher::FollowMeter(const CommandKey& key, std::string_view command) {
 /// The user buttons Alpha and Bravo are "transmit on" and "transmit off" unless their captions say otherwise. However such a command
 /// came to be sent, the console remembers that it keys the transmitter.
 void Dispatcher::FollowTransmitter(std::string_view command) {
-  const std::string caption = Upper(rig_.row["ADesc"]);
-  if (!caption.empty() && caption.find("XMT") == std::string::npos && caption.find("TX") == std::string::npos) return;
-  const auto filled = [this](std::string_view field) { return rig_.row[field].empty() ? std::string() : FillIn(rig_.row[field]); };
-  if (EqualNoCase(command, filled("Alpha"))) {
+  if (!transmit_ || transmit_->address_number != *console_.RigNumber) transmit_ = ReadTransmitCommands();
+  if (EqualNoCase(command, transmit_->on)) {
     console_.Transmitting.Set(true);
-  } else if (EqualNoCase(command, filled("Bravo"))) {
+  } else if (EqualNoCase(command, transmit_->off)) {
     console_.Transmitting.Set(false);
   }
+}
+
+Dispatcher::TransmitCommands Dispatcher::ReadTransmitCommands() {
+  const std::string caption = Upper(rig_.row["ADesc"]);
+  const bool transmits = caption.empty() || caption.find("XMT") != std::string::npos || caption.find("TX") != std::string::npos;
+  const auto filled = [&](std::string_view field) { return !transmits || rig_.row[field].empty() ? std::string() : FillIn(rig_.row[field]); };
+  return {*console_.RigNumber, filled("Alpha"), filled("Bravo")};
 }
 
 SendOutcome Dispatcher::SendQuery(std::string_view text, const CommandKey* key, bool frequency) {

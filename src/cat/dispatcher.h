@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <functional>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -49,6 +50,8 @@ class Dispatcher {
   /// The value that stands for <F?VAL> in a mode button's command.
   void SetButtonValue(std::string_view key, std::string value) { button_values_[Upper(key)] = std::move(value); }
   int line_speed() const { return std::max(link_.settings().speed, 300); }
+  /// Another rig definition is loaded.
+  void RigChanged() { transmit_.reset(); }
   /// When a command that is no query was last written.
   TimePoint last_command() const { return last_command_; }
 
@@ -57,7 +60,14 @@ class Dispatcher {
   SendOutcome SendFunction(const CommandKey& key);
   SendOutcome SendFrequency(const CommandKey& key);
   SendOutcome SendCommand(std::string command);
+  /// What keys and releases the transmitter of the rig at an address; empty: nothing does.
+  struct TransmitCommands {
+    std::string address_number;
+    std::string on;
+    std::string off;
+  };
   void FollowTransmitter(std::string_view command);
+  TransmitCommands ReadTransmitCommands();
   void FollowMeter(const CommandKey& key, std::string_view command);
   SendOutcome FillValue(std::string& command, const std::string& value);
   void ArmAcknowledgements(std::size_t bytes);
@@ -71,6 +81,7 @@ class Dispatcher {
   ArmedQueries& armed_;
   std::map<std::string, std::string> button_values_;
   TimePoint last_command_{};
+  std::optional<TransmitCommands> transmit_;
 };
 
 }  // namespace kvx::cat
