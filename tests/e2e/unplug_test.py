@@ -1,0 +1,172 @@
+"""Devices that go, come back, are missing, or belong to somebody else."""
+
+import fcntl
+import os
+import time
+import unittest
+
+import rigs
+from station import Station, measured, noted, wait_until
+
+BACK_WITHIN = 2.0
+SCHEDULING = 1.0  # what a busy machine may add
+
+
+class UnplugTest(unittest.TestCase):
+    def setUp(self):
+        self.station = Station()
+        self.addCleanup(self.station.__exit__)
+        self.station.configure("TS-2000", "KENWOOD", 38400)
+
+    def start_on(self, rig):
+        self.station.plug(rig)
+        kvx = self.station.start()
+        kvx.wait_status(lambda status: status["open"] and status["rx"] > 0)
+        return kvx
+
+    def follow(self, kvx, rig, hz):
+        since = len(kvx.texts())
+        rig.knob(hz)
+        kvx.wait_line(f"freq {hz / 1000:.2f}", 5, since)
+
+    def processor_share(self, kvx, seconds):
+        used, begin = kvx.processor_seconds(), time.monotonic()
+        time.sleep(seconds)
+        return (kvx.processor_seconds() - used) / (time.monotonic() - begin)
+
+    def test_unplugged_and_plugged_in_again(self):
+        """Also where the name stays behind, leading nowhere."""
+        rig = rigs.Ts2000(38400)
+        kvx = self.start_on(rig)
+        back = []
+        for keep_link in (False, True):
+            self.follow(kvx, rig, 14_030_000)
+            since = len(kvx.texts())
+            rig.unplug(keep_link)
+            status = kvx.wait_status(lambda status: not status["open"], 1.5)
+            self.assertIn(self.station.device, status["port_state"])
+            told = [line for line in kvx.texts(since) if line.startswith("message ") and self.station.device in line]
+            self.assertEqual(len(told), 1, told)
+            self.assertIn("error: the rig port is closed", kvx.command("freq 14000"))
+            share = self.processor_share(kvx, 2.5)
+            noted(f"processor share while the device is away: {share:.2%}")
+            self.assertLess(share, 0.03)
+            since = len(kvx.texts())
+            begin = time.monotonic()
+            rig.plug(self.station.device)
+            back.append(kvx.wait_line("port open", 5, since) - begin)
+            self.follow(kvx, rig, 7_011_110)
+        measured("plugged in to open again", back)
+        self.assertLess(max(back), BACK_WITHIN + SCHEDULING)
+        self.assertEqual(rig.refused, [])
+        self.assertEqual(kvx.quit(), 0)
+
+    def test_messages_do_not_repeat_while_the_device_is_away(self):
+        rig = rigs.Ts2000(38400)
+        kvx = self.start_on(rig)
+        since = len(kvx.texts())
+        rig.unplug()
+        time.sleep(4)
+        self.assertLessEqual(len([line for line in kvx.texts(since) if line.startswith("message ")]), 2)
+
+    def test_missing_at_the_start(self):
+        kvx = self.station.start()
+        status = kvx.wait_status(lambda status: not status["open"])
+        self.assertIn(self.station.device, status["port_state"])
+        share = self.processor_share(kvx, 2)
+        self.assertLess(share, 0.03)
+        rig = rigs.Ts2000(38400)
+        begin = time.monotonic()
+        self.station.plug(rig)
+        measured("missing at the start, plugged in to open", [kvx.wait_line("port open", 5) - begin])
+        self.follow(kvx, rig, 7_011_110)
+
+    def test_idle_share_while_polling(self):
+        rig = rigs.Ts2000(38400)
+        kvx = self.start_on(rig)
+        time.sleep(0.5)
+        share = self.processor_share(kvx, 3)
+        noted(f"processor share while polling a TS-2000 at 38400: {share:.2%}")
+        self.assertLess(share, 0.05)
+
+    def test_in_use_by_another_console(self):
+        """The second says who has it, takes it when it is free, and neither disturbs the other."""
+        rig = rigs.Ts2000(38400)
+        first = self.start_on(rig)
+        rig.let_go()
+        with Station() as other:
+            other.device = self.station.device
+            other.configure("TS-2000", "KENWOOD", 38400)
+            second = other.start()
+            status = second.wait_status(lambda status: "in use" in status["port_state"])
+            self.assertIn(str(first.pid), status["port_state"])
+            self.follow(first, rig, 14_030_000)
+            self.assertEqual(rig.refused, [])
+            self.assertEqual(first.quit(), 0)
+            second.wait_line("port open", BACK_WITHIN + SCHEDULING)
+            self.follow(second, rig, 7_011_110)
+            self.assertEqual(second.quit(), 0)
+
+    def test_locked_by_another_program(self):
+        rig = self.station.plug(rigs.Ts2000(38400))
+        holder = os.open(os.path.realpath(self.station.device), os.O_RDWR | os.O_NOCTTY)
+        fcntl.flock(holder, fcntl.LOCK_EX)
+        kvx = self.station.start()
+        status = kvx.wait_status(lambda status: "in use" in status["port_state"])
+        self.assertFalse(status["open"])
+        self.assertEqual(rig.taken, [])
+        os.close(holder)
+        kvx.wait_line("port open", BACK_WITHIN + SCHEDULING)
+        self.follow(kvx, rig, 14_030_000)
+
+    def test_twenty_times_without_a_leak(self):
+        rig = rigs.Ts2000(38400)
+        kvx = self.start_on(rig)
+        before = kvx.descriptors()
+        back = []
+        for i in range(20):
+            rig.unplug(keep_link=i % 2 == 1)
+            kvx.wait_status(lambda status: not status["open"], 2)
+            since = len(kvx.texts())
+            begin = time.monotonic()
+            rig.plug(self.station.device)
+            back.append(kvx.wait_line("port open", 5, since) - begin)
+        measured("plugged in to open again, at once", back)
+        self.follow(kvx, rig, 14_030_000)
+        none_left = wait_until(lambda: kvx.descriptors() == before, 2)
+        self.assertTrue(none_left, f"{before} descriptors became {kvx.descriptors()}")
+        self.assertEqual(kvx.quit(), 0)
+
+    def test_a_rig_of_each_kind_comes_back(self):
+        for name, family, rig, baud in (("FT-857", "YAESU", rigs.Ft857(4800), 4800),
+                                        ("IC-7300", "ICOM", rigs.Ic7300(19200), 19200),
+                                        ("FT-DX5000", "YAESU", rigs.FtDx5000(38400), 38400)):
+            with self.subTest(name):
+                self.station.configure(name, family, baud, 2 if rig.byte_bits == 11 else 1)
+                kvx = self.start_on(rig)
+                rig.unplug()
+                kvx.wait_status(lambda status: not status["open"], 2)
+                time.sleep(0.4)
+                rig.plug(self.station.device)
+                kvx.wait_status(lambda status: status["open"], 4)
+                self.follow(kvx, rig, 21_012_340)
+                self.assertEqual(rig.refused, [])
+                self.assertEqual(kvx.quit(), 0)
+                rig.unplug()
+
+    def test_what_is_no_serial_device(self):
+        """A file, a folder, a null device behind the port: a reason, and no harm."""
+        victim = self.station.path("victim")
+        self.station.write("victim", b"precious")
+        for address in (victim, self.station.folder, "/dev/null", "sim:nosuch", "tcp:127.0.0.1:1", "nonsense"):
+            with self.subTest(address):
+                self.station.write("ports.ini", f"COM3={address}\n")
+                kvx = self.station.start()
+                status = kvx.wait_status(lambda status: status["port_state"] not in ("closed", "open"), 3)
+                self.assertFalse(status["open"])
+                self.assertEqual(kvx.quit(), 0)
+        self.assertEqual(self.station.read("victim"), b"precious")
+
+
+if __name__ == "__main__":
+    unittest.main()
