@@ -50,6 +50,7 @@ class Dispatcher {
   /// The value that stands for <F?VAL> in a mode button's command.
   void SetButtonValue(std::string_view key, std::string value) { button_values_[Upper(key)] = std::move(value); }
   int line_speed() const { return std::max(link_.settings().speed, 300); }
+  TimePoint line_free_at() const { return link_.line_free_at(); }
   /// Another rig definition is loaded.
   void RigChanged() { transmit_.reset(); }
   /// When a command that is no query was last written.

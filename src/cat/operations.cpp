@@ -13,6 +13,7 @@ using namespace std::chrono_literals;
 
 // What a rig still tells from before a command: the replies of one poll cycle, and its own delay.
 constexpr Duration kSettleTime = 500ms;
+constexpr Duration kBacklog = 30ms;  // of the line, at which a frequency may still go out
 constexpr std::int64_t kBitsOnTheWay = 60 * 11;
 
 }  // namespace
@@ -78,6 +79,19 @@ SendOutcome Operations::ChooseVfo(char vfo, std::string_view select, std::string
 }
 
 SendOutcome Operations::SendFreq() {
+  const TimePoint turn = dispatcher_.line_free_at() - kBacklog;
+  if (turn <= loop_.Now() && waiting_send_ == 0) return SendFreqNow();
+  frequency_.Expect(console_.FreqDisp->displayed(), SettledAt());
+  if (waiting_send_ == 0) {
+    waiting_send_ = loop_.StartTimer(turn, [this] {
+      waiting_send_ = 0;
+      SendFreqNow();
+    });
+  }
+  return SendOutcome::kSent;
+}
+
+SendOutcome Operations::SendFreqNow() {
   const bool vfo_b = *console_.ActiveVfo == 'B';
   const SendOutcome outcome = dispatcher_.SendData(vfo_b ? "XSETFREQB" : "XSETFREQ");
   if (outcome == SendOutcome::kRefused) return outcome;

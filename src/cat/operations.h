@@ -36,6 +36,9 @@ class Operations {
  public:
   Operations(Loop& loop, Console& console, Dispatcher& dispatcher, const config::RigDefinition& rig)
       : loop_(loop), console_(console), dispatcher_(dispatcher), rig_(rig) {}
+  Operations(const Operations&) = delete;
+  Operations& operator=(const Operations&) = delete;
+  ~Operations() { loop_.StopTimer(waiting_send_); }
 
   SendOutcome SetCW();
   SendOutcome SetUpper();
@@ -49,7 +52,8 @@ class Operations {
   SendOutcome VFOA_Click();
   SendOutcome VFOB_Click();
 
-  /// Sends the displayed frequency with the rig's frequency template (of VFO B when that is the one in use).
+  /// Sends the displayed frequency with the rig's frequency template (of VFO B when that is the one in use). While earlier commands
+  /// are still on a slow line it waits for them, and only the last of several frequencies goes out.
   SendOutcome SendFreq();
   /// Shows a frequency and sends it.
   SendOutcome TuneTo(Frequency frequency);
@@ -67,6 +71,7 @@ class Operations {
   std::string_view Width(std::string_view narrow_key, std::string_view wide_key) const;
   SendOutcome SetMode(std::string_view caption, std::string_view key);
   SendOutcome ChooseVfo(char vfo, std::string_view select, std::string_view read);
+  SendOutcome SendFreqNow();
   /// When the rig will have followed what is sent now.
   TimePoint SettledAt() const;
   void FollowMode(const std::string& caption);
@@ -80,6 +85,7 @@ class Operations {
   Settling<Frequency> frequency_;
   Settling<std::string> mode_;
   Settling<char> vfo_;
+  Loop::TimerId waiting_send_ = 0;
 };
 
 }  // namespace kvx::cat

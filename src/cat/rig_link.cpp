@@ -119,6 +119,8 @@ bool RigLink::WriteRigPort(std::string_view bytes) {
   if (port_.bytes_unsent() > bytes_a_second) return false;
   port_.Write(bytes);
   last_write_ = loop_.Now();
+  const Duration line_time = std::chrono::nanoseconds(1s) * kBitsPerByte * static_cast<std::int64_t>(bytes.size()) / std::max(settings_.speed, 1200);
+  line_free_at_ = std::max(last_write_, line_free_at_) + line_time;
   sent_bytes_ += bytes.size();
   if (DisplayTX) DisplayTX(bytes);
   return true;

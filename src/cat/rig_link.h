@@ -52,6 +52,8 @@ class RigLink {
   void CountDown();
 
   TimePoint last_write() const { return last_write_; }
+  /// When everything written so far will have left the line.
+  TimePoint line_free_at() const { return line_free_at_; }
   TimePoint last_arrival() const { return last_arrival_; }
   std::uint64_t sent_bytes() const { return sent_bytes_; }
   std::uint64_t received_bytes() const { return received_bytes_; }
@@ -89,6 +91,7 @@ class RigLink {
   TimePoint opened_at_{};
   Duration pause_{0};  ///< before the latest attempt to open
   TimePoint last_write_{};
+  TimePoint line_free_at_{};
   TimePoint last_arrival_{};
   Task keep_open_;
 };
