@@ -131,7 +131,7 @@ std::string BandPlan::Add(Segment segment) {
     segment.note = true;
     if (segment.privilege == LicenceClass::kNone) segment.privilege = around.privilege;
   }
-  BeginPiece(segment.from, segments_.size());
+  pieces_.push_back({segment.from, segments_.size()});
   open_.push_back(segments_.size());
   segments_.push_back(std::move(segment));
   return "";
@@ -142,13 +142,8 @@ void BandPlan::EndOpenSegments(Frequency up_to) {
   while (!open_.empty() && segments_[open_.back()].to <= up_to) {
     const Frequency end = segments_[open_.back()].to;
     open_.pop_back();
-    BeginPiece(end, open_.empty() ? std::nullopt : std::optional(open_.back()));
+    pieces_.push_back({end, open_.empty() ? std::nullopt : std::optional(open_.back())});
   }
-}
-
-void BandPlan::BeginPiece(Frequency from, std::optional<std::size_t> segment) {
-  if (!pieces_.empty() && pieces_.back().from == from) pieces_.pop_back();
-  pieces_.push_back({from, segment});
 }
 
 const BandPlan::Segment* BandPlan::At(Frequency frequency) const {

@@ -30,9 +30,9 @@ class BandPlan {
     Frequency to;    ///< the first one above it
     BandUse use = BandUse::kMixed;
     std::string text;
-    LicenceClass privilege =
-        LicenceClass::kNone;  ///< the lowest class that may transmit; a note has that of its surroundings
-    bool note = false;        ///< lies inside a wider segment
+    /// The lowest class that may transmit here; a note without one has that of its surroundings.
+    LicenceClass privilege = LicenceClass::kNone;
+    bool note = false;  ///< lies inside a wider segment
 
     bool operator==(const Segment&) const = default;
   };
@@ -52,7 +52,8 @@ class BandPlan {
   const std::vector<Segment>& segments() const { return segments_; }
 
  private:
-  /// From here up to the next piece this segment is the narrowest, or there is none.
+  /// From here up to the next piece this segment is the narrowest, or there is none. Of two that begin together the
+  /// later counts.
   struct Piece {
     Frequency from;
     std::optional<std::size_t> segment;
@@ -60,7 +61,6 @@ class BandPlan {
 
   std::string Add(Segment segment);
   void EndOpenSegments(Frequency up_to);
-  void BeginPiece(Frequency from, std::optional<std::size_t> segment);
   std::vector<Segment> Cut(Frequency from, Frequency to, bool notes) const;
 
   std::vector<Segment> segments_;

@@ -206,7 +206,8 @@ TEST(ShippedBandPlans, LicenceClassesOfTheUnitedStatesChangeWhereTheRulesSayAndN
       "222000.00 Novice\n420000.00 Technician\n1270000.00 Novice\n1295000.00 Technician\n";
   std::string changes;
   LicenceClass last = LicenceClass::kNone;
-  for (const auto& segment : Shipped(2).segments()) {
+  const BandPlan plan = Shipped(2);
+  for (const auto& segment : plan.segments()) {
     if (segment.privilege == last) continue;
     last = segment.privilege;
     changes += KhzText(segment.from) + ' ' + std::string(LicenceClassName(last)) + '\n';
