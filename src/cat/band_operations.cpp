@@ -63,6 +63,7 @@ void BandOperations::ChooseBand(int number) {
   }
   if (number == 80 && *console_.Announce) console_.SPKBX.Set("Band = 80");
   SendModeKeys();
+  SetPriv();
   SetLimits();
   choosing_ = false;
   FollowFrequency();
@@ -81,6 +82,17 @@ void BandOperations::SendModeKeys() {
     const bool applies = row.narrow < 0 || row.narrow == narrow;
     if (applies && console_.Mode->find(row.caption) != std::string::npos) dispatcher_.SendData(row.key);
   }
+}
+
+void BandOperations::SetPriv() {
+  const Frequency frequency = *console_.FreqDisp;
+  const BandPlan::Segment* segment = plan_.At(frequency);
+  if (segment == nullptr) segment = plan_.At({frequency.decihertz - 1});  // the upper edge of a band belongs to it
+  std::string text = segment == nullptr ? std::string() : segment->text;
+  if (segment != nullptr && segment->privilege != LicenceClass::kNone) text += " (" + std::string(LicenceClassName(segment->privilege)) + ")";
+  if (text == shown_privilege_) return;  // other messages stay until there is something new to say
+  shown_privilege_ = text;
+  if (!text.empty()) console_.MsgArea.Set(text);
 }
 
 void BandOperations::SetLimits() {
@@ -126,6 +138,7 @@ SendOutcome BandOperations::SetBaseFrequency(Frequency frequency) {
 /// behind is remembered.
 void BandOperations::FollowFrequency() {
   if (choosing_) return;
+  SetPriv();
   const Band* band = BandOf(*console_.FreqDisp);
   if (band == nullptr) return;
   if (band->number != *console_.BandNumber) {

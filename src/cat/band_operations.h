@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include "cat/band_plan.h"
 #include "cat/bands.h"
 #include "cat/dispatcher.h"
 #include "cat/operations.h"
@@ -40,6 +41,11 @@ class BandOperations {
   /// The band button of that number (35 is 902 MHz). False when no button has it.
   bool PressBand(int number);
 
+  /// Shows what the band plan says of the displayed frequency in the message area, when that has changed.
+  void SetPriv();
+  /// The plan that SetPriv looks up; an empty one says nothing.
+  void UsePlan(BandPlan plan) { plan_ = std::move(plan); }
+  const BandPlan& plan() const { return plan_; }
   /// Sets the tuning limits of the band and shows them, unless the operator tunes without limits.
   void SetLimits();
   /// A click on the step box: .05 and 1 kHz in turn. After start-up the first click only turns "0.05" into ".05".
@@ -67,6 +73,8 @@ class BandOperations {
   Dispatcher& dispatcher_;
   Operations& operations_;
   Memory& memory_;
+  BandPlan plan_;
+  std::string shown_privilege_;
   Frequency step_{500};                   ///< 0.05 kHz
   std::optional<config::BandMemory> used_;  ///< the last frequency and mode in use on the band, once there was one
   bool choosing_ = false;

@@ -39,6 +39,7 @@ StationSettings StationSettings::From(const Settings& settings) {
   station.gmt_hours = settings.gmt_offset();
   station.gmt_is_set = settings.number("GMT=") != 0;
   if (settings.number("POLLTIME=") > 0) station.poll_milliseconds = Bounded(settings, "POLLTIME=", 10, 5000);
+  if (settings.number("BANDPLAN=") > 0) station.band_plan = Bounded(settings, "BANDPLAN=", 1, 3);
   station.offset = Trimmed(settings, "PDOFFSET=");
   if (settings.has("SCREENCOLOR=")) station.screen_color = settings.number("SCREENCOLOR=");
   station.screen_meter = settings.number("SCREENMETER=");

@@ -41,6 +41,7 @@ struct StationSettings {
   int gmt_hours = 5;        ///< as read; 0 or absent means 5
   bool gmt_is_set = false;
   int poll_milliseconds = kDefaultPollMilliseconds;  ///< "POLLTIME=": interval of the clock's beat
+  int band_plan = 2;   ///< "BANDPLAN=": the IARU region whose band plan is shown, 1 to 3
   std::string offset;  ///< kHz text
   std::int64_t screen_color = 8421504;  ///< grey 80 80 80
   std::int64_t screen_meter = 0;

@@ -26,6 +26,7 @@ Station::Station(const StationParts& parts)
       clock_(parts.loop, console) {
   engine.link.on_notice = [this](const std::string& line) { Notice(line); };
   engine.link.on_opened = [this] { PortOpened(); };
+  engine.poller.on_cycle_end = [this] { bands.SetPriv(); };
 }
 
 void Station::Notice(const std::string& line) {
@@ -38,6 +39,7 @@ void Station::Start() {
   ReadPosition();
   PrepareStore();
   InitRig(" ").ok();
+  ReadBandPlan();
   engine.poller.Start();
   OpenRigPort();
   clock_.Start();
@@ -69,6 +71,15 @@ void Station::WritePosition() {
 void Station::PrepareStore() {
   const auto notice = [this](const std::string& line) { Notice(line); };
   if (auto prepared = database_.Prepare(files_, data_, notice); !prepared) Notice(prepared.error().message);
+}
+
+void Station::ReadBandPlan() {
+  const platform::Path file = data_ / ("bandplan_region" + std::to_string(settings_.band_plan) + ".csv");
+  const auto csv = files_.Read(file);
+  if (!csv) return Notice(csv.error().message);
+  auto plan = cat::BandPlan::Parse(*csv);
+  if (!plan) return Notice(file.string() + ": " + plan.error().message);
+  bands.UsePlan(std::move(*plan));
 }
 
 Status Station::InitRig(const std::string& slot) {

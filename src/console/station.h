@@ -77,6 +77,7 @@ class Station {
   void ReadPosition();
   void WritePosition();
   void PrepareStore();
+  void ReadBandPlan();
   void ApplyTs520Offset();
   void ReleaseTransmitter();
   void PortOpened();

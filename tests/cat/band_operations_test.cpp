@@ -84,6 +84,20 @@ TEST(BandOperations, WheelAndStepBoxStayWithinTheBand) {
   EXPECT_EQ(station.Display(), "14348.95 CW");
 }
 
+TEST(BandOperations, TheBandPlanIsToldOnceASegmentAndKeepsOtherMessages) {
+  BandStation station("TS-2000");
+  const auto plan = BandPlan::Parse("14000,14070,cw,CW only,Extra\n14070,14350,mixed,All modes,\n");
+  ASSERT_TRUE(plan.ok());
+  station.bands.UsePlan(*plan);
+  station.console.FreqDisp.Set(*ParseKhz("14010"));
+  EXPECT_EQ(*station.console.MsgArea, "CW only (Extra)");
+  station.console.MsgArea.Set("The rig port is open again");
+  station.console.FreqDisp.Set(*ParseKhz("14069.99"));
+  EXPECT_EQ(*station.console.MsgArea, "The rig port is open again");
+  station.console.FreqDisp.Set(*ParseKhz("14350"));
+  EXPECT_EQ(*station.console.MsgArea, "All modes");
+}
+
 /// 4800 baud: a knob turned faster than the line must neither queue up nor lose its last position.
 TEST(BandOperations, AFastKnobIsCoalescedAndItsLastPositionArrives) {
   BandStation station("TS-2000");
