@@ -6,54 +6,76 @@
 namespace kvx::app {
 namespace {
 
-/// Takes the value of an option that needs one; empty when there is none.
-std::string TakeValue(const std::vector<std::string>& arguments, std::size_t& at) {
-  return at + 1 < arguments.size() ? arguments[++at] : std::string();
-}
+/// Reads the arguments one after the other.
+class ArgumentReader {
+ public:
+  explicit ArgumentReader(const std::vector<std::string>& arguments) : arguments_(arguments) {}
+
+  Result<Options> Read() {
+    for (; at_ < arguments_.size() && !only_tells(); ++at_) {
+      const Status status = TakeOption(arguments_[at_]);
+      if (!status) return status.error();
+    }
+    return options_;
+  }
+
+ private:
+  /// Whether the program only prints something: the rest of the arguments does not matter then.
+  bool only_tells() const {
+    return options_.mode == Options::Mode::kHelp || options_.mode == Options::Mode::kVersion;
+  }
+
+  Status TakeOption(const std::string& argument) {
+    if (argument == "--help" || argument == "-h") return SetMode(Options::Mode::kHelp);
+    if (argument == "--version") return SetMode(Options::Mode::kVersion);
+    if (argument == "--headless") return SetMode(Options::Mode::kHeadless);
+    if (argument == "--station") return TakeValue(options_.station);
+    if (argument == "--grab") return TakeValue(options_.grab_folder);
+    if (argument == "--demo") {
+      options_.demo = true;
+      return Ok();
+    }
+    if (argument == "rigsim" && at_ == 0) {
+      options_.mode = Options::Mode::kRigSimulator;
+      return TakeValue(options_.rig_kind);
+    }
+    const bool simulator = options_.mode == Options::Mode::kRigSimulator;
+    if (simulator && argument == "--link") return TakeValue(options_.link);
+    if (simulator && argument == "--speed") return TakeSpeed();
+    return Error{ErrorCode::kInvalid, "unknown argument " + OneLine(argument, 80)};
+  }
+
+  Status SetMode(Options::Mode mode) {
+    options_.mode = mode;
+    return Ok();
+  }
+
+  Status TakeValue(std::string& value) {
+    const std::string& option = arguments_[at_];
+    value = at_ + 1 < arguments_.size() ? arguments_[++at_] : std::string();
+    if (value.empty()) return Error{ErrorCode::kInvalid, option + " needs a value"};
+    return Ok();
+  }
+
+  Status TakeSpeed() {
+    std::string speed;
+    Status status = TakeValue(speed);
+    if (!status) return status;
+    const auto baud = ParseNumber(speed, 300, 921'600);
+    if (!baud) return Error{ErrorCode::kInvalid, "--speed takes 300 to 921600 baud, not " + OneLine(speed, 40)};
+    options_.speed = static_cast<int>(*baud);
+    return Ok();
+  }
+
+  const std::vector<std::string>& arguments_;
+  std::size_t at_ = 0;
+  Options options_;
+};
 
 }  // namespace
 
 Result<Options> ParseOptions(const std::vector<std::string>& arguments) {
-  Options options;
-  for (std::size_t i = 0; i < arguments.size(); ++i) {
-    const std::string& argument = arguments[i];
-    const auto value_for = [&](std::string& value) -> Status {
-      value = TakeValue(arguments, i);
-      if (value.empty()) return Error{ErrorCode::kInvalid, argument + " needs a value"};
-      return Ok();
-    };
-    std::string speed;
-    Status status = Ok();
-    if (argument == "--help" || argument == "-h") {
-      options.mode = Options::Mode::kHelp;
-      return options;
-    } else if (argument == "--version") {
-      options.mode = Options::Mode::kVersion;
-      return options;
-    } else if (argument == "--headless") {
-      options.mode = Options::Mode::kHeadless;
-    } else if (argument == "--demo") {
-      options.demo = true;
-    } else if (argument == "--station") {
-      status = value_for(options.station);
-    } else if (argument == "--grab") {
-      status = value_for(options.grab_folder);
-    } else if (argument == "rigsim" && i == 0) {
-      options.mode = Options::Mode::kRigSimulator;
-      status = value_for(options.rig_kind);
-    } else if (argument == "--link" && options.mode == Options::Mode::kRigSimulator) {
-      status = value_for(options.link);
-    } else if (argument == "--speed" && options.mode == Options::Mode::kRigSimulator) {
-      status = value_for(speed);
-      const auto baud = ParseNumber(speed, 300, 921'600);
-      if (status && !baud) status = Error{ErrorCode::kInvalid, "--speed takes 300 to 921600 baud, not " + OneLine(speed, 40)};
-      if (baud) options.speed = static_cast<int>(*baud);
-    } else {
-      return Error{ErrorCode::kInvalid, "unknown argument " + OneLine(argument, 80)};
-    }
-    if (!status) return status.error();
-  }
-  return options;
+  return ArgumentReader(arguments).Read();
 }
 
 std::string HelpText() {

@@ -2,6 +2,7 @@
 
 #include <QCoreApplication>
 #include <cstdlib>
+#include <utility>
 
 #include "app/demo_station.h"
 #include "platform/ports_file.h"
@@ -77,7 +78,7 @@ std::string Program::OperateSimulatedRig(std::string_view command) {
 }
 
 void Program::Stop() {
-  if (shut_down_.done()) shut_down_ = ShutDown();
+  if (!std::exchange(stopping_, true)) shut_down_ = ShutDown();
 }
 
 Task Program::ShutDown() {

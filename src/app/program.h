@@ -51,6 +51,7 @@ class Program {
   std::unique_ptr<console::Station> station_;
   platform::StopSignals signals_;
   Task shut_down_;
+  bool stopping_ = false;
 };
 
 /// The shipped data: beside an installed program, else in the source tree it was built from.

@@ -31,18 +31,18 @@ std::optional<Frequency> Remembered(const config::BandMemory& memory) {
 BandOperations::BandOperations(Console& console, Dispatcher& dispatcher, Operations& operations, Memory& memory)
     : console_(console), dispatcher_(dispatcher), operations_(operations), memory_(memory) {
   subscription_ = console_.Subscribe([this](Field field) {
+    if (field == Field::kFreqDisp && !choosing_) SetPriv();
     if (field == Field::kFreqDisp || field == Field::kMode) FollowFrequency();
   });
 }
 
-bool BandOperations::PressBand(int number) {
+std::optional<SendOutcome> BandOperations::PressBand(int number) {
   const Band* band = FindBand(number);
-  if (band == nullptr || band->memory == 0) return false;
-  ChooseBand(number);
-  return true;
+  if (band == nullptr || band->memory == 0) return std::nullopt;
+  return ChooseBand(number);
 }
 
-void BandOperations::ChooseBand(int number) {
+SendOutcome BandOperations::ChooseBand(int number) {
   const Band& band = *FindBand(number);
   if (*console_.BandNumber != number) RememberBand();
   used_.reset();
@@ -53,7 +53,7 @@ void BandOperations::ChooseBand(int number) {
   console_.BandNumber.Set(number);
   const config::BandMemory& memory = memory_.at(static_cast<std::size_t>(band.memory));
   if (const auto frequency = Remembered(memory)) {
-    if (Trim(*console_.Mode) != memory.mode) console_.Mode.Set(memory.mode);
+    if (!memory.mode.empty() && Trim(*console_.Mode) != memory.mode) console_.Mode.Set(memory.mode);
     operations_.FChange(frequency->displayed());
     console_.Reference.Set(*frequency);
   } else {
@@ -67,7 +67,7 @@ void BandOperations::ChooseBand(int number) {
   SetLimits();
   choosing_ = false;
   FollowFrequency();
-  operations_.SendFreq();
+  return operations_.SendFreq();
 }
 
 void BandOperations::SetDirectLimits(const Band& band) {
@@ -138,7 +138,6 @@ SendOutcome BandOperations::SetBaseFrequency(Frequency frequency) {
 /// behind is remembered.
 void BandOperations::FollowFrequency() {
   if (choosing_) return;
-  SetPriv();
   const Band* band = BandOf(*console_.FreqDisp);
   if (band == nullptr) return;
   if (band->number != *console_.BandNumber) {

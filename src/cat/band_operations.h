@@ -23,23 +23,23 @@ class BandOperations {
   /// `memory` is the settings' own, so that saving them keeps it.
   BandOperations(Console& console, Dispatcher& dispatcher, Operations& operations, Memory& memory);
 
-  void setband160() { ChooseBand(160); }
-  void SetBand80() { ChooseBand(80); }
-  void setband60() { ChooseBand(60); }
-  void SetBand40() { ChooseBand(40); }
-  void setband30() { ChooseBand(30); }
-  void SetBand20() { ChooseBand(20); }
-  void setband17() { ChooseBand(17); }
-  void SetBand15() { ChooseBand(15); }
-  void setband12() { ChooseBand(12); }
-  void setband10() { ChooseBand(10); }
-  void setband6() { ChooseBand(6); }
-  void setband2() { ChooseBand(2); }
-  void setband220() { ChooseBand(220); }
-  void setband440() { ChooseBand(440); }
-  void setband35() { ChooseBand(35); }
-  /// The band button of that number (35 is 902 MHz). False when no button has it.
-  bool PressBand(int number);
+  SendOutcome setband160() { return ChooseBand(160); }
+  SendOutcome SetBand80() { return ChooseBand(80); }
+  SendOutcome setband60() { return ChooseBand(60); }
+  SendOutcome SetBand40() { return ChooseBand(40); }
+  SendOutcome setband30() { return ChooseBand(30); }
+  SendOutcome SetBand20() { return ChooseBand(20); }
+  SendOutcome setband17() { return ChooseBand(17); }
+  SendOutcome SetBand15() { return ChooseBand(15); }
+  SendOutcome setband12() { return ChooseBand(12); }
+  SendOutcome setband10() { return ChooseBand(10); }
+  SendOutcome setband6() { return ChooseBand(6); }
+  SendOutcome setband2() { return ChooseBand(2); }
+  SendOutcome setband220() { return ChooseBand(220); }
+  SendOutcome setband440() { return ChooseBand(440); }
+  SendOutcome setband35() { return ChooseBand(35); }
+  /// The band button of that number (35 is 902 MHz). Nothing when no button has it.
+  std::optional<SendOutcome> PressBand(int number);
 
   /// Shows what the band plan says of the displayed frequency in the message area, when that has changed.
   void SetPriv();
@@ -62,7 +62,7 @@ class BandOperations {
   Frequency step() const { return step_; }
 
  private:
-  void ChooseBand(int number);
+  SendOutcome ChooseBand(int number);
   void SetDirectLimits(const Band& band);
   void SendModeKeys();
   SendOutcome Tune(Frequency wanted, int knob_steps);

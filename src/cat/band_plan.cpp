@@ -4,15 +4,15 @@
 #include <array>
 #include <utility>
 
+#include "core/csv.h"
 #include "core/text.h"
 
 namespace kvx::cat {
 namespace {
 
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 constexpr std::string_view kColumns = "from_khz,to_khz,use,text,privilege";
 constexpr std::size_t kMostSegments = 5000;
-constexpr std::size_t kLongestLine = 300;
+constexpr std::size_t kLongestText = 200;
 
 constexpr std::array<std::string_view, 9> kUses{"cw",        "data",     "phone", "mixed",  "beacon",
                                                 "satellite", "repeater", "dx",    "calling"};
@@ -26,29 +26,10 @@ std::optional<Value> Find(const std::array<std::string_view, kCount>& names, std
   return static_cast<Value>(at - names.begin());
 }
 
-/// The fields of one line; nothing when a quote is not closed or stands inside a field.
-std::optional<std::vector<std::string>> Fields(std::string_view line) {
-  std::vector<std::string> fields(1);
-  bool quoted = false;
-  bool closed = false;
-  for (const char c : line) {
-    std::string& field = fields.back();
-    if (c == '"' && !quoted && field.empty() && !closed) {
-      quoted = true;
-    } else if (c == '"' && quoted) {
-      quoted = false;
-      closed = true;
-    } else if (c == ',' && !quoted) {
-      fields.emplace_back();
-      closed = false;
-    } else if (c == '"' || closed) {
-      return std::nullopt;
-    } else {
-      field += c;
-    }
-  }
-  if (quoted) return std::nullopt;
-  return fields;
+bool IsHead(const std::vector<std::string>& cells) {
+  std::string line;
+  for (const std::string& cell : cells) line += (line.empty() ? "" : ",") + cell;
+  return EqualNoCase(Trim(line), kColumns);
 }
 
 std::optional<Frequency> Limit(std::string_view khz) {
@@ -57,21 +38,22 @@ std::optional<Frequency> Limit(std::string_view khz) {
   return shown_exactly ? frequency : std::nullopt;
 }
 
-Result<BandPlan::Segment> ReadSegment(std::string_view line) {
+Result<BandPlan::Segment> ReadSegment(const std::vector<std::string>& cells) {
   const auto wrong = [](const std::string& what) { return Error{ErrorCode::kInvalid, what}; };
-  const auto fields = line.size() <= kLongestLine ? Fields(line) : std::nullopt;
-  if (!fields || fields->size() != 5)
-    return wrong("it is not " + std::string(kColumns) + " (quote a text that holds a comma)");
-  const auto from = Limit((*fields)[0]);
-  const auto to = Limit((*fields)[1]);
+  if (cells.size() != 5) return wrong("it is not " + std::string(kColumns) + " (quote a text that holds a comma)");
+  const auto from = Limit(cells[0]);
+  const auto to = Limit(cells[1]);
   if (!from || !to) return wrong("a limit is no frequency in kHz, exact to 10 Hz");
   if (*from >= *to) return wrong("its lower limit is not below its upper limit");
-  const auto use = Find<BandUse>(kUses, Trim((*fields)[2]));
-  if (!use) return wrong("there is no use \"" + OneLine((*fields)[2], 40) + '"');
-  const std::string text(Trim((*fields)[3]));
+  const auto use = Find<BandUse>(kUses, Trim(cells[2]));
+  if (!use) return wrong("there is no use \"" + OneLine(cells[2], 40) + '"');
+  const std::string text(Trim(cells[3]));
   if (text.empty()) return wrong("it has no text");
-  const auto licence = Find<LicenceClass>(kLicences, Trim((*fields)[4]));
-  if (!licence) return wrong("there is no licence class \"" + OneLine((*fields)[4], 40) + '"');
+  if (text.size() > kLongestText || text.find_first_of("\r\n") != std::string::npos) {
+    return wrong("its text is not one line of at most " + std::to_string(kLongestText) + " bytes");
+  }
+  const auto licence = Find<LicenceClass>(kLicences, Trim(cells[4]));
+  if (!licence) return wrong("there is no licence class \"" + OneLine(cells[4], 40) + '"');
   return BandPlan::Segment{.from = *from, .to = *to, .use = *use, .text = text, .privilege = *licence};
 }
 
@@ -90,26 +72,23 @@ std::string_view LicenceClassName(LicenceClass licence) {
 }
 
 Result<BandPlan> BandPlan::Parse(std::string_view csv) {
-  if (csv.starts_with(kByteOrderMark)) csv.remove_prefix(kByteOrderMark.size());
   BandPlan plan;
+  CsvReader reader(csv);
   bool columns_seen = false;
-  for (int number = 1; !csv.empty(); ++number) {
-    std::string_view line = csv.substr(0, csv.find('\n'));
-    csv.remove_prefix(std::min(line.size() + 1, csv.size()));
-    if (line.ends_with('\r')) line.remove_suffix(1);
-    if (Trim(line).empty() || line.front() == '#') continue;
-    const auto failed = [number](const std::string& what) {
-      return Error{ErrorCode::kInvalid, "line " + std::to_string(number) + ": " + what};
-    };
+  const auto failed = [](int line, const std::string& what) {
+    return Error{ErrorCode::kInvalid, "line " + std::to_string(line) + ": " + what};
+  };
+  while (const auto record = reader.Next()) {
     if (!std::exchange(columns_seen, true)) {
-      if (!EqualNoCase(Trim(line), kColumns)) return failed("the columns are not " + std::string(kColumns));
+      if (!IsHead(record->cells)) return failed(record->line, "the columns are not " + std::string(kColumns));
       continue;
     }
-    auto segment = ReadSegment(line);
-    if (!segment) return failed(segment.error().message);
+    auto segment = ReadSegment(record->cells);
+    if (!segment) return failed(record->line, segment.error().message);
     const std::string fault = plan.Add(std::move(*segment));
-    if (!fault.empty()) return failed(fault);
+    if (!fault.empty()) return failed(record->line, fault);
   }
+  if (!reader.fault().empty()) return failed(reader.line(), reader.fault());
   if (plan.segments_.empty()) return Error{ErrorCode::kInvalid, "the band plan is empty"};
   plan.EndOpenSegments(plan.segments_[plan.open_.front()].to);
   return plan;

@@ -18,8 +18,6 @@ constexpr std::array kSliderWords{
     SliderWord{"<POWER", 8},   SliderWord{"<FILTER", 9}, SliderWord{"<NOTCH", 10},
 };
 
-bool Binary(const config::RigDefinition& rig) { return rig.row.send_as_hex && rig.family != "KENWOOD"; }
-
 /// The two numbers of "a-b" or "a/b".
 std::pair<int, int> TwoNumbers(std::string_view text, char separator) {
   const std::size_t at = text.find(separator);
@@ -44,7 +42,7 @@ Status ExpandSlider(std::string& command, const SliderWord& word, const Fill& fi
     }
     command.replace(at, after + (has_width ? 2 : 1) - at, digits);
     // On a binary rig a value must fill whole bytes together with the digits around it.
-    if (!has_width && Binary(fill.rig) && WithoutBlanks(command).size() % 2 != 0) command.insert(at, "0");
+    if (!has_width && fill.rig.binary() && WithoutBlanks(command).size() % 2 != 0) command.insert(at, "0");
     at += digits.size();
   }
   return Ok();
@@ -54,7 +52,7 @@ Status ExpandFrequency(std::string& command, const Fill& fill) {
   const FrequencyPlaceholder* placeholder = FindFrequencyPlaceholder(command);
   if (placeholder == nullptr) return Ok();
   command = WithoutBlanks(command);
-  auto digits = FrequencyDigits(fill.frequency, *placeholder, Binary(fill.rig));
+  auto digits = FrequencyDigits(fill.frequency, *placeholder, fill.rig.binary());
   if (!digits) return digits.error();
   command = ReplaceAll(std::move(command), placeholder->name, fill.rig.row.rev_data ? ReversePairs(*digits) : *digits);
   return Ok();

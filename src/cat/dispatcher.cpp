@@ -11,6 +11,7 @@ namespace {
 constexpr std::string_view kValuePlaceholder = "<F?VAL>";
 constexpr std::string_view kValueNotSet = "Value not set. Right click on button and enter the value to be sent";
 constexpr std::string_view kFrequencyQueryFunction = "0000000003[1-8]10";
+constexpr const char* kLineBusy = "The rig line is busy";
 constexpr std::size_t kMostArmed = 16;
 constexpr std::size_t kPieceDigits = 10;  // one five-byte command
 
@@ -27,6 +28,15 @@ std::string WithVfoB(const std::string& set_freq) {
   if (set_freq.starts_with("FA")) return "FB" + set_freq.substr(2);
   if (set_freq.starts_with("*AF")) return "*BF" + set_freq.substr(3);
   return set_freq;
+}
+
+/// Whether a template could be filled in to that command: what stands before and behind its placeholders is there.
+bool MayBe(std::string_view text, std::string_view command) {
+  if (text.empty()) return false;
+  const std::string_view before = text.substr(0, text.find('<'));
+  const std::string_view behind = text.substr(text.rfind('>') + 1);
+  return command.size() >= before.size() && EqualNoCase(command.substr(0, before.size()), before) && command.size() >= behind.size() &&
+         EqualNoCase(command.substr(command.size() - behind.size()), behind);
 }
 
 }  // namespace
@@ -70,7 +80,7 @@ SendOutcome Dispatcher::SendData(std::string_view key_or_command) {
 SendOutcome Dispatcher::FillValue(std::string& command, const std::string& value) {
   if (value.empty()) {
     console_.MsgArea.Set(std::string(kValueNotSet));
-    return SendOutcome::kRefused;
+    return Refuse(std::string(kValueNotSet));
   }
   command = ReplaceAll(std::move(command), kValuePlaceholder, value);
   return SendOutcome::kSent;
@@ -93,9 +103,8 @@ SendOutcome Dispatcher::SendFunction(const CommandKey& key) {
   if (command.find(kValuePlaceholder) != std::string::npos) {
     const SendOutcome filled = FillValue(command, console_.Text5[index]);
     if (filled != SendOutcome::kSent) return filled;
-    if (five_byte() && WithoutBlanks(command).size() % kPieceDigits != 0) {
-      console_.ErrorText.Set("The value " + OneLine(console_.Text5[index], 40) + " does not make whole five-byte commands of " + OneLine(command, 40));
-      return SendOutcome::kRefused;
+    if (rig_.five_byte() && WithoutBlanks(command).size() % kPieceDigits != 0) {
+      return Refuse("The value " + OneLine(console_.Text5[index], 40) + " does not make whole five-byte commands of " + OneLine(command, 40));
     }
   }
   const SendOutcome outcome = command.empty() && two_states ? SendOutcome::kSent : SendCommand(std::move(command));
@@ -106,12 +115,9 @@ SendOutcome Dispatcher::SendFunction(const CommandKey& key) {
 SendOutcome Dispatcher::SendFrequency(const CommandKey& key) {
   if (!IsPegasus(rig_)) return SendCommand(TemplateOf(key));
   const auto bytes = PegasusTuning(*console_.FreqDisp + *console_.Offset, *console_.Mode, *console_.Xnarrow);
-  if (!bytes) {
-    console_.ErrorText.Set(bytes.error().message);
-    return SendOutcome::kRefused;
-  }
+  if (!bytes) return Refuse(bytes.error().message);
   last_command_ = loop_.Now();
-  return link_.WriteRigPort(*bytes) ? SendOutcome::kSent : SendOutcome::kRefused;
+  return link_.WriteRigPort(*bytes) ? SendOutcome::kSent : Refuse(kLineBusy);
 }
 
 SendOutcome Dispatcher::SendCommand(std::string command) {
@@ -119,7 +125,7 @@ SendOutcome Dispatcher::SendCommand(std::string command) {
   if (command.empty()) return SendOutcome::kRefused;
   const std::string bytes = Encode(command);
   last_command_ = loop_.Now();
-  if (!link_.WriteRigPort(bytes)) return SendOutcome::kRefused;
+  if (!link_.WriteRigPort(bytes)) return Refuse(kLineBusy);
   ArmAcknowledgements(bytes.size());
   FollowTransmitter(command);
   return SendOutcome::kSent;
@@ -135,32 +141,50 @@ void Dispatcher::FollowMeter(const CommandKey& key, std::string_view command) {
 }
 
 /// The user buttons Alpha and Bravo are "transmit on" and "transmit off" unless their captions say otherwise. However such a command
-/// came to be sent, the console remembers that it keys the transmitter.
+/// came to be sent, the console remembers that it keys the transmitter, and how that is undone.
 void Dispatcher::FollowTransmitter(std::string_view command) {
-  if (!transmit_ || transmit_->address_number != *console_.RigNumber) transmit_ = ReadTransmitCommands();
-  if (EqualNoCase(command, transmit_->on)) {
+  const auto sends = [&](std::string_view field) { return MayBe(rig_.row[field], command) && EqualNoCase(command, FillIn(rig_.row[field])); };
+  const std::string caption = Upper(rig_.row["ADesc"]);
+  if (!caption.empty() && caption.find("XMT") == std::string::npos && caption.find("TX") == std::string::npos) return;
+  if (sends("Alpha")) {
+    release_ = Encode(FillIn(rig_.row["Bravo"]));
     console_.Transmitting.Set(true);
-  } else if (EqualNoCase(command, transmit_->off)) {
+  } else if (sends("Bravo")) {
     console_.Transmitting.Set(false);
   }
 }
 
-Dispatcher::TransmitCommands Dispatcher::ReadTransmitCommands() {
-  const std::string caption = Upper(rig_.row["ADesc"]);
-  const bool transmits = caption.empty() || caption.find("XMT") != std::string::npos || caption.find("TX") != std::string::npos;
-  const auto filled = [&](std::string_view field) { return !transmits || rig_.row[field].empty() ? std::string() : FillIn(rig_.row[field]); };
-  return {*console_.RigNumber, filled("Alpha"), filled("Bravo")};
+bool Dispatcher::ReleaseTransmitter() {
+  if (!*console_.Transmitting) return false;
+  // A text rig begins anew after an end mark, CI-V at its preamble; in five-byte commands a lost byte would shift all that follow.
+  const std::string end_mark = rig_.binary() ? "" : rig_.family == "TEN-TEC" ? "\r" : ";";
+  if (!link_.WriteUrgently(release_, rig_.nameless() ? nullptr : &end_mark)) return false;
+  last_command_ = loop_.Now();
+  console_.Transmitting.Set(false);
+  return true;
 }
 
 SendOutcome Dispatcher::SendQuery(std::string_view text, const CommandKey* key, bool frequency) {
   const QueryTemplate query = SplitQuery(text);
   const std::string command = FillIn(query.command);
   if (command.empty()) return SendOutcome::kRefused;
+  if (!link_.WriteRigPort(Encode(command))) return Refuse(kLineBusy);
   Arm(command, query, key, frequency);
-  return link_.WriteRigPort(Encode(command)) ? SendOutcome::kSent : SendOutcome::kRefused;
+  return SendOutcome::kSent;
 }
 
-std::vector<std::string> Dispatcher::BeginPollQuery(std::string_view key_name) {
+SendOutcome Dispatcher::Refuse(const std::string& why) {
+  console_.ErrorText.Set(why);
+  return SendOutcome::kRefused;
+}
+
+void Dispatcher::ArmPollQuery(std::string_view key_name) {
+  const CommandKey* key = FindKey(key_name);
+  const QueryTemplate query = SplitQuery(TemplateOf(*key));
+  Arm(FillIn(query.command), query, key, false);
+}
+
+std::vector<std::string> Dispatcher::PollPieces(std::string_view key_name) {
   const CommandKey* key = FindKey(key_name);
   if (key == nullptr || !link_.is_open()) return {};
   const QueryTemplate query = SplitQuery(TemplateOf(*key));
@@ -169,14 +193,13 @@ std::vector<std::string> Dispatcher::BeginPollQuery(std::string_view key_name) {
   for (std::size_t at = 0; at + kPieceDigits <= command.size(); at += kPieceDigits) {
     pieces.push_back(Encode(command.substr(at, kPieceDigits)));
   }
-  if (!pieces.empty()) Arm(command, query, key, false);
   return pieces;
 }
 
 void Dispatcher::Arm(const std::string& command, const QueryTemplate& query, const CommandKey* key, bool frequency) {
   if (!query.extraction) return;
   ArmedQuery armed;
-  armed.command = binary() ? Upper(WithoutBlanks(command)) : command;
+  armed.command = rig_.binary() ? Upper(WithoutBlanks(command)) : command;
   armed.extraction = query.extraction;
   armed.slider = key != nullptr && key->kind == KeyKind::kSliderQuery ? key->number : 0;
   armed.frequency = frequency;
@@ -187,7 +210,7 @@ void Dispatcher::Arm(const std::string& command, const QueryTemplate& query, con
 /// Acknowledgements come in the order of commands and queries, so each has its place between the replies.
 void Dispatcher::ArmAcknowledgements(std::size_t bytes) {
   const auto commands = static_cast<int>(bytes * 2 / kPieceDigits);
-  if (!five_byte() || commands == 0) return;
+  if (!rig_.five_byte() || commands == 0) return;
   ArmedQuery armed;
   armed.extraction = Extraction{.reply_length = commands * 2};
   armed.acknowledgement = true;
@@ -210,7 +233,7 @@ std::string Dispatcher::FillIn(std::string command) {
 }
 
 std::string Dispatcher::Encode(std::string_view command) {
-  if (!binary()) return ToLatin1(command);  // also a KENWOOD row that asks for hexadecimal: text goes out unchanged
+  if (!rig_.binary()) return ToLatin1(command);  // also a KENWOOD row that asks for hexadecimal: text goes out unchanged
   const std::string digits = WithoutBlanks(command);
   const auto complain = [&](std::string_view faulty) {
     console_.ErrorText.Set("Error converting " + OneLine(faulty) + " to hex. Check your setup file for " + OneLine(command));

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <functional>
 #include <map>
-#include <optional>
 #include <string>
 #include <string_view>
 
@@ -41,18 +40,18 @@ class Dispatcher {
   /// Fills a command's placeholders; empty, with the error text set, when that fails.
   std::string FillIn(std::string command);
 
-  /// Sends a query in the pieces that a binary rig's poll is written in: fills it, arms it, gives the pieces to write.
-  std::vector<std::string> BeginPollQuery(std::string_view key);
+  /// A query in the pieces that a binary rig's poll is written in; ArmPollQuery says that it has been written.
+  std::vector<std::string> PollPieces(std::string_view key);
+  void ArmPollQuery(std::string_view key);
   /// Whether the rig takes Yaesu's five-byte commands, of which it acknowledges each with one byte.
-  bool five_byte() const { return binary() && !rig_.row.rev_data && rig_.family == "YAESU"; }
-  bool binary() const { return rig_.row.send_as_hex && rig_.family != "KENWOOD"; }
 
   /// The value that stands for <F?VAL> in a mode button's command.
   void SetButtonValue(std::string_view key, std::string value) { button_values_[Upper(key)] = std::move(value); }
-  int line_speed() const { return std::max(link_.settings().speed, 300); }
+  int line_speed() const { return link_.speed(); }
   TimePoint line_free_at() const { return link_.line_free_at(); }
-  /// Another rig definition is loaded.
-  void RigChanged() { transmit_.reset(); }
+  /// Releases the transmitter if the console has keyed it: with the command of the rig that was keyed, before everything that waits.
+  /// True when such a command was written.
+  bool ReleaseTransmitter();
   /// When a command that is no query was last written.
   TimePoint last_command() const { return last_command_; }
 
@@ -61,15 +60,9 @@ class Dispatcher {
   SendOutcome SendFunction(const CommandKey& key);
   SendOutcome SendFrequency(const CommandKey& key);
   SendOutcome SendCommand(std::string command);
-  /// What keys and releases the transmitter of the rig at an address; empty: nothing does.
-  struct TransmitCommands {
-    std::string address_number;
-    std::string on;
-    std::string off;
-  };
   void FollowTransmitter(std::string_view command);
-  TransmitCommands ReadTransmitCommands();
   void FollowMeter(const CommandKey& key, std::string_view command);
+  SendOutcome Refuse(const std::string& why);
   SendOutcome FillValue(std::string& command, const std::string& value);
   void ArmAcknowledgements(std::size_t bytes);
   void Push(ArmedQuery armed);
@@ -82,7 +75,7 @@ class Dispatcher {
   ArmedQueries& armed_;
   std::map<std::string, std::string> button_values_;
   TimePoint last_command_{};
-  std::optional<TransmitCommands> transmit_;
+  std::string release_;  ///< the bytes that release the transmitter that is keyed
 };
 
 }  // namespace kvx::cat

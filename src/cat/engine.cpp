@@ -24,16 +24,17 @@ Engine::Engine(Loop& loop, Console& console, platform::SerialPort& port)
   parser.on_input = [this](bool complete) { poller.InputArrived(complete); };
 }
 
-void Engine::UseRig(config::RigDefinition rig) {
-  if (rig.row == rig_.row) return;  // read again, unchanged: polling and two-state buttons go on as they are
+bool Engine::UseRig(config::RigDefinition rig) {
+  if (rig.row == rig_.row) return false;  // read again, unchanged: polling and two-state buttons go on as they are
   rig_ = std::move(rig);
   if (link.is_open()) link.Discard(kDiscardTicks);  // what is still under way was asked of the rig before
   armed_.clear();
-  dispatcher.RigChanged();
+  operations.Forget();
   link.ClearRcvBuffer();
   link.SetHexBuffer(rig_.row.send_as_hex);
   for (std::size_t i = 0; i < console_.FunctionState.size(); ++i) console_.FunctionState.Set(i, false);
   poller.RigSelected();
+  return true;
 }
 
 }  // namespace kvx::cat

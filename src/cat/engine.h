@@ -15,8 +15,8 @@ class Engine {
   Engine(const Engine&) = delete;
   Engine& operator=(const Engine&) = delete;
 
-  /// Replaces the working state by a loaded rig definition.
-  void UseRig(config::RigDefinition rig);
+  /// Replaces the working state by a loaded rig definition. False, with nothing touched, when it is the one in use.
+  bool UseRig(config::RigDefinition rig);
   const config::RigDefinition& rig() const { return rig_; }
 
  private:

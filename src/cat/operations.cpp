@@ -82,13 +82,24 @@ SendOutcome Operations::SendFreq() {
   const TimePoint turn = dispatcher_.line_free_at() - kBacklog;
   if (turn <= loop_.Now() && waiting_send_ == 0) return SendFreqNow();
   frequency_.Expect(console_.FreqDisp->displayed(), SettledAt());
-  if (waiting_send_ == 0) {
-    waiting_send_ = loop_.StartTimer(turn, [this] {
-      waiting_send_ = 0;
-      SendFreqNow();
-    });
-  }
+  if (waiting_send_ == 0) SendLater(turn);
   return SendOutcome::kSent;
+}
+
+void Operations::SendLater(TimePoint turn) {
+  waiting_send_ = loop_.StartTimer(turn, [this] {
+    waiting_send_ = 0;
+    const TimePoint next_turn = dispatcher_.line_free_at() - kBacklog;
+    if (next_turn > loop_.Now()) return SendLater(next_turn);
+    SendFreqNow();
+  });
+}
+
+void Operations::Forget() {
+  loop_.StopTimer(std::exchange(waiting_send_, 0));
+  frequency_ = {};
+  mode_ = {};
+  vfo_ = {};
 }
 
 SendOutcome Operations::SendFreqNow() {
@@ -97,7 +108,6 @@ SendOutcome Operations::SendFreqNow() {
   if (outcome == SendOutcome::kRefused) return outcome;
   frequency_.Expect(console_.FreqDisp->displayed(), SettledAt());
   KeepVfoFrequency(*console_.ActiveVfo, *console_.FreqDisp + *console_.Offset);
-  if (on_frequency_sent) on_frequency_sent();
   return outcome;
 }
 

@@ -65,13 +65,15 @@ class Operations {
   /// Shows a frequency and lets everything that depends on it follow.
   void FChange(Frequency displayed);
 
-  std::function<void()> on_frequency_sent;  ///< after every frequency send
+  /// Another rig, or the same one anew: nothing that was meant for the one before is sent or expected any more.
+  void Forget();
 
  private:
   std::string_view Width(std::string_view narrow_key, std::string_view wide_key) const;
   SendOutcome SetMode(std::string_view caption, std::string_view key);
   SendOutcome ChooseVfo(char vfo, std::string_view select, std::string_view read);
   SendOutcome SendFreqNow();
+  void SendLater(TimePoint turn);
   /// When the rig will have followed what is sent now.
   TimePoint SettledAt() const;
   void FollowMode(const std::string& caption);

@@ -47,7 +47,6 @@ void Poller::RigSelected() {
   init_sent_ = false;
   cycle_ = Task();
   init_ = Task();
-  link_.busy = false;
   fast_timer_needed_.Notify();
 }
 
@@ -65,7 +64,7 @@ void Poller::InputArrived(bool complete) {
 }
 
 void Poller::PollRig() {
-  if (cycle_running() || !init_.done() || link_.busy || !link_.is_open() || line_is_busy() || still_answering()) return;
+  if (cycle_running() || !init_.done() || !link_.is_open() || line_is_busy() || still_answering()) return;
   cycle_start_ = loop_.Now();
   parser_.ForgetOverdue();
   if (rig_.family == "KENWOOD") {
@@ -99,7 +98,7 @@ bool Poller::still_answering() const {
 
 std::string_view Poller::FrequencyKey() const {
   // Rigs that answer in text name the VFO in their reply; the others answer for the VFO in use.
-  const bool ask_b = *console_.ActiveVfo == 'B' && rig_.text_replies() && dispatcher_.Has("XGETFREQB");
+  const bool ask_b = *console_.ActiveVfo == 'B' && !rig_.binary() && dispatcher_.Has("XGETFREQB");
   return ask_b ? "XGETFREQB" : "XGETFREQ";
 }
 
@@ -142,9 +141,8 @@ Task Poller::Ask(std::string key) {
   asked_ = dispatcher_.Has(key);
   answered_ = false;
   if (!asked_) co_return;
-  const bool in_pieces = dispatcher_.binary() && !rig_.row.rev_data;
-  const bool nameless = dispatcher_.binary() && rig_.family == "YAESU";
-  if (nameless) {
+  const bool in_pieces = rig_.binary() && !rig_.row.rev_data;
+  if (rig_.nameless()) {
     co_await loop_.SleepUntil(std::max(loop_.Now(), dispatcher_.last_command() + kAcknowledgeTime));
     for (int wait = 0; wait < kMostWaits && parser_.reply_under_way(); ++wait) {
       co_await loop_.SleepUntil(link_.last_arrival() + kReplySilence);
@@ -155,15 +153,15 @@ Task Poller::Ask(std::string key) {
     asked_ = dispatcher_.SendData(key) == SendOutcome::kSent;
     co_return;
   }
-  const std::vector<std::string> pieces = dispatcher_.BeginPollQuery(key);
-  asked_ = !pieces.empty();
-  link_.busy = true;
+  asked_ = false;
+  const std::vector<std::string> pieces = dispatcher_.PollPieces(key);
   for (const std::string& piece : pieces) {
-    link_.WriteRigPort(piece);
+    if (!link_.WriteRigPort(piece)) co_return;
+    if (!asked_) dispatcher_.ArmPollQuery(key);
+    asked_ = true;
     if (just_after_midnight() || answered_) continue;
     co_await answer_.Within(loop_, kPieceWait);
   }
-  link_.busy = false;
 }
 
 /// The pacing clock counts seconds since local midnight and has always been let run free for the first twenty of them.
@@ -188,7 +186,7 @@ Task Poller::FastTimer() {
       init_sent_ = true;
       init_ = WriteInitString();
     }
-    const int speed = std::max(link_.settings().speed, 1200);
+    const int speed = link_.speed();
     if (fast_meter() && ++ticks >= std::max(kFastMeterTicks, kFastMeterTicks * kFastMeterSpeed / speed)) {
       ticks = 0;
       if (!line_is_busy() && !parser_.reply_under_way()) WriteFastMeter();

@@ -10,12 +10,20 @@ namespace {
 struct Family {
   std::string_view name;
   FamilyParser parser;
+  int s_meter_full_scale;
+  int cycle_characters;  ///< a Kenwood tells its whole status each time, the others answer one short query a cycle
 };
 
 constexpr std::array kFamilies{
-    Family{"TEN-TEC", ParseTenTec}, Family{"ICOM", ParseIcom},       Family{"CI-V", ParseIcom},
-    Family{"YAESU", ParseYaesu},    Family{"KENWOOD", ParseKenwood},
+    Family{"TEN-TEC", ParseTenTec, 77, 25}, Family{"ICOM", ParseIcom, 241, 25},       Family{"CI-V", ParseIcom, 241, 25},
+    Family{"YAESU", ParseYaesu, 255, 25},   Family{"KENWOOD", ParseKenwood, 30, 60},
 };
+constexpr int kFiveByteFullScale = 15;  // four bits
+
+const Family* FindFamily(std::string_view name) {
+  const auto* row = std::find_if(kFamilies.begin(), kFamilies.end(), [&](const Family& family) { return family.name == name; });
+  return row == kFamilies.end() ? nullptr : row;
+}
 
 /// Without a command code the reply must begin as the query did ("AG0;" is answered by "AG0128;").
 bool BeginsLike(std::string_view frame, std::string_view query) {
@@ -27,8 +35,18 @@ bool BeginsLike(std::string_view frame, std::string_view query) {
 }  // namespace
 
 FamilyParser ParserOf(std::string_view family) {
-  const auto* row = std::find_if(kFamilies.begin(), kFamilies.end(), [&](const Family& f) { return f.name == family; });
-  return row == kFamilies.end() ? nullptr : row->parser;
+  const Family* row = FindFamily(family);
+  return row == nullptr ? nullptr : row->parser;
+}
+
+int SMeterFullScale(const config::RigDefinition& rig) {
+  const Family* row = FindFamily(rig.family);
+  return rig.five_byte() ? kFiveByteFullScale : row == nullptr ? kFiveByteFullScale : row->s_meter_full_scale;
+}
+
+int CycleCharacters(const config::RigDefinition& rig) {
+  const Family* row = FindFamily(rig.family);
+  return row == nullptr ? kFamilies.back().cycle_characters : row->cycle_characters;
 }
 
 bool ReadTextSlider(std::string_view frame, ParseContext& context, std::vector<Reply>& replies) {

@@ -44,7 +44,6 @@ struct ParseContext {
   const config::RigDefinition& rig;
   ArmedQueries& armed;
   std::string_view address_number = "1";
-  std::string_view meter_number = "0";
 };
 
 /// Takes complete replies from the front of the receive buffer and appends what they say to `replies`. An incomplete reply stays.
@@ -55,6 +54,10 @@ void ParseKenwood(std::string& buffer, ParseContext& context, std::vector<Reply>
 void ParseYaesu(std::string& buffer, ParseContext& context, std::vector<Reply>& replies);
 void ParseIcom(std::string& buffer, ParseContext& context, std::vector<Reply>& replies);
 void ParseTenTec(std::string& buffer, ParseContext& context, std::vector<Reply>& replies);
+
+/// What the S-meter of the rig says at S9+60, and how many characters one of its poll cycles costs on the line.
+int SMeterFullScale(const config::RigDefinition& rig);
+int CycleCharacters(const config::RigDefinition& rig);
 
 /// The parser of a family (upper case), null for a family that is not parsed.
 FamilyParser ParserOf(std::string_view family);

@@ -15,7 +15,7 @@ void ReplyParser::ForgetOverdue() {
   };
   while (!armed_.empty() && overdue(armed_.front())) armed_.pop_front();
   // A reply without a name that stopped in the middle has lost bytes: nothing that is still due could be told apart from it.
-  if (nameless() && !link_.buffer().empty() && !reply_under_way()) Forget();
+  if (rig_.nameless() && !link_.buffer().empty() && !reply_under_way()) Forget();
 }
 
 bool ReplyParser::reply_under_way() const {
@@ -33,7 +33,7 @@ void ReplyParser::Parse() {
   ForgetOverdue();
   replies_.clear();
   if (const FamilyParser parse = ParserOf(rig_.family)) {
-    ParseContext context{.rig = rig_, .armed = armed_, .address_number = *console_.RigNumber, .meter_number = *console_.MeterNumber};
+    ParseContext context{.rig = rig_, .armed = armed_, .address_number = *console_.RigNumber};
     parse(link_.buffer(), context, replies_);
   }
   // A reply may lead to a new rig selection and so to another Parse: work on what is ours.

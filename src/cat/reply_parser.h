@@ -33,7 +33,6 @@ class ReplyParser {
   std::function<void(bool complete)> on_input;
 
  private:
-  bool nameless() const { return rig_.family == "YAESU" && rig_.row.send_as_hex; }
 
   Loop& loop_;
   Console& console_;

@@ -13,6 +13,7 @@ constexpr Duration kFirstRetry = 250ms;
 constexpr Duration kSlowestRetry = 1s;
 constexpr Duration kSteady = 2s;  // a port that has been open for longer is worth a quick first retry
 constexpr std::size_t kBufferLimit = 4096;  // characters; the longest reply of any rig is far shorter
+constexpr Duration kMostBehind = 1s;  // of the line: what is further behind is refused
 constexpr int kBitsPerByte = 11;
 constexpr Duration kDeliverTime = 500ms;
 constexpr int kLastBytes = 16;  // that the system may still hold
@@ -38,13 +39,22 @@ void RigLink::OpenRigPort(const platform::PortSettings& settings, bool rig_selec
   }
 }
 
+Duration RigLink::TimeOf(std::size_t bytes) const {
+  return std::chrono::nanoseconds(1s) * kBitsPerByte * static_cast<std::int64_t>(bytes) / speed();
+}
+
+void RigLink::Retire(bool deliver) {
+  retired_ = true;
+  deliver_first_ = deliver_first_ || deliver;
+}
+
 /// A port that closes drops what is in its buffers, and what the system has taken is not yet on the line.
 Task RigLink::Deliver() {
   const TimePoint limit = loop_.Now() + kDeliverTime;
   while (port_.is_open() && port_.bytes_unsent() > 0 && loop_.Now() < limit) {
     co_await loop_.Sleep(5ms);
   }
-  co_await loop_.Sleep(std::chrono::nanoseconds(1s) * (kLastBytes * kBitsPerByte) / std::max(settings_.speed, 1200));
+  co_await loop_.Sleep(TimeOf(kLastBytes));
 }
 
 Task RigLink::DeliverThenReopen() {
@@ -55,6 +65,7 @@ Task RigLink::DeliverThenReopen() {
 
 void RigLink::Reopen() {
   deliver_first_ = false;
+  retired_ = false;
   CloseRigPort();
   settings_ = wanted_;
   if (!rig_selected_ || settings_.number == 0) return;
@@ -66,6 +77,8 @@ void RigLink::CloseRigPort() {
   keep_open_ = Task();
   port_.Close();
   buffer_.clear();
+  line_free_at_ = {};
+  was_open_ = false;
   last_failure_.clear();
   console_.Port.Set("closed");
 }
@@ -99,6 +112,8 @@ void RigLink::Opened() {
   if (!last_failure_.empty() && on_notice) on_notice("The rig port is open again");
   last_failure_.clear();
   opened_at_ = loop_.Now();
+  was_open_ = true;
+  line_free_at_ = {};
   console_.Port.Set("open");
   if (on_opened) on_opened();
 }
@@ -109,21 +124,35 @@ void RigLink::Lost(const std::string& why) {
   if (why != last_failure_ && on_notice) on_notice(why);
   last_failure_ = why;
   if (deliver_first_) return Reopen();  // there is nobody left to deliver to, and another port may be wanted
-  if (loop_.Now() - opened_at_ > kSteady) pause_ = Duration{0};
+  if (std::exchange(was_open_, false) && loop_.Now() - opened_at_ > kSteady) pause_ = Duration{0};
   keep_open_ = KeepOpen(NextPause());
 }
 
 bool RigLink::WriteRigPort(std::string_view bytes) {
-  if (!port_.is_open() || bytes.empty()) return false;
-  const std::size_t bytes_a_second = static_cast<std::size_t>(std::max(settings_.speed, 1200) / kBitsPerByte);
-  if (port_.bytes_unsent() > bytes_a_second) return false;
+  if (!is_open() || bytes.empty()) return false;
+  const bool behind = TimeOf(port_.bytes_unsent()) > kMostBehind || line_free_at_ > loop_.Now() + kMostBehind;
+  if (behind) return false;
+  Put(bytes);
+  return true;
+}
+
+bool RigLink::WriteUrgently(std::string_view bytes, const std::string* resynchronise) {
+  if (!port_.is_open()) return false;
+  if (resynchronise != nullptr && port_.bytes_unsent() > 0) {
+    port_.DropUnsent();
+    line_free_at_ = loop_.Now();
+    Put(*resynchronise + std::string(bytes));
+  } else {
+    Put(bytes);
+  }
+  return true;
+}
+
+void RigLink::Put(std::string_view bytes) {
   port_.Write(bytes);
-  last_write_ = loop_.Now();
-  const Duration line_time = std::chrono::nanoseconds(1s) * kBitsPerByte * static_cast<std::int64_t>(bytes.size()) / std::max(settings_.speed, 1200);
-  line_free_at_ = std::max(last_write_, line_free_at_) + line_time;
+  line_free_at_ = std::max(loop_.Now(), line_free_at_) + TimeOf(bytes.size());
   sent_bytes_ += bytes.size();
   if (DisplayTX) DisplayTX(bytes);
-  return true;
 }
 
 void RigLink::GetData() {

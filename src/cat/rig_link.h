@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <functional>
 #include <string>
 #include <vector>
@@ -23,17 +24,25 @@ class RigLink {
   void OpenRigPort(const platform::PortSettings& settings, bool rig_selected);
   /// Waits, half a second at most, until the device has what was written.
   Task Deliver();
-  /// What has been written by now (a release of the transmitter) is delivered before the next OpenRigPort closes the
-  /// port under it.
-  void DeliverFirst() { deliver_first_ = true; }
+  /// The rig at this port is given up: nothing more is written, and what has been written by now is delivered if `deliver` says so
+  /// (a release of the transmitter) before the next OpenRigPort closes the port under it.
+  void Retire(bool deliver);
   /// Closes the port and stops trying.
   void CloseRigPort();
   /// Writes a finished command; skipped while the port is closed or the line is so far behind that the command could not arrive
   /// within a second. True when it was written.
   bool WriteRigPort(std::string_view bytes);
+  /// Writes what must not wait, a release of the transmitter. What is queued before it is dropped when the rig can find the beginning
+  /// of a command again after `resynchronise`; null: it cannot. True when it was written.
+  bool WriteUrgently(std::string_view bytes, const std::string* resynchronise);
   void ClearRcvBuffer() { buffer_.clear(); }
 
-  bool is_open() const { return port_.is_open(); }
+  /// Open, and not about to be closed.
+  bool is_open() const { return port_.is_open() && !retired_; }
+  /// The line's speed in baud, never absurdly low.
+  int speed() const { return std::max(settings_.speed, 300); }
+  /// How long so many bytes take on the line.
+  Duration TimeOf(std::size_t bytes) const;
   const platform::PortSettings& settings() const { return settings_; }
   /// Received bytes go to the buffer as hexadecimal pairs.
   void SetHexBuffer(bool hex) { hex_ = hex; }
@@ -51,15 +60,12 @@ class RigLink {
   /// Serves the discard countdown; called on every poll tick.
   void CountDown();
 
-  TimePoint last_write() const { return last_write_; }
   /// When everything written so far will have left the line.
   TimePoint line_free_at() const { return line_free_at_; }
   TimePoint last_arrival() const { return last_arrival_; }
   std::uint64_t sent_bytes() const { return sent_bytes_; }
   std::uint64_t received_bytes() const { return received_bytes_; }
 
-  /// The poll is writing its sequence: a tick must not start a second one on top.
-  bool busy = false;
   std::function<void()> on_arrival;  ///< new data are waiting to be read (GetData)
   std::function<void()> on_opened;   ///< the follow-up of a freshly opened port
   std::function<void(const std::string& line)> on_notice;  ///< one line for the operator
@@ -67,6 +73,7 @@ class RigLink {
   Trace DisplayRCV;  ///< the debug view's receive list
 
  private:
+  void Put(std::string_view bytes);
   void Reopen();
   Task DeliverThenReopen();
   Task KeepOpen(Duration pause);
@@ -81,6 +88,8 @@ class RigLink {
   platform::PortSettings wanted_;
   bool rig_selected_ = false;
   bool deliver_first_ = false;
+  bool retired_ = false;
+  bool was_open_ = false;  ///< since the latest attempt to open
   bool hex_ = false;
   bool discard_ = false;
   int discard_countdown_ = 0;
@@ -90,7 +99,6 @@ class RigLink {
   std::uint64_t received_bytes_ = 0;
   TimePoint opened_at_{};
   Duration pause_{0};  ///< before the latest attempt to open
-  TimePoint last_write_{};
   TimePoint line_free_at_{};
   TimePoint last_arrival_{};
   Task keep_open_;

@@ -111,7 +111,7 @@ class StatusReader {
 }  // namespace
 
 void ParseYaesu(std::string& buffer, ParseContext& context, std::vector<Reply>& replies) {
-  if (!context.rig.row.send_as_hex) return ParseTextReplies(buffer, kText, context, replies);
+  if (!context.rig.binary()) return ParseTextReplies(buffer, kText, context, replies);
   // Binary replies have neither name nor end mark: they come in the order of the queries, each as long as its query says.
   while (!context.armed.empty()) {
     const ArmedQuery& query = context.armed.front();

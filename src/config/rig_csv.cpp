@@ -1,116 +1,21 @@
 #include "config/rig_csv.h"
 
 #include <algorithm>
-#include <optional>
+
+#include "core/csv.h"
 
 namespace kvx::config {
 namespace {
 
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-constexpr std::string_view kHexField = "SendAsHEX";
-constexpr std::string_view kReverseField = "RevData";
-
-struct Record {
-  std::vector<std::string> cells;
-  int line = 0;  ///< where it begins
-};
-
-/// Takes RFC 4180 records off a text, one after the other, without comments and empty lines.
-class Reader {
- public:
-  explicit Reader(std::string_view csv) : rest_(csv) {}
-
-  /// The next record; nothing at the end or at a fault.
-  std::optional<Record> Next() {
-    SkipIdleLines();
-    if (rest_.empty() || !fault_.empty()) return std::nullopt;
-    Record record{.cells = {}, .line = line_};
-    do {
-      record.cells.push_back(TakeCell());
-    } while (fault_.empty() && TakeComma());
-    if (fault_.empty() && !TakeLineEnd()) fault_ = "there is something behind a closing quote";
-    if (!fault_.empty()) return std::nullopt;
-    return record;
-  }
-
-  int line() const { return line_; }
-  const std::string& fault() const { return fault_; }
-
- private:
-  void SkipIdleLines() {
-    while (!rest_.empty()) {
-      const std::string_view line = rest_.substr(0, rest_.find('\n'));
-      const bool blank = line.find_first_not_of(" \t\r") == std::string_view::npos;
-      if (!blank && line.front() != '#') return;
-      rest_.remove_prefix(std::min(line.size() + 1, rest_.size()));
-      ++line_;
-    }
-  }
-
-  std::string TakeCell() { return rest_.starts_with('"') ? TakeQuoted() : TakePlain(); }
-
-  std::string TakePlain() {
-    std::string_view cell = rest_.substr(0, rest_.find_first_of(",\n"));
-    rest_.remove_prefix(cell.size());
-    if (cell.ends_with('\r')) cell.remove_suffix(1);
-    return std::string(cell);
-  }
-
-  std::string TakeQuoted() {
-    std::string cell;
-    for (std::size_t i = 1; i < rest_.size(); ++i) {
-      if (rest_[i] == '\n') ++line_;
-      if (rest_[i] != '"') {
-        cell += rest_[i];
-      } else if (rest_.substr(i + 1).starts_with('"')) {
-        cell += rest_[++i];
-      } else {
-        rest_.remove_prefix(i + 1);
-        return cell;
-      }
-    }
-    fault_ = "a quote is not closed";
-    return cell;
-  }
-
-  bool TakeComma() {
-    const bool there = rest_.starts_with(',');
-    if (there) rest_.remove_prefix(1);
-    return there;
-  }
-
-  bool TakeLineEnd() {
-    if (rest_.starts_with('\r')) rest_.remove_prefix(1);
-    if (!rest_.empty() && rest_.front() != '\n') return false;
-    if (!rest_.empty()) rest_.remove_prefix(1);
-    ++line_;
-    return true;
-  }
-
-  std::string_view rest_;
-  std::string fault_;
-  int line_ = 1;
-};
-
-std::optional<bool> ReadYesNo(std::string_view text) {
-  for (const std::string_view yes : {"Yes", "True", "1", "-1"}) {
-    if (EqualNoCase(Trim(text), yes)) return true;
-  }
-  for (const std::string_view no : {"No", "False", "0", ""}) {
-    if (EqualNoCase(Trim(text), no)) return false;
-  }
-  return std::nullopt;
-}
-
 std::string SetFlag(bool& flag, std::string_view text) {
-  const auto value = ReadYesNo(text);
+  const auto value = ParseYesNo(text);
   if (!value) return "\"" + OneLine(text, 40) + "\" is neither Yes nor No";
   flag = *value;
   return "";
 }
 
 /// Puts one record into the rows; what is wrong with it, else empty.
-std::string TakeRecord(const Record& record, std::vector<RigRow>& rows) {
+std::string TakeRecord(const CsvRecord& record, std::vector<RigRow>& rows) {
   if (record.cells.size() != 2) return "a line is a field, a comma and its value (quote a value that holds a comma)";
   const std::string_view field = Trim(record.cells[0]);
   const std::string value = FromVisible(record.cells[1]);
@@ -141,9 +46,8 @@ std::string Line(std::string_view field, const std::string& value) {
 }  // namespace
 
 Result<std::vector<RigRow>> ParseRigCsv(std::string_view csv) {
-  if (csv.starts_with(kByteOrderMark)) csv.remove_prefix(kByteOrderMark.size());
   std::vector<RigRow> rows;
-  Reader reader(csv);
+  CsvReader reader(csv);
   const auto failed = [](int line, const std::string& fault) {
     return Error{ErrorCode::kInvalid, "line " + std::to_string(line) + ": " + fault};
   };

@@ -35,7 +35,12 @@ struct RigDefinition {
   std::string memo5_first;    ///< VFO-to-memory command
   std::string memo5_second;   ///< command that sets the frequency of VFO B
 
-  bool text_replies() const { return !row.send_as_hex; }
+  /// Commands are bytes written as hexadecimal pairs. (A KENWOOD row that asks for hexadecimal is sent and answered as text.)
+  bool binary() const { return row.send_as_hex && family != "KENWOOD"; }
+  /// Replies have neither name nor end mark: a reply is whatever comes after its query.
+  bool nameless() const { return binary() && family == "YAESU"; }
+  /// Commands of exactly five bytes, each acknowledged by one.
+  bool five_byte() const { return nameless() && !row.rev_data; }
 };
 
 /// Applies the loading rules to a row.

@@ -27,4 +27,13 @@ bool RigRow::Set(std::string_view field, std::string value) {
   return true;
 }
 
+std::optional<bool> ParseYesNo(std::string_view text) {
+  constexpr std::int64_t kAny = 1'000'000'000;
+  text = Trim(text);
+  if (EqualNoCase(text, "Yes") || EqualNoCase(text, "True")) return true;
+  if (EqualNoCase(text, "No") || EqualNoCase(text, "False") || text.empty()) return false;
+  if (const auto number = ParseNumber(text, -kAny, kAny)) return *number != 0;
+  return std::nullopt;
+}
+
 }  // namespace kvx::config

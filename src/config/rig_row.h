@@ -28,6 +28,10 @@ inline constexpr std::array<std::string_view, 116> kRigTextFields{
     "AGC5",      "SSScan",    "MEMO3",     "MEMO5",     "AltSliderCaptions", "AltSliderDesc", "SET ALPHA", "SET BRAVO",
     "SET CHAR",  "GET ALPHA", "GET BRAVO", "GET CHAR"};
 
+/// Its Yes/No fields.
+inline constexpr std::string_view kHexField = "SendAsHEX";
+inline constexpr std::string_view kReverseField = "RevData";
+
 /// One row of table `RigSetup`: a rig model as data. A field that is not there and a Null are empty text.
 class RigRow {
  public:
@@ -51,5 +55,8 @@ class RigRow {
 
 /// The table's own spelling of a text field's name, nothing when there is no such field.
 std::optional<std::string_view> RigFieldName(std::string_view any_case);
+
+/// A Yes/No field as this program, others and people write it: Yes or True, No, False or nothing, or a number (0: no).
+std::optional<bool> ParseYesNo(std::string_view text);
 
 }  // namespace kvx::config

@@ -10,9 +10,6 @@ struct Column {
   std::string type;
 };
 
-constexpr std::string_view kHexField = "SendAsHEX";
-constexpr std::string_view kReverseField = "RevData";
-
 std::vector<Column> RigColumns() {
   std::vector<Column> columns;
   for (const std::string_view field : kRigTextFields) columns.push_back({std::string(field), "TEXT"});
@@ -95,9 +92,8 @@ Status DeleteRigs(Sqlite& store, const std::vector<RigRow>& rows) {
   return Ok();
 }
 
-/// Yes/No as this program and others write it.
-bool IsYes(const std::string& text) {
-  return LeadingNumber(text) != 0 || EqualNoCase(text, "True") || EqualNoCase(text, "Yes");
+bool IsYes(std::string_view text) {
+  return ParseYesNo(text).value_or(false);
 }
 
 void SetField(RigRow& row, const std::string& column, std::string value) {

@@ -2,12 +2,12 @@
 
 #include <algorithm>
 
+#include "core/lines.h"
 #include "core/text.h"
 
 namespace kvx::config {
 namespace {
 
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 constexpr int kFunctionKeys = 9;
 constexpr std::size_t kTitleColumn = 7;  // F1Title= to F9Title=: the value begins with the "=" of the line
 
@@ -57,19 +57,6 @@ const std::vector<KnownKey>& KnownKeys() {
   return kKeys;
 }
 
-struct Line {
-  std::string_view text;
-  std::string_view end;  ///< CR LF, LF, CR, or empty at the end of the file
-};
-
-Line TakeLine(std::string_view& content) {
-  const std::size_t length = std::min(content.find_first_of("\r\n"), content.size());
-  Line line{content.substr(0, length), content.substr(length, 1)};
-  if (content.substr(length).starts_with("\r\n")) line.end = content.substr(length, 2);
-  content.remove_prefix(length + line.end.size());
-  return line;
-}
-
 bool StartsWithNoCase(std::string_view text, std::string_view start) {
   return EqualNoCase(text.substr(0, start.size()), start);
 }
@@ -114,7 +101,7 @@ const std::vector<std::string>& SettingKeys() {
 
 Settings Settings::Parse(std::string_view content) {
   Settings settings;
-  if (content.starts_with(kByteOrderMark)) content.remove_prefix(kByteOrderMark.size());
+  content = WithoutByteOrderMark(content);
   while (!content.empty()) {
     const std::string line = Upper(TakeLine(content).text);
     if (line.find('=') == std::string::npos) continue;

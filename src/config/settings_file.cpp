@@ -35,9 +35,23 @@ Settings SettingsFile::Read() {
   if (!left || !IsWhole(*left)) return {};
   const auto replacement = files_.BeginReplace(ini(), lock(), platform::Files::Stale::kTakeOver);
   if (!replacement) return {};  // its writer lives and will put it in place
-  const Status placed = (*replacement)->Commit(*left);
-  notice_(placed.ok() ? "rig.ini was missing and has been restored from Rig.$$$" : placed.error().message);
-  return Settings::Parse(*left);
+  const Result<bool> restored = Restore(**replacement);
+  if (!restored) notice_(restored.error().message);
+  const Result<std::string> there = files_.Read(ini());
+  return Settings::Parse(there ? *there : *left);
+}
+
+/// Puts a whole Rig.$$$ that a dead writer has left in the place of a missing rig.ini, and tells whether there was one. Called
+/// while the lock is held, which ends then. Rig.$$$ may be the only copy, so it is never written.
+Result<bool> SettingsFile::Restore(platform::Replacement& replacement) {
+  const Result<std::string> content = files_.Read(ini());
+  if (content || content.error().code != ErrorCode::kNotFound) return false;
+  const Result<std::string> left = files_.Read(lock());
+  if (!left || !IsWhole(*left)) return false;
+  const Status adopted = replacement.Adopt();
+  if (!adopted.ok()) return adopted.error();
+  notice_("rig.ini was missing and has been restored from Rig.$$$");
+  return true;
 }
 
 /// What a rewrite starts from; called while the lock is held. A file that is no text is set aside, never overwritten.
@@ -50,9 +64,8 @@ Result<std::string> SettingsFile::OldContent() {
     notice_(ini().string() + " was no text file: it is now " + aside.filename().string() + " and a new one was begun");
     return std::string();
   }
-  if (content || content.error().code != ErrorCode::kNotFound) return content;
-  const Result<std::string> left = files_.Read(lock());
-  return left && IsWhole(*left) ? *left : std::string();
+  if (!content && content.error().code == ErrorCode::kNotFound) return std::string();
+  return content;
 }
 
 SettingsFile::Attempt SettingsFile::Fail(const std::string& line) {
@@ -62,7 +75,12 @@ SettingsFile::Attempt SettingsFile::Fail(const std::string& line) {
 
 SettingsFile::Attempt SettingsFile::TryRewrite(const std::vector<SettingChange>& changes,
                                                platform::Files::Stale stale) {
-  const auto replacement = files_.BeginReplace(ini(), lock(), stale);
+  auto replacement = files_.BeginReplace(ini(), lock(), stale);
+  if (replacement) {
+    const Result<bool> restored = Restore(**replacement);
+    if (!restored) return Fail(restored.error().message);
+    if (*restored) replacement = files_.BeginReplace(ini(), lock(), stale);
+  }
   if (!replacement && replacement.error().code == ErrorCode::kBusy) return Attempt::kBusy;
   if (!replacement) return Fail(replacement.error().message);
   const Result<std::string> old_content = OldContent();

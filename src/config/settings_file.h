@@ -54,6 +54,7 @@ class SettingsFile {
 
   Attempt TryRewrite(const std::vector<SettingChange>& changes, platform::Files::Stale stale);
   Attempt Fail(const std::string& line);
+  Result<bool> Restore(platform::Replacement& replacement);
   Result<std::string> OldContent();
 
   platform::Path ini() const { return folder_ / "rig.ini"; }

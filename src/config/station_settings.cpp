@@ -3,11 +3,11 @@
 #include <algorithm>
 
 #include "core/text.h"
+#include "platform/ports_file.h"
 
 namespace kvx::config {
 namespace {
 
-constexpr int kHighestPort = 99;
 constexpr int kFastestSpeed = 4'000'000;
 
 std::string Trimmed(const Settings& settings, std::string_view key) { return std::string(Trim(settings.text(key))); }
@@ -30,7 +30,7 @@ StationSettings StationSettings::From(const Settings& settings) {
   StationSettings station;
   if (const std::string rig = Trimmed(settings, "XRIG="); !rig.empty()) station.rig = rig;
   station.family = Trimmed(settings, "RIGTYPE=");
-  station.rig_port = Bounded(settings, "RIGPORT=", 0, kHighestPort);
+  station.rig_port = Bounded(settings, "RIGPORT=", 0, platform::kHighestPort);
   if (settings.number("RIGSPEED=") > 0) station.rig_speed = Bounded(settings, "RIGSPEED=", 1, kFastestSpeed);
   station.rig_start = Trimmed(settings, "RIGSTART=");
   station.rig_stop = Trimmed(settings, "RIGSTOP=");

@@ -33,7 +33,7 @@ std::string Answer(cat::SendOutcome outcome, const Station& station, const std::
     case cat::SendOutcome::kRefused: break;
   }
   const std::string& why = *station.console.ErrorText;
-  return Fail(!why.empty() ? why : station.console.MsgArea->empty() ? "not sent" : *station.console.MsgArea);
+  return Fail(why.empty() ? "not sent" : why);
 }
 
 struct SliderName {
@@ -90,7 +90,7 @@ const CommandLine::Command CommandLine::kCommands[] = {
     {"meter", &CommandLine::DoMeter, "off|0..9: poll that meter instead of the S-meter"},
     {"trace", &CommandLine::DoTrace, "on|off: print every byte sent and received"},
     {"sim", &CommandLine::DoSim, "COMMAND: operate the simulated rig (knob KHZ, mode M, state ...)"},
-    {"help", &CommandLine::DoHelp, "the commands"},
+    {"help", &CommandLine::DoHelp, "[COMMAND]: the commands, or what one takes"},
 };
 
 CommandLine::CommandLine(Loop& loop, Station& station, Output output)
@@ -163,7 +163,7 @@ void CommandLine::Follow(Field field) {
     case Field::kActiveVfo: return Tell(std::string("vfo ") + *console.ActiveVfo);
     case Field::kSpkbx: return Tell("announce " + *console.SPKBX);
     case Field::kMsgArea: return tell_text(*console.MsgArea);
-    case Field::kErrorText: return tell_text(*console.ErrorText);
+    case Field::kErrorText: return *console.ErrorText == *console.MsgArea ? void() : tell_text(*console.ErrorText);
     case Field::kTransmitting: return Tell(*console.Transmitting ? "tx on" : "tx off");
     case Field::kPort: return Tell("port " + *console.Port);
     case Field::kRigName: return Tell("rig " + *console.RigName);
@@ -173,8 +173,8 @@ void CommandLine::Follow(Field field) {
 
 void CommandLine::Trace(std::string_view direction, std::string_view bytes) {
   if (!trace_) return;
-  const bool text = station_.engine.rig().text_replies();
-  Tell(std::string(direction) + (text ? ToVisible(bytes) : SpacedHex(bytes)));
+  const bool binary = station_.engine.rig().binary();
+  Tell(std::string(direction) + (binary ? SpacedHex(bytes) : ToVisible(bytes)));
 }
 
 std::string CommandLine::DoStatus(std::string_view) { return StatusJson(station_); }
@@ -238,10 +238,9 @@ std::string CommandLine::DoBase(std::string_view argument) {
 std::string CommandLine::DoBand(std::string_view argument) {
   const auto number = ParseNumber(argument, 1, 9999);
   // The 902 MHz band is number 35 inside.
-  if (!number || !station_.bands.PressBand(*number == 902 ? 35 : static_cast<int>(*number))) {
-    return Fail("there is no band " + OneLine(argument, 40) + " (160 80 60 40 30 20 17 15 12 10 6 2 220 440 902)");
-  }
-  return "ok band " + std::string(argument) + " " + KhzText(*station_.console.FreqDisp);
+  const auto outcome = number ? station_.bands.PressBand(*number == 902 ? 35 : static_cast<int>(*number)) : std::nullopt;
+  if (!outcome) return Fail("there is no band " + OneLine(argument, 40) + " (160 80 60 40 30 20 17 15 12 10 6 2 220 440 902)");
+  return Answer(*outcome, station_, "band " + std::string(argument) + " " + KhzText(*station_.console.FreqDisp));
 }
 
 std::string CommandLine::DoStep(std::string_view) {
@@ -344,7 +343,10 @@ std::string CommandLine::DoSim(std::string_view argument) {
   return answer.empty() ? Fail("the rig port is no simulated rig") : answer;
 }
 
-std::string CommandLine::DoHelp(std::string_view) {
+std::string CommandLine::DoHelp(std::string_view argument) {
+  for (const Command& command : kCommands) {
+    if (EqualNoCase(command.name, argument)) return "ok " + std::string(command.name) + " " + std::string(command.usage);
+  }
   std::string answer = "ok";
   for (const Command& command : kCommands) answer += " " + std::string(command.name);
   return answer + " save quit";

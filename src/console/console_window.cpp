@@ -29,13 +29,6 @@ void SetRole(QLabel* label, const char* role) {
   label->style()->polish(label);
 }
 
-/// What a rig of that family reports at S9+60.
-int FullScale(const config::RigDefinition& rig) {
-  if (rig.family == "KENWOOD") return 30;
-  if (rig.family == "YAESU" && rig.row.send_as_hex) return 15;
-  return rig.family == "TEN-TEC" ? 77 : 241;
-}
-
 }  // namespace
 
 ConsoleWindow::ConsoleWindow(Station& station) : station_(station), theme_(DarkTheme()) {
@@ -164,13 +157,15 @@ void ConsoleWindow::Follow(Field field) {
     case Field::kFreqA:
     case Field::kFreqB: return ShowVfo();
     case Field::kSMeter:
-      meter_->SetValue(*console.SMeter, FullScale(station_.engine.rig()));
+      meter_->SetValue(*console.SMeter, cat::SMeterFullScale(station_.engine.rig()));
       return meter_text_->setText(QString::number(*console.SMeter));
     case Field::kRigName: return rig_->setText("KVX   " + Text(*console.RigName)), ShowPort();
     case Field::kRiggmt: return ShowClock();
     case Field::kPort: return ShowPort();
     case Field::kMsgArea: return message_->setText(Text(*console.MsgArea));
-    case Field::kErrorText: return message_->setText(Text(*console.ErrorText));
+    case Field::kErrorText:
+      if (!console.ErrorText->empty()) message_->setText(Text(*console.ErrorText));  // cleared: the last message stays
+      return;
     default: return;
   }
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "core/lines.h"
 #include "core/text.h"
 
 namespace kvx::console {
@@ -50,10 +51,7 @@ struct Reader {
 
   bool Take(std::string_view& line) {
     if (rest.empty()) return false;
-    const std::size_t end = std::min(rest.find('\n'), rest.size());
-    line = rest.substr(0, end);
-    rest.remove_prefix(std::min(end + 1, rest.size()));
-    if (line.ends_with('\r')) line.remove_suffix(1);
+    line = TakeLine(rest).text;
     return true;
   }
   template <class T>
@@ -88,9 +86,8 @@ std::string FormatPosition(const ConsolePosition& position) {
 }
 
 Status ParsePosition(std::string_view content, ConsolePosition& position) {
-  const auto binary = [](char c) { return static_cast<unsigned char>(c) < 0x20 && c != '\r' && c != '\n' && c != '\t'; };
-  if (std::any_of(content.begin(), content.end(), binary)) return Error{ErrorCode::kDamaged, "it holds no text"};
-  Reader reader{content};
+  if (!IsText(content)) return Error{ErrorCode::kDamaged, "it holds no text"};
+  Reader reader{WithoutByteOrderMark(content)};
   Visit(position, reader);
   if (position.logger_program.empty()) position.logger_program = ConsolePosition().logger_program;
   return Ok();

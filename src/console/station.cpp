@@ -7,9 +7,9 @@
 namespace kvx::console {
 namespace {
 
-// Characters of a poll cycle: a Kenwood tells its whole status each time, the others answer one short query a cycle.
-constexpr int kKenwoodCycle = 60;
-constexpr int kOtherCycle = 25;
+using namespace std::chrono_literals;
+
+constexpr Duration kLongestTransmission = 5min;
 constexpr std::size_t kLongestNotice = 400;
 
 }  // namespace
@@ -27,6 +27,10 @@ Station::Station(const StationParts& parts)
   engine.link.on_notice = [this](const std::string& line) { Notice(line); };
   engine.link.on_opened = [this] { PortOpened(); };
   engine.poller.on_cycle_end = [this] { bands.SetPriv(); };
+  transmission_ = console.Subscribe([this](Field field) {
+    if (field != Field::kTransmitting) return;
+    limit_ = *console.Transmitting ? LimitTransmission() : Task();
+  });
 }
 
 void Station::Notice(const std::string& line) {
@@ -87,18 +91,21 @@ Status Station::InitRig(const std::string& slot) {
   const bool start_up = slot == " ";
   const auto number = start_up ? 0 : ParseNumber(slot, 0, config::kSavedRigs).value_or(-1);
   if (number < 0) return Error{ErrorCode::kInvalid, "there is no saved rig " + OneLine(slot)};
-  const config::StationSettings before = settings_;
-  settings_ = file;
+  config::StationSettings wanted = file;
+  if (!start_up) wanted.band_memory = settings_.band_memory;  // newer than the file's
   if (number > 0) {
     const config::SavedRig& saved = file.saved_rigs[static_cast<std::size_t>(number)];
-    settings_.rig_port = before.rig_port;
-    settings_.rig_number = before.rig_number;
-    settings_.band_memory = before.band_memory;  // newer than the file's
-    settings_.rig = saved.name;
-    if (saved.speed > 0) settings_.rig_speed = saved.speed;
-    settings_.rig_start = saved.start_bit;
-    settings_.rig_stop = saved.stop_bit;
+    if (saved.name.empty()) return Error{ErrorCode::kNotFound, "saved rig " + slot + " is empty"};
+    wanted.rig_port = settings_.rig_port;
+    wanted.rig_number = settings_.rig_number;
+    wanted.rig = saved.name;
+    if (saved.speed > 0) wanted.rig_speed = saved.speed;
+    wanted.rig_start = saved.start_bit;
+    wanted.rig_stop = saved.stop_bit;
   }
+  if (auto known = FindRig(wanted.rig); !known && !start_up) return known.error();
+  if (!start_up) GiveUpRig();
+  settings_ = std::move(wanted);
   console.RigNumber.Set(settings_.rig_number);
   for (std::size_t i = 0; i < console.Text5.size(); ++i) {
     if (!settings_.function_texts[i].empty()) console.Text5.Set(i, settings_.function_texts[i]);
@@ -107,39 +114,44 @@ Status Station::InitRig(const std::string& slot) {
   clock_.SetGmtHours(settings_.gmt_is_set ? settings_.gmt_hours : 0);
   if (auto loaded = SetRig(settings_.rig); !loaded) {
     Notice(loaded.error().message);
-    if (number > 0) settings_ = before;  // the saved rig that cannot be loaded leaves everything as it was
     return loaded;
   }
   return Ok();
 }
 
+/// The row of a rig by name; an empty row for "NONE".
+Result<config::RigRow> Station::FindRig(const std::string& name) const {
+  if (EqualNoCase(name, "NONE")) return config::RigRow();
+  auto row = database_.Find(name);
+  if (!row) return row.error();
+  if (!row->has_value()) return Error{ErrorCode::kNotFound, "there is no rig " + OneLine(name) + " in " + database_.file().string()};
+  return std::move(**row);
+}
+
 Status Station::SetRig(const std::string& name) {
-  if (EqualNoCase(name, "NONE")) {
+  auto row = FindRig(name);
+  if (!row) return row.error();
+  if (row->name().empty()) {
     console.RigName.Set("NONE");
     console.RigType.Set("");
     return Ok();
   }
-  auto row = database_.Find(name);
-  if (!row) return row.error();
-  if (!row->has_value()) return Error{ErrorCode::kNotFound, "there is no rig " + OneLine(name) + " in " + database_.file().string()};
-  if ((*row)->name() != engine.rig().name) {
-    ReleaseTransmitter();
-    // The offset that a rig without CAT had from its mode is not the next rig's.
-    if (engine.rig().name == "TS-520") console.Offset.Set(ParseKhz(settings_.offset).value_or(Frequency{}));
-  }
-  engine.UseRig(config::LoadDefinition(std::move(**row)));
+  // The offset that a rig without CAT had from its mode is not the next rig's.
+  if (engine.rig().name == "TS-520") console.Offset.Set(ParseKhz(settings_.offset).value_or(Frequency{}));
+  const bool changed = engine.UseRig(config::LoadDefinition(std::move(*row)));
   const config::RigDefinition& rig = engine.rig();
   settings_.rig = rig.name;
   settings_.family = rig.family;
   console.RigName.Set(rig.name);
   console.RigType.Set(rig.family);
+  ApplyTs520Offset();
+  if (!changed) return Ok();  // read again: what the operator has set since stays
   for (std::size_t i = 0; i < console.Text5.size(); ++i) {
     const std::string& text = rig.row["FNT" + std::to_string(i + 1)];
     if (!text.empty()) console.Text5.Set(i, text);
   }
   console.Label10.Set("ALC");
   engine.dispatcher.SendData("ALC");
-  ApplyTs520Offset();
   console.RigRow.Set(*console.RigRow + 1);
   return Ok();
 }
@@ -169,6 +181,8 @@ void Station::KeepInFile(std::vector<config::SettingChange> changes) {
 }
 
 Status Station::ChooseRig(const std::string& name) {
+  if (auto known = FindRig(name); !known) return known.error();
+  GiveUpRig();
   if (auto loaded = SetRig(name); !loaded) return loaded;
   if (EqualNoCase(name, "NONE")) {
     settings_.rig = "NONE";
@@ -180,13 +194,18 @@ Status Station::ChooseRig(const std::string& name) {
 }
 
 cat::SendOutcome Station::Rig_Click(int number) {
+  const std::string before = *console.RigNumber;
+  engine.dispatcher.ReleaseTransmitter();
   console.RigNumber.Set(std::to_string(number));
   // A rig address that is itself a command (an antenna or rig selection ending in ";") is sent as it stands.
   const std::string& select = engine.rig().row["Add" + *console.RigNumber];
   const bool command = select.find(';') != std::string::npos;
   const cat::SendOutcome outcome = command ? SendRaw(select)
                                            : engine.dispatcher.SendData(*console.ActiveVfo == 'A' ? "XGETFREQ" : "XGETFREQB");
-  if (outcome == cat::SendOutcome::kRefused) return outcome;
+  if (outcome == cat::SendOutcome::kRefused) {
+    console.RigNumber.Set(before);  // an address that is empty would reach no rig
+    return outcome;
+  }
   settings_.rig_number = *console.RigNumber;
   KeepInFile({{"RIGNUMBER=", settings_.rig_number}});
   return outcome;
@@ -199,10 +218,6 @@ cat::SendOutcome Station::SendRaw(const std::string& command) {
 
 Status Station::xRig_Click(int slot) {
   if (slot < 0 || slot > config::kSavedRigs) return Error{ErrorCode::kInvalid, "there is no saved rig " + std::to_string(slot)};
-  if (slot > 0) {
-    const auto saved = config::StationSettings::From(settings_file_.Read()).saved_rigs[static_cast<std::size_t>(slot)];
-    if (saved.name.empty()) return Error{ErrorCode::kNotFound, "saved rig " + std::to_string(slot) + " is empty"};
-  }
   if (auto applied = InitRig(std::to_string(slot)); !applied) return applied;
   console.RigSlot.Set(slot);
   console.Rport.Set(std::to_string(slot));
@@ -217,29 +232,31 @@ void Station::SetRigPort(int number, int speed) {
   OpenRigPort();
 }
 
-/// Before the way to a keyed rig ends.
-void Station::ReleaseTransmitter() {
-  if (!*console.Transmitting) return;
-  engine.dispatcher.SendData("XSETBRAVO");
-  engine.link.DeliverFirst();
+/// Before another rig or another port: the transmitter is released, and nothing that is meant for the next rig reaches this one.
+void Station::GiveUpRig() { engine.link.Retire(engine.dispatcher.ReleaseTransmitter()); }
+
+/// Whoever keyed the transmitter and has gone to sleep does not keep it keyed.
+Task Station::LimitTransmission() {
+  co_await loop_.Sleep(kLongestTransmission);
+  if (engine.dispatcher.ReleaseTransmitter()) Notice("The transmitter was keyed for five minutes and has been released");
 }
 
 void Station::OpenRigPort() {
-  ReleaseTransmitter();
+  GiveUpRig();
   platform::PortSettings port{.number = settings_.rig_port, .speed = settings_.rig_speed, .stop_bits = settings_.stop_bits()};
   if (port.number < config::kSwitchedPorts) {
     port.dtr = settings_.dtr_on[static_cast<std::size_t>(port.number)];
     port.rts = settings_.rts_on[static_cast<std::size_t>(port.number)];
   }
-  clock_.SetPace(std::chrono::milliseconds(settings_.poll_milliseconds), port.speed,
-                 engine.rig().family == "KENWOOD" ? kKenwoodCycle : kOtherCycle);
+  clock_.SetPace(std::chrono::milliseconds(settings_.poll_milliseconds), port.speed, cat::CycleCharacters(engine.rig()));
   engine.link.OpenRigPort(port, !EqualNoCase(*console.RigName, "NONE"));
 }
 
 /// The follow-up of a freshly opened port. A transmitter that was keyed when the port went is released before anything else.
 void Station::PortOpened() {
-  if (*console.Transmitting) engine.dispatcher.SendData("XSETBRAVO");
-  engine.dispatcher.SendData("ALC");
+  engine.dispatcher.ReleaseTransmitter();
+  engine.operations.Forget();
+  engine.dispatcher.SendData(*console.Label10);
   engine.poller.PortOpened();
 }
 
@@ -257,7 +274,7 @@ cat::SendOutcome Station::MoveSlider(int number, int value) {
 }
 
 Task Station::ShutDown() {
-  if (*console.Transmitting) engine.dispatcher.SendData("XSETBRAVO");
+  engine.dispatcher.ReleaseTransmitter();
   engine.poller.Stop();
   clock_.Stop();
   WritePosition();

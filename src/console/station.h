@@ -79,7 +79,9 @@ class Station {
   void PrepareStore();
   void ReadBandPlan();
   void ApplyTs520Offset();
-  void ReleaseTransmitter();
+  Result<config::RigRow> FindRig(const std::string& name) const;
+  void GiveUpRig();
+  Task LimitTransmission();
   void PortOpened();
   cat::SendOutcome SendRaw(const std::string& command);
   void KeepInFile(std::vector<config::SettingChange> changes);
@@ -104,6 +106,8 @@ class Station {
  private:
   Clock clock_;
   std::vector<Task> saves_;  ///< rewrites of rig.ini under way
+  Console::Subscription transmission_;
+  Task limit_;  ///< of the transmission under way
 };
 
 }  // namespace kvx::console

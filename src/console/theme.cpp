@@ -22,6 +22,7 @@ QString StyleSheet(const Theme& theme) {
     QFrame[role="screen"] { background: %6; border: 1px solid %3; border-radius: 8px; }
     QFrame QLabel { border: none; }
     QLabel[role="quiet"] { color: %5; }
+    QLabel[role="message"] { color: %7; }
     QLabel[role="chip"] { border: 1px solid %3; border-radius: 4px; padding: 3px 10px; }
     QLabel[role="chip-on"] { background: %7; color: %8; border-radius: 4px; padding: 4px 11px; }
     QPushButton { background: %9; border: 1px solid %3; border-radius: 6px; padding: 6px 14px; }

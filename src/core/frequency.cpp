@@ -7,8 +7,6 @@ namespace {
 
 constexpr int kDecimals = 4;  // of a kHz, as many as decihertz can hold
 
-bool IsDigit(char c) { return c >= '0' && c <= '9'; }
-
 }  // namespace
 
 std::string KhzText(Frequency frequency) {

@@ -12,7 +12,6 @@ constexpr std::int64_t kNumberLimit = 1'000'000'000'000'000;
 char UpperChar(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; }
 char LowerChar(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 bool IsBlank(char c) { return c == ' ' || c == '\t'; }
-bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 bool SameNoCase(char a, char b) { return UpperChar(a) == UpperChar(b); }
 
 /// One visible mark at the start of `text`: how many characters it takes (0: none) and the character it stands for.
@@ -95,6 +94,8 @@ std::string WithoutBlanks(std::string_view text) {
   return out;
 }
 
+bool AllDigits(std::string_view text) { return !text.empty() && std::all_of(text.begin(), text.end(), IsDigit); }
+
 std::int64_t LeadingNumber(std::string_view text) {
   while (!text.empty() && IsBlank(text.front())) text.remove_prefix(1);
   const bool negative = !text.empty() && text.front() == '-';
@@ -118,7 +119,7 @@ std::string PadNumber(std::int64_t number, int digits) {
 std::optional<std::int64_t> ParseNumber(std::string_view text, std::int64_t low, std::int64_t high) {
   text = Trim(text);
   const std::string_view digits = text.starts_with('-') ? text.substr(1) : text;
-  if (digits.empty() || digits.size() > 15 || !std::all_of(digits.begin(), digits.end(), IsDigit)) return std::nullopt;
+  if (digits.size() > 15 || !AllDigits(digits)) return std::nullopt;
   const std::int64_t number = LeadingNumber(text);
   if (number < low || number > high) return std::nullopt;
   return number;

@@ -21,6 +21,9 @@ bool EqualNoCase(std::string_view a, std::string_view b);
 std::string ReplaceAll(std::string text, std::string_view from, std::string_view to);
 std::vector<std::string> Split(std::string_view text, char separator);
 std::string WithoutBlanks(std::string_view text);
+constexpr bool IsDigit(char c) { return c >= '0' && c <= '9'; }
+/// Whether there is at least one character and every one is a decimal digit.
+bool AllDigits(std::string_view text);
 
 /// The whole number that the text begins with: leading blanks and a sign are allowed, reading stops at the first
 /// character that is no digit, "" and "abc" read as 0. Saturates at +-1e15.

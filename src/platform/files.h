@@ -19,6 +19,9 @@ class Replacement {
   /// Puts `content` in the place of the file: written to the temporary file, brought to the disk, renamed over the old one.
   /// Whatever moment the power fails, the old or the new file is there whole.
   virtual Status Commit(std::string_view content) = 0;
+  /// Puts the temporary file, which another program has left, in the place of the file as it stands: it is not written, so it is
+  /// there whole at every moment. After a failure it still has its old name.
+  virtual Status Adopt() = 0;
 };
 
 /// The file system as the station folder needs it. Errors name the file.

@@ -1,5 +1,6 @@
 #include "platform/ports_file.h"
 
+#include "core/lines.h"
 #include "core/text.h"
 
 namespace kvx::platform {
@@ -8,10 +9,9 @@ namespace {
 constexpr std::size_t kLongestLine = 1024;
 constexpr std::size_t kMostComplaints = 20;
 constexpr std::size_t kFileLimit = 1U << 20;
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 /// What is wrong with the line; empty when it was taken or holds nothing.
-std::string TakeLine(std::string_view line, std::map<int, std::string>& addresses) {
+std::string TakeAddress(std::string_view line, std::map<int, std::string>& addresses) {
   if (line.size() > kLongestLine) return "the line is too long";
   if (line.find('\0') != std::string_view::npos) return "the line is no text";
   line = Trim(line);
@@ -22,8 +22,8 @@ std::string TakeLine(std::string_view line, std::map<int, std::string>& addresse
   const std::string_view value = Trim(line.substr(equals + 1));
   if (!EqualNoCase(key.substr(0, 3), "COM")) return "a line begins with COM and a number";
   const std::string_view digits = key.substr(3);
-  const auto number = digits.starts_with(' ') ? std::nullopt : ParseNumber(digits, 1, 99);
-  if (!number) return "the port number must be 1 to 99";
+  const auto number = digits.starts_with(' ') ? std::nullopt : ParseNumber(digits, 1, kHighestPort);
+  if (!number) return "the port number must be 1 to " + std::to_string(kHighestPort);
   if (value.empty()) return "there is no device behind the \"=\"";
   if (!addresses.emplace(static_cast<int>(*number), value).second)
     return "COM" + std::to_string(*number) + " is there already";
@@ -34,13 +34,10 @@ std::string TakeLine(std::string_view line, std::map<int, std::string>& addresse
 
 PortTable PortTable::Parse(std::string_view content) {
   PortTable table;
-  if (content.starts_with(kByteOrderMark)) content.remove_prefix(kByteOrderMark.size());
+  content = WithoutByteOrderMark(content);
   for (int number = 1; !content.empty(); ++number) {
-    const std::size_t end = content.find('\n');
-    std::string_view line = content.substr(0, end);
-    content.remove_prefix(end == std::string_view::npos ? content.size() : end + 1);
-    if (line.ends_with('\r')) line.remove_suffix(1);
-    const std::string fault = TakeLine(line, table.addresses);
+    const std::string_view line = TakeLine(content).text;
+    const std::string fault = TakeAddress(line, table.addresses);
     if (fault.empty() || table.complaints.size() >= kMostComplaints) continue;
     table.complaints.push_back("ports.ini line " + std::to_string(number) + " \"" + OneLine(line, 60) + "\": " + fault);
   }

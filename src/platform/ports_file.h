@@ -10,6 +10,8 @@
 
 namespace kvx::platform {
 
+inline constexpr int kHighestPort = 99;
+
 /// What ports.ini says: the device behind each numbered port, one "COM3=/dev/serial/by-id/..." a line. A value is a device path,
 /// "pty:PATH", "tcp:HOST:PORT" or "sim:NAME".
 struct PortTable {

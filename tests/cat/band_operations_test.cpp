@@ -86,7 +86,7 @@ TEST(BandOperations, WheelAndStepBoxStayWithinTheBand) {
 
 TEST(BandOperations, TheBandPlanIsToldOnceASegmentAndKeepsOtherMessages) {
   BandStation station("TS-2000");
-  const auto plan = BandPlan::Parse("14000,14070,cw,CW only,Extra\n14070,14350,mixed,All modes,\n");
+  const auto plan = BandPlan::Parse("from_khz,to_khz,use,text,privilege\n14000,14070,cw,CW only,Extra\n14070,14350,mixed,All modes,\n");
   ASSERT_TRUE(plan.ok());
   station.bands.UsePlan(*plan);
   station.console.FreqDisp.Set(*ParseKhz("14010"));

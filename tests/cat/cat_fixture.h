@@ -74,7 +74,7 @@ struct Station {
   }
 
   void Use(config::RigRow row) { engine.UseRig(config::LoadDefinition(std::move(row))); }
-  bool binary() const { return engine.dispatcher.binary(); }
+  bool binary() const { return engine.rig().binary(); }
   std::string Shown(std::string_view bytes) const { return binary() ? SpacedHex(bytes) : ToVisible(bytes); }
   std::string FromShown(std::string_view text) const { return binary() ? Bytes(text) : FromVisible(text); }
   void Arrive(std::string_view shown) { port.Arrive(FromShown(shown)); }

@@ -84,7 +84,7 @@ TEST(RigLink, LetsTheLastCommandOutBeforeAnotherPortIsOpened) {
   Station station("TS-2000");
   const auto reopen = [&](int number) {
     station.port.unsent = 5;
-    station.engine.link.DeliverFirst();
+    station.engine.link.Retire(true);
     station.engine.link.OpenRigPort({.number = number, .speed = 9600}, true);
     station.loop.RunFor(100ms);
     EXPECT_NE(station.port.opened.number, number) << "not under a command that has not left yet";

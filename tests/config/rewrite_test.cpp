@@ -111,9 +111,12 @@ TEST(SettingsFile, AFileLostBetweenDeleteAndRenameIsRestored) {
   }
   Station station;
   station.Put("Rig.$$$", "XRIG=saved\n");
+  std::filesystem::create_hard_link(station / "Rig.$$$", station / "left");
   const Task task = station.settings.Rewrite({{"GMT=", "1"}});  // without reading before
   station.loop.RunFor(5s);
   EXPECT_EQ(station.Get("rig.ini"), "XRIG=saved\nGMT=1\n");
+  EXPECT_EQ(station.Get("left"), "XRIG=saved\n") << "the only copy was written to";
+  EXPECT_EQ(station.notices, std::vector<std::string>{"rig.ini was missing and has been restored from Rig.$$$"});
 }
 
 TEST(SettingsFile, AFileThatIsNoTextIsNamedAndKeptAside) {
@@ -141,11 +144,12 @@ TEST(SettingsFile, AFailureIsANoticeAndLeavesEverything) {
   EXPECT_EQ(station.Names(), "rig.ini ");
 }
 
-/// Rewrites for ever: both keys always carry the same number, and the padding makes a write take its time.
-[[noreturn]] void RewriteForEver(const std::filesystem::path& folder) {
+/// Reads, then rewrites for ever: both keys always carry the same number, and the padding makes a write take its time.
+[[noreturn]] void RewriteForEver(const std::filesystem::path& folder, bool read_first) {
   VirtualLoop loop;
   platform::PosixFiles files;
   SettingsFile settings(loop, files, folder, [](const std::string&) {});
+  if (read_first) settings.Read();
   for (int i = 1;; ++i) {
     const Task task = settings.Rewrite({{"RIGPORT=", NumberText(i)},
                                         {"F1=", std::string(100'000, static_cast<char>('A' + i % 26))},
@@ -161,7 +165,7 @@ TEST(SettingsFile, KilledAtAnyMomentTheOldOrTheNewFileIsThereWhole) {
   int left_locks = 0;
   for (int round = 0; round < 50; ++round) {
     const pid_t child = fork();
-    if (child == 0) RewriteForEver(folder.path());
+    if (child == 0) RewriteForEver(folder.path(), true);
     usleep(static_cast<useconds_t>(2000 + random() % 12'000));
     kill(child, SIGKILL);
     waitpid(child, nullptr, 0);
@@ -177,6 +181,29 @@ TEST(SettingsFile, KilledAtAnyMomentTheOldOrTheNewFileIsThereWhole) {
   }
   EXPECT_GT(last, 0) << "no rewrite ever came to its end: the test saw nothing";
   RecordProperty("left_locks", left_locks);
+}
+
+TEST(SettingsFile, KilledWhileItRestoresALostFileThatFileIsThereWhole) {
+  const std::string saved = "F1=" + std::string(8'000'000, 'S') + "\nRIGPORT= 1\n";
+  std::mt19937 random(7);
+  int restored = 0;
+  for (int round = 0; round < 40; ++round) {
+    const TemporaryFolder folder;
+    folder.Put("Rig.$$$", saved);  // rig.ini had been deleted when its writer died
+    const pid_t child = fork();
+    if (child == 0) RewriteForEver(folder.path(), round % 2 == 0);
+    usleep(static_cast<useconds_t>(random() % 60'000));
+    kill(child, SIGKILL);
+    waitpid(child, nullptr, 0);
+    const bool there = std::filesystem::exists(folder / "rig.ini");
+    restored += there ? 1 : 0;
+    const std::string content = folder.Get(there ? "rig.ini" : "Rig.$$$");
+    ASSERT_TRUE(content == saved || content.size() < 1'000'000) << content.size();
+    const Settings settings = Settings::Parse(content);
+    ASSERT_FALSE(settings.text("F1=").empty()) << "lost in round " << round;
+    ASSERT_GT(settings.number("RIGPORT="), 0) << "half of it lost in round " << round;
+  }
+  EXPECT_GT(restored, 0) << "no child came so far: the test saw nothing";
 }
 
 }  // namespace

@@ -30,13 +30,14 @@ TEST(RigCsv, AFaultIsNamedWithItsLineAndNothingIsTaken) {
   } cases[] = {
       {"SetFreq,FA;", "line 1: a rig begins with RigName"},
       {"# x\nRigName,A\n\nFreqSet,FA;", "line 4: there is no field \"FreqSet\""},
+      {"RigName,A\nRevData,1x", "line 2: \"1x\" is neither Yes nor No"},
       {"RigName,A\nSendAsHEX,maybe", "line 2: \"maybe\" is neither Yes nor No"},
       {"RigName,A\nUSB,1\nusb,2", "line 3: the field usb is there already"},
       {"RigName,A\nRigName,a", "line 2: the rig a is there already"},
       {"RigName,", "line 1: the rig has no name"},
       {"RigName,A\nSET,A,B", "line 2: a line is a field, a comma and its value (quote a value that holds a comma)"},
       {"RigName", "line 1: a line is a field, a comma and its value (quote a value that holds a comma)"},
-      {"RigName,\"A\nB", "line 2: a quote is not closed"},
+      {"RigName,\"A\nB", "line 1: a quote is not closed"},
       {"RigName,\"A\"B", "line 1: there is something behind a closing quote"},
   };
   for (const auto& c : cases) {

@@ -64,7 +64,7 @@ TEST(Settings, ZeroHoursMeanFive) {
 TEST(Settings, KeysAreTestedInTheOrderOfTheTable) {
   const std::vector<std::string>& keys = SettingKeys();
   const auto at = [&](const std::string& key) { return std::find(keys.begin(), keys.end(), key) - keys.begin(); };
-  EXPECT_EQ(keys.size(), 84U + 7 * kSavedRigs + 2 * kBandMemories);
+  EXPECT_EQ(keys.size(), 85U + 7 * kSavedRigs + 2 * kBandMemories);
   EXPECT_TRUE(std::is_sorted(keys.begin(), keys.end(), [&](const auto& a, const auto& b) { return at(a) < at(b); }))
       << "none twice";
   EXPECT_LT(at("GMT="), at("F1="));

@@ -130,8 +130,8 @@ TEST(CommandLine, TellsWhatHappensFromTheFirstLineOn) {
   headless.bench.port.Arrive("IF000140253700000+0000000000021000000;");
   headless.bench.station.engine.dispatcher.SendData("TX;");
   headless.bench.port.Lose();
-  EXPECT_EQ(headless.out, (Lines{"vfo B", "mode USB", "freq 14025.37", "tx on", "port the device has gone",
-                                 "message the device has gone"}));
+  EXPECT_EQ(headless.out, (Lines{"vfo B", "mode USB", "message CW,RTTY,Data (General)", "freq 14025.37", "tx on",
+                                 "port the device has gone", "message the device has gone"}));
   headless.out.clear();
   headless.Ask("trace on");
   headless.bench.loop.RunFor(2s);

@@ -81,8 +81,11 @@ TEST(PositionFile, BrokenNumbersAreBoundedAndBinaryContentIsRefusedWhole) {
   EXPECT_EQ(ParsePosition("5\n6\n\x00\x01"s, untouched).error().code, ErrorCode::kDamaged);
   EXPECT_TRUE(untouched == ConsolePosition());
   ConsolePosition broken;
-  broken.texts[0] = "two\r\nlines";
+  broken.texts[0] = "two\r\nlines\0"s;
   EXPECT_EQ(Split(FormatPosition(broken), '\n').size(), 239U);
+  broken.memory_second[3] = "\x1B[2J\x07";
+  ASSERT_TRUE(ParsePosition(FormatPosition(broken), read).ok()) << "what it wrote itself";
+  EXPECT_EQ(read.memory_second[3] + read.texts[0], "\x1B[2J\x07two  lines ");
 }
 
 }  // namespace

@@ -188,6 +188,8 @@ TEST(Station, ATransmitterIsNeverLeftKeyed) {
       {"a saved rig", [](Bench& bench) { EXPECT_TRUE(bench.station.xRig_Click(2).ok()); }},
       {"another port", [](Bench& bench) { bench.station.SetRigPort(4, 9600); }},
       {"no port", [](Bench& bench) { bench.station.SetRigPort(0, 9600); }},
+      {"another address", [](Bench& bench) { bench.station.Rig_Click(2); }},
+      {"five minutes", [](Bench& bench) { bench.loop.RunFor(300s); }},
       {"the device goes and comes back", [](Bench& bench) { bench.port.Lose(); }},
   };
   for (const auto& [name, way] : ways) {
@@ -201,6 +203,38 @@ TEST(Station, ATransmitterIsNeverLeftKeyed) {
     EXPECT_TRUE(bench.port.written.starts_with("RX;")) << name << ": " << bench.port.written;
     EXPECT_FALSE(*bench.station.console.Transmitting) << name;
   }
+}
+
+/// A line so far behind that commands are refused, and then the operator lets go.
+TEST(Station, AReleaseOvertakesWhatWaitsOnTheLine) {
+  Bench bench(RigIni("TS-2000"));
+  bench.Start();
+  bench.station.engine.dispatcher.SendData("XSETALPHA");
+  bench.port.unsent = 1'000'000;
+  EXPECT_EQ(bench.station.engine.dispatcher.SendData("FA;"), cat::SendOutcome::kRefused);
+  bench.port.written.clear();
+  EXPECT_TRUE(bench.station.engine.dispatcher.ReleaseTransmitter());
+  EXPECT_EQ(bench.port.written, ";RX;");
+  EXPECT_EQ(bench.port.unsent, 0U);
+  EXPECT_FALSE(*bench.station.console.Transmitting);
+}
+
+/// What keyed the rig at one address must be undone at that address, and nothing for the next rig may reach this one.
+TEST(Station, TheRigThatWasKeyedIsReleasedBeforeAnotherIsSpokenTo) {
+  Bench bench(RigIni("IC-7300"));
+  bench.Start();
+  bench.station.console.Polling.Set(false);
+  bench.loop.RunFor(1s);
+  bench.station.engine.dispatcher.SendData("XSETALPHA");
+  bench.port.written.clear();
+  EXPECT_EQ(bench.station.Rig_Click(2), cat::SendOutcome::kRefused);  // Add2 is empty
+  EXPECT_EQ(bench.port.written, "\xFE\xFE\x94\xE0\x1C\x00\x00\xFD"s);
+  EXPECT_EQ(*bench.station.console.RigNumber, "1");
+  bench.port.written.clear();
+  bench.port.on_write = [&, opens = bench.port.opens](std::string_view) { EXPECT_GT(bench.port.opens, opens); };
+  EXPECT_TRUE(bench.station.ChooseRig("TS-2000").ok());
+  bench.loop.RunFor(1s);
+  EXPECT_TRUE(bench.port.written.starts_with("RM3;")) << bench.port.written;
 }
 
 TEST(Station, FilesThatCannotBeReadAreNamedAndNothingIsDestroyed) {

@@ -79,6 +79,31 @@ TEST(PosixFiles, ATemporaryFileIsTakenOverOnlyWhenItsHolderIsGone) {
   EXPECT_TRUE(begin(Stale::kRespectYoung).ok());
 }
 
+TEST(PosixFiles, AnAdoptedFileIsMovedAsItStandsAndTheNameIsFreeAgain) {
+  PosixFiles files;
+  const Folder folder;
+  const auto begin = [&] { return files.BeginReplace(folder / "rig.ini", folder / "Rig.$$$", Stale::kTakeOver); };
+  folder.Put("Rig.$$$", "left");
+  std::filesystem::create_hard_link(folder / "Rig.$$$", folder / "same");
+  auto adopting = begin();
+  ASSERT_TRUE(adopting.value()->Adopt().ok());
+  EXPECT_TRUE(std::filesystem::equivalent(folder / "rig.ini", folder / "same")) << "written anew instead";
+  EXPECT_EQ(folder.Get("rig.ini"), "left");
+  auto next = begin();
+  ASSERT_TRUE(next.ok()) << "what has been adopted is no lock any more";
+  EXPECT_FALSE((*adopting)->Adopt().ok() || (*adopting)->Commit("x").ok()) << "once only";
+  adopting = Error{};
+  ASSERT_TRUE((*next)->Commit("new").ok());
+  EXPECT_EQ(folder.Get("rig.ini") + ' ' + folder.Get("same"), "new left");
+
+  std::filesystem::create_directory(folder / "folder.ini");
+  folder.Put("folder.ini/file", "");
+  folder.Put("Rig.$$$", "only copy");
+  EXPECT_FALSE(
+      files.BeginReplace(folder / "folder.ini", folder / "Rig.$$$", Stale::kTakeOver).value()->Adopt().ok());
+  EXPECT_EQ(folder.Get("Rig.$$$"), "only copy") << "a failure lost it";
+}
+
 TEST(PosixFiles, ALockDiesWithItsHolder) {
   PosixFiles files;
   const Folder folder;

@@ -202,6 +202,34 @@ TEST(SerialDevice, ADeviceInUseIsRefusedAndItsUserNamed) {
   }
 }
 
+TEST(DeviceUser, IsRememberedWhileItHasTheDeviceAndLookedForNowAndThenWhenUnseen) {
+  const ScratchFolder folder;
+  const std::string path = std::filesystem::canonical(folder / ".").string() + "/device";
+  std::ofstream(path) << "";
+  TimePoint now{};
+  platform::DeviceUser user([&] { return now; });
+  const auto open = [&] { ::open(path.c_str(), O_RDWR); };
+  const auto names = [&](const OtherProcess& process) {
+    return user.InUseBy(path).find("process " + process.id() + ")") != std::string::npos;
+  };
+  EXPECT_EQ(user.InUseBy(path), "in use by another program");
+  OtherProcess first(open);
+  now += 9s;
+  EXPECT_FALSE(names(first)) << "every process looked through again";
+  EXPECT_TRUE(user.IsAnother(path)) << "what is decided by it is looked up";
+  EXPECT_TRUE(names(first));
+  OtherProcess second(open);
+  EXPECT_TRUE(names(first)) << "it still has the device";
+  first.Kill();
+  EXPECT_TRUE(names(second)) << "the one before has gone";
+  second.Kill();
+  EXPECT_EQ(user.InUseBy(path), "in use by another program");
+  OtherProcess third(open);
+  now += 10s;
+  EXPECT_TRUE(names(third));
+  EXPECT_EQ(user.InUseBy(path + "2"), "in use by another program") << "another device";
+}
+
 TEST(SerialDevice, IsFreeAgainAfterACrashAndRefusedToASecondPort) {
   FarEnd rig;
   {

@@ -12,36 +12,11 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
-
-#include "core/text.h"
 
 namespace kvx::platform {
 namespace {
 
 namespace fs = std::filesystem;
-
-bool HasOpen(const fs::path& process, const std::string& real_path) {
-  std::error_code error;
-  for (fs::directory_iterator it(process / "fd", error), end; !error && it != end; it.increment(error)) {
-    std::error_code unreadable;
-    if (fs::read_symlink(it->path(), unreadable) == real_path) return true;
-  }
-  return false;
-}
-
-/// The process that has a file open, another one rather than this one; 0 when none can be seen.
-pid_t ProcessUsing(const std::string& real_path) {
-  std::error_code error;
-  pid_t own = 0;
-  for (fs::directory_iterator it("/proc", error), end; !error && it != end; it.increment(error)) {
-    const auto number = ParseNumber(it->path().filename().string(), 1, 1'000'000'000);
-    if (!number || !HasOpen(it->path(), real_path)) continue;
-    if (*number != ::getpid()) return static_cast<pid_t>(*number);
-    own = ::getpid();
-  }
-  return own;
-}
 
 std::string NoPermission(const std::string& device) {
   struct stat facts {};
@@ -53,7 +28,7 @@ std::string NoPermission(const std::string& device) {
   return "no permission";
 }
 
-Error OpenError(const std::string& path, const std::string& device, int cause) {
+Error OpenError(const std::string& path, const std::string& device, int cause, DeviceUser& user) {
   switch (cause) {
     case ENOENT:
     case ENXIO:
@@ -63,7 +38,7 @@ Error OpenError(const std::string& path, const std::string& device, int cause) {
     case EPERM:
       return {ErrorCode::kDenied, path + ": " + NoPermission(device)};
     case EBUSY:
-      return {ErrorCode::kBusy, path + ": " + InUseBy(device)};
+      return {ErrorCode::kBusy, path + ": " + user.InUseBy(device)};
     default:
       return {ErrorCode::kIo, path + ": " + std::strerror(cause)};
   }
@@ -71,41 +46,31 @@ Error OpenError(const std::string& path, const std::string& device, int cause) {
 
 /// Whether another process has the terminal in exclusive mode. The mode alone says little: it outlives a crash while
 /// the other end of a pseudo-terminal is held.
-bool ExclusivelyUsed(int descriptor, const std::string& device) {
+bool ExclusivelyUsed(int descriptor, const std::string& device, DeviceUser& user) {
   int exclusive = 0;
-  if (::ioctl(descriptor, TIOCGEXCL, &exclusive) != 0 || exclusive == 0) return false;
-  const pid_t user = ProcessUsing(device);
-  return user != 0 && user != ::getpid();
+  return ::ioctl(descriptor, TIOCGEXCL, &exclusive) == 0 && exclusive != 0 && user.IsAnother(device);
 }
 
 }  // namespace
 
-std::string InUseBy(const std::string& real_path) {
-  const pid_t process = ProcessUsing(real_path);
-  if (process == 0) return "in use by another program";
-  if (process == ::getpid()) return "in use already by this program";
-  std::string name;
-  std::getline(std::ifstream("/proc/" + std::to_string(process) + "/comm"), name);
-  return "in use by another program (" + OneLine(name) + ", process " + std::to_string(process) + ")";
-}
-
 DeviceClaim::DeviceClaim(Descriptor descriptor, std::string device)
     : descriptor_(std::move(descriptor)), device_(std::move(device)) {}
 
-Result<DeviceClaim> DeviceClaim::Take(const std::string& path) {
+Result<DeviceClaim> DeviceClaim::Take(const std::string& path, DeviceUser& user) {
   std::error_code error;
   const std::string device = fs::canonical(path, error).string();
-  if (error) return OpenError(path, path, error.value());
+  if (error) return OpenError(path, path, error.value(), user);
   if (!fs::is_character_file(device, error)) return Error{ErrorCode::kInvalid, path + ": not a serial device"};
   Descriptor descriptor(::open(device.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
-  if (!descriptor.valid()) return OpenError(path, device, errno);
+  if (!descriptor.valid()) return OpenError(path, device, errno, user);
   if (::isatty(descriptor.get()) == 0) {
     // EIO: a port that the system lists without there being hardware.
     if (errno == EIO) return Error{ErrorCode::kNotFound, path + ": no serial hardware answers"};
     return Error{ErrorCode::kInvalid, path + ": not a serial device"};
   }
-  if (::flock(descriptor.get(), LOCK_EX | LOCK_NB) != 0 || ExclusivelyUsed(descriptor.get(), device)) {
-    return OpenError(path, device, EBUSY);
+  if (::flock(descriptor.get(), LOCK_EX | LOCK_NB) != 0 || ExclusivelyUsed(descriptor.get(), device, user)) {
+    descriptor.Reset();  // else this program would be found to use it
+    return OpenError(path, device, EBUSY, user);
   }
   return DeviceClaim(std::move(descriptor), device);
 }

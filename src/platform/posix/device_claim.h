@@ -5,6 +5,7 @@
 
 #include "core/result.h"
 #include "platform/posix/descriptor.h"
+#include "platform/posix/device_user.h"
 
 namespace kvx::platform {
 
@@ -14,7 +15,7 @@ namespace kvx::platform {
 class DeviceClaim {
  public:
   /// Claims the device at `path` (links are followed). kBusy names the program that has it, where that can be told.
-  static Result<DeviceClaim> Take(const std::string& path);
+  static Result<DeviceClaim> Take(const std::string& path, DeviceUser& user);
 
   /// Where the device really is: the path with its links followed.
   const std::string& device() const { return device_; }
@@ -40,9 +41,5 @@ class DeviceClaim {
   Descriptor descriptor_;
   std::string device_;
 };
-
-/// "in use by another program (NAME, process 123)" or what can be told of it: who has the device or file at `real_path`
-/// open.
-std::string InUseBy(const std::string& real_path);
 
 }  // namespace kvx::platform

@@ -9,9 +9,9 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <utility>
 
+#include "platform/posix/cause.h"
 #include "platform/posix/descriptor.h"
 
 namespace kvx::platform {
@@ -21,24 +21,8 @@ constexpr time_t kYoungSeconds = 3;
 constexpr int kLockTries =
     20;  // a temporary file may be renamed away between our opening and our locking it, again and again
 
-ErrorCode CodeOf(int cause) {
-  switch (cause) {
-    case ENOENT:
-      return ErrorCode::kNotFound;
-    case EACCES:
-    case EPERM:
-    case EROFS:
-      return ErrorCode::kDenied;
-    case EWOULDBLOCK:
-    case EBUSY:
-      return ErrorCode::kBusy;
-    default:
-      return ErrorCode::kIo;
-  }
-}
-
 Error Failure(const Path& path, const std::string& what, int cause) {
-  return {CodeOf(cause), path.string() + " " + what + ": " + strerror(cause)};
+  return CauseError(path.string() + " " + what, cause);
 }
 
 int OpenRetrying(const Path& path, int flags, mode_t mode = 0) {
@@ -112,6 +96,17 @@ class PosixReplacement final : public Replacement {
                               : CommitElsewhere(content);
     RemoveTemporary();
     return status;
+  }
+
+  Status Adopt() override {
+    // Let go of at the end whatever comes of it: the temporary file may be the only one there is.
+    const Descriptor held = std::exchange(held_, Descriptor());
+    if (!held.valid()) return Error{ErrorCode::kInvalid, target_.string() + " was written already"};
+    if (fsync(held.get()) != 0 || rename(temporary_.c_str(), target_.c_str()) != 0) {
+      return Failure(temporary_, "could not become " + target_.string(), errno);
+    }
+    SyncFolderOf(target_);
+    return Ok();
   }
 
  private:

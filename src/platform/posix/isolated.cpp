@@ -47,8 +47,8 @@ void SendAll(int fd, std::string_view bytes) {
   }
 }
 
-/// Leaves nothing of the parent in reach: its signal handlers release the transmitter, its descriptors hold ports and
-/// locks.
+/// Leaves nothing of the parent in reach: its signal handlers write to a pipe that the parent reads, so a signal to the
+/// child would end the parent, and its descriptors hold ports and locks.
 void EnterIsolation(int& result, pid_t parent, IsolationLimits limits) {
   for (int number = 1; number < NSIG; ++number) signal(number, SIG_DFL);
   sigset_t none;

@@ -6,9 +6,9 @@
 #include <unistd.h>
 
 #include <array>
-#include <cstring>
 
 #include "core/text.h"
+#include "platform/posix/cause.h"
 
 namespace kvx::platform {
 namespace {
@@ -30,22 +30,17 @@ std::string HolderText(int descriptor) {
   return OneLine(program) + ", process " + std::string(text.substr(0, blank));
 }
 
-Error Failure(const Path& path, int cause) {
-  const bool denied = cause == EACCES || cause == EPERM || cause == EROFS;
-  return {denied ? ErrorCode::kDenied : ErrorCode::kIo, path.string() + ": " + std::strerror(cause)};
-}
-
 }  // namespace
 
 Result<StationLock> StationLock::Take(const Path& folder) {
   std::error_code error;
   std::filesystem::create_directories(folder, error);
-  if (error) return Failure(folder, error.value());
+  if (error) return CauseError(folder.string(), error.value());
   const Path path = folder / "kvx.lock";
   Descriptor file(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644));
-  if (!file.valid()) return Failure(path, errno);
+  if (!file.valid()) return CauseError(path.string(), errno);
   if (::flock(file.get(), LOCK_EX | LOCK_NB) != 0) {
-    if (errno != EWOULDBLOCK) return Failure(path, errno);
+    if (errno != EWOULDBLOCK) return CauseError(path.string(), errno);
     return Error{ErrorCode::kBusy, "The station " + folder.string() + " is in use by " + HolderText(file.get())};
   }
   const std::string signature = Signature();

@@ -26,7 +26,7 @@ QtSerialDevice::~QtSerialDevice() {
 
 Status QtSerialDevice::Open(const PortSettings& settings) {
   Close();
-  Result<DeviceClaim> claim = DeviceClaim::Take(path_);
+  Result<DeviceClaim> claim = DeviceClaim::Take(path_, user_);
   if (!claim) return claim.error();
   claim_ = std::move(*claim);
   // The system raises both lines at every opening: they go back at once, here and after the second opening below.
@@ -49,7 +49,7 @@ Status QtSerialDevice::Configure(const PortSettings& settings) {
   if (!opened) {
     // The device itself could be opened: what is refused now is the lock file that older programs look for.
     if (port_->error() == QSerialPort::PermissionError) {
-      return Error{ErrorCode::kBusy, path_ + ": " + InUseBy(claim_->device())};
+      return Error{ErrorCode::kBusy, path_ + ": " + user_.InUseBy(claim_->device())};
     }
     return Error{ErrorCode::kIo, path_ + ": " + port_->errorString().toStdString()};
   }

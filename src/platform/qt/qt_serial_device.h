@@ -36,6 +36,7 @@ class QtSerialDevice final : public SerialPort {
   void Examine();
 
   std::string path_;
+  DeviceUser user_;
   std::optional<DeviceClaim> claim_;
   std::unique_ptr<QSerialPort> port_;  ///< null while closed
   LaterCall data_;

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <utility>
 
 namespace kvx::platform {
 namespace {
@@ -23,33 +24,38 @@ StandardOutput::StandardOutput(int descriptor) : descriptor_(descriptor) {}
 StandardOutput::~StandardOutput() { Flush(); }
 
 void StandardOutput::WriteLine(const std::string& line) {
-  if (gone_ || waiting_.size() + line.size() > kMostWaiting) return;
+  if (gone_ || bytes_waiting() + line.size() > kMostWaiting) return;
+  if (sent_ > kMostWaiting / 2) waiting_.erase(0, std::exchange(sent_, 0));
   waiting_ += line;
   waiting_ += '\n';
   Send();
 }
 
 void StandardOutput::Send() {
-  while (!waiting_.empty() && !gone_ && Ready(descriptor_, 0)) {
-    const ssize_t size = ::write(descriptor_, waiting_.data(), std::min(waiting_.size(), kPiece));
+  while (bytes_waiting() > 0 && !gone_ && Ready(descriptor_, 0)) {
+    const ssize_t size = ::write(descriptor_, waiting_.data() + sent_, std::min(bytes_waiting(), kPiece));
     if (size > 0) {
-      waiting_.erase(0, static_cast<std::size_t>(size));
+      sent_ += static_cast<std::size_t>(size);
     } else if (errno != EINTR && errno != EAGAIN) {
       gone_ = true;
-      waiting_.clear();
     }
   }
-  if (!waiting_.empty() && !writable_) {
+  if (gone_ || bytes_waiting() == 0) {
+    waiting_.clear();
+    sent_ = 0;
+  }
+  const bool wanted = bytes_waiting() > 0;
+  if (wanted && !writable_) {
     writable_ = std::make_unique<QSocketNotifier>(descriptor_, QSocketNotifier::Write);
     QObject::connect(writable_.get(), &QSocketNotifier::activated, writable_.get(), [this] { Send(); });
   }
-  if (writable_) writable_->setEnabled(!waiting_.empty());
+  if (writable_) writable_->setEnabled(wanted);
 }
 
 void StandardOutput::Flush() {
-  for (int waited = 0; waited < kFlushMilliseconds && !waiting_.empty() && !gone_; waited += 10) {
+  for (int waited = 0; waited < kFlushMilliseconds && bytes_waiting() > 0; waited += 10) {
     Send();
-    if (!waiting_.empty() && !Ready(descriptor_, 10)) continue;
+    if (bytes_waiting() > 0) Ready(descriptor_, 10);
   }
 }
 

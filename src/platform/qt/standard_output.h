@@ -21,10 +21,12 @@ class StandardOutput final {
 
  private:
   void Send();
+  std::size_t bytes_waiting() const { return waiting_.size() - sent_; }
 
   const int descriptor_;
   bool gone_ = false;
   std::string waiting_;
+  std::size_t sent_ = 0;  ///< of `waiting_`, from its front
   std::unique_ptr<QSocketNotifier> writable_;
 };
 
