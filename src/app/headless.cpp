@@ -18,7 +18,8 @@ int RunHeadless(int argc, char** argv, const Options& options) {
     return prepared.error().code == ErrorCode::kBusy ? 2 : 1;
   }
   platform::StandardOutput output;
-  console::CommandLine commands(program.loop(), program.station(), [&](const std::string& line) { output.WriteLine(line); });
+  console::CommandLine commands(program.loop(), program.station(),
+                                [&](const std::string& line) { output.WriteLine(line); });
   platform::StandardInput input;
   commands.on_quit = [&] { program.Stop(); };
   commands.simulated_rig = [&](std::string_view command) { return program.OperateSimulatedRig(command); };

@@ -26,11 +26,18 @@ int main(int argc, char** argv) {
     return 1;
   }
   switch (options->mode) {
-    case Options::Mode::kHelp: std::cout << kvx::app::HelpText(); return 0;
-    case Options::Mode::kVersion: std::cout << "kvx " KVX_VERSION "\n"; return 0;
-    case Options::Mode::kRigSimulator: return kvx::app::RunRigSimulator(argc, argv, *options);
-    case Options::Mode::kHeadless: return kvx::app::RunHeadless(argc, argv, *options);
-    case Options::Mode::kWindow: break;
+    case Options::Mode::kHelp:
+      std::cout << kvx::app::HelpText();
+      return 0;
+    case Options::Mode::kVersion:
+      std::cout << "kvx " KVX_VERSION "\n";
+      return 0;
+    case Options::Mode::kRigSimulator:
+      return kvx::app::RunRigSimulator(argc, argv, *options);
+    case Options::Mode::kHeadless:
+      return kvx::app::RunHeadless(argc, argv, *options);
+    case Options::Mode::kWindow:
+      break;
   }
   if (!HasDisplay()) {
     if (!options->grab_folder.empty()) {

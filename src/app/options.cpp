@@ -21,9 +21,7 @@ class ArgumentReader {
 
  private:
   /// Whether the program only prints something: the rest of the arguments does not matter then.
-  bool only_tells() const {
-    return options_.mode == Options::Mode::kHelp || options_.mode == Options::Mode::kVersion;
-  }
+  bool only_tells() const { return options_.mode == Options::Mode::kHelp || options_.mode == Options::Mode::kVersion; }
 
   Status TakeOption(const std::string& argument) {
     if (argument == "--help" || argument == "-h") return SetMode(Options::Mode::kHelp);
@@ -85,12 +83,16 @@ std::string HelpText() {
          "\n"
          "  kvx                    the console window\n"
          "  kvx --demo             the same on the simulated station\n"
-         "  kvx --headless         no window: commands on standard input (\"help\" lists them), events on standard output\n"
+         "  kvx --headless         no window: commands on standard input (\"help\" lists them), events on standard "
+         "output\n"
          "  kvx --station DIR      another station folder (default: $XDG_DATA_HOME/kvx)\n"
          "  kvx --grab DIR         write a picture of every window to DIR and end\n"
          "  kvx rigsim KIND [--link PATH] [--speed BAUD]\n"
-         "                         one simulated rig on a pseudo-terminal whose path it prints; its front panel is standard input\n"
-         "                         (KIND: " + kinds + ")\n"
+         "                         one simulated rig on a pseudo-terminal whose path it prints; its front panel is "
+         "standard input\n"
+         "                         (KIND: " +
+         kinds +
+         ")\n"
          "  kvx --version, --help\n";
 }
 

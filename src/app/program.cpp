@@ -64,7 +64,9 @@ std::unique_ptr<platform::SerialPort> Program::MakePort(const std::string& addre
   return std::make_unique<platform::QtSerialDevice>(address);
 }
 
-bool Program::unconfigured() const { return *station_->console.RigName == "NONE" && station_->settings().rig_port == 0; }
+bool Program::unconfigured() const {
+  return *station_->console.RigName == "NONE" && station_->settings().rig_port == 0;
+}
 
 void Program::UseSimulatedRig() {
   if (auto made = MakeDemoStation(files_, folder_); !made) return station_->Notice(made.error().message);

@@ -14,8 +14,8 @@
 
 namespace kvx::app {
 
-/// The running console: the station with the real adapters, for a window or for the headless command line. Lives inside a Qt
-/// application.
+/// The running console: the station with the real adapters, for a window or for the headless command line. Lives inside
+/// a Qt application.
 class Program {
  public:
   explicit Program(const Options& options);

@@ -17,7 +17,9 @@ namespace {
 
 constexpr int kBitsPerByte = 10;
 
-Duration ByteTime(int speed) { return speed == 0 ? Duration{0} : Duration(std::chrono::seconds(kBitsPerByte)) / speed; }
+Duration ByteTime(int speed) {
+  return speed == 0 ? Duration{0} : Duration(std::chrono::seconds(kBitsPerByte)) / speed;
+}
 
 }  // namespace
 

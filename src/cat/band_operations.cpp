@@ -7,7 +7,7 @@
 namespace kvx::cat {
 namespace {
 
-constexpr Frequency kFineStep{500};      // 0.05 kHz
+constexpr Frequency kFineStep{500};       // 0.05 kHz
 constexpr Frequency kCoarseStep{10'000};  // 1 kHz
 constexpr std::string_view kFineText = ".05";
 constexpr std::string_view kCoarseText = "1";
@@ -18,8 +18,9 @@ struct ModeKey {
   int narrow;  ///< 0: only when not narrow, 1: only when narrow, -1: either way
   std::string_view key;
 };
-constexpr std::array kModeKeys{ModeKey{"CW", 0, "XCWW"},  ModeKey{"CW", 1, "XCWN"},     ModeKey{"USB", -1, "XUSB"}, ModeKey{"LSB", -1, "XLSB"},
-                               ModeKey{"AM", -1, "XAM"},  ModeKey{"RTTY", -1, "XRTTY"}, ModeKey{"FM", 0, "XFMW"},   ModeKey{"FM", 1, "XFMN"}};
+constexpr std::array kModeKeys{ModeKey{"CW", 0, "XCWW"},   ModeKey{"CW", 1, "XCWN"}, ModeKey{"USB", -1, "XUSB"},
+                               ModeKey{"LSB", -1, "XLSB"}, ModeKey{"AM", -1, "XAM"}, ModeKey{"RTTY", -1, "XRTTY"},
+                               ModeKey{"FM", 0, "XFMW"},   ModeKey{"FM", 1, "XFMN"}};
 
 std::optional<Frequency> Remembered(const config::BandMemory& memory) {
   const auto frequency = ParseKhz(memory.frequency);
@@ -89,7 +90,8 @@ void BandOperations::SetPriv() {
   const BandPlan::Segment* segment = plan_.At(frequency);
   if (segment == nullptr) segment = plan_.At({frequency.decihertz - 1});  // the upper edge of a band belongs to it
   std::string text = segment == nullptr ? std::string() : segment->text;
-  if (segment != nullptr && segment->privilege != LicenceClass::kNone) text += " (" + std::string(LicenceClassName(segment->privilege)) + ")";
+  if (segment != nullptr && segment->privilege != LicenceClass::kNone)
+    text += " (" + std::string(LicenceClassName(segment->privilege)) + ")";
   if (text == shown_privilege_) return;  // other messages stay until there is something new to say
   shown_privilege_ = text;
   if (!text.empty()) console_.MsgArea.Set(text);
@@ -108,7 +110,9 @@ void BandOperations::ClickStep() {
   console_.Channel.Set(std::string(coarse ? kCoarseText : kFineText));
 }
 
-SendOutcome BandOperations::TurnWheel(int movement) { return TurnKnob(movement < 1 ? -1 : 1); }
+SendOutcome BandOperations::TurnWheel(int movement) {
+  return TurnKnob(movement < 1 ? -1 : 1);
+}
 
 SendOutcome BandOperations::TurnKnob(int steps) {
   if (step_.decihertz == 0) step_ = kFineStep;
@@ -126,7 +130,9 @@ SendOutcome BandOperations::Tune(Frequency wanted, int knob_steps) {
   return operations_.TuneTo(wanted);
 }
 
-void BandOperations::MoveKnobReadout(int steps) { console_.VFO.Set(std::to_string(LeadingNumber(*console_.VFO) + steps)); }
+void BandOperations::MoveKnobReadout(int steps) {
+  console_.VFO.Set(std::to_string(LeadingNumber(*console_.VFO) + steps));
+}
 
 SendOutcome BandOperations::SetBaseFrequency(Frequency frequency) {
   console_.Reference.Set(frequency);
@@ -134,8 +140,8 @@ SendOutcome BandOperations::SetBaseFrequency(Frequency frequency) {
   return operations_.TuneTo(frequency);
 }
 
-/// The band follows the rig: a frequency within another band's limits makes that the band, and what was in use on the band left
-/// behind is remembered.
+/// The band follows the rig: a frequency within another band's limits makes that the band, and what was in use on the
+/// band left behind is remembered.
 void BandOperations::FollowFrequency() {
   if (choosing_) return;
   const Band* band = BandOf(*console_.FreqDisp);

@@ -14,8 +14,8 @@
 
 namespace kvx::cat {
 
-/// Choosing bands and tuning within them: the band buttons, limits, step box, wheel, knob and base frequency, and the memory of
-/// the last frequency and mode on each band.
+/// Choosing bands and tuning within them: the band buttons, limits, step box, wheel, knob and base frequency, and the
+/// memory of the last frequency and mode on each band.
 class BandOperations {
  public:
   using Memory = std::array<config::BandMemory, config::kBandMemoryEntries>;
@@ -75,7 +75,7 @@ class BandOperations {
   Memory& memory_;
   BandPlan plan_;
   std::string shown_privilege_;
-  Frequency step_{500};                   ///< 0.05 kHz
+  Frequency step_{500};                     ///< 0.05 kHz
   std::optional<config::BandMemory> used_;  ///< the last frequency and mode in use on the band, once there was one
   bool choosing_ = false;
   Console::Subscription subscription_;

@@ -16,13 +16,21 @@ struct Band {
   Frequency reference;
   Frequency lower;
   Frequency upper;
-  bool sets_limits_first = false;  ///< its button sets limits before the mode is sent; the others only through SetLimits
-  Frequency first_lower{};         ///< those limits where they differ
+  bool sets_limits_first =
+      false;                ///< its button sets limits before the mode is sent; the others only through SetLimits
+  Frequency first_lower{};  ///< those limits where they differ
 };
 
 namespace detail {
-constexpr Band Row(int number, int memory, std::int64_t start, std::int64_t reference, std::int64_t lower, std::int64_t upper, bool first) {
-  return {number, memory, Frequency::FromKhz(start), Frequency::FromKhz(reference), Frequency::FromKhz(lower), Frequency::FromKhz(upper), first,
+constexpr Band Row(int number, int memory, std::int64_t start, std::int64_t reference, std::int64_t lower,
+                   std::int64_t upper, bool first) {
+  return {number,
+          memory,
+          Frequency::FromKhz(start),
+          Frequency::FromKhz(reference),
+          Frequency::FromKhz(lower),
+          Frequency::FromKhz(upper),
+          first,
           Frequency::FromKhz(lower)};
 }
 constexpr Band SixtyMeters() {
@@ -32,7 +40,8 @@ constexpr Band SixtyMeters() {
 }
 }  // namespace detail
 
-/// 60 m and 12 m begin below their lower limits and 902 MHz (number 35) counts from 222 MHz: so the console has always behaved.
+/// 60 m and 12 m begin below their lower limits and 902 MHz (number 35) counts from 222 MHz: so the console has always
+/// behaved.
 inline constexpr std::array kBands{
     detail::Row(160, 1, 1800, 1800, 1800, 2000, true),
     detail::Row(80, 2, 3500, 3500, 3500, 4000, true),

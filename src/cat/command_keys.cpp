@@ -91,13 +91,14 @@ constexpr std::array kKeys{
 }  // namespace
 
 const CommandKey* FindKey(std::string_view text) {
-  const auto* key = std::find_if(kKeys.begin(), kKeys.end(), [&](const CommandKey& row) { return EqualNoCase(row.key, text); });
+  const auto* key =
+      std::find_if(kKeys.begin(), kKeys.end(), [&](const CommandKey& row) { return EqualNoCase(row.key, text); });
   return key == kKeys.end() ? nullptr : key;
 }
 
 const CommandKey* SliderKey(int number) {
-  const auto* key =
-      std::find_if(kKeys.begin(), kKeys.end(), [&](const CommandKey& row) { return row.kind == kSlider && row.number == number; });
+  const auto* key = std::find_if(kKeys.begin(), kKeys.end(),
+                                 [&](const CommandKey& row) { return row.kind == kSlider && row.number == number; });
   return key == kKeys.end() ? nullptr : key;
 }
 

@@ -7,11 +7,11 @@ namespace kvx::cat {
 /// What the template of a logical key is, which decides how it is cut and what its reply means.
 enum class KeyKind {
   kCommand,
-  kQuery,         ///< frequency, mode or S-meter: cut before "[", the reply goes to the display
-  kSliderQuery,   ///< cut before "[", the reply sets a slider
-  kSlider,        ///< cut before "{"
-  kFunction,      ///< a function button: two states, value, caption rules
-  kFrequency,     ///< filled with the displayed frequency
+  kQuery,        ///< frequency, mode or S-meter: cut before "[", the reply goes to the display
+  kSliderQuery,  ///< cut before "[", the reply sets a slider
+  kSlider,       ///< cut before "{"
+  kFunction,     ///< a function button: two states, value, caption rules
+  kFrequency,    ///< filled with the displayed frequency
 };
 
 struct CommandKey {

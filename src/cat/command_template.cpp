@@ -21,7 +21,9 @@ constexpr std::array kSliderWords{
 /// The two numbers of "a-b" or "a/b".
 std::pair<int, int> TwoNumbers(std::string_view text, char separator) {
   const std::size_t at = text.find(separator);
-  const auto read = [](std::string_view part) { return static_cast<int>(std::clamp<std::int64_t>(LeadingNumber(part), 0, 4096)); };
+  const auto read = [](std::string_view part) {
+    return static_cast<int>(std::clamp<std::int64_t>(LeadingNumber(part), 0, 4096));
+  };
   return {read(text.substr(0, at)), at == std::string_view::npos ? 0 : read(text.substr(at + 1))};
 }
 
@@ -29,7 +31,8 @@ std::pair<int, int> TwoNumbers(std::string_view text, char separator) {
 Status ExpandSlider(std::string& command, const SliderWord& word, const Fill& fill) {
   for (std::size_t at = command.find(word.word); at != std::string::npos; at = command.find(word.word, at)) {
     const std::size_t after = at + word.word.size();
-    const bool has_width = after + 1 < command.size() && command[after] >= '1' && command[after] <= '9' && command[after + 1] == '>';
+    const bool has_width =
+        after + 1 < command.size() && command[after] >= '1' && command[after] <= '9' && command[after + 1] == '>';
     if (!has_width && command.compare(after, 1, ">") != 0) {
       at = after;
       continue;
@@ -38,7 +41,8 @@ Status ExpandSlider(std::string& command, const SliderWord& word, const Fill& fi
     const bool three_digits = fill.rig.name.find("FT-DX") != std::string::npos;
     const std::string digits = PadNumber(value, has_width ? command[after] - '0' : three_digits ? 3 : 2);
     if (has_width && digits.size() > static_cast<std::size_t>(command[after] - '0')) {
-      return Error{ErrorCode::kInvalid, "The value " + digits + " does not fit " + std::string(word.word) + command[after] + ">"};
+      return Error{ErrorCode::kInvalid,
+                   "The value " + digits + " does not fit " + std::string(word.word) + command[after] + ">"};
     }
     command.replace(at, after + (has_width ? 2 : 1) - at, digits);
     // On a binary rig a value must fill whole bytes together with the digits around it.
@@ -63,7 +67,8 @@ Status ExpandAddress(std::string& command, const Fill& fill) {
   if (command.find(kAddress) == std::string::npos) return Ok();
   const std::string address(Trim(fill.rig.row["Add" + std::string(fill.address_number)]));
   if (address.empty()) {
-    return Error{ErrorCode::kInvalid, "Rig address " + std::string(fill.address_number) + " of " + fill.rig.name + " is empty"};
+    return Error{ErrorCode::kInvalid,
+                 "Rig address " + std::string(fill.address_number) + " of " + fill.rig.name + " is empty"};
   }
   command = std::string(Trim(ReplaceAll(std::move(command), kAddress, address)));
   return Ok();
@@ -104,7 +109,9 @@ QueryTemplate SplitQuery(std::string_view text) {
   return query;
 }
 
-std::string_view CutBounds(std::string_view text) { return text.substr(0, text.find('{')); }
+std::string_view CutBounds(std::string_view text) {
+  return text.substr(0, text.find('{'));
+}
 
 const FrequencyPlaceholder* FindFrequencyPlaceholder(std::string_view text) {
   for (const FrequencyPlaceholder& placeholder : kFrequencyPlaceholders) {
@@ -119,7 +126,8 @@ Result<std::string> FrequencyDigits(Frequency frequency, const FrequencyPlacehol
   const int width = binary ? placeholder.digits + placeholder.digits % 2 : placeholder.digits;  // whole bytes
   const std::string digits = PadNumber(tens ? frequency.tens_of_hz() : frequency.hz(), width);
   if (frequency.decihertz < 0 || digits.size() > static_cast<std::size_t>(width)) {
-    return Error{ErrorCode::kInvalid, "The frequency " + KhzText(frequency) + " does not fit " + std::string(placeholder.name)};
+    return Error{ErrorCode::kInvalid,
+                 "The frequency " + KhzText(frequency) + " does not fit " + std::string(placeholder.name)};
   }
   return digits;
 }

@@ -11,23 +11,23 @@
 
 namespace kvx::cat {
 
-/// Where a "get" template says its value stands in the reply: "[start-length]", optionally "{position/length}", then the command
-/// code. Positions are 1-based characters, for binary rigs hexadecimal characters.
+/// Where a "get" template says its value stands in the reply: "[start-length]", optionally "{position/length}", then
+/// the command code. Positions are 1-based characters, for binary rigs hexadecimal characters.
 ///   007C0000BB[1-2]{3/2}32   data: characters 1-2; the command code, at 3 for 2 characters, must read "32"
 ///   0000000003[1-8]10        data: characters 1-8 of a reply that has 10 characters
 struct Extraction {
   int start = 0;
   int length = 0;
-  int code_start = 0;   ///< 0: no code to check
+  int code_start = 0;  ///< 0: no code to check
   int code_length = 0;
-  std::string code;     ///< upper case
-  int reply_length = 0; ///< characters of the whole reply; 0: not given
+  std::string code;      ///< upper case
+  int reply_length = 0;  ///< characters of the whole reply; 0: not given
 
   bool operator==(const Extraction&) const = default;
   /// The characters that a reply must have for both pieces to be there.
   int needed() const;
-  /// The data of a reply; nothing when it is too short or the command code does not read as it must. `any_width`: the data may end
-  /// with the reply before their length is reached.
+  /// The data of a reply; nothing when it is too short or the command code does not read as it must. `any_width`: the
+  /// data may end with the reply before their length is reached.
   std::optional<std::string_view> DataOf(std::string_view reply, bool any_width = false) const;
 };
 
@@ -61,8 +61,8 @@ inline constexpr std::array kFrequencyPlaceholders{
 /// The placeholder that stands in a template, or null.
 const FrequencyPlaceholder* FindFrequencyPlaceholder(std::string_view text);
 
-/// The digits that a frequency gets in place of `placeholder`, most significant first. kInvalid when it needs more digits than
-/// there are, or is negative.
+/// The digits that a frequency gets in place of `placeholder`, most significant first. kInvalid when it needs more
+/// digits than there are, or is negative.
 Result<std::string> FrequencyDigits(Frequency frequency, const FrequencyPlaceholder& placeholder, bool binary);
 
 /// Digit pairs in reversed order, digits inside a pair kept: BCD bytes least significant first.

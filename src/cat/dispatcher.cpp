@@ -35,8 +35,8 @@ bool MayBe(std::string_view text, std::string_view command) {
   if (text.empty()) return false;
   const std::string_view before = text.substr(0, text.find('<'));
   const std::string_view behind = text.substr(text.rfind('>') + 1);
-  return command.size() >= before.size() && EqualNoCase(command.substr(0, before.size()), before) && command.size() >= behind.size() &&
-         EqualNoCase(command.substr(command.size() - behind.size()), behind);
+  return command.size() >= before.size() && EqualNoCase(command.substr(0, before.size()), before) &&
+         command.size() >= behind.size() && EqualNoCase(command.substr(command.size() - behind.size()), behind);
 }
 
 }  // namespace
@@ -61,11 +61,16 @@ SendOutcome Dispatcher::SendData(std::string_view key_or_command) {
   if (text.empty() && !pegasus_frequency && !function) return SendOutcome::kNoTemplate;
   switch (key == nullptr ? KeyKind::kCommand : key->kind) {
     case KeyKind::kQuery:
-    case KeyKind::kSliderQuery: return SendQuery(text, key, false);
-    case KeyKind::kSlider: return SendCommand(std::string(CutBounds(text)));
-    case KeyKind::kFunction: return SendFunction(*key);
-    case KeyKind::kFrequency: return SendFrequency(*key);
-    case KeyKind::kCommand: break;
+    case KeyKind::kSliderQuery:
+      return SendQuery(text, key, false);
+    case KeyKind::kSlider:
+      return SendCommand(std::string(CutBounds(text)));
+    case KeyKind::kFunction:
+      return SendFunction(*key);
+    case KeyKind::kFrequency:
+      return SendFrequency(*key);
+    case KeyKind::kCommand:
+      break;
   }
   std::string command = text;
   if (key != nullptr && command.find(kValuePlaceholder) != std::string::npos) {
@@ -104,7 +109,8 @@ SendOutcome Dispatcher::SendFunction(const CommandKey& key) {
     const SendOutcome filled = FillValue(command, console_.Text5[index]);
     if (filled != SendOutcome::kSent) return filled;
     if (rig_.five_byte() && WithoutBlanks(command).size() % kPieceDigits != 0) {
-      return Refuse("The value " + OneLine(console_.Text5[index], 40) + " does not make whole five-byte commands of " + OneLine(command, 40));
+      return Refuse("The value " + OneLine(console_.Text5[index], 40) + " does not make whole five-byte commands of " +
+                    OneLine(command, 40));
     }
   }
   const SendOutcome outcome = command.empty() && two_states ? SendOutcome::kSent : SendCommand(std::move(command));
@@ -140,10 +146,12 @@ void Dispatcher::FollowMeter(const CommandKey& key, std::string_view command) {
   }
 }
 
-/// The user buttons Alpha and Bravo are "transmit on" and "transmit off" unless their captions say otherwise. However such a command
-/// came to be sent, the console remembers that it keys the transmitter, and how that is undone.
+/// The user buttons Alpha and Bravo are "transmit on" and "transmit off" unless their captions say otherwise. However
+/// such a command came to be sent, the console remembers that it keys the transmitter, and how that is undone.
 void Dispatcher::FollowTransmitter(std::string_view command) {
-  const auto sends = [&](std::string_view field) { return MayBe(rig_.row[field], command) && EqualNoCase(command, FillIn(rig_.row[field])); };
+  const auto sends = [&](std::string_view field) {
+    return MayBe(rig_.row[field], command) && EqualNoCase(command, FillIn(rig_.row[field]));
+  };
   const std::string caption = Upper(rig_.row["ADesc"]);
   if (!caption.empty() && caption.find("XMT") == std::string::npos && caption.find("TX") == std::string::npos) return;
   if (sends("Alpha")) {
@@ -156,7 +164,8 @@ void Dispatcher::FollowTransmitter(std::string_view command) {
 
 bool Dispatcher::ReleaseTransmitter() {
   if (!*console_.Transmitting) return false;
-  // A text rig begins anew after an end mark, CI-V at its preamble; in five-byte commands a lost byte would shift all that follow.
+  // A text rig begins anew after an end mark, CI-V at its preamble; in five-byte commands a lost byte would shift all
+  // that follow.
   const std::string end_mark = rig_.binary() ? "" : rig_.family == "TEN-TEC" ? "\r" : ";";
   if (!link_.WriteUrgently(release_, rig_.nameless() ? nullptr : &end_mark)) return false;
   last_command_ = loop_.Now();
@@ -233,10 +242,12 @@ std::string Dispatcher::FillIn(std::string command) {
 }
 
 std::string Dispatcher::Encode(std::string_view command) {
-  if (!rig_.binary()) return ToLatin1(command);  // also a KENWOOD row that asks for hexadecimal: text goes out unchanged
+  if (!rig_.binary())
+    return ToLatin1(command);  // also a KENWOOD row that asks for hexadecimal: text goes out unchanged
   const std::string digits = WithoutBlanks(command);
   const auto complain = [&](std::string_view faulty) {
-    console_.ErrorText.Set("Error converting " + OneLine(faulty) + " to hex. Check your setup file for " + OneLine(command));
+    console_.ErrorText.Set("Error converting " + OneLine(faulty) + " to hex. Check your setup file for " +
+                           OneLine(command));
   };
   std::string bytes;
   for (std::size_t at = 0; at < digits.size(); at += 2) {

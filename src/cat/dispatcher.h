@@ -21,8 +21,8 @@ enum class SendOutcome {
   kRefused,     ///< it could not be built; the console's error text or message area says why
 };
 
-/// The one door to the rig: picks the template of a logical key from the loaded row, fills it in, encodes it as text or as
-/// hexadecimal bytes and writes it to the rig port. Queries are armed, so that the reply parser knows what comes.
+/// The one door to the rig: picks the template of a logical key from the loaded row, fills it in, encodes it as text or
+/// as hexadecimal bytes and writes it to the rig port. Queries are armed, so that the reply parser knows what comes.
 class Dispatcher {
  public:
   Dispatcher(Loop& loop, Console& console, RigLink& link, const config::RigDefinition& rig, ArmedQueries& armed)
@@ -35,7 +35,8 @@ class Dispatcher {
   /// The template of a key, uncut; empty without one.
   std::string TemplateOf(const CommandKey& key) const;
 
-  /// A finished command (placeholders filled) as the bytes for the wire: text, or hexadecimal pairs converted from the left.
+  /// A finished command (placeholders filled) as the bytes for the wire: text, or hexadecimal pairs converted from the
+  /// left.
   std::string Encode(std::string_view command);
   /// Fills a command's placeholders; empty, with the error text set, when that fails.
   std::string FillIn(std::string command);
@@ -49,8 +50,8 @@ class Dispatcher {
   void SetButtonValue(std::string_view key, std::string value) { button_values_[Upper(key)] = std::move(value); }
   int line_speed() const { return link_.speed(); }
   TimePoint line_free_at() const { return link_.line_free_at(); }
-  /// Releases the transmitter if the console has keyed it: with the command of the rig that was keyed, before everything that waits.
-  /// True when such a command was written.
+  /// Releases the transmitter if the console has keyed it: with the command of the rig that was keyed, before
+  /// everything that waits. True when such a command was written.
   bool ReleaseTransmitter();
   /// When a command that is no query was last written.
   TimePoint last_command() const { return last_command_; }

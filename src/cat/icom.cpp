@@ -8,17 +8,37 @@
 namespace kvx::cat {
 namespace {
 
-// CI-V frame: FE FE to from command [sub] [data ...] FD. Frequencies and levels are BCD, frequencies least significant byte first.
-constexpr std::array<ModeCode, 12> kModes{{{0x00, " LSB"}, {0x01, " USB"}, {0x02, "  AM"}, {0x03, "  CW"}, {0x04, "RTTY"}, {0x05, "  FM"},
-                                           {0x06, "  FM"}, {0x07, "  CW"}, {0x08, "RTTY"}, {0x11, "  AM"}, {0x12, " USB"}, {0x17, "  FM"}}};
+// CI-V frame: FE FE to from command [sub] [data ...] FD. Frequencies and levels are BCD, frequencies least significant
+// byte first.
+constexpr std::array<ModeCode, 12> kModes{{{0x00, " LSB"},
+                                           {0x01, " USB"},
+                                           {0x02, "  AM"},
+                                           {0x03, "  CW"},
+                                           {0x04, "RTTY"},
+                                           {0x05, "  FM"},
+                                           {0x06, "  FM"},
+                                           {0x07, "  CW"},
+                                           {0x08, "RTTY"},
+                                           {0x11, "  AM"},
+                                           {0x12, " USB"},
+                                           {0x17, "  FM"}}};
 constexpr std::string_view kPreamble = "FEFE";
 constexpr std::string_view kEnd = "FD";
 constexpr std::size_t kLongestFrame = 256;  // hexadecimal characters; the longest that is read has 24
 constexpr int kBroadcast = 0x00;
 constexpr std::uint8_t kRefused = 0xFA;
 
-enum Command : std::uint8_t { kFreqReport = 0x00, kModeReport = 0x01, kReadFreq = 0x03, kReadMode = 0x04, kSetFreq = 0x05, kSetMode = 0x06,
-                              kMeter = 0x15, kVfoFreq = 0x25, kVfoMode = 0x26 };
+enum Command : std::uint8_t {
+  kFreqReport = 0x00,
+  kModeReport = 0x01,
+  kReadFreq = 0x03,
+  kReadMode = 0x04,
+  kSetFreq = 0x05,
+  kSetMode = 0x06,
+  kMeter = 0x15,
+  kVfoFreq = 0x25,
+  kVfoMode = 0x26
+};
 
 /// The position of a pair of digits at a byte boundary, or npos.
 std::size_t FindPair(std::string_view digits, std::string_view pair, std::size_t from) {
@@ -46,14 +66,21 @@ class FrameReader {
     if (bytes_.size() < 5 || !ForUs()) return;
     switch (Byte(4)) {
       case kFreqReport:
-      case kReadFreq: return AddFrequency(5, Reply::Kind::kShownFrequency);
+      case kReadFreq:
+        return AddFrequency(5, Reply::Kind::kShownFrequency);
       case kModeReport:
-      case kReadMode: return AddMode(5);
-      case kMeter: return AddMeter();
-      case kVfoFreq: return AddFrequency(6, Byte(5) == 0 ? Reply::Kind::kShownFrequency : Reply::Kind::kOtherFrequency);
-      case kVfoMode: return Byte(5) == 0 ? AddMode(6) : void();
-      case kRefused: return replies_.push_back({.kind = Reply::Kind::kRefused});
-      default: return AddSlider();
+      case kReadMode:
+        return AddMode(5);
+      case kMeter:
+        return AddMeter();
+      case kVfoFreq:
+        return AddFrequency(6, Byte(5) == 0 ? Reply::Kind::kShownFrequency : Reply::Kind::kOtherFrequency);
+      case kVfoMode:
+        return Byte(5) == 0 ? AddMode(6) : void();
+      case kRefused:
+        return replies_.push_back({.kind = Reply::Kind::kRefused});
+      default:
+        return AddSlider();
     }
   }
 
@@ -65,7 +92,10 @@ class FrameReader {
     const auto rig = HexByte(Trim(context_.rig.row["Add" + std::string(context_.address_number)]));
     const QueryTemplate query = SplitQuery(context_.rig.row["GetFreq"]);
     const std::size_t address = query.command.find("<ADDR>");
-    const auto told = address == std::string::npos ? std::nullopt : HexByte(std::string_view(query.command).substr(std::min(address + 6, query.command.size()), 2));
+    const auto told =
+        address == std::string::npos
+            ? std::nullopt
+            : HexByte(std::string_view(query.command).substr(std::min(address + 6, query.command.size()), 2));
     const int controller = told.value_or(0xE0);
     return rig && Byte(3) == *rig && (Byte(2) == controller || Byte(2) == kBroadcast);
   }
@@ -86,7 +116,9 @@ class FrameReader {
     const auto value = bytes_.size() == 8 ? GetDecFromBCD(std::string_view(bytes_).substr(6)) : std::nullopt;
     if (!value) return;
     const bool s_meter = Byte(5) == 0x02;
-    replies_.push_back({.kind = s_meter ? Reply::Kind::kSMeter : Reply::Kind::kMeter, .value = static_cast<int>(*value), .number = Byte(5)});
+    replies_.push_back({.kind = s_meter ? Reply::Kind::kSMeter : Reply::Kind::kMeter,
+                        .value = static_cast<int>(*value),
+                        .number = Byte(5)});
   }
 
   /// A level that was asked for: by the command code of its extraction, else by command and sub-command of its query.
@@ -94,9 +126,11 @@ class FrameReader {
     for (auto query = context_.armed.begin(); query != context_.armed.end(); ++query) {
       if (query->slider == 0 || !query->extraction) continue;
       const auto data = query->extraction->DataOf(digits_);
-      const bool same_command = query->extraction->code_start > 0 || (query->command.size() >= 12 && digits_.substr(8, 4) == query->command.substr(8, 4));
-      if (!data || !same_command || data->find_first_not_of("0123456789") != std::string_view::npos) continue;
-      replies_.push_back({.kind = Reply::Kind::kSlider, .value = static_cast<int>(LeadingNumber(*data)), .number = query->slider});
+      const bool same_command = query->extraction->code_start > 0 ||
+                                (query->command.size() >= 12 && digits_.substr(8, 4) == query->command.substr(8, 4));
+      if (!data || !same_command || !AllDigits(*data)) continue;
+      replies_.push_back(
+          {.kind = Reply::Kind::kSlider, .value = static_cast<int>(LeadingNumber(*data)), .number = query->slider});
       context_.armed.erase(query);
       return;
     }

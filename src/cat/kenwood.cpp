@@ -4,10 +4,12 @@
 namespace kvx::cat {
 namespace {
 
-// Mode digits of "MD" and of the 30th character of "IF" (TS-850, TS-2000 and TS-590 CAT manuals). 7 is CW reverse, 9 FSK reverse.
-constexpr std::array<ModeCode, 16> kModes{{{1, " LSB"}, {2, " USB"}, {3, "  CW"}, {4, "  FM"}, {5, "  AM"}, {6, "RTTY"},
-                                           {7, "  CW"}, {9, "RTTY"}}};
-constexpr TextDialect kDialect{.kenwood_status = true, .mode_prefix_digits = 0, .s_meter_digits = 4, .meter_digits = 4, .modes = &kModes};
+// Mode digits of "MD" and of the 30th character of "IF" (TS-850, TS-2000 and TS-590 CAT manuals). 7 is CW reverse, 9
+// FSK reverse.
+constexpr std::array<ModeCode, 16> kModes{
+    {{1, " LSB"}, {2, " USB"}, {3, "  CW"}, {4, "  FM"}, {5, "  AM"}, {6, "RTTY"}, {7, "  CW"}, {9, "RTTY"}}};
+constexpr TextDialect kDialect{
+    .kenwood_status = true, .mode_prefix_digits = 0, .s_meter_digits = 4, .meter_digits = 4, .modes = &kModes};
 
 }  // namespace
 

@@ -18,12 +18,24 @@ constexpr std::int64_t kBitsOnTheWay = 60 * 11;
 
 }  // namespace
 
-SendOutcome Operations::SetCW() { return SetMode("  CW", Width("XCWN", "XCWW")); }
-SendOutcome Operations::SetUpper() { return SetMode("USB", "XUSB"); }
-SendOutcome Operations::SetLower() { return SetMode("LSB", "XLSB"); }
-SendOutcome Operations::SetAM() { return SetMode("  AM", "XAM"); }
-SendOutcome Operations::SetFM() { return SetMode("  FM", Width("XFMN", "XFMW")); }
-SendOutcome Operations::SetRTTY() { return SetMode("RTTY", "XRTTY"); }
+SendOutcome Operations::SetCW() {
+  return SetMode("  CW", Width("XCWN", "XCWW"));
+}
+SendOutcome Operations::SetUpper() {
+  return SetMode("USB", "XUSB");
+}
+SendOutcome Operations::SetLower() {
+  return SetMode("LSB", "XLSB");
+}
+SendOutcome Operations::SetAM() {
+  return SetMode("  AM", "XAM");
+}
+SendOutcome Operations::SetFM() {
+  return SetMode("  FM", Width("XFMN", "XFMW"));
+}
+SendOutcome Operations::SetRTTY() {
+  return SetMode("RTTY", "XRTTY");
+}
 
 Result<SendOutcome> Operations::SetModeByName(std::string_view name) {
   struct Row {
@@ -37,7 +49,8 @@ Result<SendOutcome> Operations::SetModeByName(std::string_view name) {
       Row{"FM", &Operations::SetFM, -1},     Row{"FMW", &Operations::SetFM, 0},     Row{"FMN", &Operations::SetFM, 1},
       Row{"RTTY", &Operations::SetRTTY, -1},
   };
-  const auto* row = std::find_if(kNames.begin(), kNames.end(), [&](const Row& r) { return EqualNoCase(r.name, Trim(name)); });
+  const auto* row =
+      std::find_if(kNames.begin(), kNames.end(), [&](const Row& r) { return EqualNoCase(r.name, Trim(name)); });
   if (row == kNames.end()) {
     return Error{ErrorCode::kNotFound, "no mode " + OneLine(name) + " (LSB USB CW CWN AM FM FMN RTTY)"};
   }
@@ -61,8 +74,12 @@ SendOutcome Operations::SetMode(std::string_view caption, std::string_view key) 
   return outcome == SendOutcome::kSent && IsPegasus(rig_) ? SendFreq() : outcome;
 }
 
-SendOutcome Operations::VFOA_Click() { return ChooseVfo('A', "XVFOA", "XGETFREQ"); }
-SendOutcome Operations::VFOB_Click() { return ChooseVfo('B', "XVFOB", "XGETFREQB"); }
+SendOutcome Operations::VFOA_Click() {
+  return ChooseVfo('A', "XVFOA", "XGETFREQ");
+}
+SendOutcome Operations::VFOB_Click() {
+  return ChooseVfo('B', "XVFOB", "XGETFREQB");
+}
 
 SendOutcome Operations::ChooseVfo(char vfo, std::string_view select, std::string_view read) {
   // A rig that is tuned but cannot be told its VFO stays where it is, and so does the display.
@@ -135,13 +152,20 @@ void Operations::Follow(const Reply& reply) {
       KeepVfoFrequency(vfo, reply.frequency);
       return vfo == active ? UpdateFreq(reply.frequency) : void();
     }
-    case Reply::Kind::kOtherFrequency: return KeepVfoFrequency(active == 'A' ? 'B' : 'A', reply.frequency);
-    case Reply::Kind::kMode: return FollowMode(reply.mode);
-    case Reply::Kind::kVfo: return FollowVfo(static_cast<char>(reply.value));
-    case Reply::Kind::kSMeter: return console_.SMeter.Set(reply.value);
-    case Reply::Kind::kMeter: return console_.MeterValue.Set(reply.value);
-    case Reply::Kind::kSlider: return console_.Slider.Set(static_cast<std::size_t>(reply.number - 1), reply.value);
-    case Reply::Kind::kRefused: return;
+    case Reply::Kind::kOtherFrequency:
+      return KeepVfoFrequency(active == 'A' ? 'B' : 'A', reply.frequency);
+    case Reply::Kind::kMode:
+      return FollowMode(reply.mode);
+    case Reply::Kind::kVfo:
+      return FollowVfo(static_cast<char>(reply.value));
+    case Reply::Kind::kSMeter:
+      return console_.SMeter.Set(reply.value);
+    case Reply::Kind::kMeter:
+      return console_.MeterValue.Set(reply.value);
+    case Reply::Kind::kSlider:
+      return console_.Slider.Set(static_cast<std::size_t>(reply.number - 1), reply.value);
+    case Reply::Kind::kRefused:
+      return;
   }
 }
 
@@ -155,7 +179,9 @@ void Operations::UpdateFreq(Frequency rig_frequency) {
   if (frequency_.Accepts(displayed, loop_.Now())) FChange(displayed);
 }
 
-void Operations::FChange(Frequency displayed) { console_.FreqDisp.Set(displayed); }
+void Operations::FChange(Frequency displayed) {
+  console_.FreqDisp.Set(displayed);
+}
 
 void Operations::FollowMode(const std::string& caption) {
   const std::string name(Trim(caption));

@@ -9,8 +9,8 @@
 
 namespace kvx::cat {
 
-/// A value that the operator has just set: until the rig has had time to follow, reports that still tell the old value are not
-/// shown, so that the display never jumps back.
+/// A value that the operator has just set: until the rig has had time to follow, reports that still tell the old value
+/// are not shown, so that the display never jumps back.
 template <class T>
 class Settling {
  public:
@@ -30,8 +30,8 @@ class Settling {
   TimePoint until_{};
 };
 
-/// The operator's core operations: each updates the console's own state first and then sends the matching key of the rig
-/// definition. Also the other direction: what the rig has told reaches the console's state here.
+/// The operator's core operations: each updates the console's own state first and then sends the matching key of the
+/// rig definition. Also the other direction: what the rig has told reaches the console's state here.
 class Operations {
  public:
   Operations(Loop& loop, Console& console, Dispatcher& dispatcher, const config::RigDefinition& rig)
@@ -52,8 +52,8 @@ class Operations {
   SendOutcome VFOA_Click();
   SendOutcome VFOB_Click();
 
-  /// Sends the displayed frequency with the rig's frequency template (of VFO B when that is the one in use). While earlier commands
-  /// are still on a slow line it waits for them, and only the last of several frequencies goes out.
+  /// Sends the displayed frequency with the rig's frequency template (of VFO B when that is the one in use). While
+  /// earlier commands are still on a slow line it waits for them, and only the last of several frequencies goes out.
   SendOutcome SendFreq();
   /// Shows a frequency and sends it.
   SendOutcome TuneTo(Frequency frequency);

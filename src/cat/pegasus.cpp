@@ -37,14 +37,17 @@ struct Tuning {
 Tuning Receive(std::int64_t hz, Kind kind, std::int64_t width) {
   const std::int64_t side = width / 2 + 200;
   switch (kind) {
-    case Kind::kUpper: return {hz + side, side};
-    case Kind::kLower: return {hz - side, side};
+    case Kind::kUpper:
+      return {hz + side, side};
+    case Kind::kLower:
+      return {hz - side, side};
     case Kind::kCw: {
       // CW is received as lower sideband; a wide filter is moved so that its lower edge stays 300 Hz above zero beat.
       const std::int64_t middle = width / 2 + 300;
       return middle > kCwPitch ? Tuning{hz + kCwPitch - middle, middle} : Tuning{hz, kCwPitch};
     }
-    case Kind::kCarrier: break;
+    case Kind::kCarrier:
+      break;
   }
   return {hz, 0};
 }
@@ -52,10 +55,14 @@ Tuning Receive(std::int64_t hz, Kind kind, std::int64_t width) {
 Tuning Transmit(std::int64_t hz, Kind kind, std::int64_t width) {
   const std::int64_t side = std::max(kTransmitIf, width / 2 + 200);
   switch (kind) {
-    case Kind::kUpper: return {hz + side, side};
-    case Kind::kLower: return {hz - side, side};
-    case Kind::kCw: return {hz + kCwPitch - kTransmitIf, kCwPitch};
-    case Kind::kCarrier: break;
+    case Kind::kUpper:
+      return {hz + side, side};
+    case Kind::kLower:
+      return {hz - side, side};
+    case Kind::kCw:
+      return {hz + kCwPitch - kTransmitIf, kCwPitch};
+    case Kind::kCarrier:
+      break;
   }
   return {hz, 0};
 }
@@ -63,16 +70,22 @@ Tuning Transmit(std::int64_t hz, Kind kind, std::int64_t width) {
 // N cc ff bb CR (receiver), T cc ff bb CR (transmitter): coarse, fine and BFO factor, two bytes each, high byte first
 std::string Command(char letter, const Tuning& tuning, std::int64_t bfo_offset) {
   const std::int64_t adjusted = tuning.centre - 1250;
-  const auto word = [](std::int64_t value) { return GetByteArrayFromDec(static_cast<std::uint64_t>(value) & 0xFFFF, 2); };
-  return letter + word(adjusted / 2500 + 18000) + word(adjusted % 2500 * 546 / 100) + word((tuning.bfo + bfo_offset) * 273 / 100) + '\r';
+  const auto word = [](std::int64_t value) {
+    return GetByteArrayFromDec(static_cast<std::uint64_t>(value) & 0xFFFF, 2);
+  };
+  return letter + word(adjusted / 2500 + 18000) + word(adjusted % 2500 * 546 / 100) +
+         word((tuning.bfo + bfo_offset) * 273 / 100) + '\r';
 }
 
 }  // namespace
 
-bool IsPegasus(const config::RigDefinition& rig) { return EqualNoCase(rig.name, "PEGASUS"); }
+bool IsPegasus(const config::RigDefinition& rig) {
+  return EqualNoCase(rig.name, "PEGASUS");
+}
 
 Result<std::string> PegasusTuning(Frequency frequency, std::string_view mode, bool narrow) {
-  const auto* row = std::find_if(kModes.begin(), kModes.end(), [&](const ModeRow& r) { return mode.find(r.caption) != std::string_view::npos; });
+  const auto* row = std::find_if(kModes.begin(), kModes.end(),
+                                 [&](const ModeRow& r) { return mode.find(r.caption) != std::string_view::npos; });
   if (row == kModes.end()) return Error{ErrorCode::kInvalid, "The Pegasus has no mode " + std::string(Trim(mode))};
   const std::int64_t hz = frequency.hz();
   if (hz < 100'000 || hz > 30'000'000) {

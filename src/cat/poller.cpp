@@ -20,10 +20,13 @@ constexpr int kMostWaits = 10;  // for the end of one reply
 
 }  // namespace
 
-Poller::Poller(Loop& loop, Console& console, RigLink& link, Dispatcher& dispatcher, ReplyParser& parser, const config::RigDefinition& rig)
+Poller::Poller(Loop& loop, Console& console, RigLink& link, Dispatcher& dispatcher, ReplyParser& parser,
+               const config::RigDefinition& rig)
     : loop_(loop), console_(console), link_(link), dispatcher_(dispatcher), parser_(parser), rig_(rig) {}
 
-void Poller::Start() { fast_timer_ = FastTimer(); }
+void Poller::Start() {
+  fast_timer_ = FastTimer();
+}
 
 void Poller::Stop() {
   fast_timer_ = Task();
@@ -79,7 +82,8 @@ void Poller::PollKenwood() {
   replies_wanted_ = parser_.replies_read() + 1;
   if (*console_.MeterOn) {
     link_.WriteRigPort("RM" + *console_.MeterNumber + ";RM;");
-    // Every other cycle goes on asking for frequency and mode, so that the display follows the rig under a meter as well.
+    // Every other cycle goes on asking for frequency and mode, so that the display follows the rig under a meter as
+    // well.
     mode_is_next_ = !mode_is_next_;
     if (mode_is_next_ || blocked()) return;
   } else {
@@ -102,8 +106,8 @@ std::string_view Poller::FrequencyKey() const {
   return ask_b ? "XGETFREQB" : "XGETFREQ";
 }
 
-/// Ask, wait, and ask the next question only while the rig stays silent. A rig that answers ends the cycle; the next cycle goes on
-/// with the query after the one that was answered.
+/// Ask, wait, and ask the next question only while the rig stays silent. A rig that answers ends the cycle; the next
+/// cycle goes on with the query after the one that was answered.
 Task Poller::PollOthers() {
   if (blocked()) {
     GiveUp();
@@ -135,8 +139,9 @@ Task Poller::PollOthers() {
   if (on_cycle_end) on_cycle_end();
 }
 
-/// Writes one query of a poll cycle. A five-byte rig gets it in pieces of one command each, and only after its acknowledgement of
-/// the operator's last command can have come; a rig whose replies have no name is not asked into a reply that is still coming.
+/// Writes one query of a poll cycle. A five-byte rig gets it in pieces of one command each, and only after its
+/// acknowledgement of the operator's last command can have come; a rig whose replies have no name is not asked into a
+/// reply that is still coming.
 Task Poller::Ask(std::string key) {
   asked_ = dispatcher_.Has(key);
   answered_ = false;
@@ -170,9 +175,13 @@ bool Poller::just_after_midnight() const {
   return local - std::chrono::floor<std::chrono::days>(local) < 20s;
 }
 
-bool Poller::init_due() const { return !init_sent_ && link_.is_open() && !rig_.row["US7"].empty(); }
+bool Poller::init_due() const {
+  return !init_sent_ && link_.is_open() && !rig_.row["US7"].empty();
+}
 
-bool Poller::fast_meter() const { return rig_.name.find("FT-DX") != std::string::npos && link_.is_open() && *console_.Polling; }
+bool Poller::fast_meter() const {
+  return rig_.name.find("FT-DX") != std::string::npos && link_.is_open() && *console_.Polling;
+}
 
 Task Poller::FastTimer() {
   int ticks = 0;

@@ -9,11 +9,12 @@
 
 namespace kvx::cat {
 
-/// Keeps the display in step with the rig: asks for S-meter, mode and frequency on the beat of the UTC clock, writes the rig's
-/// init string once, and serves the fast meter poll of the FT-DX models.
+/// Keeps the display in step with the rig: asks for S-meter, mode and frequency on the beat of the UTC clock, writes
+/// the rig's init string once, and serves the fast meter poll of the FT-DX models.
 class Poller {
  public:
-  Poller(Loop& loop, Console& console, RigLink& link, Dispatcher& dispatcher, ReplyParser& parser, const config::RigDefinition& rig);
+  Poller(Loop& loop, Console& console, RigLink& link, Dispatcher& dispatcher, ReplyParser& parser,
+         const config::RigDefinition& rig);
 
   /// Starts the fast timer (10 ms).
   void Start();
@@ -62,8 +63,8 @@ class Poller {
   std::size_t next_query_ = 0;
   std::uint64_t replies_wanted_ = 0;  ///< KENWOOD: how many have been read when the last cycle's queries are answered
   TimePoint cycle_start_{};
-  bool asked_ = false;       ///< the last Ask had something to write
-  bool answered_ = false;    ///< a whole reply came since the last Ask
+  bool asked_ = false;         ///< the last Ask had something to write
+  bool answered_ = false;      ///< a whole reply came since the last Ask
   bool mode_is_next_ = false;  ///< KENWOOD with the meter on: this cycle also asks for frequency and mode
   bool init_sent_ = false;
   std::uint64_t arrivals_ = 0;

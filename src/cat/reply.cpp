@@ -15,13 +15,14 @@ struct Family {
 };
 
 constexpr std::array kFamilies{
-    Family{"TEN-TEC", ParseTenTec, 77, 25}, Family{"ICOM", ParseIcom, 241, 25},       Family{"CI-V", ParseIcom, 241, 25},
+    Family{"TEN-TEC", ParseTenTec, 77, 25}, Family{"ICOM", ParseIcom, 241, 25},      Family{"CI-V", ParseIcom, 241, 25},
     Family{"YAESU", ParseYaesu, 255, 25},   Family{"KENWOOD", ParseKenwood, 30, 60},
 };
 constexpr int kFiveByteFullScale = 15;  // four bits
 
 const Family* FindFamily(std::string_view name) {
-  const auto* row = std::find_if(kFamilies.begin(), kFamilies.end(), [&](const Family& family) { return family.name == name; });
+  const auto* row =
+      std::find_if(kFamilies.begin(), kFamilies.end(), [&](const Family& family) { return family.name == name; });
   return row == kFamilies.end() ? nullptr : row;
 }
 
@@ -56,7 +57,8 @@ bool ReadTextSlider(std::string_view frame, ParseContext& context, std::vector<R
     const auto data = query->extraction->DataOf(frame, context.rig.family == "TEN-TEC");
     if (!data || data->find_first_not_of("0123456789 +-") != std::string_view::npos) continue;
     if (query->extraction->code_start == 0 && !BeginsLike(frame, query->command)) continue;
-    replies.push_back({.kind = Reply::Kind::kSlider, .value = static_cast<int>(LeadingNumber(*data)), .number = query->slider});
+    replies.push_back(
+        {.kind = Reply::Kind::kSlider, .value = static_cast<int>(LeadingNumber(*data)), .number = query->slider});
     context.armed.erase(query);
     return true;
   }

@@ -14,7 +14,18 @@ namespace kvx::cat {
 
 /// One fact that a rig has told.
 struct Reply {
-  enum class Kind { kShownFrequency, kOtherFrequency, kFrequencyA, kFrequencyB, kMode, kVfo, kSMeter, kMeter, kSlider, kRefused };
+  enum class Kind {
+    kShownFrequency,
+    kOtherFrequency,
+    kFrequencyA,
+    kFrequencyB,
+    kMode,
+    kVfo,
+    kSMeter,
+    kMeter,
+    kSlider,
+    kRefused
+  };
   Kind kind = Kind::kRefused;  ///< kShownFrequency: of the VFO in use, kOtherFrequency: of the other one
   Frequency frequency;
   std::string mode;  ///< caption
@@ -26,9 +37,9 @@ struct Reply {
 struct ArmedQuery {
   std::string command;  ///< as sent: text, or upper-case hexadecimal digits of a binary rig
   std::optional<Extraction> extraction;
-  int slider = 0;           ///< # of the slider that the reply sets, else 0
-  bool frequency = false;   ///< kind "F": the reply's data are a frequency
-  bool vfo_b = false;       ///< asked for VFO B
+  int slider = 0;                ///< # of the slider that the reply sets, else 0
+  bool frequency = false;        ///< kind "F": the reply's data are a frequency
+  bool vfo_b = false;            ///< asked for VFO B
   bool acknowledgement = false;  ///< no query: the byte with which a five-byte rig acknowledges a command
   TimePoint sent{};
 };
@@ -46,8 +57,8 @@ struct ParseContext {
   std::string_view address_number = "1";
 };
 
-/// Takes complete replies from the front of the receive buffer and appends what they say to `replies`. An incomplete reply stays.
-/// Garbage before a reply is removed with it. Any bytes are allowed; memory is bounded by the buffer.
+/// Takes complete replies from the front of the receive buffer and appends what they say to `replies`. An incomplete
+/// reply stays. Garbage before a reply is removed with it. Any bytes are allowed; memory is bounded by the buffer.
 using FamilyParser = void (*)(std::string& buffer, ParseContext& context, std::vector<Reply>& replies);
 
 void ParseKenwood(std::string& buffer, ParseContext& context, std::vector<Reply>& replies);

@@ -14,7 +14,8 @@ void ReplyParser::ForgetOverdue() {
     return loop_.Now() - query.sent >= (query.acknowledgement ? kAcknowledgeTime : kReplyTime);
   };
   while (!armed_.empty() && overdue(armed_.front())) armed_.pop_front();
-  // A reply without a name that stopped in the middle has lost bytes: nothing that is still due could be told apart from it.
+  // A reply without a name that stopped in the middle has lost bytes: nothing that is still due could be told apart
+  // from it.
   if (rig_.nameless() && !link_.buffer().empty() && !reply_under_way()) Forget();
 }
 

@@ -8,8 +8,8 @@
 
 namespace kvx::cat {
 
-/// Takes apart what the rig sends: gathers it in the receive buffer, lets the family's parser read complete replies, and hands on
-/// what they say.
+/// Takes apart what the rig sends: gathers it in the receive buffer, lets the family's parser read complete replies,
+/// and hands on what they say.
 class ReplyParser {
  public:
   ReplyParser(Loop& loop, Console& console, RigLink& link, const config::RigDefinition& rig, ArmedQueries& armed)
@@ -17,8 +17,8 @@ class ReplyParser {
 
   /// Reads all waiting input and parses it.
   void Parse();
-  /// Forgets queries whose reply is overdue. For a rig whose replies have no mark of their own, what lies in the buffer then is no
-  /// reply either.
+  /// Forgets queries whose reply is overdue. For a rig whose replies have no mark of their own, what lies in the buffer
+  /// then is no reply either.
   void ForgetOverdue();
   /// Whether the buffer holds a piece of a reply whose rest may still be coming.
   bool reply_under_way() const;
@@ -33,7 +33,6 @@ class ReplyParser {
   std::function<void(bool complete)> on_input;
 
  private:
-
   Loop& loop_;
   Console& console_;
   RigLink& link_;

@@ -11,16 +11,17 @@ using namespace std::chrono_literals;
 
 constexpr Duration kFirstRetry = 250ms;
 constexpr Duration kSlowestRetry = 1s;
-constexpr Duration kSteady = 2s;  // a port that has been open for longer is worth a quick first retry
+constexpr Duration kSteady = 2s;            // a port that has been open for longer is worth a quick first retry
 constexpr std::size_t kBufferLimit = 4096;  // characters; the longest reply of any rig is far shorter
-constexpr Duration kMostBehind = 1s;  // of the line: what is further behind is refused
+constexpr Duration kMostBehind = 1s;        // of the line: what is further behind is refused
 constexpr int kBitsPerByte = 11;
 constexpr Duration kDeliverTime = 500ms;
 constexpr int kLastBytes = 16;  // that the system may still hold
 
 }  // namespace
 
-RigLink::RigLink(Loop& loop, Console& console, platform::SerialPort& port) : loop_(loop), console_(console), port_(port) {
+RigLink::RigLink(Loop& loop, Console& console, platform::SerialPort& port)
+    : loop_(loop), console_(console), port_(port) {
   port_.on_data = [this] {
     last_arrival_ = loop_.Now();
     if (on_arrival) on_arrival();

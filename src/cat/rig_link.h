@@ -11,9 +11,9 @@
 
 namespace kvx::cat {
 
-/// The rig's serial line: opens and keeps open the rig port, writes finished commands to it, and gathers what arrives in the
-/// receive buffer, as text, or as hexadecimal text for a binary rig. A device that cannot be opened or vanishes is tried again,
-/// at first after a quarter of a second, later once a second. Engine thread only.
+/// The rig's serial line: opens and keeps open the rig port, writes finished commands to it, and gathers what arrives
+/// in the receive buffer, as text, or as hexadecimal text for a binary rig. A device that cannot be opened or vanishes
+/// is tried again, at first after a quarter of a second, later once a second. Engine thread only.
 class RigLink {
  public:
   using Trace = std::function<void(std::string_view bytes)>;
@@ -24,16 +24,16 @@ class RigLink {
   void OpenRigPort(const platform::PortSettings& settings, bool rig_selected);
   /// Waits, half a second at most, until the device has what was written.
   Task Deliver();
-  /// The rig at this port is given up: nothing more is written, and what has been written by now is delivered if `deliver` says so
-  /// (a release of the transmitter) before the next OpenRigPort closes the port under it.
+  /// The rig at this port is given up: nothing more is written, and what has been written by now is delivered if
+  /// `deliver` says so (a release of the transmitter) before the next OpenRigPort closes the port under it.
   void Retire(bool deliver);
   /// Closes the port and stops trying.
   void CloseRigPort();
-  /// Writes a finished command; skipped while the port is closed or the line is so far behind that the command could not arrive
-  /// within a second. True when it was written.
+  /// Writes a finished command; skipped while the port is closed or the line is so far behind that the command could
+  /// not arrive within a second. True when it was written.
   bool WriteRigPort(std::string_view bytes);
-  /// Writes what must not wait, a release of the transmitter. What is queued before it is dropped when the rig can find the beginning
-  /// of a command again after `resynchronise`; null: it cannot. True when it was written.
+  /// Writes what must not wait, a release of the transmitter. What is queued before it is dropped when the rig can find
+  /// the beginning of a command again after `resynchronise`; null: it cannot. True when it was written.
   bool WriteUrgently(std::string_view bytes, const std::string* resynchronise);
   void ClearRcvBuffer() { buffer_.clear(); }
 
@@ -66,11 +66,11 @@ class RigLink {
   std::uint64_t sent_bytes() const { return sent_bytes_; }
   std::uint64_t received_bytes() const { return received_bytes_; }
 
-  std::function<void()> on_arrival;  ///< new data are waiting to be read (GetData)
-  std::function<void()> on_opened;   ///< the follow-up of a freshly opened port
+  std::function<void()> on_arrival;                        ///< new data are waiting to be read (GetData)
+  std::function<void()> on_opened;                         ///< the follow-up of a freshly opened port
   std::function<void(const std::string& line)> on_notice;  ///< one line for the operator
-  Trace DisplayTX;   ///< the debug view's transmit list
-  Trace DisplayRCV;  ///< the debug view's receive list
+  Trace DisplayTX;                                         ///< the debug view's transmit list
+  Trace DisplayRCV;                                        ///< the debug view's receive list
 
  private:
   void Put(std::string_view bytes);

@@ -9,11 +9,11 @@ namespace kvx::cat {
 namespace {
 
 // Orion (565/566) programmer's reference: ASCII replies that end in a carriage return.
-//   @AFffffffff   VFO A in Hz        @RMMm   main receiver's mode       @SRMmSs   S-meters of main and sub receiver, any width
-constexpr std::array<ModeCode, 7> kModes{{{0, " USB"}, {1, " LSB"}, {2, "  CW"}, {3, "  CW"}, {4, "  AM"}, {5, "  FM"}, {6, "RTTY"}}};
+//   @AFffffffff   VFO A in Hz        @RMMm   main receiver's mode       @SRMmSs   S-meters of main and sub receiver,
+//   any width
+constexpr std::array<ModeCode, 7> kModes{
+    {{0, " USB"}, {1, " LSB"}, {2, "  CW"}, {3, "  CW"}, {4, "  AM"}, {5, "  FM"}, {6, "RTTY"}}};
 constexpr std::size_t kLongestReply = 256;
-
-bool AllDigits(std::string_view text) { return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos; }
 
 void ReadFrame(std::string_view frame, ParseContext& context, std::vector<Reply>& replies) {
   const std::size_t at = frame.rfind('@');
@@ -42,7 +42,8 @@ void ParseOrion(std::string& buffer, ParseContext& context, std::vector<Reply>& 
   if (buffer.size() > kLongestReply) buffer.erase(0, buffer.size() - kLongestReply);
 }
 
-// Pegasus (550) programmer's reference: the first byte tells the length, because data bytes may read as a carriage return.
+// Pegasus (550) programmer's reference: the first byte tells the length, because data bytes may read as a carriage
+// return.
 //   S h h h h CR   S-meter, hexadecimal: S units, 1/256 of one      T f r CR   forward and reflected power
 //   ! h l 00 CR    steps of a remote knob
 struct PegasusReply {
@@ -66,7 +67,8 @@ bool ReadPegasus(std::string_view reply, std::vector<Reply>& replies) {
 void ParsePegasus(std::string& buffer, std::vector<Reply>& replies) {
   std::size_t at = 0;
   while (at < buffer.size()) {
-    const auto* row = std::find_if(kPegasusReplies.begin(), kPegasusReplies.end(), [&](const PegasusReply& r) { return r.letter == buffer[at]; });
+    const auto* row = std::find_if(kPegasusReplies.begin(), kPegasusReplies.end(),
+                                   [&](const PegasusReply& r) { return r.letter == buffer[at]; });
     if (row == kPegasusReplies.end()) {
       ++at;
       continue;

@@ -10,17 +10,14 @@ namespace {
 
 constexpr std::size_t kLongestReply = 1024;
 
-// IF fffffffffff sssss rrrrr r x cc cc t m v ...   f = frequency in Hz, 11 digits; m = mode digit, 30th character; v = VFO
+// IF fffffffffff sssss rrrrr r x cc cc t m v ...   f = frequency in Hz, 11 digits; m = mode digit, 30th character; v =
+// VFO
 constexpr std::size_t kStatusFrequency = 2;
 constexpr std::size_t kStatusFrequencyDigits = 11;
 constexpr std::size_t kStatusMode = 29;
 constexpr std::size_t kStatusVfo = 30;
 constexpr std::size_t kShortestStatus = 35;
 constexpr std::size_t kLongestStatus = 40;  // a longer one has swallowed something else
-
-bool AllDigits(std::string_view text) {
-  return !text.empty() && std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
-}
 
 /// How many digits the rig's frequency replies have; 0 when its row does not tell.
 std::size_t FrequencyDigitCount(const config::RigDefinition& rig) {
@@ -41,8 +38,9 @@ class FrameReader {
       Reader read;
     };
     constexpr std::array kReports{
-        Row{"IF", &FrameReader::ReadStatus}, Row{"FA", &FrameReader::ReadFrequencyA}, Row{"FB", &FrameReader::ReadFrequencyB},
-        Row{"MD", &FrameReader::ReadMode},   Row{"SM", &FrameReader::ReadSMeter},     Row{"RM", &FrameReader::ReadMeter},
+        Row{"IF", &FrameReader::ReadStatus},     Row{"FA", &FrameReader::ReadFrequencyA},
+        Row{"FB", &FrameReader::ReadFrequencyB}, Row{"MD", &FrameReader::ReadMode},
+        Row{"SM", &FrameReader::ReadSMeter},     Row{"RM", &FrameReader::ReadMeter},
     };
     for (const Row& row : kReports) {
       const std::size_t at = frame.rfind(row.name);
@@ -71,7 +69,9 @@ class FrameReader {
     const bool on_vfo = vfo == '0' || vfo == '1';
     if (on_vfo) Add({.kind = Reply::Kind::kVfo, .value = vfo == '0' ? 'A' : 'B'});
     AddMode(HexDigitValue(body[kStatusMode - 2]));
-    const auto kind = !on_vfo ? Reply::Kind::kShownFrequency : vfo == '0' ? Reply::Kind::kFrequencyA : Reply::Kind::kFrequencyB;
+    const auto kind = !on_vfo      ? Reply::Kind::kShownFrequency
+                      : vfo == '0' ? Reply::Kind::kFrequencyA
+                                   : Reply::Kind::kFrequencyB;
     Add({.kind = kind, .frequency = Frequency::FromHz(LeadingNumber(digits))});
     return true;
   }
@@ -104,7 +104,9 @@ class FrameReader {
     const auto digits = static_cast<std::size_t>(dialect_.meter_digits);
     if (!AllDigits(body) || body.size() < digits + 1 || body.size() > digits * 2 + 1) return false;
     const int number = body[0] - '0';
-    Add({.kind = Reply::Kind::kMeter, .value = static_cast<int>(LeadingNumber(body.substr(1, digits))), .number = number});
+    Add({.kind = Reply::Kind::kMeter,
+         .value = static_cast<int>(LeadingNumber(body.substr(1, digits))),
+         .number = number});
     return true;
   }
 
@@ -115,7 +117,8 @@ class FrameReader {
 
 }  // namespace
 
-void ParseTextReplies(std::string& buffer, const TextDialect& dialect, ParseContext& context, std::vector<Reply>& replies) {
+void ParseTextReplies(std::string& buffer, const TextDialect& dialect, ParseContext& context,
+                      std::vector<Reply>& replies) {
   FrameReader reader(dialect, context, replies);
   std::size_t begin = 0;
   for (std::size_t end = buffer.find(';'); end != std::string::npos; end = buffer.find(';', begin)) {

@@ -16,6 +16,7 @@ struct TextDialect {
 };
 
 /// Reads every complete reply (up to its ";") out of the buffer.
-void ParseTextReplies(std::string& buffer, const TextDialect& dialect, ParseContext& context, std::vector<Reply>& replies);
+void ParseTextReplies(std::string& buffer, const TextDialect& dialect, ParseContext& context,
+                      std::vector<Reply>& replies);
 
 }  // namespace kvx::cat

@@ -8,18 +8,42 @@
 namespace kvx::cat {
 namespace {
 
-// "MD0m;" (FT-DX5000, FT-991, FT-DX101 CAT manuals): 8 and C are the data modes on LSB and USB, A and E carry FM, D is narrow AM.
-constexpr std::array<ModeCode, 16> kTextModes{{{0x1, " LSB"}, {0x2, " USB"}, {0x3, "  CW"}, {0x4, "  FM"}, {0x5, "  AM"},
-                                               {0x6, "RTTY"}, {0x7, "  CW"}, {0x8, " LSB"}, {0x9, "RTTY"}, {0xA, "  FM"},
-                                               {0xB, "  FM"}, {0xC, " USB"}, {0xD, "  AM"}, {0xE, "  FM"}}};
-constexpr TextDialect kText{.kenwood_status = false, .mode_prefix_digits = 1, .s_meter_digits = 3, .meter_digits = 3, .modes = &kTextModes};
+// "MD0m;" (FT-DX5000, FT-991, FT-DX101 CAT manuals): 8 and C are the data modes on LSB and USB, A and E carry FM, D is
+// narrow AM.
+constexpr std::array<ModeCode, 16> kTextModes{{{0x1, " LSB"},
+                                               {0x2, " USB"},
+                                               {0x3, "  CW"},
+                                               {0x4, "  FM"},
+                                               {0x5, "  AM"},
+                                               {0x6, "RTTY"},
+                                               {0x7, "  CW"},
+                                               {0x8, " LSB"},
+                                               {0x9, "RTTY"},
+                                               {0xA, "  FM"},
+                                               {0xB, "  FM"},
+                                               {0xC, " USB"},
+                                               {0xD, "  AM"},
+                                               {0xE, "  FM"}}};
+constexpr TextDialect kText{
+    .kenwood_status = false, .mode_prefix_digits = 1, .s_meter_digits = 3, .meter_digits = 3, .modes = &kTextModes};
 
 // Five-byte models, reply to opcode 03: ff ff ff ff mm   f = frequency in 10 Hz, BCD, most significant first; m = mode
-constexpr std::array<ModeCode, 12> kFiveByteModes{{{0x00, " LSB"}, {0x01, " USB"}, {0x02, "  CW"}, {0x03, "  CW"}, {0x04, "  AM"},
-                                                   {0x06, "  FM"}, {0x08, "  FM"}, {0x0A, "RTTY"}, {0x0C, "  FM"},
-                                                   {0x82, "  CW"}, {0x83, "  CW"}, {0x88, "  FM"}}};
-// Older models, 16-byte operating data: bb ff ff ff ss oo oo mm ...   f = frequency in 10 Hz, binary, most significant first
-constexpr std::array<ModeCode, 7> kStatusModes{{{0, " LSB"}, {1, " USB"}, {2, "  CW"}, {3, "  AM"}, {4, "  FM"}, {5, "RTTY"}, {6, "RTTY"}}};
+constexpr std::array<ModeCode, 12> kFiveByteModes{{{0x00, " LSB"},
+                                                   {0x01, " USB"},
+                                                   {0x02, "  CW"},
+                                                   {0x03, "  CW"},
+                                                   {0x04, "  AM"},
+                                                   {0x06, "  FM"},
+                                                   {0x08, "  FM"},
+                                                   {0x0A, "RTTY"},
+                                                   {0x0C, "  FM"},
+                                                   {0x82, "  CW"},
+                                                   {0x83, "  CW"},
+                                                   {0x88, "  FM"}}};
+// Older models, 16-byte operating data: bb ff ff ff ss oo oo mm ...   f = frequency in 10 Hz, binary, most significant
+// first
+constexpr std::array<ModeCode, 7> kStatusModes{
+    {{0, " LSB"}, {1, " USB"}, {2, "  CW"}, {3, "  AM"}, {4, "  FM"}, {5, "RTTY"}, {6, "RTTY"}}};
 
 constexpr std::size_t kBcdDigits = 8;
 constexpr std::size_t kBinaryDigits = 6;
@@ -51,7 +75,8 @@ class StatusReader {
     const bool frequency = ReadFrequency();
     ReadField("ReadMode", &StatusReader::AddMode);
     ReadField("GetSMeter", &StatusReader::AddSMeter);
-    if (frequency && reply_.size() == kFiveByteReply && context_.rig.row["ReadMode"].empty()) AddMode(reply_.substr(8, 2));
+    if (frequency && reply_.size() == kFiveByteReply && context_.rig.row["ReadMode"].empty())
+      AddMode(reply_.substr(8, 2));
   }
 
  private:
@@ -67,7 +92,9 @@ class StatusReader {
     if (SameQuery(query)) (this->*add)(Data(query.extraction));
   }
 
-  bool SameQuery(const QueryTemplate& query) const { return query.extraction && EqualNoCase(WithoutBlanks(query.command), query_.command); }
+  bool SameQuery(const QueryTemplate& query) const {
+    return query.extraction && EqualNoCase(WithoutBlanks(query.command), query_.command);
+  }
   std::string_view Data(const std::optional<Extraction>& extraction) const {
     return extraction ? extraction->DataOf(reply_).value_or(std::string_view{}) : std::string_view{};
   }
@@ -99,7 +126,8 @@ class StatusReader {
   void ReadSlider() {
     const std::string_view data = Data(query_.extraction);
     if (data.empty()) return;
-    replies_.push_back({.kind = Reply::Kind::kSlider, .value = static_cast<int>(ConvertDec(data)), .number = query_.slider});
+    replies_.push_back(
+        {.kind = Reply::Kind::kSlider, .value = static_cast<int>(ConvertDec(data)), .number = query_.slider});
   }
 
   std::string_view reply_;
@@ -112,13 +140,15 @@ class StatusReader {
 
 void ParseYaesu(std::string& buffer, ParseContext& context, std::vector<Reply>& replies) {
   if (!context.rig.binary()) return ParseTextReplies(buffer, kText, context, replies);
-  // Binary replies have neither name nor end mark: they come in the order of the queries, each as long as its query says.
+  // Binary replies have neither name nor end mark: they come in the order of the queries, each as long as its query
+  // says.
   while (!context.armed.empty()) {
     const ArmedQuery& query = context.armed.front();
     const int told = query.extraction ? std::max(query.extraction->reply_length, query.extraction->needed()) : 0;
     const auto length = static_cast<std::size_t>(told + told % 2);
     if (length > 0 && buffer.size() < length) return;
-    if (!query.acknowledgement) StatusReader(std::string_view(buffer).substr(0, length), query, context, replies).Read();
+    if (!query.acknowledgement)
+      StatusReader(std::string_view(buffer).substr(0, length), query, context, replies).Read();
     buffer.erase(0, length);
     context.armed.pop_front();
   }

@@ -16,8 +16,8 @@ struct MdbContent {
   std::vector<Row> rigfn;      ///< table rigfn; empty when the file has no such table
 };
 
-/// Reads tables RigSetup and rigfn of an `.mdb` (Jet 3 and 4), every row and column, texts in UTF-8. kDamaged with a sentence
-/// that names the file when it is no such database, is cut short or has no table RigSetup.
+/// Reads tables RigSetup and rigfn of an `.mdb` (Jet 3 and 4), every row and column, texts in UTF-8. kDamaged with a
+/// sentence that names the file when it is no such database, is cut short or has no table RigSetup.
 Result<MdbContent> ReadMdb(const platform::Path& file);
 
 }  // namespace kvx::config

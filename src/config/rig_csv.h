@@ -9,15 +9,16 @@
 
 namespace kvx::config {
 
-// Rig rows as CSV that people read and compare: one block a rig, one record `Field,Value` a line; "RigName" begins a block.
+// Rig rows as CSV that people read and compare: one block a rig, one record `Field,Value` a line; "RigName" begins a
+// block.
 //
 //   # Kenwood TS-2000: PC control command reference
 //   RigName,TS-2000
 //   SendAsHEX,No
 //   SetFreq,FA<FREQ11>;
 //
-// Quoting as in RFC 4180; `#` lines and empty lines are skipped; fields that are not listed are empty. Control characters are
-// written `<CR>`, `<LF>`, `<0xNN>` (ToVisible).
+// Quoting as in RFC 4180; `#` lines and empty lines are skipped; fields that are not listed are empty. Control
+// characters are written `<CR>`, `<LF>`, `<0xNN>` (ToVisible).
 
 /// Reads rows; an error names the line and what is wrong with it, and then nothing is taken.
 Result<std::vector<RigRow>> ParseRigCsv(std::string_view csv);

@@ -11,25 +11,27 @@
 
 namespace kvx::config {
 
-/// The station's rig database, `rigsetup.sqlite`: tables `RigSetup` and `rigfn`. Opened for each use and closed at its end, so that
-/// other programs may use it meanwhile. A missing or damaged file is an Error that names it; nothing is destroyed.
+/// The station's rig database, `rigsetup.sqlite`: tables `RigSetup` and `rigfn`. Opened for each use and closed at its
+/// end, so that other programs may use it meanwhile. A missing or damaged file is an Error that names it; nothing is
+/// destroyed.
 class RigDatabase {
  public:
   using Notice = std::function<void(const std::string& line)>;
 
   explicit RigDatabase(platform::Path file) : file_(std::move(file)) {}
 
-  /// At start-up: makes the store if there is none, from `rigsetup.mdb` beside it when that is there, else from the rig rows under
-  /// `data` (data/rigs/*.csv). A store that is damaged is set aside under another name and made anew. An old `rigsetup.mdb`
-  /// found beside an existing store is imported once. `notice` hears one line for whatever happened.
+  /// At start-up: makes the store if there is none, from `rigsetup.mdb` beside it when that is there, else from the rig
+  /// rows under `data` (data/rigs/*.csv). A store that is damaged is set aside under another name and made anew. An old
+  /// `rigsetup.mdb` found beside an existing store is imported once. `notice` hears one line for whatever happened.
   Status Prepare(platform::Files& files, const platform::Path& data, const Notice& notice);
 
-  /// The first row whose name is `name`, ignoring case. No value: no such row (a name with a quote in it never has one).
+  /// The first row whose name is `name`, ignoring case. No value: no such row (a name with a quote in it never has
+  /// one).
   Result<std::optional<RigRow>> Find(const std::string& name) const;
   /// All names in the order of the table's RigName index (ignoring case).
   Result<std::vector<std::string>> Names() const;
-  /// Adds rows in one transaction; a row whose name is there already replaces the old one when `replace`, else is skipped.
-  /// Gives the number of rows written.
+  /// Adds rows in one transaction; a row whose name is there already replaces the old one when `replace`, else is
+  /// skipped. Gives the number of rows written.
   Result<int> Add(const std::vector<RigRow>& rows, bool replace);
 
   const platform::Path& file() const { return file_; }

@@ -25,17 +25,18 @@ inline constexpr std::array<std::string_view, kSliders> kSliderFields{
 /// Replaced whole at each rig selection.
 struct RigDefinition {
   RigRow row;
-  std::string name;    ///< as the row spells it; empty when no rig is loaded
-  std::string family;  ///< RigType, upper case
-  std::array<std::string, kFunctions> captions;          ///< Cap1..Cap9, or their digit
-  std::array<std::string, kSliders> slider_captions;     ///< from SSScan
-  std::array<std::string, kSliders> slider_descriptions; ///< from MEMO3
+  std::string name;                                       ///< as the row spells it; empty when no rig is loaded
+  std::string family;                                     ///< RigType, upper case
+  std::array<std::string, kFunctions> captions;           ///< Cap1..Cap9, or their digit
+  std::array<std::string, kSliders> slider_captions;      ///< from SSScan
+  std::array<std::string, kSliders> slider_descriptions;  ///< from MEMO3
   std::array<SliderBounds, kSliders> slider_bounds;
-  int cw_full_scale = 255;    ///< MEMO4's maximum; 254 for the family ICOM
-  std::string memo5_first;    ///< VFO-to-memory command
-  std::string memo5_second;   ///< command that sets the frequency of VFO B
+  int cw_full_scale = 255;   ///< MEMO4's maximum; 254 for the family ICOM
+  std::string memo5_first;   ///< VFO-to-memory command
+  std::string memo5_second;  ///< command that sets the frequency of VFO B
 
-  /// Commands are bytes written as hexadecimal pairs. (A KENWOOD row that asks for hexadecimal is sent and answered as text.)
+  /// Commands are bytes written as hexadecimal pairs. (A KENWOOD row that asks for hexadecimal is sent and answered as
+  /// text.)
   bool binary() const { return row.send_as_hex && family != "KENWOOD"; }
   /// Replies have neither name nor end mark: a reply is whatever comes after its query.
   bool nameless() const { return binary() && family == "YAESU"; }

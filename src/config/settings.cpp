@@ -21,7 +21,7 @@ constexpr std::array<std::string_view, 63> kAfterFunctionKeys{
     "SERIALPATH=",  "PACKETUSERIG=", "FontName=",     "FontSize=",   "ANTPORT=",    "ANTSPEED=",    "ANTSTART=",
     "ANTSTOP=",     "ANTUSERIG=",    "ANTLPT1=",      "ANTLPT2=",    "ANTCOMMSTR=", "ANT1FROM=",    "ANT2FROM=",
     "ANT3FROM=",    "ANT4FROM=",     "ANT1TO=",       "ANT2TO=",     "ANT3TO=",     "ANT4TO=",      "MICROSEC=",
-    "DIRECTTEXT=",  "DIRECTTEXT1=",  "DIRECTINVERT=", "DIRECTOPT1=", "DIRECTOPT2=", "POLLTIME=",   "BANDPLAN="};
+    "DIRECTTEXT=",  "DIRECTTEXT1=",  "DIRECTINVERT=", "DIRECTOPT1=", "DIRECTOPT2=", "POLLTIME=",    "BANDPLAN="};
 constexpr std::array<std::string_view, 7> kSavedRigWords{"KEYERPORT", "RTSON",    "DTRON",  "RIG",
                                                          "SPEED",     "STARTBIT", "STOPBIT"};
 constexpr std::array<std::string_view, 2> kBandWords{"BANDREM", "BANDMODE"};

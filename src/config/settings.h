@@ -21,9 +21,9 @@ std::string SavedRigKey(std::string_view word, int slot);
 /// "BANDREM01=", "BANDMODE15=".
 std::string BandKey(std::string_view word, int index);
 
-/// What rig.ini holds. A key is found anywhere in an upper-cased line, and its value is the text from the fixed column after the
-/// key's length (for F1Title to F9Title column 8, so their value begins with "="); a later match overwrites an earlier one.
-/// Values are therefore upper case.
+/// What rig.ini holds. A key is found anywhere in an upper-cased line, and its value is the text from the fixed column
+/// after the key's length (for F1Title to F9Title column 8, so their value begins with "="); a later match overwrites
+/// an earlier one. Values are therefore upper case.
 class Settings {
  public:
   static Settings Parse(std::string_view content);
@@ -49,9 +49,9 @@ struct SettingChange {
   bool blank_when_new = false;  ///< BANDMODEnn: appended with a blank before the value, replaced without
 };
 
-/// The content of rig.ini after a rewrite: each line that holds one of the writer's keys is replaced, unknown lines stay where they
-/// are, keys that did not occur are appended. A line that begins with a longer known key (DIRECTINVERT= for INVERT=) is that
-/// key's line and stays. Line ends (LF or CR LF) stay as the file has them.
+/// The content of rig.ini after a rewrite: each line that holds one of the writer's keys is replaced, unknown lines
+/// stay where they are, keys that did not occur are appended. A line that begins with a longer known key (DIRECTINVERT=
+/// for INVERT=) is that key's line and stays. Line ends (LF or CR LF) stay as the file has them.
 std::string RewriteSettings(std::string_view old_content, const std::vector<SettingChange>& changes);
 
 }  // namespace kvx::config

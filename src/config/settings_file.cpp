@@ -41,8 +41,8 @@ Settings SettingsFile::Read() {
   return Settings::Parse(there ? *there : *left);
 }
 
-/// Puts a whole Rig.$$$ that a dead writer has left in the place of a missing rig.ini, and tells whether there was one. Called
-/// while the lock is held, which ends then. Rig.$$$ may be the only copy, so it is never written.
+/// Puts a whole Rig.$$$ that a dead writer has left in the place of a missing rig.ini, and tells whether there was one.
+/// Called while the lock is held, which ends then. Rig.$$$ may be the only copy, so it is never written.
 Result<bool> SettingsFile::Restore(platform::Replacement& replacement) {
   const Result<std::string> content = files_.Read(ini());
   if (content || content.error().code != ErrorCode::kNotFound) return false;

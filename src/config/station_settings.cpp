@@ -10,7 +10,9 @@ namespace {
 
 constexpr int kFastestSpeed = 4'000'000;
 
-std::string Trimmed(const Settings& settings, std::string_view key) { return std::string(Trim(settings.text(key))); }
+std::string Trimmed(const Settings& settings, std::string_view key) {
+  return std::string(Trim(settings.text(key)));
+}
 
 int Bounded(const Settings& settings, std::string_view key, int low, int high) {
   return static_cast<int>(std::clamp<std::int64_t>(settings.number(key), low, high));
@@ -54,12 +56,15 @@ StationSettings StationSettings::From(const Settings& settings) {
     station.dtr_on[index] = settings.number(SavedRigKey("DTRON", slot)) == 1;
   }
   for (int i = 1; i <= kBandMemories; ++i) {
-    station.band_memory[static_cast<std::size_t>(i)] = {Trimmed(settings, BandKey("BANDREM", i)), Trimmed(settings, BandKey("BANDMODE", i))};
+    station.band_memory[static_cast<std::size_t>(i)] = {Trimmed(settings, BandKey("BANDREM", i)),
+                                                        Trimmed(settings, BandKey("BANDMODE", i))};
   }
   return station;
 }
 
-int StationSettings::stop_bits() const { return LeadingNumber(rig_stop) == 2 ? 2 : 1; }
+int StationSettings::stop_bits() const {
+  return LeadingNumber(rig_stop) == 2 ? 2 : 1;
+}
 
 std::vector<SettingChange> ConsoleChanges(const StationSettings& settings) {
   std::vector<SettingChange> changes{{"XRIG=", settings.rig},

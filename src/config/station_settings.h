@@ -25,8 +25,8 @@ struct BandMemory {
   bool operator==(const BandMemory&) const = default;
 };
 
-inline constexpr int kBandMemoryEntries = 21;   ///< index 0 to 20; the settings file keeps 1 to 15
-inline constexpr int kSwitchedPorts = 9;        ///< ports 0 to 8 have stored line switches
+inline constexpr int kBandMemoryEntries = 21;  ///< index 0 to 20; the settings file keeps 1 to 15
+inline constexpr int kSwitchedPorts = 9;       ///< ports 0 to 8 have stored line switches
 inline constexpr int kDefaultPollMilliseconds = 50;
 
 /// What the console reads from rig.ini, typed.
@@ -38,15 +38,15 @@ struct StationSettings {
   std::string rig_start;
   std::string rig_stop;
   std::string rig_number = "1";
-  int gmt_hours = 5;        ///< as read; 0 or absent means 5
+  int gmt_hours = 5;  ///< as read; 0 or absent means 5
   bool gmt_is_set = false;
   int poll_milliseconds = kDefaultPollMilliseconds;  ///< "POLLTIME=": interval of the clock's beat
-  int band_plan = 2;   ///< "BANDPLAN=": the IARU region whose band plan is shown, 1 to 3
-  std::string offset;  ///< kHz text
-  std::int64_t screen_color = 8421504;  ///< grey 80 80 80
+  int band_plan = 2;                                 ///< "BANDPLAN=": the IARU region whose band plan is shown, 1 to 3
+  std::string offset;                                ///< kHz text
+  std::int64_t screen_color = 8421504;               ///< grey 80 80 80
   std::int64_t screen_meter = 0;
-  std::int64_t body_color = 12632256;   ///< grey 192 192 192
-  std::array<std::string, 9> function_texts;  ///< "F1=" to "F9="
+  std::int64_t body_color = 12632256;               ///< grey 192 192 192
+  std::array<std::string, 9> function_texts;        ///< "F1=" to "F9="
   std::array<SavedRig, kSavedRigs + 1> saved_rigs;  ///< index 1 to 8
   std::array<bool, kSwitchedPorts> rts_on{};        ///< by port number
   std::array<bool, kSwitchedPorts> dtr_on{};

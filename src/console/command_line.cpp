@@ -7,6 +7,7 @@
 #include "console/status.h"
 #include "core/hex_text.h"
 #include "core/text.h"
+#include "platform/ports_file.h"
 
 namespace kvx::console {
 namespace {
@@ -14,9 +15,10 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr std::size_t kMostWaitingLines = 10'000;
-constexpr int kHighestPort = 99;
 
-std::string Fail(std::string_view why) { return "error: " + std::string(why); }
+std::string Fail(std::string_view why) {
+  return "error: " + std::string(why);
+}
 
 /// The first word and the rest.
 std::pair<std::string_view, std::string_view> FirstWord(std::string_view text) {
@@ -27,10 +29,14 @@ std::pair<std::string_view, std::string_view> FirstWord(std::string_view text) {
 
 std::string Answer(cat::SendOutcome outcome, const Station& station, const std::string& done) {
   switch (outcome) {
-    case cat::SendOutcome::kSent: return "ok " + done;
-    case cat::SendOutcome::kClosed: return Fail("the rig port is closed (" + *station.console.Port + ")");
-    case cat::SendOutcome::kNoTemplate: return Fail(station.engine.rig().name + " has no such command");
-    case cat::SendOutcome::kRefused: break;
+    case cat::SendOutcome::kSent:
+      return "ok " + done;
+    case cat::SendOutcome::kClosed:
+      return Fail("the rig port is closed (" + *station.console.Port + ")");
+    case cat::SendOutcome::kNoTemplate:
+      return Fail(station.engine.rig().name + " has no such command");
+    case cat::SendOutcome::kRefused:
+      break;
   }
   const std::string& why = *station.console.ErrorText;
   return Fail(why.empty() ? "not sent" : why);
@@ -40,9 +46,10 @@ struct SliderName {
   std::string_view name;
   int number;
 };
-constexpr std::array kSliderNames{SliderName{"CW", 1},   SliderName{"TONE", 2},   SliderName{"ALPHA", 3},  SliderName{"BRAVO", 4},
-                                  SliderName{"CHAR", 5}, SliderName{"MISC", 6},   SliderName{"AF", 7},     SliderName{"AFGAIN", 7},
-                                  SliderName{"RF", 8},   SliderName{"RFGAIN", 8}, SliderName{"POWER", 9},  SliderName{"FILTER", 10},
+constexpr std::array kSliderNames{SliderName{"CW", 1},     SliderName{"TONE", 2},   SliderName{"ALPHA", 3},
+                                  SliderName{"BRAVO", 4},  SliderName{"CHAR", 5},   SliderName{"MISC", 6},
+                                  SliderName{"AF", 7},     SliderName{"AFGAIN", 7}, SliderName{"RF", 8},
+                                  SliderName{"RFGAIN", 8}, SliderName{"POWER", 9},  SliderName{"FILTER", 10},
                                   SliderName{"NOTCH", 11}};
 
 /// A slider by number, by name, or by its short caption of the loaded rig; 0 when there is none.
@@ -81,7 +88,8 @@ const CommandLine::Command CommandLine::kCommands[] = {
     {"mode", &CommandLine::DoMode, "LSB|USB|CW|CWN|AM|FM|FMN|RTTY"},
     {"narrow", &CommandLine::DoNarrow, "on|off"},
     {"vfo", &CommandLine::DoVfo, "A|B"},
-    {"send", &CommandLine::DoSend, "KEY-OR-COMMAND: straight to the dispatcher; <CR> and <0xNN> stand for control characters"},
+    {"send", &CommandLine::DoSend,
+     "KEY-OR-COMMAND: straight to the dispatcher; <CR> and <0xNN> stand for control characters"},
     {"fn", &CommandLine::DoFunction, "1..9: press a function key"},
     {"fnval", &CommandLine::DoFunctionValue, "1..9 TEXT: the value of a function key (or of a mode key, as XCWW)"},
     {"slider", &CommandLine::DoSlider, "NAME VALUE"},
@@ -140,8 +148,8 @@ Task CommandLine::Run() {
 
 std::string CommandLine::Execute(std::string_view line) {
   const auto [name, argument] = FirstWord(line);
-  const auto* command =
-      std::find_if(std::begin(kCommands), std::end(kCommands), [word = name](const Command& row) { return EqualNoCase(row.name, word); });
+  const auto* command = std::find_if(std::begin(kCommands), std::end(kCommands),
+                                     [word = name](const Command& row) { return EqualNoCase(row.name, word); });
   if (command == std::end(kCommands)) return Fail("there is no command " + OneLine(name, 40) + " (help lists them)");
   station_.console.ErrorText.Set("");
   return (this->*command->handler)(argument);
@@ -158,16 +166,26 @@ void CommandLine::Follow(Field field) {
     if (!text.empty()) Tell("message " + text);
   };
   switch (field) {
-    case Field::kFreqDisp: return Tell("freq " + KhzText(*console.FreqDisp));
-    case Field::kMode: return Tell("mode " + std::string(Trim(*console.Mode)));
-    case Field::kActiveVfo: return Tell(std::string("vfo ") + *console.ActiveVfo);
-    case Field::kSpkbx: return Tell("announce " + *console.SPKBX);
-    case Field::kMsgArea: return tell_text(*console.MsgArea);
-    case Field::kErrorText: return *console.ErrorText == *console.MsgArea ? void() : tell_text(*console.ErrorText);
-    case Field::kTransmitting: return Tell(*console.Transmitting ? "tx on" : "tx off");
-    case Field::kPort: return Tell("port " + *console.Port);
-    case Field::kRigName: return Tell("rig " + *console.RigName);
-    default: return;
+    case Field::kFreqDisp:
+      return Tell("freq " + KhzText(*console.FreqDisp));
+    case Field::kMode:
+      return Tell("mode " + std::string(Trim(*console.Mode)));
+    case Field::kActiveVfo:
+      return Tell(std::string("vfo ") + *console.ActiveVfo);
+    case Field::kSpkbx:
+      return Tell("announce " + *console.SPKBX);
+    case Field::kMsgArea:
+      return tell_text(*console.MsgArea);
+    case Field::kErrorText:
+      return *console.ErrorText == *console.MsgArea ? void() : tell_text(*console.ErrorText);
+    case Field::kTransmitting:
+      return Tell(*console.Transmitting ? "tx on" : "tx off");
+    case Field::kPort:
+      return Tell("port " + *console.Port);
+    case Field::kRigName:
+      return Tell("rig " + *console.RigName);
+    default:
+      return;
   }
 }
 
@@ -177,7 +195,9 @@ void CommandLine::Trace(std::string_view direction, std::string_view bytes) {
   Tell(std::string(direction) + (binary ? SpacedHex(bytes) : ToVisible(bytes)));
 }
 
-std::string CommandLine::DoStatus(std::string_view) { return StatusJson(station_); }
+std::string CommandLine::DoStatus(std::string_view) {
+  return StatusJson(station_);
+}
 
 std::string CommandLine::DoRig(std::string_view argument) {
   if (argument.empty()) return "ok " + *station_.console.RigName;
@@ -209,7 +229,7 @@ std::string CommandLine::DoRigNumber(std::string_view argument) {
 }
 
 std::string CommandLine::DoPort(std::string_view argument) {
-  const auto number = ParseNumber(argument, 0, kHighestPort);
+  const auto number = ParseNumber(argument, 0, platform::kHighestPort);
   if (!number) return Fail("port takes 0 to 99");
   station_.SetRigPort(static_cast<int>(*number), station_.settings().rig_speed);
   return "ok port " + std::to_string(*number) + " " + *station_.console.Port;
@@ -224,22 +244,26 @@ std::string CommandLine::DoSpeed(std::string_view argument) {
 
 std::string CommandLine::DoFreq(std::string_view argument) {
   const auto frequency = ParseKhz(argument);
-  if (!frequency || frequency->decihertz <= 0) return Fail("freq takes kHz, as in 14025.00; not " + OneLine(argument, 40));
+  if (!frequency || frequency->decihertz <= 0)
+    return Fail("freq takes kHz, as in 14025.00; not " + OneLine(argument, 40));
   const cat::SendOutcome outcome = station_.engine.operations.TuneTo(*frequency);
   return Answer(outcome, station_, "freq " + KhzText(*station_.console.FreqDisp));
 }
 
 std::string CommandLine::DoBase(std::string_view argument) {
   const auto frequency = ParseKhz(argument);
-  if (!frequency || frequency->decihertz <= 0) return Fail("base takes kHz, as in 14025.00; not " + OneLine(argument, 40));
+  if (!frequency || frequency->decihertz <= 0)
+    return Fail("base takes kHz, as in 14025.00; not " + OneLine(argument, 40));
   return Answer(station_.bands.SetBaseFrequency(*frequency), station_, "base " + KhzText(*station_.console.Reference));
 }
 
 std::string CommandLine::DoBand(std::string_view argument) {
   const auto number = ParseNumber(argument, 1, 9999);
   // The 902 MHz band is number 35 inside.
-  const auto outcome = number ? station_.bands.PressBand(*number == 902 ? 35 : static_cast<int>(*number)) : std::nullopt;
-  if (!outcome) return Fail("there is no band " + OneLine(argument, 40) + " (160 80 60 40 30 20 17 15 12 10 6 2 220 440 902)");
+  const auto outcome =
+      number ? station_.bands.PressBand(*number == 902 ? 35 : static_cast<int>(*number)) : std::nullopt;
+  if (!outcome)
+    return Fail("there is no band " + OneLine(argument, 40) + " (160 80 60 40 30 20 17 15 12 10 6 2 220 440 902)");
   return Answer(*outcome, station_, "band " + std::string(argument) + " " + KhzText(*station_.console.FreqDisp));
 }
 
@@ -345,7 +369,8 @@ std::string CommandLine::DoSim(std::string_view argument) {
 
 std::string CommandLine::DoHelp(std::string_view argument) {
   for (const Command& command : kCommands) {
-    if (EqualNoCase(command.name, argument)) return "ok " + std::string(command.name) + " " + std::string(command.usage);
+    if (EqualNoCase(command.name, argument))
+      return "ok " + std::string(command.name) + " " + std::string(command.usage);
   }
   std::string answer = "ok";
   for (const Command& command : kCommands) answer += " " + std::string(command.name);

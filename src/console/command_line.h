@@ -9,8 +9,9 @@
 
 namespace kvx::console {
 
-/// The headless command line: one command a line, each answered by one line, "ok ..." or "error: ..." (`status`: the JSON itself);
-/// other lines tell what happens ("freq 14025.00", "mode CW", "message ...", "tx on"). The first line is "ready".
+/// The headless command line: one command a line, each answered by one line, "ok ..." or "error: ..." (`status`: the
+/// JSON itself); other lines tell what happens ("freq 14025.00", "mode CW", "message ...", "tx on"). The first line is
+/// "ready".
 class CommandLine {
  public:
   /// Takes one line of output, without its end.

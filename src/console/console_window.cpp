@@ -20,7 +20,9 @@ QFrame* Panel(const char* role) {
   return frame;
 }
 
-QString Text(std::string_view text) { return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size())); }
+QString Text(std::string_view text) {
+  return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+}
 
 void SetRole(QLabel* label, const char* role) {
   if (label->property("role").toString() == role) return;
@@ -133,7 +135,9 @@ QFrame* ConsoleWindow::MakeFooter() {
   return frame;
 }
 
-void ConsoleWindow::OfferSimulatedRig(bool offer) { offer_->setVisible(offer); }
+void ConsoleWindow::OfferSimulatedRig(bool offer) {
+  offer_->setVisible(offer);
+}
 
 void ConsoleWindow::closeEvent(QCloseEvent* event) {
   event->ignore();  // the program ends after the orderly shut-down
@@ -142,8 +146,8 @@ void ConsoleWindow::closeEvent(QCloseEvent* event) {
 }
 
 void ConsoleWindow::ShowAll() {
-  for (const Field field : {Field::kFreqDisp, Field::kMode, Field::kActiveVfo, Field::kSMeter, Field::kRigName, Field::kRiggmt, Field::kPort,
-                            Field::kMsgArea}) {
+  for (const Field field : {Field::kFreqDisp, Field::kMode, Field::kActiveVfo, Field::kSMeter, Field::kRigName,
+                            Field::kRiggmt, Field::kPort, Field::kMsgArea}) {
     Follow(field);
   }
 }
@@ -151,22 +155,30 @@ void ConsoleWindow::ShowAll() {
 void ConsoleWindow::Follow(Field field) {
   const Console& console = station_.console;
   switch (field) {
-    case Field::kFreqDisp: return frequency_->SetFrequency(*console.FreqDisp);
-    case Field::kMode: return mode_->setText(Text(Trim(*console.Mode)));
+    case Field::kFreqDisp:
+      return frequency_->SetFrequency(*console.FreqDisp);
+    case Field::kMode:
+      return mode_->setText(Text(Trim(*console.Mode)));
     case Field::kActiveVfo:
     case Field::kFreqA:
-    case Field::kFreqB: return ShowVfo();
+    case Field::kFreqB:
+      return ShowVfo();
     case Field::kSMeter:
       meter_->SetValue(*console.SMeter, cat::SMeterFullScale(station_.engine.rig()));
       return meter_text_->setText(QString::number(*console.SMeter));
-    case Field::kRigName: return rig_->setText("KVX   " + Text(*console.RigName)), ShowPort();
-    case Field::kRiggmt: return ShowClock();
-    case Field::kPort: return ShowPort();
-    case Field::kMsgArea: return message_->setText(Text(*console.MsgArea));
+    case Field::kRigName:
+      return rig_->setText("KVX   " + Text(*console.RigName)), ShowPort();
+    case Field::kRiggmt:
+      return ShowClock();
+    case Field::kPort:
+      return ShowPort();
+    case Field::kMsgArea:
+      return message_->setText(Text(*console.MsgArea));
     case Field::kErrorText:
       if (!console.ErrorText->empty()) message_->setText(Text(*console.ErrorText));  // cleared: the last message stays
       return;
-    default: return;
+    default:
+      return;
   }
 }
 
@@ -178,7 +190,10 @@ void ConsoleWindow::ShowClock() {
 void ConsoleWindow::ShowPort() {
   const config::StationSettings& settings = station_.settings();
   port_->setText(settings.rig_port == 0 ? tr("No rig port")
-                                        : QString("COM%1  %2 baud  %3").arg(settings.rig_port).arg(settings.rig_speed).arg(Text(*station_.console.Port)));
+                                        : QString("COM%1  %2 baud  %3")
+                                              .arg(settings.rig_port)
+                                              .arg(settings.rig_speed)
+                                              .arg(Text(*station_.console.Port)));
 }
 
 void ConsoleWindow::ShowVfo() {

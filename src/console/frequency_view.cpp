@@ -35,7 +35,9 @@ void FrequencyView::SetFrequency(Frequency frequency) {
   update();
 }
 
-QSize FrequencyView::sizeHint() const { return {640, 120}; }
+QSize FrequencyView::sizeHint() const {
+  return {640, 120};
+}
 
 void FrequencyView::paintEvent(QPaintEvent*) {
   QPainter painter(this);
@@ -44,7 +46,8 @@ void FrequencyView::paintEvent(QPaintEvent*) {
   const int zeros = LeadingZeros(places);
   QFont font = this->font();
   font.setWeight(QFont::DemiBold);
-  // As large as height and width allow: a digit is about 0.64 em wide, a gap stands before the last three places of the kHz.
+  // As large as height and width allow: a digit is about 0.64 em wide, a gap stands before the last three places of the
+  // kHz.
   const double places_wide = places.size() + 2.6;
   font.setPixelSize(std::max(20, static_cast<int>(std::min(height() * 0.95, width() / (places_wide * 0.62)))));
   painter.setFont(font);

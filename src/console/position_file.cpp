@@ -33,7 +33,8 @@ void Visit(Position& position, Visitor& visit) {
 /// Line breaks would shift every value behind them.
 std::string OnOneLine(std::string_view text) {
   std::string line(text);
-  std::replace_if(line.begin(), line.end(), [](char c) { return c == '\r' || c == '\n' || c == '\0'; }, ' ');
+  std::replace_if(
+      line.begin(), line.end(), [](char c) { return c == '\r' || c == '\n' || c == '\0'; }, ' ');
   return line;
 }
 
@@ -77,7 +78,9 @@ struct Reader {
 
 }  // namespace
 
-ConsolePosition::ConsolePosition() { memory_first.fill("0000"); }
+ConsolePosition::ConsolePosition() {
+  memory_first.fill("0000");
+}
 
 std::string FormatPosition(const ConsolePosition& position) {
   Writer writer;

@@ -34,8 +34,10 @@ Station::Station(const StationParts& parts)
 }
 
 void Station::Notice(const std::string& line) {
-  // Texts from outside have been made visible where they came in; whatever else has a control character in it is made so here.
-  const bool fits = line.size() <= kLongestNotice && std::none_of(line.begin(), line.end(), [](unsigned char c) { return c < 0x20; });
+  // Texts from outside have been made visible where they came in; whatever else has a control character in it is made
+  // so here.
+  const bool fits =
+      line.size() <= kLongestNotice && std::none_of(line.begin(), line.end(), [](unsigned char c) { return c < 0x20; });
   console.MsgArea.Set(fits ? line : OneLine(line, kLongestNotice));
 }
 
@@ -59,7 +61,8 @@ void Station::ReadPosition() {
   if (auto read = ParsePosition(*content, position); !read) {
     const platform::Path aside = SetAsideName(files_, file);
     const Status moved = files_.Rename(file, aside);
-    Notice(file.string() + ": " + read.error().message + (moved ? "; set aside as " + aside.filename().string() : std::string()));
+    Notice(file.string() + ": " + read.error().message +
+           (moved ? "; set aside as " + aside.filename().string() : std::string()));
     return;
   }
   for (std::size_t i = 0; i < position.sliders.size(); ++i) console.Slider.Set(i, std::max(0, position.sliders[i]));
@@ -69,7 +72,8 @@ void Station::ReadPosition() {
 void Station::WritePosition() {
   for (std::size_t i = 0; i < position.sliders.size(); ++i) position.sliders[i] = console.Slider[i];
   position.display_colors = {console.Colors->first, console.Colors->second};
-  if (auto written = files_.Write(folder_ / "RIGform.Pos", FormatPosition(position)); !written) Notice(written.error().message);
+  if (auto written = files_.Write(folder_ / "RIGform.Pos", FormatPosition(position)); !written)
+    Notice(written.error().message);
 }
 
 void Station::PrepareStore() {
@@ -124,7 +128,8 @@ Result<config::RigRow> Station::FindRig(const std::string& name) const {
   if (EqualNoCase(name, "NONE")) return config::RigRow();
   auto row = database_.Find(name);
   if (!row) return row.error();
-  if (!row->has_value()) return Error{ErrorCode::kNotFound, "there is no rig " + OneLine(name) + " in " + database_.file().string()};
+  if (!row->has_value())
+    return Error{ErrorCode::kNotFound, "there is no rig " + OneLine(name) + " in " + database_.file().string()};
   return std::move(**row);
 }
 
@@ -200,8 +205,8 @@ cat::SendOutcome Station::Rig_Click(int number) {
   // A rig address that is itself a command (an antenna or rig selection ending in ";") is sent as it stands.
   const std::string& select = engine.rig().row["Add" + *console.RigNumber];
   const bool command = select.find(';') != std::string::npos;
-  const cat::SendOutcome outcome = command ? SendRaw(select)
-                                           : engine.dispatcher.SendData(*console.ActiveVfo == 'A' ? "XGETFREQ" : "XGETFREQB");
+  const cat::SendOutcome outcome =
+      command ? SendRaw(select) : engine.dispatcher.SendData(*console.ActiveVfo == 'A' ? "XGETFREQ" : "XGETFREQB");
   if (outcome == cat::SendOutcome::kRefused) {
     console.RigNumber.Set(before);  // an address that is empty would reach no rig
     return outcome;
@@ -217,7 +222,8 @@ cat::SendOutcome Station::SendRaw(const std::string& command) {
 }
 
 Status Station::xRig_Click(int slot) {
-  if (slot < 0 || slot > config::kSavedRigs) return Error{ErrorCode::kInvalid, "there is no saved rig " + std::to_string(slot)};
+  if (slot < 0 || slot > config::kSavedRigs)
+    return Error{ErrorCode::kInvalid, "there is no saved rig " + std::to_string(slot)};
   if (auto applied = InitRig(std::to_string(slot)); !applied) return applied;
   console.RigSlot.Set(slot);
   console.Rport.Set(std::to_string(slot));
@@ -232,27 +238,34 @@ void Station::SetRigPort(int number, int speed) {
   OpenRigPort();
 }
 
-/// Before another rig or another port: the transmitter is released, and nothing that is meant for the next rig reaches this one.
-void Station::GiveUpRig() { engine.link.Retire(engine.dispatcher.ReleaseTransmitter()); }
+/// Before another rig or another port: the transmitter is released, and nothing that is meant for the next rig reaches
+/// this one.
+void Station::GiveUpRig() {
+  engine.link.Retire(engine.dispatcher.ReleaseTransmitter());
+}
 
 /// Whoever keyed the transmitter and has gone to sleep does not keep it keyed.
 Task Station::LimitTransmission() {
   co_await loop_.Sleep(kLongestTransmission);
-  if (engine.dispatcher.ReleaseTransmitter()) Notice("The transmitter was keyed for five minutes and has been released");
+  if (engine.dispatcher.ReleaseTransmitter())
+    Notice("The transmitter was keyed for five minutes and has been released");
 }
 
 void Station::OpenRigPort() {
   GiveUpRig();
-  platform::PortSettings port{.number = settings_.rig_port, .speed = settings_.rig_speed, .stop_bits = settings_.stop_bits()};
+  platform::PortSettings port{
+      .number = settings_.rig_port, .speed = settings_.rig_speed, .stop_bits = settings_.stop_bits()};
   if (port.number < config::kSwitchedPorts) {
     port.dtr = settings_.dtr_on[static_cast<std::size_t>(port.number)];
     port.rts = settings_.rts_on[static_cast<std::size_t>(port.number)];
   }
-  clock_.SetPace(std::chrono::milliseconds(settings_.poll_milliseconds), port.speed, cat::CycleCharacters(engine.rig()));
+  clock_.SetPace(std::chrono::milliseconds(settings_.poll_milliseconds), port.speed,
+                 cat::CycleCharacters(engine.rig()));
   engine.link.OpenRigPort(port, !EqualNoCase(*console.RigName, "NONE"));
 }
 
-/// The follow-up of a freshly opened port. A transmitter that was keyed when the port went is released before anything else.
+/// The follow-up of a freshly opened port. A transmitter that was keyed when the port went is released before anything
+/// else.
 void Station::PortOpened() {
   engine.dispatcher.ReleaseTransmitter();
   engine.operations.Forget();
@@ -260,7 +273,9 @@ void Station::PortOpened() {
   engine.poller.PortOpened();
 }
 
-cat::SendOutcome Station::PressFunction(int number) { return engine.dispatcher.SendData("XFN" + std::to_string(number)); }
+cat::SendOutcome Station::PressFunction(int number) {
+  return engine.dispatcher.SendData("XFN" + std::to_string(number));
+}
 
 cat::SendOutcome Station::MoveSlider(int number, int value) {
   const auto index = static_cast<std::size_t>(number - 1);

@@ -24,26 +24,27 @@ struct StationParts {
   platform::Path data;    ///< the shipped data
 };
 
-/// The station: one console with its rig, from start-up to the orderly shut-down. Windows and the headless command line work
-/// through it; it needs neither.
+/// The station: one console with its rig, from start-up to the orderly shut-down. Windows and the headless command line
+/// work through it; it needs neither.
 class Station {
  public:
   explicit Station(const StationParts& parts);
   Station(const Station&) = delete;
   Station& operator=(const Station&) = delete;
 
-  /// Start-up in its order. Whatever is wrong with a file is one line in the message area; the console comes up regardless.
+  /// Start-up in its order. Whatever is wrong with a file is one line in the message area; the console comes up
+  /// regardless.
   void Start();
   /// The orderly shut-down: releases the transmitter, writes RIGform.Pos and rig.ini, closes the ports.
   Task ShutDown();
 
-  /// Reads rig.ini and applies it. " ": the start-up call, which takes rig port, speed and rig number from the file; "0" to "8":
-  /// the speed and name of that saved rig. kInvalid for another slot.
+  /// Reads rig.ini and applies it. " ": the start-up call, which takes rig port, speed and rig number from the file;
+  /// "0" to "8": the speed and name of that saved rig. kInvalid for another slot.
   Status InitRig(const std::string& slot);
   /// Loads the definition of that name. kNotFound, with everything left as it was, when there is none.
   Status SetRig(const std::string& name);
-  /// Rewrites rig.ini with the current rig, family, colours and band memory, then loads the definition. An empty name means
-  /// the current rig.
+  /// Rewrites rig.ini with the current rig, family, colours and band memory, then loads the definition. An empty name
+  /// means the current rig.
   Task SaveRig(std::string name);
   /// Chooses another rig: loads it, keeps the choice in rig.ini and opens the port anew. kNotFound for an unknown name.
   Status ChooseRig(const std::string& name);

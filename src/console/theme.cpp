@@ -3,15 +3,20 @@
 namespace kvx::console {
 
 Theme DarkTheme() {
-  return {.background = "#16191d", .panel = "#1f242a", .edge = "#2d343c", .ink = "#e6e9ec", .quiet_ink = "#8b96a1",
-          .accent = "#ffb347", .accent_ink = "#1b1500", .screen = "#0d1114", .digits = "#ffd08a", .leading_zeros = "#4a3a1c",
-          .button = "#2a3139", .red = "#ff5d5d", .green = "#54d18c", .blue = "#5aa9ff"};
-}
-
-Theme LightTheme() {
-  return {.background = "#eceff2", .panel = "#ffffff", .edge = "#cfd6dd", .ink = "#1c2329", .quiet_ink = "#5d6a76",
-          .accent = "#b35c00", .accent_ink = "#ffffff", .screen = "#f7f4ec", .digits = "#3a2600", .leading_zeros = "#d8cdb8",
-          .button = "#e4e9ee", .red = "#c62828", .green = "#1b7f47", .blue = "#1463b8"};
+  return {.background = "#16191d",
+          .panel = "#1f242a",
+          .edge = "#2d343c",
+          .ink = "#e6e9ec",
+          .quiet_ink = "#8b96a1",
+          .accent = "#ffb347",
+          .accent_ink = "#1b1500",
+          .screen = "#0d1114",
+          .digits = "#ffd08a",
+          .leading_zeros = "#4a3a1c",
+          .button = "#2a3139",
+          .red = "#ff5d5d",
+          .green = "#54d18c",
+          .blue = "#5aa9ff"};
 }
 
 QString StyleSheet(const Theme& theme) {

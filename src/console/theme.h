@@ -15,7 +15,6 @@ struct Theme {
 };
 
 Theme DarkTheme();
-Theme LightTheme();
 /// The one style sheet of every window.
 QString StyleSheet(const Theme& theme);
 

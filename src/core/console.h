@@ -13,14 +13,48 @@ namespace kvx {
 
 /// The fields of the console, by which a change is announced.
 enum class Field {
-  kFreqDisp, kFreqA, kFreqB, kMode, kFromF, kToF, kReference, kChannel, kBandNumber, kVfoKnob, kActiveVfo, kXnarrow,
-  kMsgArea, kSpkbx, kErrorText, kRiggmt, kSMeter, kMeterValue, kMeterOn, kMeterNumber, kLabel10, kPolling, kTransmitting,
-  kTuning, kOffset, kSlider, kFunctionText, kFunctionState, kRigName, kRigType, kRigNumber, kRigSlot, kRport, kPort,
-  kColors, kRigRow, kAnnounce, kNoLimits,
+  kFreqDisp,
+  kFreqA,
+  kFreqB,
+  kMode,
+  kFromF,
+  kToF,
+  kReference,
+  kChannel,
+  kBandNumber,
+  kVfoKnob,
+  kActiveVfo,
+  kXnarrow,
+  kMsgArea,
+  kSpkbx,
+  kErrorText,
+  kRiggmt,
+  kSMeter,
+  kMeterValue,
+  kMeterOn,
+  kMeterNumber,
+  kLabel10,
+  kPolling,
+  kTransmitting,
+  kTuning,
+  kOffset,
+  kSlider,
+  kFunctionText,
+  kFunctionState,
+  kRigName,
+  kRigType,
+  kRigNumber,
+  kRigSlot,
+  kRport,
+  kPort,
+  kColors,
+  kRigRow,
+  kAnnounce,
+  kNoLimits,
 };
 
-/// What the console shows and what its modules share. Every field is observed: whoever sets one to a new value announces it, and
-/// windows, servers and the logger bridge follow from that one signal. Engine thread only.
+/// What the console shows and what its modules share. Every field is observed: whoever sets one to a new value
+/// announces it, and windows, servers and the logger bridge follow from that one signal. Engine thread only.
 class Console {
  public:
   using Listener = std::function<void(Field)>;
@@ -123,7 +157,8 @@ class Console {
   Cell<std::string> MsgArea{*this, Field::kMsgArea};
   Cell<std::string> SPKBX{*this, Field::kSpkbx};          ///< announcements
   Cell<std::string> ErrorText{*this, Field::kErrorText};  ///< the last command that could not be built
-  Cell<std::string> RIGGMT{*this, Field::kRiggmt};        ///< UTC clock, "2026-11-21 14:02:25.30"; its changes are the poll's beat
+  Cell<std::string> RIGGMT{*this,
+                           Field::kRiggmt};  ///< UTC clock, "2026-11-21 14:02:25.30"; its changes are the poll's beat
 
   Cell<bool> Announce{*this, Field::kAnnounce};  ///< spoken announcements are on
 
@@ -134,7 +169,7 @@ class Console {
 
   // Sliders #1 to #11 and function buttons 1 to 9, index 0 first.
   Cells<int, 11> Slider{*this, Field::kSlider};
-  Cells<std::string, 9> Text5{*this, Field::kFunctionText};   ///< the texts of the function-key boxes
+  Cells<std::string, 9> Text5{*this, Field::kFunctionText};    ///< the texts of the function-key boxes
   Cells<bool, 9> FunctionState{*this, Field::kFunctionState};  ///< a two-state button's second command is next
 
   // Rig selection and its port.

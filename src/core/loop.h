@@ -61,9 +61,15 @@ class Loop::SleepAwaiter {
   TimerId timer_ = 0;
 };
 
-inline Loop::SleepAwaiter Loop::Sleep(Duration duration) { return SleepAwaiter(*this, Now() + duration); }
-inline Loop::SleepAwaiter Loop::SleepUntil(TimePoint when) { return SleepAwaiter(*this, when); }
-inline Loop::SleepAwaiter Loop::Pass() { return SleepAwaiter(*this, Now()); }
+inline Loop::SleepAwaiter Loop::Sleep(Duration duration) {
+  return SleepAwaiter(*this, Now() + duration);
+}
+inline Loop::SleepAwaiter Loop::SleepUntil(TimePoint when) {
+  return SleepAwaiter(*this, when);
+}
+inline Loop::SleepAwaiter Loop::Pass() {
+  return SleepAwaiter(*this, Now());
+}
 
 /// Something that a procedure waits for, with an end: `auto came = co_await arrived.Within(loop, 150ms);`
 /// One procedure waits on a Signal at a time. Its awaiter must not outlive it.
@@ -122,6 +128,8 @@ class Signal::Awaiter {
 inline void Signal::Notify() {
   if (waiting_ != nullptr) waiting_->Wake(true);
 }
-inline Signal::Awaiter Signal::Within(Loop& loop, Duration limit) { return Awaiter(*this, loop, loop.Now() + limit); }
+inline Signal::Awaiter Signal::Within(Loop& loop, Duration limit) {
+  return Awaiter(*this, loop, loop.Now() + limit);
+}
 
 }  // namespace kvx

@@ -19,8 +19,8 @@ struct Error {
 template <class T>
 class [[nodiscard]] Result {
  public:
-  Result(T value) : state_(std::move(value)) {}        // NOLINT: implicit, so that `return value;` reads naturally
-  Result(Error error) : state_(std::move(error)) {}    // NOLINT
+  Result(T value) : state_(std::move(value)) {}      // NOLINT: implicit, so that `return value;` reads naturally
+  Result(Error error) : state_(std::move(error)) {}  // NOLINT
   bool ok() const { return state_.index() == 0; }
   explicit operator bool() const { return ok(); }
   T& value() { return assert(ok()), std::get<0>(state_); }
@@ -37,6 +37,8 @@ class [[nodiscard]] Result {
 
 /// Success, or an error.
 using Status = Result<std::monostate>;
-inline Status Ok() { return std::monostate{}; }
+inline Status Ok() {
+  return std::monostate{};
+}
 
 }  // namespace kvx

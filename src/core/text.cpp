@@ -9,10 +9,18 @@ namespace {
 
 constexpr std::int64_t kNumberLimit = 1'000'000'000'000'000;
 
-char UpperChar(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; }
-char LowerChar(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
-bool IsBlank(char c) { return c == ' ' || c == '\t'; }
-bool SameNoCase(char a, char b) { return UpperChar(a) == UpperChar(b); }
+char UpperChar(char c) {
+  return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+}
+char LowerChar(char c) {
+  return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+bool IsBlank(char c) {
+  return c == ' ' || c == '\t';
+}
+bool SameNoCase(char a, char b) {
+  return UpperChar(a) == UpperChar(b);
+}
 
 /// One visible mark at the start of `text`: how many characters it takes (0: none) and the character it stands for.
 struct Mark {
@@ -32,7 +40,11 @@ Mark ReadMark(std::string_view text) {
 /// Length of the UTF-8 sequence at the start of `text`, 0 when there is none.
 std::size_t Utf8Length(std::string_view text) {
   const auto lead = static_cast<unsigned char>(text[0]);
-  const std::size_t length = lead < 0x80 ? 1 : lead >= 0xC2 && lead < 0xE0 ? 2 : (lead & 0xF0) == 0xE0 ? 3 : (lead & 0xF8) == 0xF0 ? 4 : 0;
+  const std::size_t length = lead < 0x80                   ? 1
+                             : lead >= 0xC2 && lead < 0xE0 ? 2
+                             : (lead & 0xF0) == 0xE0       ? 3
+                             : (lead & 0xF8) == 0xF0       ? 4
+                                                           : 0;
   if (length == 0 || length > text.size()) return 0;
   for (std::size_t i = 1; i < length; ++i) {
     if ((static_cast<unsigned char>(text[i]) & 0xC0) != 0x80) return 0;
@@ -64,7 +76,8 @@ std::string_view Trim(std::string_view text) {
 }
 
 bool ContainsNoCase(std::string_view text, std::string_view needle) {
-  return std::search(text.begin(), text.end(), needle.begin(), needle.end(), SameNoCase) != text.end() || needle.empty();
+  return std::search(text.begin(), text.end(), needle.begin(), needle.end(), SameNoCase) != text.end() ||
+         needle.empty();
 }
 
 bool EqualNoCase(std::string_view a, std::string_view b) {
@@ -94,7 +107,9 @@ std::string WithoutBlanks(std::string_view text) {
   return out;
 }
 
-bool AllDigits(std::string_view text) { return !text.empty() && std::all_of(text.begin(), text.end(), IsDigit); }
+bool AllDigits(std::string_view text) {
+  return !text.empty() && std::all_of(text.begin(), text.end(), IsDigit);
+}
 
 std::int64_t LeadingNumber(std::string_view text) {
   while (!text.empty() && IsBlank(text.front())) text.remove_prefix(1);
@@ -108,7 +123,9 @@ std::int64_t LeadingNumber(std::string_view text) {
   return negative ? -value : value;
 }
 
-std::string NumberText(std::int64_t number) { return (number < 0 ? "" : " ") + std::to_string(number); }
+std::string NumberText(std::int64_t number) {
+  return (number < 0 ? "" : " ") + std::to_string(number);
+}
 
 std::string PadNumber(std::int64_t number, int digits) {
   std::string text = std::to_string(number);
@@ -163,7 +180,8 @@ std::string ToLatin1(std::string_view utf8) {
     if (length <= 1) {
       out += utf8.front();  // ASCII, or a byte that is no UTF-8 and goes out as it stands
     } else {
-      const int code = ((static_cast<unsigned char>(utf8[0]) & 0x1F) << 6) | (static_cast<unsigned char>(utf8[1]) & 0x3F);
+      const int code =
+          ((static_cast<unsigned char>(utf8[0]) & 0x1F) << 6) | (static_cast<unsigned char>(utf8[1]) & 0x3F);
       out += length == 2 && code < 0x100 ? static_cast<char>(code) : '?';
     }
     utf8.remove_prefix(std::max<std::size_t>(length, 1));

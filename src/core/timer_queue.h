@@ -9,7 +9,8 @@
 
 namespace kvx {
 
-/// The timers of a Loop in the order in which they fall due; timers of the same moment fire in the order they were started.
+/// The timers of a Loop in the order in which they fall due; timers of the same moment fire in the order they were
+/// started.
 class TimerQueue {
  public:
   Loop::TimerId Add(TimePoint when, std::function<void()> action) {

@@ -11,16 +11,16 @@ namespace kvx::platform {
 
 using Path = std::filesystem::path;
 
-/// A file that is being rewritten: its temporary file is taken, so nobody else rewrites it meanwhile. Destroyed without Commit,
-/// the temporary file goes and the old file stays.
+/// A file that is being rewritten: its temporary file is taken, so nobody else rewrites it meanwhile. Destroyed without
+/// Commit, the temporary file goes and the old file stays.
 class Replacement {
  public:
   virtual ~Replacement() = default;
-  /// Puts `content` in the place of the file: written to the temporary file, brought to the disk, renamed over the old one.
-  /// Whatever moment the power fails, the old or the new file is there whole.
+  /// Puts `content` in the place of the file: written to the temporary file, brought to the disk, renamed over the old
+  /// one. Whatever moment the power fails, the old or the new file is there whole.
   virtual Status Commit(std::string_view content) = 0;
-  /// Puts the temporary file, which another program has left, in the place of the file as it stands: it is not written, so it is
-  /// there whole at every moment. After a failure it still has its old name.
+  /// Puts the temporary file, which another program has left, in the place of the file as it stands: it is not written,
+  /// so it is there whole at every moment. After a failure it still has its old name.
   virtual Status Adopt() = 0;
 };
 
@@ -34,8 +34,8 @@ class Files {
   virtual bool Exists(const Path& path) const = 0;
   /// The whole file, at most `limit` bytes (a larger one is kInvalid). kNotFound when it does not exist.
   virtual Result<std::string> Read(const Path& path, std::size_t limit = 16U << 20) const = 0;
-  /// Takes `temporary`, which is to become `path`. kBusy while another program holds it, and, under kRespectYoung, while it is
-  /// younger than three seconds (a program that does not lock may be writing it).
+  /// Takes `temporary`, which is to become `path`. kBusy while another program holds it, and, under kRespectYoung,
+  /// while it is younger than three seconds (a program that does not lock may be writing it).
   virtual Result<std::unique_ptr<Replacement>> BeginReplace(const Path& path, const Path& temporary, Stale stale) = 0;
   /// BeginReplace (temporary: the name with ".new") and Commit in one.
   virtual Status Write(const Path& path, std::string_view content) = 0;
@@ -43,7 +43,8 @@ class Files {
   virtual Status MakeFolder(const Path& path) = 0;
 };
 
-/// "name.damaged", or the first of "name.damaged.2", ... that does not exist: where a file that cannot be used is set aside.
+/// "name.damaged", or the first of "name.damaged.2", ... that does not exist: where a file that cannot be used is set
+/// aside.
 Path SetAsideName(const Files& files, const Path& path);
 
 }  // namespace kvx::platform

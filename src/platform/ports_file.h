@@ -12,8 +12,8 @@ namespace kvx::platform {
 
 inline constexpr int kHighestPort = 99;
 
-/// What ports.ini says: the device behind each numbered port, one "COM3=/dev/serial/by-id/..." a line. A value is a device path,
-/// "pty:PATH", "tcp:HOST:PORT" or "sim:NAME".
+/// What ports.ini says: the device behind each numbered port, one "COM3=/dev/serial/by-id/..." a line. A value is a
+/// device path, "pty:PATH", "tcp:HOST:PORT" or "sim:NAME".
 struct PortTable {
   std::map<int, std::string> addresses;
   std::vector<std::string> complaints;  ///< one line for each line that could not be used, naming it
@@ -23,7 +23,8 @@ struct PortTable {
   std::string AddressOf(int number) const;
 };
 
-/// Reads ports.ini of a station folder; missing is an empty table, unreadable or binary content a complaint that names the file.
+/// Reads ports.ini of a station folder; missing is an empty table, unreadable or binary content a complaint that names
+/// the file.
 PortTable ReadPortTable(const Files& files, const Path& station);
 
 }  // namespace kvx::platform

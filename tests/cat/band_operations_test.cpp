@@ -19,8 +19,10 @@ TEST(BandOperations, AnEmptyMemoryBeginsWhereTheBandBegins) {
     std::string frequency, limits, reference;
   };
   BandStation station("TS-2000");
-  for (const Row& row : {Row{60, "5302.00", "5332.00-5405.00", "5302.00"}, Row{12, "24880.00", "24890.00-24990.00", "24880.00"},
-                         Row{35, "902000.00", "902000.00-928000.00", "222000.00"}, Row{2, "144000.00", "144000.00-148000.00", "144000.00"}}) {
+  for (const Row& row :
+       {Row{60, "5302.00", "5332.00-5405.00", "5302.00"}, Row{12, "24880.00", "24890.00-24990.00", "24880.00"},
+        Row{35, "902000.00", "902000.00-928000.00", "222000.00"},
+        Row{2, "144000.00", "144000.00-148000.00", "144000.00"}}) {
     station.Written();
     ASSERT_TRUE(station.bands.PressBand(row.band));
     station.loop.RunFor(1s);
@@ -55,8 +57,10 @@ TEST(BandOperations, NarrowAndDoubleCaptionsChooseTheModeKeys) {
     bool narrow;
     std::string keys;
   };
-  BandStation station(MakeRow("Test", "KENWOOD", {"CWw=w;", "CWn=n;", "FMw=f;", "FMn=m;", "AM=a;", "USB=u;", "SetFreq=FA<FREQ11>;"}));
-  for (const Row& row : {Row{"CW", false, "w;"}, Row{"CW", true, "n;"}, Row{"FM", true, "m;"}, Row{"FM", false, "f;"}, Row{"AM USB", false, "u;a;"}}) {
+  BandStation station(
+      MakeRow("Test", "KENWOOD", {"CWw=w;", "CWn=n;", "FMw=f;", "FMn=m;", "AM=a;", "USB=u;", "SetFreq=FA<FREQ11>;"}));
+  for (const Row& row : {Row{"CW", false, "w;"}, Row{"CW", true, "n;"}, Row{"FM", true, "m;"}, Row{"FM", false, "f;"},
+                         Row{"AM USB", false, "u;a;"}}) {
     station.loop.RunFor(1s);
     station.Written();
     station.memory[4] = {"14025.00", row.mode};
@@ -86,7 +90,8 @@ TEST(BandOperations, WheelAndStepBoxStayWithinTheBand) {
 
 TEST(BandOperations, TheBandPlanIsToldOnceASegmentAndKeepsOtherMessages) {
   BandStation station("TS-2000");
-  const auto plan = BandPlan::Parse("from_khz,to_khz,use,text,privilege\n14000,14070,cw,CW only,Extra\n14070,14350,mixed,All modes,\n");
+  const auto plan = BandPlan::Parse(
+      "from_khz,to_khz,use,text,privilege\n14000,14070,cw,CW only,Extra\n14070,14350,mixed,All modes,\n");
   ASSERT_TRUE(plan.ok());
   station.bands.UsePlan(*plan);
   station.console.FreqDisp.Set(*ParseKhz("14010"));

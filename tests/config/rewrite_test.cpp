@@ -7,6 +7,7 @@
 
 #include "config/settings_file.h"
 #include "core/text.h"
+#include "fakes/file_size_limit.h"
 #include "fakes/temporary_folder.h"
 #include "fakes/virtual_loop.h"
 #include "platform/posix/files.h"
@@ -119,6 +120,24 @@ TEST(SettingsFile, AFileLostBetweenDeleteAndRenameIsRestored) {
   EXPECT_EQ(station.notices, std::vector<std::string>{"rig.ini was missing and has been restored from Rig.$$$"});
 }
 
+TEST(SettingsFile, OnAFullDiskALostFileIsRestoredAllTheSame) {
+  const std::string saved = "XRIG=saved\nF1=" + std::string(50'000, 'x') + "\n";
+  for (const bool read_first : {true, false}) {
+    Station station;
+    station.Put("Rig.$$$", saved);
+    const FileSizeLimit limit(10'000);
+    if (read_first) {
+      EXPECT_EQ(station.settings.Read().text("XRIG="), "SAVED");
+    }
+    const Task task = station.settings.Rewrite({{"GMT=", "1"}});
+    station.loop.RunFor(5s);
+    EXPECT_FALSE(station.settings.saved());
+    EXPECT_EQ(station.Get("rig.ini"), saved);
+    EXPECT_EQ(station.Names(), "rig.ini ");
+    EXPECT_EQ(station.notices.size(), 2U) << "restored, and not written";
+  }
+}
+
 TEST(SettingsFile, AFileThatIsNoTextIsNamedAndKeptAside) {
   Station station;
   const std::string damaged = "XRIG=TS-2000\n\0\0\0GMT=3\n"s;
@@ -192,16 +211,14 @@ TEST(SettingsFile, KilledWhileItRestoresALostFileThatFileIsThereWhole) {
     folder.Put("Rig.$$$", saved);  // rig.ini had been deleted when its writer died
     const pid_t child = fork();
     if (child == 0) RewriteForEver(folder.path(), round % 2 == 0);
-    usleep(static_cast<useconds_t>(random() % 60'000));
+    usleep(static_cast<useconds_t>(random() % 30'000));
     kill(child, SIGKILL);
     waitpid(child, nullptr, 0);
     const bool there = std::filesystem::exists(folder / "rig.ini");
     restored += there ? 1 : 0;
     const std::string content = folder.Get(there ? "rig.ini" : "Rig.$$$");
-    ASSERT_TRUE(content == saved || content.size() < 1'000'000) << content.size();
-    const Settings settings = Settings::Parse(content);
-    ASSERT_FALSE(settings.text("F1=").empty()) << "lost in round " << round;
-    ASSERT_GT(settings.number("RIGPORT="), 0) << "half of it lost in round " << round;
+    const bool rewritten = content.find("\nPADDLECOM=") != std::string::npos && content.ends_with('\n');
+    ASSERT_TRUE(content == saved || rewritten) << content.size() << " bytes left in round " << round;
   }
   EXPECT_GT(restored, 0) << "no child came so far: the test saw nothing";
 }

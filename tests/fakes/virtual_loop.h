@@ -12,7 +12,9 @@ class VirtualLoop final : public Loop {
     return utc_start_ + std::chrono::duration_cast<std::chrono::milliseconds>(now_ - TimePoint{});
   }
   std::chrono::minutes LocalOffset() const override { return local_offset_; }
-  TimerId StartTimer(TimePoint when, std::function<void()> action) override { return queue_.Add(when, std::move(action)); }
+  TimerId StartTimer(TimePoint when, std::function<void()> action) override {
+    return queue_.Add(when, std::move(action));
+  }
   void StopTimer(TimerId timer) override { queue_.Remove(timer); }
 
   /// Lets `duration` pass; every timer fires at its own moment.

@@ -1,7 +1,6 @@
 #include "platform/posix/files.h"
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -9,6 +8,7 @@
 #include <csignal>
 #include <cstdint>
 
+#include "fakes/file_size_limit.h"
 #include "fakes/temporary_folder.h"
 
 namespace kvx::platform {
@@ -99,8 +99,7 @@ TEST(PosixFiles, AnAdoptedFileIsMovedAsItStandsAndTheNameIsFreeAgain) {
   std::filesystem::create_directory(folder / "folder.ini");
   folder.Put("folder.ini/file", "");
   folder.Put("Rig.$$$", "only copy");
-  EXPECT_FALSE(
-      files.BeginReplace(folder / "folder.ini", folder / "Rig.$$$", Stale::kTakeOver).value()->Adopt().ok());
+  EXPECT_FALSE(files.BeginReplace(folder / "folder.ini", folder / "Rig.$$$", Stale::kTakeOver).value()->Adopt().ok());
   EXPECT_EQ(folder.Get("Rig.$$$"), "only copy") << "a failure lost it";
 }
 
@@ -141,21 +140,6 @@ TEST(PosixFiles, FollowsALinkAndReplacesWhatItLeadsTo) {
   EXPECT_EQ(folder.count(), 2U);
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder / "elsewhere"), {}), 1);
 }
-
-/// A full disk, as near as a test can come: no file may grow beyond `bytes`.
-class FileSizeLimit {
- public:
-  explicit FileSizeLimit(rlim_t bytes) {
-    signal(SIGXFSZ, SIG_IGN);
-    getrlimit(RLIMIT_FSIZE, &old_);
-    const rlimit limit{bytes, old_.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &limit);
-  }
-  ~FileSizeLimit() { setrlimit(RLIMIT_FSIZE, &old_); }
-
- private:
-  rlimit old_{};
-};
 
 TEST(PosixFiles, AFailedWriteLeavesTheOldFileAndNamesIt) {
   PosixFiles files;

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <sys/types.h>
 
 #include <functional>
 #include <string>
@@ -9,9 +8,9 @@
 
 namespace kvx::platform {
 
-/// Tells which process has a device open. Finding it means looking through every process of the system, and a busy device is tried
-/// again and again, so the answer is kept: a process that was found is named for as long as it has the device open, and after a
-/// search in vain the text stays the same for ten seconds.
+/// Tells which process has a device open. Finding it means looking through every process of the system, and a busy
+/// device is tried again and again, so the answer is kept: a process that was found is named for as long as it has the
+/// device open, and after a search in vain the text stays the same for ten seconds.
 class DeviceUser {
  public:
   using Now = std::function<TimePoint()>;
@@ -29,7 +28,7 @@ class DeviceUser {
 
   Now now_;
   std::string path_;
-  pid_t process_ = 0;
+  int process_ = 0;
   TimePoint searched_;
 };
 

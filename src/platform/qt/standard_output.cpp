@@ -21,7 +21,9 @@ bool Ready(int descriptor, int milliseconds) {
 }  // namespace
 
 StandardOutput::StandardOutput(int descriptor) : descriptor_(descriptor) {}
-StandardOutput::~StandardOutput() { Flush(); }
+StandardOutput::~StandardOutput() {
+  Flush();
+}
 
 void StandardOutput::WriteLine(const std::string& line) {
   if (gone_ || bytes_waiting() + line.size() > kMostWaiting) return;

@@ -6,8 +6,8 @@
 
 namespace kvx::platform {
 
-/// Lines to standard output that never make the program wait: a reader that is slow or has stopped reading gets what fits a
-/// bounded buffer, and lines beyond it are dropped. Nothing is written once the reader has gone.
+/// Lines to standard output that never make the program wait: a reader that is slow or has stopped reading gets what
+/// fits a bounded buffer, and lines beyond it are dropped. Nothing is written once the reader has gone.
 class StandardOutput final {
  public:
   static constexpr std::size_t kMostWaiting = 4 << 20;
