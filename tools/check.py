@@ -32,7 +32,7 @@ WAITS = re.compile(
 LONGEST_FILE = 600
 
 # Everything that a reader needs is in the tree: texts that are not are not cited.
-OUTSIDE_TEXT = re.compile(r"spec[.]md|\bPart [0-9][.][0-9]|\bspecificati[o]ns?\b", re.IGNORECASE)
+OUTSIDE_TEXT = re.compile(r"s[p]ec[.]md|\bP[a]rts? [0-9][.][0-9]|\bs[p]ecifications?\b", re.IGNORECASE)
 
 TASK_DECLARATION = re.compile(r"\bTask\s+((?:\w+::)*\w+)\s*\(([^()]*(?:\([^()]*\)[^()]*)*)\)")
 AWAIT_STATEMENT = re.compile(r"\s*(?:(?:const\s+)?[\w:<>]+\s+\w+\s*=\s*)?co_await\s[^{}?]*$")
