@@ -154,7 +154,8 @@ void Dispatcher::FollowTransmitter(std::string_view command) {
   };
   const std::string caption = Upper(rig_.row["ADesc"]);
   if (!caption.empty() && caption.find("XMT") == std::string::npos && caption.find("TX") == std::string::npos) return;
-  if (sends("Alpha")) {
+  // A rig without a release command cannot be followed: nothing would ever end its transmission here.
+  if (sends("Alpha") && !rig_.row["Bravo"].empty()) {
     release_ = Encode(FillIn(rig_.row["Bravo"]));
     console_.Transmitting.Set(true);
   } else if (sends("Bravo")) {

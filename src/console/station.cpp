@@ -108,7 +108,7 @@ Status Station::InitRig(const std::string& slot) {
     wanted.rig_stop = saved.stop_bit;
   }
   if (auto known = FindRig(wanted.rig); !known && !start_up) return known.error();
-  if (!start_up) GiveUpRig();
+  if (!start_up) GiveUpRig(true);
   settings_ = std::move(wanted);
   console.RigNumber.Set(settings_.rig_number);
   for (std::size_t i = 0; i < console.Text5.size(); ++i) {
@@ -116,11 +116,10 @@ Status Station::InitRig(const std::string& slot) {
   }
   console.Offset.Set(ParseKhz(settings_.offset).value_or(Frequency{}));
   clock_.SetGmtHours(settings_.gmt_is_set ? settings_.gmt_hours : 0);
-  if (auto loaded = SetRig(settings_.rig); !loaded) {
-    Notice(loaded.error().message);
-    return loaded;
-  }
-  return Ok();
+  const Status loaded = SetRig(settings_.rig);
+  if (!loaded) Notice(loaded.error().message);
+  if (!start_up) OpenRigPort();
+  return loaded;
 }
 
 /// The row of a rig by name; an empty row for "NONE".
@@ -174,7 +173,7 @@ void Station::ApplyTs520Offset() {
 }
 
 Task Station::SaveRig(std::string name) {
-  if (!name.empty()) settings_.rig = name;
+  if (!name.empty() && !EqualNoCase(name, settings_.rig)) ChooseRig(name).ok();
   Task rewrite = settings_file_.Rewrite(config::ConsoleChanges(settings_));
   co_await rewrite;
   SetRig(settings_.rig).ok();
@@ -187,15 +186,15 @@ void Station::KeepInFile(std::vector<config::SettingChange> changes) {
 
 Status Station::ChooseRig(const std::string& name) {
   if (auto known = FindRig(name); !known) return known.error();
-  GiveUpRig();
-  if (auto loaded = SetRig(name); !loaded) return loaded;
-  if (EqualNoCase(name, "NONE")) {
+  GiveUpRig(true);
+  const Status loaded = SetRig(name);
+  if (loaded && EqualNoCase(name, "NONE")) {
     settings_.rig = "NONE";
     settings_.family.clear();
   }
-  KeepInFile(config::ConsoleChanges(settings_));
+  if (loaded) KeepInFile(config::ConsoleChanges(settings_));
   OpenRigPort();
-  return Ok();
+  return loaded;
 }
 
 cat::SendOutcome Station::Rig_Click(int number) {
@@ -227,7 +226,6 @@ Status Station::xRig_Click(int slot) {
   if (auto applied = InitRig(std::to_string(slot)); !applied) return applied;
   console.RigSlot.Set(slot);
   console.Rport.Set(std::to_string(slot));
-  OpenRigPort();
   return Ok();
 }
 
@@ -240,8 +238,14 @@ void Station::SetRigPort(int number, int speed) {
 
 /// Before another rig or another port: the transmitter is released, and nothing that is meant for the next rig reaches
 /// this one.
-void Station::GiveUpRig() {
-  engine.link.Retire(engine.dispatcher.ReleaseTransmitter());
+void Station::GiveUpRig(bool for_another_rig) {
+  const bool released = engine.dispatcher.ReleaseTransmitter();
+  if (*console.Transmitting && for_another_rig) {
+    // Its release must not go to the next rig.
+    Notice("The transmitter of " + *console.RigName + " could not be released: the rig port is closed");
+    console.Transmitting.Set(false);
+  }
+  engine.link.Retire(released);
 }
 
 /// Whoever keyed the transmitter and has gone to sleep does not keep it keyed.
@@ -252,7 +256,7 @@ Task Station::LimitTransmission() {
 }
 
 void Station::OpenRigPort() {
-  GiveUpRig();
+  GiveUpRig(false);
   platform::PortSettings port{
       .number = settings_.rig_port, .speed = settings_.rig_speed, .stop_bits = settings_.stop_bits()};
   if (port.number < config::kSwitchedPorts) {

@@ -39,7 +39,7 @@ class Station {
   Task ShutDown();
 
   /// Reads rig.ini and applies it. " ": the start-up call, which takes rig port, speed and rig number from the file;
-  /// "0" to "8": the speed and name of that saved rig. kInvalid for another slot.
+  /// "0" to "8": the speed and name of that saved rig, and the port is opened anew. kInvalid for another slot.
   Status InitRig(const std::string& slot);
   /// Loads the definition of that name. kNotFound, with everything left as it was, when there is none.
   Status SetRig(const std::string& name);
@@ -81,7 +81,7 @@ class Station {
   void ReadBandPlan();
   void ApplyTs520Offset();
   Result<config::RigRow> FindRig(const std::string& name) const;
-  void GiveUpRig();
+  void GiveUpRig(bool for_another_rig);
   Task LimitTransmission();
   void PortOpened();
   cat::SendOutcome SendRaw(const std::string& command);

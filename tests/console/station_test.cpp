@@ -237,6 +237,24 @@ TEST(Station, TheRigThatWasKeyedIsReleasedBeforeAnotherIsSpokenTo) {
   EXPECT_TRUE(bench.port.written.starts_with("RM3;")) << bench.port.written;
 }
 
+TEST(Station, ALostRigsReleaseDoesNotGoToTheNextRig) {
+  Bench bench(RigIni("FT-857"));
+  bench.Start();
+  bench.station.engine.dispatcher.SendData("XSETALPHA");
+  bench.port.absent = true;
+  bench.port.Lose();
+  bench.port.written.clear();
+  std::string notices;
+  const auto subscription = bench.station.console.Subscribe([&](Field field) {
+    if (field == Field::kMsgArea) notices += *bench.station.console.MsgArea + "\n";
+  });
+  EXPECT_TRUE(bench.station.ChooseRig("TS-2000").ok());
+  EXPECT_NE(notices.find("FT-857 could not be released"), std::string::npos) << notices;
+  bench.port.absent = false;
+  bench.loop.RunFor(2s);
+  EXPECT_TRUE(bench.port.written.starts_with("RM3;")) << SpacedHex(bench.port.written);
+}
+
 TEST(Station, FilesThatCannotBeReadAreNamedAndNothingIsDestroyed) {
   struct Row {
     std::string file, content, kept_as;
