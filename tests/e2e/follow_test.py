@@ -99,6 +99,7 @@ class Following:
         a = self.rig.freq["A"]
         self.test.assertEqual(self.kvx.command("vfo B"), "ok vfo B")
         self.test.assertTrue(wait_until(lambda: self.rig.vfo == "B", 3), self.label)
+        self.kvx.wait_status(lambda status: (status["vfo"], status["freq"]) == ("B", khz(self.rig.freq["B"])))
         self.tune(("7012.34",))
         self.test.assertEqual(self.rig.freq, {"A": a, "B": 7_012_340})
         self.turn_knob(2)
