@@ -38,13 +38,14 @@ void Poller::Tick() {
   if (*console_.Polling) {
     ++counter_;
     if (counter_ == kTicksACycle) PollRig();
-    if (counter_ >= kTicksACycle) counter_ = 0;
+    if (counter_ >= kTicksACycle) counter_ = line_awaited_ ? kTicksACycle - 1 : 0;
   }
   link_.CountDown();
 }
 
 void Poller::RigSelected() {
   counter_ = 0;
+  line_awaited_ = false;
   next_query_ = 0;
   mode_is_next_ = false;
   init_sent_ = false;
@@ -67,7 +68,10 @@ void Poller::InputArrived(bool complete) {
 }
 
 void Poller::PollRig() {
-  if (cycle_running() || !init_.done() || !link_.is_open() || line_is_busy() || still_answering()) return;
+  line_awaited_ = false;
+  if (cycle_running() || !init_.done() || !link_.is_open()) return;
+  line_awaited_ = line_is_busy() || still_answering();
+  if (line_awaited_) return;
   cycle_start_ = loop_.Now();
   parser_.ForgetOverdue();
   if (rig_.family == "KENWOOD") {
@@ -198,7 +202,8 @@ Task Poller::FastTimer() {
     const int speed = link_.speed();
     if (fast_meter() && ++ticks >= std::max(kFastMeterTicks, kFastMeterTicks * kFastMeterSpeed / speed)) {
       ticks = 0;
-      if (!line_is_busy() && !parser_.reply_under_way()) WriteFastMeter();
+      // It keeps the beat of the poll cycles, so without giving way it could keep every one of them from the line.
+      if (!line_is_busy() && !parser_.reply_under_way() && !line_awaited_) WriteFastMeter();
     }
     next = std::max(next + kFastTick, loop_.Now());
     co_await loop_.SleepUntil(next);

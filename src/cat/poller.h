@@ -63,6 +63,7 @@ class Poller {
   std::size_t next_query_ = 0;
   std::uint64_t replies_wanted_ = 0;  ///< KENWOOD: how many have been read when the last cycle's queries are answered
   TimePoint cycle_start_{};
+  bool line_awaited_ = false;  ///< a cycle is due and tries again at every beat until the line is free
   bool asked_ = false;         ///< the last Ask had something to write
   bool answered_ = false;      ///< a whole reply came since the last Ask
   bool mode_is_next_ = false;  ///< KENWOOD with the meter on: this cycle also asks for frequency and mode

@@ -98,6 +98,22 @@ TEST(Poller, KenwoodIsAskedMeterAndStatusEveryCycle) {
   EXPECT_EQ(station.Log(), Log{});
 }
 
+TEST(Poller, TheFastMeterPollNeverKeepsTheCyclesFromTheLine) {
+  Station station("FT-DX5000");
+  station.engine.poller.Start();
+  station.port.on_write = [&](std::string_view bytes) {  // every write is on the line for 5 ms
+    station.sent.push_back({station.loop.Now() - station.start, std::string(bytes)});
+    station.port.unsent = bytes.size();
+    station.loop.StartTimer(station.loop.Now() + 5ms, [&station] { station.port.unsent = 0; });
+  };
+  station.loop.RunFor(91ms);
+  station.Beat(50ms);  // each second beat falls into the meter poll's bytes
+  station.loop.RunFor(3s);
+  const std::string written = station.port.written;
+  EXPECT_NE(written.find("FA;"), std::string::npos) << written;
+  EXPECT_NE(written.find("MD0;"), std::string::npos) << written;
+}
+
 TEST(Poller, FtDxModelsGetAFastMeterPoll) {
   Station station("FT-DX5000");
   station.engine.poller.Start();
