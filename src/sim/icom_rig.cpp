@@ -195,17 +195,13 @@ IcomRig::Result IcomRig::Run(std::string_view body) {
 IcomRig::Result IcomRig::RunStored(std::string_view body) {
   for (const TransmitMeter& meter : kTransmitMeters) {
     if (body != meter.command) continue;
-    Answer(std::string(body) + ToBcd(state_.transmitting ? meter.sending : meter.resting, 2));
-    return Result::kAnswered;
+    return Answer(std::string(body) + ToBcd(state_.transmitting ? meter.sending : meter.resting, 2));
   }
   for (std::size_t i = 0; i < kStored.size(); ++i) {
     const StoredNumber& entry = kStored[i];
     if (!body.starts_with(entry.command)) continue;
     const std::string_view data = body.substr(entry.command.size());
-    if (data.empty()) {
-      Answer(std::string(body) + ToBcd(stored_[i], entry.bytes));
-      return Result::kAnswered;
-    }
+    if (data.empty()) return Answer(std::string(body) + ToBcd(stored_[i], entry.bytes));
     const auto number = FromBcd(data);
     if (data.size() != static_cast<std::size_t>(entry.bytes) || !number) return Result::kRefused;
     if (*number < entry.low || *number > entry.high) return Result::kRefused;
@@ -215,8 +211,9 @@ IcomRig::Result IcomRig::RunStored(std::string_view body) {
   return Result::kRefused;
 }
 
-void IcomRig::Answer(std::string_view body) {
+IcomRig::Result IcomRig::Answer(std::string_view body) {
   panel_.Send("\xFE\xFE" + OneByte(controller_) + OneByte(kAddress) + std::string(body) + kEnd);
+  return Result::kAnswered;
 }
 
 void IcomRig::Report(PanelChange change) {
@@ -254,20 +251,17 @@ bool IcomRig::TakeMode(int vfo, std::string_view data) {
 
 IcomRig::Result IcomRig::BandEdges(std::string_view data) {
   if (!data.empty()) return Result::kRefused;
-  Answer(command_ + ToBcdReversed(kLowestHz, 5) + "\x2D" + ToBcdReversed(kHighestHz, 5));
-  return Result::kAnswered;
+  return Answer(command_ + ToBcdReversed(kLowestHz, 5) + "\x2D" + ToBcdReversed(kHighestHz, 5));
 }
 
 IcomRig::Result IcomRig::ReadFrequency(std::string_view data) {
   if (!data.empty()) return Result::kRefused;
-  Answer(command_ + FrequencyData(state_.receive_vfo));
-  return Result::kAnswered;
+  return Answer(command_ + FrequencyData(state_.receive_vfo));
 }
 
 IcomRig::Result IcomRig::ReadMode(std::string_view data) {
   if (!data.empty()) return Result::kRefused;
-  Answer(command_ + ModeData(state_.receive_vfo));
-  return Result::kAnswered;
+  return Answer(command_ + ModeData(state_.receive_vfo));
 }
 
 IcomRig::Result IcomRig::SetFrequency(std::string_view data) {
@@ -333,20 +327,14 @@ IcomRig::Result IcomRig::Scan(std::string_view data) {
 }
 
 IcomRig::Result IcomRig::Split(std::string_view data) {
-  if (data.empty()) {
-    Answer(command_ + OneByte(state_.split() ? 1 : 0));
-    return Result::kAnswered;
-  }
+  if (data.empty()) return Answer(command_ + OneByte(state_.split() ? 1 : 0));
   if (data != "\x00"sv && data != "\x01"sv) return Result::kRefused;
   state_.SetSplit(data == "\x01"sv);
   return Result::kDone;
 }
 
 IcomRig::Result IcomRig::Attenuator(std::string_view data) {
-  if (data.empty()) {
-    Answer(command_ + OneByte(attenuator_ ? 0x20 : 0x00));
-    return Result::kAnswered;
-  }
+  if (data.empty()) return Answer(command_ + OneByte(attenuator_ ? 0x20 : 0x00));
   if (data != "\x00"sv && data != "\x20"sv) return Result::kRefused;
   attenuator_ = data == "\x20"sv;
   return Result::kDone;
@@ -357,10 +345,7 @@ IcomRig::Result IcomRig::Speak(std::string_view data) {
 }
 
 IcomRig::Result IcomRig::AfGain(std::string_view data) {
-  if (data.empty()) {
-    Answer(command_ + ToBcd(state_.af, 2));
-    return Result::kAnswered;
-  }
+  if (data.empty()) return Answer(command_ + ToBcd(state_.af, 2));
   const auto gain = data.size() == 2 ? FromBcd(data) : std::nullopt;
   if (!gain || *gain > 255) return Result::kRefused;
   state_.af = static_cast<int>(*gain);
@@ -369,15 +354,13 @@ IcomRig::Result IcomRig::AfGain(std::string_view data) {
 
 IcomRig::Result IcomRig::Squelch(std::string_view data) {
   if (!data.empty()) return Result::kRefused;
-  Answer(command_ + "\x01");
-  return Result::kAnswered;
+  return Answer(command_ + "\x01");
 }
 
 // 0120 is S9, 0241 is 60 dB over it.
 IcomRig::Result IcomRig::SMeter(std::string_view data) {
   if (!data.empty()) return Result::kRefused;
-  Answer(command_ + ToBcd(state_.transmitting ? 0 : ScaleMeter(panel_.smeter(), 120, 241), 2));
-  return Result::kAnswered;
+  return Answer(command_ + ToBcd(state_.transmitting ? 0 : ScaleMeter(panel_.smeter(), 120, 241), 2));
 }
 
 IcomRig::Result IcomRig::SendMorse(std::string_view data) {
@@ -398,17 +381,14 @@ IcomRig::Result IcomRig::Power(std::string_view data) {
 
 IcomRig::Result IcomRig::Identify(std::string_view data) {
   if (!data.empty()) return Result::kRefused;
-  Answer(command_ + OneByte(kAddress));
-  return Result::kAnswered;
+  return Answer(command_ + OneByte(kAddress));
 }
 
 // 00 00 off, or 01 and the filter.
 IcomRig::Result IcomRig::DataMode(std::string_view data) {
   const int vfo = state_.receive_vfo;
-  if (data.empty()) {
-    Answer(command_ + OneByte(data_mode_[vfo]) + OneByte(data_mode_[vfo] == 0 ? 0 : filter_[vfo]));
-    return Result::kAnswered;
-  }
+  if (data.empty())
+    return Answer(command_ + OneByte(data_mode_[vfo]) + OneByte(data_mode_[vfo] == 0 ? 0 : filter_[vfo]));
   if (data.size() != 2) return Result::kRefused;
   const int on = ByteAt(data, 0);
   const int filter = ByteAt(data, 1);
@@ -420,10 +400,8 @@ IcomRig::Result IcomRig::DataMode(std::string_view data) {
 
 // Two bytes of packed decimal, low pair first, then 00 for plus and 01 for minus.
 IcomRig::Result IcomRig::Offset(std::string_view data) {
-  if (data.empty()) {
-    Answer(command_ + ToBcdReversed(std::abs(state_.offset_hz), 2) + OneByte(state_.offset_hz < 0 ? 1 : 0));
-    return Result::kAnswered;
-  }
+  if (data.empty())
+    return Answer(command_ + ToBcdReversed(std::abs(state_.offset_hz), 2) + OneByte(state_.offset_hz < 0 ? 1 : 0));
   const auto offset = data.size() == 3 ? FromBcdReversed(data.substr(0, 2)) : std::nullopt;
   if (!offset || *offset > kFarthestOffset || ByteAt(data, 2) > 1) return Result::kRefused;
   state_.offset_hz = static_cast<int>(*offset) * (ByteAt(data, 2) == 1 ? -1 : 1);
@@ -431,10 +409,7 @@ IcomRig::Result IcomRig::Offset(std::string_view data) {
 }
 
 IcomRig::Result IcomRig::Switch(bool& value, std::string_view data) {
-  if (data.empty()) {
-    Answer(command_ + OneByte(value ? 1 : 0));
-    return Result::kAnswered;
-  }
+  if (data.empty()) return Answer(command_ + OneByte(value ? 1 : 0));
   if (data != "\x00"sv && data != "\x01"sv) return Result::kRefused;
   value = data == "\x01"sv;
   return Result::kDone;
@@ -444,10 +419,7 @@ IcomRig::Result IcomRig::Switch(bool& value, std::string_view data) {
 IcomRig::Result IcomRig::VfoFrequency(std::string_view data) {
   if (data.empty() || ByteAt(data, 0) > 1) return Result::kRefused;
   const int vfo = ByteAt(data, 0) == 0 ? state_.receive_vfo : 1 - state_.receive_vfo;
-  if (data.size() == 1) {
-    Answer(command_ + std::string(data) + FrequencyData(vfo));
-    return Result::kAnswered;
-  }
+  if (data.size() == 1) return Answer(command_ + std::string(data) + FrequencyData(vfo));
   return TakeFrequency(vfo, data.substr(1)) ? Result::kDone : Result::kRefused;
 }
 
@@ -455,11 +427,9 @@ IcomRig::Result IcomRig::VfoFrequency(std::string_view data) {
 IcomRig::Result IcomRig::VfoMode(std::string_view data) {
   if (data.empty() || ByteAt(data, 0) > 1) return Result::kRefused;
   const int vfo = ByteAt(data, 0) == 0 ? state_.receive_vfo : 1 - state_.receive_vfo;
-  if (data.size() == 1) {
-    Answer(command_ + std::string(data) + OneByte(CodeForMode(kModeCodes, state_.vfos[vfo])) +
-           OneByte(data_mode_[vfo]) + OneByte(filter_[vfo]));
-    return Result::kAnswered;
-  }
+  if (data.size() == 1)
+    return Answer(command_ + std::string(data) + OneByte(CodeForMode(kModeCodes, state_.vfos[vfo])) +
+                  OneByte(data_mode_[vfo]) + OneByte(filter_[vfo]));
   const int data_mode = data.size() > 2 ? ByteAt(data, 2) : 0;
   std::string mode(data.substr(1, 1));
   if (data.size() == 4) mode += data[3];

@@ -35,7 +35,7 @@ class IcomRig final : public SimulatedDevice {
   void Order(std::string_view body);
   Result Run(std::string_view body);
   Result RunStored(std::string_view body);
-  void Answer(std::string_view body);
+  Result Answer(std::string_view body);
   void Report(PanelChange change);
   std::string FrequencyData(int vfo) const;
   std::string ModeData(int vfo) const;

@@ -58,8 +58,8 @@ constexpr std::array kSettings{
 
 constexpr std::array kCwWidths{50, 80, 100, 150, 200, 300, 400, 500, 600, 1000, 2000};
 constexpr std::array kFskWidths{250, 500, 1000, 1500};
-constexpr int kFarthestOffset = 20'000;
 constexpr int kStepHz = 10;
+constexpr TextCommands::Manner kManner{"ID019", "E", 11, 5, 20'000, kStepHz};
 constexpr int kFullPowerDots = 27;  // what the meter shows at 100 W
 
 RigTraits Traits() {
@@ -76,94 +76,52 @@ constexpr std::size_t kLongestName = 8;
 
 }  // namespace
 
-struct KenwoodRig::Handler {
-  std::string_view name;
-  Result (KenwoodRig::*run)(std::string_view);
-};
-
 KenwoodRig::KenwoodRig(Loop& loop)
     : panel_(*this, loop, Traits(), [this](PanelChange change) { Report(change); }),
       state_(panel_.state()),
-      settings_(kSettings) {}
+      commands_(panel_, kManner, kSettings, Commands()) {}
 
-void KenwoodRig::Receive(std::string_view bytes) {
-  if (!panel_.listening()) return;
-  for (const char byte : bytes) {
-    const auto command = line_.Take(byte);
-    if (!command) continue;
-    if (command->overrun) {
-      panel_.Refuse(command->text);
-      Answer("E");
-    } else {
-      Execute(command->text);
-    }
-  }
-}
-
-void KenwoodRig::Execute(const std::string& command) {
-  static constexpr std::array kHandlers{
-      Handler{"FA", &KenwoodRig::FrequencyA},  Handler{"FB", &KenwoodRig::FrequencyB},
-      Handler{"FR", &KenwoodRig::ReceiveVfo},  Handler{"FT", &KenwoodRig::TransmitVfo},
-      Handler{"MD", &KenwoodRig::SetMode},     Handler{"IF", &KenwoodRig::Information},
-      Handler{"SM", &KenwoodRig::SMeter},      Handler{"RM", &KenwoodRig::SelectMeter},
-      Handler{"TX", &KenwoodRig::Transmit},    Handler{"RX", &KenwoodRig::ReceiveAgain},
-      Handler{"RT", &KenwoodRig::Rit},         Handler{"XT", &KenwoodRig::Xit},
-      Handler{"RC", &KenwoodRig::ClearOffset}, Handler{"RU", &KenwoodRig::OffsetUp},
-      Handler{"RD", &KenwoodRig::OffsetDown},  Handler{"AG", &KenwoodRig::AfGain},
-      Handler{"FW", &KenwoodRig::FilterWidth}, Handler{"ID", &KenwoodRig::Identify},
-      Handler{"PS", &KenwoodRig::Power},       Handler{"UP", &KenwoodRig::MicUp},
-      Handler{"DN", &KenwoodRig::MicDown},     Handler{"MC", &KenwoodRig::MemoryChannel},
-      Handler{"MR", &KenwoodRig::MemoryRead},  Handler{"MW", &KenwoodRig::MemoryWrite},
-      Handler{"SV", &KenwoodRig::MemoryToVfo}, Handler{"KY", &KenwoodRig::SendMorse},
+std::vector<TextCommands::Command> KenwoodRig::Commands() {
+  const auto run = [this](bool (KenwoodRig::*command)(std::string_view)) {
+    return [this, command](std::string_view data) { return (this->*command)(data); };
   };
-  const std::string upper = command.starts_with("KY") ? command : Upper(command);
-  if (!state_.powered && upper != "PS1") return;
-  for (const Handler& handler : kHandlers) {
-    if (!upper.starts_with(handler.name)) continue;
-    if ((this->*handler.run)(std::string_view(upper).substr(handler.name.size())) == Result::kDone) return;
-  }
-  if (const auto answer = settings_.Answer(upper)) {
-    Answer(*answer);
-    return;
-  }
-  if (settings_.Store(upper) == StoredSettings::Outcome::kStored) return;
-  panel_.Refuse(command + ";");
-  Answer("?");
-}
-
-void KenwoodRig::Answer(std::string_view text) {
-  panel_.Send(std::string(text) + ";");
+  return {
+      {"FR", run(&KenwoodRig::ReceiveVfo)},  {"FT", run(&KenwoodRig::TransmitVfo)},
+      {"MD", run(&KenwoodRig::SetMode)},     {"IF", run(&KenwoodRig::Information)},
+      {"SM", run(&KenwoodRig::SMeter)},      {"RM", run(&KenwoodRig::SelectMeter)},
+      {"TX", run(&KenwoodRig::Transmit)},    {"RX", run(&KenwoodRig::ReceiveAgain)},
+      {"FW", run(&KenwoodRig::FilterWidth)}, {"UP", run(&KenwoodRig::MicUp)},
+      {"DN", run(&KenwoodRig::MicDown)},     {"MC", run(&KenwoodRig::MemoryChannel)},
+      {"MR", run(&KenwoodRig::MemoryRead)},  {"MW", run(&KenwoodRig::MemoryWrite)},
+      {"SV", run(&KenwoodRig::MemoryToVfo)}, {"KY", run(&KenwoodRig::SendMorse)},
+  };
 }
 
 // With AI1 a change that the information answer shows sends that answer; with AI2 the answer of the command that would
 // have made the change goes out, and with AI3 both.
 void KenwoodRig::Report(PanelChange change) {
-  const int level = settings_.Get("AI");
-  if ((level == 1 || level == 3) && change != PanelChange::kAf) Answer(InformationText());
+  const int level = commands_.settings().Get("AI");
+  if ((level == 1 || level == 3) && change != PanelChange::kAf) commands_.Answer(InformationText());
   if (level < 2) return;
   const std::string vfo = std::to_string(state_.receive_vfo);
   switch (change) {
     case PanelChange::kFrequency:
-      Answer(FrequencyText(state_.receive_vfo));
+      commands_.Answer(commands_.FrequencyText(state_.receive_vfo));
       break;
     case PanelChange::kMode:
-      Answer(ModeText());
+      commands_.Answer(ModeText());
       break;
     case PanelChange::kVfo:
-      Answer("FR" + vfo);
-      Answer("FT" + vfo);
+      commands_.Answer("FR" + vfo);
+      commands_.Answer("FT" + vfo);
       break;
     case PanelChange::kTransmit:
-      Answer(state_.transmitting ? "TX0" : "RX0");
+      commands_.Answer(state_.transmitting ? "TX0" : "RX0");
       break;
     case PanelChange::kAf:
-      Answer("AG0" + PadNumber(state_.af, 3));
+      commands_.Answer(commands_.AfText());
       break;
   }
-}
-
-std::string KenwoodRig::FrequencyText(int vfo) const {
-  return (vfo == 0 ? "FA" : "FB") + PadNumber(state_.vfos[vfo].hz, 11);
 }
 
 std::string KenwoodRig::ModeText() const {
@@ -183,226 +141,147 @@ std::string KenwoodRig::InformationText() const {
   text += state_.transmitting ? '1' : '0';
   text += std::to_string(CodeForMode(kModeCodes, vfo));
   text += state_.memory_mode ? '2' : static_cast<char>('0' + state_.receive_vfo);
-  text += settings_.Get("SC") == 1 ? '1' : '0';
+  text += commands_.settings().Get("SC") == 1 ? '1' : '0';
   text += state_.split() ? '1' : '0';
-  return text + "0" + PadNumber(settings_.Get("TN"), 2) + "0";
+  return text + "0" + PadNumber(commands_.settings().Get("TN"), 2) + "0";
 }
 
 int KenwoodRig::Meter() const {
   if (!state_.transmitting) return panel_.smeter();
-  return settings_.Get("PC") * kFullPowerDots / 100;
+  return commands_.settings().Get("PC") * kFullPowerDots / 100;
 }
 
-KenwoodRig::Result KenwoodRig::SetFrequency(int vfo, std::string_view data) {
-  if (data.empty()) {
-    Answer(FrequencyText(vfo));
-    return Result::kDone;
-  }
-  const bool digits = data.size() == 11 && data.find_first_not_of("0123456789") == std::string_view::npos;
-  if (!digits || !panel_.InRange(LeadingNumber(data))) return Result::kRefused;
-  state_.vfos[vfo].hz = LeadingNumber(data);
-  return Result::kDone;
-}
-
-KenwoodRig::Result KenwoodRig::ReceiveVfo(std::string_view data) {
-  if (data.empty()) {
-    Answer("FR" + std::to_string(state_.memory_mode ? 2 : state_.receive_vfo));
-    return Result::kDone;
-  }
+bool KenwoodRig::ReceiveVfo(std::string_view data) {
+  if (data.empty()) return commands_.Answer("FR" + std::to_string(state_.memory_mode ? 2 : state_.receive_vfo));
   const auto vfo = FixedDigits(data, 1);
-  if (!vfo || *vfo > 2) return Result::kRefused;
+  if (!vfo || *vfo > 2) return false;
   state_.memory_mode = *vfo == 2;
   if (*vfo < 2) state_.SelectVfo(*vfo);
-  return Result::kDone;
+  return true;
 }
 
-KenwoodRig::Result KenwoodRig::TransmitVfo(std::string_view data) {
-  if (data.empty()) {
-    Answer("FT" + std::to_string(state_.memory_mode ? 2 : state_.transmit_vfo));
-    return Result::kDone;
-  }
+bool KenwoodRig::TransmitVfo(std::string_view data) {
+  if (data.empty()) return commands_.Answer("FT" + std::to_string(state_.memory_mode ? 2 : state_.transmit_vfo));
   const auto vfo = FixedDigits(data, 1);
-  if (!vfo || *vfo > 1) return Result::kRefused;
+  if (!vfo || *vfo > 1) return false;
   state_.transmit_vfo = *vfo;
-  return Result::kDone;
+  return true;
 }
 
-KenwoodRig::Result KenwoodRig::SetMode(std::string_view data) {
-  if (data.empty()) {
-    Answer(ModeText());
-    return Result::kDone;
-  }
+bool KenwoodRig::SetMode(std::string_view data) {
+  if (data.empty()) return commands_.Answer(ModeText());
   const auto code = FixedDigits(data, 1);
-  return code && SetModeByCode(kModeCodes, *code, state_.current()) ? Result::kDone : Result::kRefused;
+  return code && SetModeByCode(kModeCodes, *code, state_.current());
 }
 
-KenwoodRig::Result KenwoodRig::Information(std::string_view data) {
-  if (!data.empty()) return Result::kRefused;
-  Answer(InformationText());
-  return Result::kDone;
+bool KenwoodRig::Information(std::string_view data) {
+  return commands_.AnswerBare(data, InformationText());
 }
 
-KenwoodRig::Result KenwoodRig::SMeter(std::string_view data) {
-  if (data != "0" && data != "1") return Result::kRefused;
-  Answer("SM" + std::string(data) + PadNumber(data == "0" ? Meter() : 0, 4));
-  return Result::kDone;
+bool KenwoodRig::SMeter(std::string_view data) {
+  if (data != "0" && data != "1") return false;
+  return commands_.Answer("SM" + std::string(data) + PadNumber(data == "0" ? Meter() : 0, 4));
 }
 
-KenwoodRig::Result KenwoodRig::SelectMeter(std::string_view data) {
+bool KenwoodRig::SelectMeter(std::string_view data) {
   if (data.empty()) {
     constexpr std::array kTransmitReadings{0, 3, 5, 8};  // none, SWR 1.3 or so, COMP, ALC in its zone
-    Answer("RM" + std::to_string(meter_) + PadNumber(state_.transmitting ? kTransmitReadings[meter_] : 0, 4));
-    return Result::kDone;
+    return commands_.Answer("RM" + std::to_string(meter_) +
+                            PadNumber(state_.transmitting ? kTransmitReadings[meter_] : 0, 4));
   }
   const auto meter = FixedDigits(data, 1);
-  if (!meter || *meter > 3) return Result::kRefused;
+  if (!meter || *meter > 3) return false;
   meter_ = *meter;
-  return Result::kDone;
+  return true;
 }
 
-KenwoodRig::Result KenwoodRig::Transmit(std::string_view data) {
-  if (!data.empty() && data != "0" && data != "1") return Result::kRefused;
+bool KenwoodRig::Transmit(std::string_view data) {
+  if (!data.empty() && data != "0" && data != "1") return false;
   state_.transmitting = true;
-  return Result::kDone;
+  return true;
 }
 
-KenwoodRig::Result KenwoodRig::ReceiveAgain(std::string_view data) {
-  if (!data.empty() && data != "0" && data != "1") return Result::kRefused;
+bool KenwoodRig::ReceiveAgain(std::string_view data) {
+  if (!data.empty() && data != "0" && data != "1") return false;
   state_.transmitting = false;
-  return Result::kDone;
-}
-
-KenwoodRig::Result KenwoodRig::Switch(std::string_view name, bool& value, std::string_view data) {
-  if (data.empty()) {
-    Answer(std::string(name) + (value ? "1" : "0"));
-    return Result::kDone;
-  }
-  if (data != "0" && data != "1") return Result::kRefused;
-  value = data == "1";
-  return Result::kDone;
-}
-
-KenwoodRig::Result KenwoodRig::ClearOffset(std::string_view data) {
-  if (!data.empty()) return Result::kRefused;
-  state_.offset_hz = 0;
-  return Result::kDone;
-}
-
-KenwoodRig::Result KenwoodRig::MoveOffset(std::string_view data, int direction) {
-  const auto by = data.empty() ? std::optional<int>(kStepHz) : FixedDigits(data, 5);
-  if (!by) return Result::kRefused;
-  state_.offset_hz = std::clamp(state_.offset_hz + direction * *by, -kFarthestOffset, kFarthestOffset);
-  return Result::kDone;
-}
-
-KenwoodRig::Result KenwoodRig::AfGain(std::string_view data) {
-  if (data == "0") {
-    Answer("AG0" + PadNumber(state_.af, 3));
-    return Result::kDone;
-  }
-  const auto gain = data.starts_with("0") ? FixedDigits(data.substr(1), 3) : std::nullopt;
-  if (!gain || *gain > 255) return Result::kRefused;
-  state_.af = *gain;
-  return Result::kDone;
+  return true;
 }
 
 // A width between two of the filters takes the narrower one; SSB has low and high cut instead (SL, SH).
-KenwoodRig::Result KenwoodRig::FilterWidth(std::string_view data) {
+bool KenwoodRig::FilterWidth(std::string_view data) {
   VfoState& vfo = state_.current();
   const bool cw = vfo.mode == Mode::kCw || vfo.mode == Mode::kCwr;
   const bool fsk = vfo.mode == Mode::kRtty || vfo.mode == Mode::kRttyr;
   const bool wide_or_narrow = vfo.mode == Mode::kFm || vfo.mode == Mode::kAm;
-  if (!cw && !fsk && !wide_or_narrow) return Result::kRefused;
-  if (data.empty()) {
-    Answer("FW" + PadNumber(wide_or_narrow ? (vfo.narrow ? 0 : 1) : width_, 4));
-    return Result::kDone;
-  }
+  if (!cw && !fsk && !wide_or_narrow) return false;
+  if (data.empty()) return commands_.Answer("FW" + PadNumber(wide_or_narrow ? (vfo.narrow ? 0 : 1) : width_, 4));
   const auto width = FixedDigits(data, 4);
-  if (!width) return Result::kRefused;
+  if (!width) return false;
   if (wide_or_narrow) {
     vfo.narrow = *width == 0;
-    return Result::kDone;
+    return true;
   }
   const std::span<const int> widths = cw ? std::span<const int>(kCwWidths) : std::span<const int>(kFskWidths);
   width_ = widths.front();
   for (const int step : widths) {
     if (step <= *width) width_ = step;
   }
-  return Result::kDone;
+  return true;
 }
 
-KenwoodRig::Result KenwoodRig::Identify(std::string_view data) {
-  if (!data.empty()) return Result::kRefused;
-  Answer("ID019");
-  return Result::kDone;
-}
-
-KenwoodRig::Result KenwoodRig::Power(std::string_view data) {
-  if (data == "0") state_.transmitting = false;
-  return Switch("PS", state_.powered, data);
-}
-
-KenwoodRig::Result KenwoodRig::Step(std::string_view data, int direction) {
+bool KenwoodRig::Step(std::string_view data, int direction) {
   const std::int64_t hz = state_.current().hz + direction * kStepHz;
-  if (!data.empty() || !panel_.InRange(hz)) return Result::kRefused;
+  if (!data.empty() || !panel_.InRange(hz)) return false;
   state_.current().hz = hz;
-  return Result::kDone;
+  return true;
 }
 
 // The bank digit may be a blank, for bank 0.
-KenwoodRig::Result KenwoodRig::MemoryChannel(std::string_view data) {
-  if (data.empty()) {
-    Answer("MC" + PadNumber(state_.memory_channel, 3));
-    return Result::kDone;
-  }
+bool KenwoodRig::MemoryChannel(std::string_view data) {
+  if (data.empty()) return commands_.Answer("MC" + PadNumber(state_.memory_channel, 3));
   const auto channel = FixedDigits(ReplaceAll(std::string(data), " ", "0"), 3);
-  if (!channel || *channel > 299) return Result::kRefused;
+  if (!channel || *channel > 299) return false;
   state_.memory_channel = *channel;
-  return Result::kDone;
+  return true;
 }
 
-KenwoodRig::Result KenwoodRig::MemoryRead(std::string_view data) {
-  if (data.size() != kMemoryHead || (data[0] != '0' && data[0] != '1')) return Result::kRefused;
+bool KenwoodRig::MemoryRead(std::string_view data) {
+  if (data.size() != kMemoryHead || (data[0] != '0' && data[0] != '1')) return false;
   const auto channel = FixedDigits(ReplaceAll(std::string(data.substr(1)), " ", "0"), 3);
-  if (!channel || *channel > 299) return Result::kRefused;
+  if (!channel || *channel > 299) return false;
   const auto found = state_.memories.find(*channel);
   const VfoState memory = found == state_.memories.end() ? VfoState{0, Mode::kLsb} : found->second;
   const std::string mode = memory.hz == 0 ? "0" : std::to_string(CodeForMode(kModeCodes, memory));
-  Answer("MR" + std::string(1, data[0]) + PadNumber(*channel, 3) + PadNumber(memory.hz, 11) + mode + "00" + "08" +
-         "08" + "000" + "00" + "000000000" + "00" + "0");
-  return Result::kDone;
+  return commands_.Answer("MR" + std::string(1, data[0]) + PadNumber(*channel, 3) + PadNumber(memory.hz, 11) + mode +
+                          "00" + "08" + "08" + "000" + "00" + "000000000" + "00" + "0");
 }
 
-KenwoodRig::Result KenwoodRig::MemoryWrite(std::string_view data) {
-  if (data.size() < kMemoryFixed || data.size() > kMemoryFixed + kLongestName) return Result::kRefused;
+bool KenwoodRig::MemoryWrite(std::string_view data) {
+  if (data.size() < kMemoryFixed || data.size() > kMemoryFixed + kLongestName) return false;
   const auto channel = FixedDigits(ReplaceAll(std::string(data.substr(1, 3)), " ", "0"), 3);
   const std::string_view hz = data.substr(kMemoryHead, 11);
   const std::string_view rest = data.substr(kMemoryHead + 11, kMemoryFixed - kMemoryHead - 11);
   VfoState memory;
   memory.hz = LeadingNumber(hz);
-  if (!channel || *channel > 299 || !panel_.InRange(memory.hz)) return Result::kRefused;
-  if ((std::string(hz) + std::string(rest)).find_first_not_of("0123456789") != std::string::npos)
-    return Result::kRefused;
-  if (!SetModeByCode(kModeCodes, rest[0] - '0', memory)) return Result::kRefused;
+  if (!channel || *channel > 299 || !panel_.InRange(memory.hz)) return false;
+  if ((std::string(hz) + std::string(rest)).find_first_not_of("0123456789") != std::string::npos) return false;
+  if (!SetModeByCode(kModeCodes, rest[0] - '0', memory)) return false;
   state_.memories[*channel] = memory;
-  return Result::kDone;
+  return true;
 }
 
-KenwoodRig::Result KenwoodRig::MemoryToVfo(std::string_view data) {
+bool KenwoodRig::MemoryToVfo(std::string_view data) {
   const auto memory = state_.memories.find(state_.memory_channel);
-  if (!data.empty() || !state_.memory_mode || memory == state_.memories.end()) return Result::kRefused;
+  if (!data.empty() || !state_.memory_mode || memory == state_.memories.end()) return false;
   state_.current() = memory->second;
   state_.memory_mode = false;
-  return Result::kDone;
+  return true;
 }
 
 // KY and one blank, then 24 characters; the buffer always has room here.
-KenwoodRig::Result KenwoodRig::SendMorse(std::string_view data) {
-  if (data.empty()) {
-    Answer("KY0");
-    return Result::kDone;
-  }
-  return data.size() == 25 && data[0] == ' ' ? Result::kDone : Result::kRefused;
+bool KenwoodRig::SendMorse(std::string_view data) {
+  if (data.empty()) return commands_.Answer("KY0");
+  return data.size() == 25 && data[0] == ' ';
 }
 
 }  // namespace kvx::sim

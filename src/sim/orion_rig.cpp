@@ -79,8 +79,7 @@ void OrionRig::Receive(std::string_view bytes) {
 // A carriage return may stand among the four bytes of a binary frequency, so that form goes by its length.
 void OrionRig::Take(char byte) {
   const bool inside_binary = IsBinary(line_) && line_.size() < kBinaryLength;
-  const bool begins_binary = line_.size() == 2 && IsBinary(line_ + byte) && byte != '\r';
-  if (byte != '\r' || inside_binary || begins_binary) {
+  if (byte != '\r' || inside_binary) {
     if (line_.size() < kLongestLine) {
       line_ += byte;
     } else {

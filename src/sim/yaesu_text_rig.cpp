@@ -50,7 +50,7 @@ constexpr std::array kSettings{
 // What "BSnn" goes to: 1.8, 3.5, 5, 7, 10, 14, 18, 21, 24.5, 28, 50 MHz; 05 is 14 MHz.
 constexpr std::array<std::int64_t, 11> kBands{1'800'000,  3'500'000,  5'330'500,  7'000'000,  10'100'000, 14'000'000,
                                               18'068'000, 21'000'000, 24'890'000, 28'000'000, 50'000'000};
-constexpr int kFarthestOffset = 9999;
+constexpr TextCommands::Manner kManner{"ID0362", "?", 8, 4, 9999, std::nullopt};
 constexpr int kFarthestShift = 1000;
 constexpr int kLastMemory = 117;
 
@@ -67,101 +67,48 @@ char HexDigit(int value) {
 
 }  // namespace
 
-struct YaesuTextRig::Handler {
-  std::string_view name;
-  Result (YaesuTextRig::*run)(std::string_view);
-};
-
 YaesuTextRig::YaesuTextRig(Loop& loop)
     : panel_(*this, loop, Traits(), [this](PanelChange change) { Report(change); }),
       state_(panel_.state()),
-      settings_(kSettings) {
+      commands_(panel_, kManner, kSettings, Commands()) {
   state_.memory_channel = 1;
 }
 
-void YaesuTextRig::Receive(std::string_view bytes) {
-  if (!panel_.listening()) return;
-  for (const char byte : bytes) {
-    const auto command = line_.Take(byte);
-    if (!command) continue;
-    if (command->overrun) {
-      panel_.Refuse(command->text);
-      Answer("?");
-    } else {
-      Execute(Upper(command->text));
-    }
-  }
-}
-
-void YaesuTextRig::Execute(const std::string& command) {
-  static constexpr std::array kHandlers{
-      Handler{"FA", &YaesuTextRig::FrequencyA},
-      Handler{"FB", &YaesuTextRig::FrequencyB},
-      Handler{"VS", &YaesuTextRig::SelectVfo},
-      Handler{"FT", &YaesuTextRig::TransmitVfo},
-      Handler{"MD", &YaesuTextRig::SetMode},
-      Handler{"IF", &YaesuTextRig::Information},
-      Handler{"OI", &YaesuTextRig::OtherInformation},
-      Handler{"SM", &YaesuTextRig::SMeter},
-      Handler{"RM", &YaesuTextRig::ReadMeter},
-      Handler{"TX", &YaesuTextRig::Transmit},
-      Handler{"RT", &YaesuTextRig::Rit},
-      Handler{"XT", &YaesuTextRig::Xit},
-      Handler{"RC", &YaesuTextRig::ClearOffset},
-      Handler{"RU", &YaesuTextRig::OffsetUp},
-      Handler{"RD", &YaesuTextRig::OffsetDown},
-      Handler{"AG", &YaesuTextRig::AfGain},
-      Handler{"IS", &YaesuTextRig::IfShift},
-      Handler{"ID", &YaesuTextRig::Identify},
-      Handler{"PS", &YaesuTextRig::Power},
-      Handler{"BS", &YaesuTextRig::SelectBand},
-      Handler{"AB", &YaesuTextRig::CopyAToB},
-      Handler{"SV", &YaesuTextRig::SwapVfos},
-      Handler{"MC", &YaesuTextRig::MemoryChannel},
-      Handler{"MA", &YaesuTextRig::MemoryToVfo},
-      Handler{"AM", &YaesuTextRig::VfoToMemory},
+std::vector<TextCommands::Command> YaesuTextRig::Commands() {
+  const auto run = [this](bool (YaesuTextRig::*command)(std::string_view)) {
+    return [this, command](std::string_view data) { return (this->*command)(data); };
   };
-  if (!state_.powered && command != "PS1") return;
-  for (const Handler& handler : kHandlers) {
-    if (!command.starts_with(handler.name)) continue;
-    if ((this->*handler.run)(std::string_view(command).substr(handler.name.size())) == Result::kDone) return;
-  }
-  if (const auto answer = settings_.Answer(command)) {
-    Answer(*answer);
-    return;
-  }
-  if (settings_.Store(command) == StoredSettings::Outcome::kStored) return;
-  panel_.Refuse(command + ";");
-  Answer("?");
-}
-
-void YaesuTextRig::Answer(std::string_view text) {
-  panel_.Send(std::string(text) + ";");
+  return {
+      {"VS", run(&YaesuTextRig::SelectVfo)},        {"FT", run(&YaesuTextRig::TransmitVfo)},
+      {"MD", run(&YaesuTextRig::SetMode)},          {"IF", run(&YaesuTextRig::Information)},
+      {"OI", run(&YaesuTextRig::OtherInformation)}, {"SM", run(&YaesuTextRig::SMeter)},
+      {"RM", run(&YaesuTextRig::ReadMeter)},        {"TX", run(&YaesuTextRig::Transmit)},
+      {"IS", run(&YaesuTextRig::IfShift)},          {"BS", run(&YaesuTextRig::SelectBand)},
+      {"AB", run(&YaesuTextRig::CopyAToB)},         {"SV", run(&YaesuTextRig::SwapVfos)},
+      {"MC", run(&YaesuTextRig::MemoryChannel)},    {"MA", run(&YaesuTextRig::MemoryToVfo)},
+      {"AM", run(&YaesuTextRig::VfoToMemory)},
+  };
 }
 
 void YaesuTextRig::Report(PanelChange change) {
-  if (settings_.Get("AI") == 0) return;
+  if (commands_.settings().Get("AI") == 0) return;
   switch (change) {
     case PanelChange::kFrequency:
-      Answer(FrequencyText(state_.receive_vfo));
+      commands_.Answer(commands_.FrequencyText(state_.receive_vfo));
       break;
     case PanelChange::kMode:
-      Answer(ModeText(state_.receive_vfo));
+      commands_.Answer(ModeText(state_.receive_vfo));
       break;
     case PanelChange::kVfo:
-      Answer("VS" + std::to_string(state_.receive_vfo));
+      commands_.Answer("VS" + std::to_string(state_.receive_vfo));
       break;
     case PanelChange::kTransmit:
-      Answer(state_.transmitting ? "TX2" : "TX0");
+      commands_.Answer(state_.transmitting ? "TX2" : "TX0");
       break;
     case PanelChange::kAf:
-      Answer("AG0" + PadNumber(state_.af, 3));
+      commands_.Answer(commands_.AfText());
       break;
   }
-}
-
-std::string YaesuTextRig::FrequencyText(int vfo) const {
-  return (vfo == 0 ? "FA" : "FB") + PadNumber(state_.vfos[vfo].hz, 8);
 }
 
 std::string YaesuTextRig::ModeText(int vfo) const {
@@ -186,74 +133,49 @@ int YaesuTextRig::SMeterReading() const {
   return state_.transmitting ? 0 : panel_.smeter() * 255 / 30;
 }
 
-YaesuTextRig::Result YaesuTextRig::SetFrequency(int vfo, std::string_view data) {
-  if (data.empty()) {
-    Answer(FrequencyText(vfo));
-    return Result::kDone;
-  }
-  const auto hz = FixedDigits(data, 8);
-  if (!hz || !panel_.InRange(*hz)) return Result::kRefused;
-  state_.vfos[vfo].hz = *hz;
-  return Result::kDone;
-}
-
-YaesuTextRig::Result YaesuTextRig::SelectVfo(std::string_view data) {
-  if (data.empty()) {
-    Answer("VS" + std::to_string(state_.receive_vfo));
-    return Result::kDone;
-  }
-  if (data != "0" && data != "1") return Result::kRefused;
+bool YaesuTextRig::SelectVfo(std::string_view data) {
+  if (data.empty()) return commands_.Answer("VS" + std::to_string(state_.receive_vfo));
+  if (data != "0" && data != "1") return false;
   state_.SelectVfo(data == "1" ? 1 : 0);
   state_.memory_mode = false;
-  return Result::kDone;
+  return true;
 }
 
 // Set with 2 (A transmits) and 3 (B transmits), read back as 0 and 1.
-YaesuTextRig::Result YaesuTextRig::TransmitVfo(std::string_view data) {
-  if (data.empty()) {
-    Answer("FT" + std::to_string(state_.transmit_vfo));
-    return Result::kDone;
-  }
-  if (data != "2" && data != "3") return Result::kRefused;
+bool YaesuTextRig::TransmitVfo(std::string_view data) {
+  if (data.empty()) return commands_.Answer("FT" + std::to_string(state_.transmit_vfo));
+  if (data != "2" && data != "3") return false;
   state_.transmit_vfo = data == "3" ? 1 : 0;
-  return Result::kDone;
+  return true;
 }
 
-YaesuTextRig::Result YaesuTextRig::SetMode(std::string_view data) {
-  if (data.empty() || (data[0] != '0' && data[0] != '1')) return Result::kRefused;
+bool YaesuTextRig::SetMode(std::string_view data) {
+  if (data.empty() || (data[0] != '0' && data[0] != '1')) return false;
   const int vfo = data[0] - '0';
-  if (data.size() == 1) {
-    Answer(ModeText(vfo));
-    return Result::kDone;
-  }
-  if (data.size() != 2) return Result::kRefused;
-  return SetModeByCode(kModeCodes, HexDigitValue(data[1]), state_.vfos[vfo]) ? Result::kDone : Result::kRefused;
+  if (data.size() == 1) return commands_.Answer(ModeText(vfo));
+  if (data.size() != 2) return false;
+  return SetModeByCode(kModeCodes, HexDigitValue(data[1]), state_.vfos[vfo]);
 }
 
-YaesuTextRig::Result YaesuTextRig::Information(std::string_view data) {
-  if (!data.empty()) return Result::kRefused;
-  Answer(InformationText("IF", state_.receive_vfo));
-  return Result::kDone;
+bool YaesuTextRig::Information(std::string_view data) {
+  return commands_.AnswerBare(data, InformationText("IF", state_.receive_vfo));
 }
 
-YaesuTextRig::Result YaesuTextRig::OtherInformation(std::string_view data) {
-  if (!data.empty()) return Result::kRefused;
-  Answer(InformationText("OI", 1 - state_.receive_vfo));
-  return Result::kDone;
+bool YaesuTextRig::OtherInformation(std::string_view data) {
+  return commands_.AnswerBare(data, InformationText("OI", 1 - state_.receive_vfo));
 }
 
-YaesuTextRig::Result YaesuTextRig::SMeter(std::string_view data) {
-  if (data != "0" && data != "1") return Result::kRefused;
-  Answer("SM" + std::string(data) + PadNumber(data == "0" ? SMeterReading() : 0, 3));
-  return Result::kDone;
+bool YaesuTextRig::SMeter(std::string_view data) {
+  if (data != "0" && data != "1") return false;
+  return commands_.Answer("SM" + std::string(data) + PadNumber(data == "0" ? SMeterReading() : 0, 3));
 }
 
 // 0 what the panel's meter shows, 1 and 2 the S-meters, 3 COMP, 4 ALC, 5 PO, 6 SWR, 7 ID, 8 VDD.
-YaesuTextRig::Result YaesuTextRig::ReadMeter(std::string_view data) {
+bool YaesuTextRig::ReadMeter(std::string_view data) {
   const auto meter = FixedDigits(data, 1);
-  if (!meter || *meter > 8) return Result::kRefused;
+  if (!meter || *meter > 8) return false;
   const bool sending = state_.transmitting;
-  const int power = sending ? settings_.Get("PC") * 200 / 200 : 0;
+  const int power = sending ? commands_.settings().Get("PC") * 200 / 200 : 0;
   const std::array readings{sending ? power : SMeterReading(),
                             SMeterReading(),
                             0,
@@ -263,120 +185,66 @@ YaesuTextRig::Result YaesuTextRig::ReadMeter(std::string_view data) {
                             sending ? 30 : 0,
                             sending ? 110 : 0,
                             200};
-  Answer("RM" + std::string(data) + PadNumber(readings[*meter], 3));
-  return Result::kDone;
+  return commands_.Answer("RM" + std::string(data) + PadNumber(readings[*meter], 3));
 }
 
 // 0 off, 1 on by CAT; answers 2 as well, on by another cause.
-YaesuTextRig::Result YaesuTextRig::Transmit(std::string_view data) {
-  if (data.empty()) {
-    Answer(state_.transmitting ? "TX1" : "TX0");
-    return Result::kDone;
-  }
-  if (data != "0" && data != "1") return Result::kRefused;
+bool YaesuTextRig::Transmit(std::string_view data) {
+  if (data.empty()) return commands_.Answer(state_.transmitting ? "TX1" : "TX0");
+  if (data != "0" && data != "1") return false;
   state_.transmitting = data == "1";
-  return Result::kDone;
-}
-
-YaesuTextRig::Result YaesuTextRig::Switch(std::string_view name, bool& value, std::string_view data) {
-  if (data.empty()) {
-    Answer(std::string(name) + (value ? "1" : "0"));
-    return Result::kDone;
-  }
-  if (data != "0" && data != "1") return Result::kRefused;
-  value = data == "1";
-  return Result::kDone;
-}
-
-YaesuTextRig::Result YaesuTextRig::ClearOffset(std::string_view data) {
-  if (!data.empty()) return Result::kRefused;
-  state_.offset_hz = 0;
-  return Result::kDone;
-}
-
-YaesuTextRig::Result YaesuTextRig::MoveOffset(std::string_view data, int direction) {
-  const auto by = FixedDigits(data, 4);
-  if (!by) return Result::kRefused;
-  state_.offset_hz = std::clamp(state_.offset_hz + direction * *by, -kFarthestOffset, kFarthestOffset);
-  return Result::kDone;
-}
-
-YaesuTextRig::Result YaesuTextRig::AfGain(std::string_view data) {
-  if (data == "0") {
-    Answer("AG0" + PadNumber(state_.af, 3));
-    return Result::kDone;
-  }
-  const auto gain = data.starts_with("0") ? FixedDigits(data.substr(1), 3) : std::nullopt;
-  if (!gain || *gain > 255) return Result::kRefused;
-  state_.af = *gain;
-  return Result::kDone;
+  return true;
 }
 
 // IS0+1000: a sign and four digits, always.
-YaesuTextRig::Result YaesuTextRig::IfShift(std::string_view data) {
-  if (data == "0") {
-    Answer(std::string("IS0") + (if_shift_hz_ < 0 ? "-" : "+") + PadNumber(std::abs(if_shift_hz_), 4));
-    return Result::kDone;
-  }
-  if (data.size() != 6 || data[0] != '0' || (data[1] != '+' && data[1] != '-')) return Result::kRefused;
+bool YaesuTextRig::IfShift(std::string_view data) {
+  if (data == "0")
+    return commands_.Answer(std::string("IS0") + (if_shift_hz_ < 0 ? "-" : "+") + PadNumber(std::abs(if_shift_hz_), 4));
+  if (data.size() != 6 || data[0] != '0' || (data[1] != '+' && data[1] != '-')) return false;
   const auto shift = FixedDigits(data.substr(2), 4);
-  if (!shift || *shift > kFarthestShift) return Result::kRefused;
+  if (!shift || *shift > kFarthestShift) return false;
   if_shift_hz_ = data[1] == '-' ? -*shift : *shift;
-  return Result::kDone;
+  return true;
 }
 
-YaesuTextRig::Result YaesuTextRig::Identify(std::string_view data) {
-  if (!data.empty()) return Result::kRefused;
-  Answer("ID0362");
-  return Result::kDone;
-}
-
-YaesuTextRig::Result YaesuTextRig::Power(std::string_view data) {
-  if (data == "0") state_.transmitting = false;
-  return Switch("PS", state_.powered, data);
-}
-
-YaesuTextRig::Result YaesuTextRig::SelectBand(std::string_view data) {
+bool YaesuTextRig::SelectBand(std::string_view data) {
   const auto band = FixedDigits(data, 2);
-  if (!band || *band >= static_cast<int>(kBands.size())) return Result::kRefused;
+  if (!band || *band >= static_cast<int>(kBands.size())) return false;
   state_.current().hz = kBands[*band];
-  return Result::kDone;
+  return true;
 }
 
-YaesuTextRig::Result YaesuTextRig::CopyAToB(std::string_view data) {
-  if (!data.empty()) return Result::kRefused;
+bool YaesuTextRig::CopyAToB(std::string_view data) {
+  if (!data.empty()) return false;
   state_.vfos[1] = state_.vfos[0];
-  return Result::kDone;
+  return true;
 }
 
-YaesuTextRig::Result YaesuTextRig::SwapVfos(std::string_view data) {
-  if (!data.empty()) return Result::kRefused;
+bool YaesuTextRig::SwapVfos(std::string_view data) {
+  if (!data.empty()) return false;
   std::swap(state_.vfos[0], state_.vfos[1]);
-  return Result::kDone;
+  return true;
 }
 
-YaesuTextRig::Result YaesuTextRig::MemoryChannel(std::string_view data) {
-  if (data.empty()) {
-    Answer("MC" + PadNumber(state_.memory_channel, 3));
-    return Result::kDone;
-  }
+bool YaesuTextRig::MemoryChannel(std::string_view data) {
+  if (data.empty()) return commands_.Answer("MC" + PadNumber(state_.memory_channel, 3));
   const auto channel = FixedDigits(data, 3);
-  if (!channel || *channel < 1 || *channel > kLastMemory) return Result::kRefused;
+  if (!channel || *channel < 1 || *channel > kLastMemory) return false;
   state_.memory_channel = *channel;
-  return Result::kDone;
+  return true;
 }
 
-YaesuTextRig::Result YaesuTextRig::MemoryToVfo(std::string_view data) {
+bool YaesuTextRig::MemoryToVfo(std::string_view data) {
   const auto memory = state_.memories.find(state_.memory_channel);
-  if (!data.empty() || memory == state_.memories.end()) return Result::kRefused;
+  if (!data.empty() || memory == state_.memories.end()) return false;
   state_.vfos[0] = memory->second;
-  return Result::kDone;
+  return true;
 }
 
-YaesuTextRig::Result YaesuTextRig::VfoToMemory(std::string_view data) {
-  if (!data.empty()) return Result::kRefused;
+bool YaesuTextRig::VfoToMemory(std::string_view data) {
+  if (!data.empty()) return false;
   state_.memories[state_.memory_channel] = state_.vfos[0];
-  return Result::kDone;
+  return true;
 }
 
 }  // namespace kvx::sim

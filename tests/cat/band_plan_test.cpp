@@ -4,6 +4,9 @@
 
 #include <fstream>
 #include <sstream>
+#include <utility>
+
+#include "core/text.h"
 
 namespace kvx::cat {
 namespace {
@@ -67,31 +70,20 @@ TEST(BandPlan, TheNarrowestSegmentThatHoldsAFrequencyCounts) {
   const BandPlan plan = Plan(
       "7000,7040,cw,CW,General\r\n7020,7030,dx,window,\n7024,7026,calling,\"call, QRP\",Extra\n7030,7040,cw,top,\n"
       "7040,7050,data,Data,\n7040,7041,calling,edge,\n7060,7070,phone,PH,");
-  const struct {
-    const char* khz;
-    const char* text;  // empty: no segment
-  } cases[] = {{"6999.99", ""},
-               {"7000", "CW"},
-               {"7019.99", "CW"},
-               {"7020", "window"},
-               {"7024", "call, QRP"},
-               {"7025.99", "call, QRP"},
-               {"7026", "window"},
-               {"7029.9999", "window"},
-               {"7030", "top"},
-               {"7039.99", "top"},
-               {"7040", "edge"},
-               {"7041", "Data"},
-               {"7050", ""},
-               {"7059.99", ""},
-               {"7060", "PH"},
-               {"7070", ""},
-               {"0", ""},
-               {"900000000", ""}};
-  for (const auto& c : cases) {
-    const auto* segment = plan.At(Khz(c.khz));
-    EXPECT_EQ(segment ? segment->text : "", c.text) << c.khz;
+  // Where the next text begins; "-" is no segment.
+  std::string begins;
+  std::string last = "-";
+  for (Frequency at = Khz("6999"); at < Khz("7071"); at = at + Frequency::FromHz(10)) {
+    const auto* segment = plan.At(at);
+    const std::string text = segment ? segment->text : "-";
+    if (std::exchange(last, text) != text) begins += KhzText(at) + ' ' + text + '\n';
   }
+  EXPECT_EQ(begins,
+            "7000.00 CW\n7020.00 window\n7024.00 call, QRP\n7026.00 window\n7030.00 top\n7040.00 edge\n7041.00 Data\n"
+            "7050.00 -\n7060.00 PH\n7070.00 -\n");
+  EXPECT_EQ(plan.At(*ParseKhz("7029.9999"))->text, "window");
+  EXPECT_EQ(plan.At(Khz("0")), nullptr);
+  EXPECT_EQ(plan.At(kHighestFrequency), nullptr);
   EXPECT_EQ(plan.At(Khz("7020"))->privilege, LicenceClass::kGeneral);  // that of the segment around it
   EXPECT_EQ(plan.At(Khz("7024"))->privilege, LicenceClass::kExtra);
   EXPECT_EQ(BandPlan().At(Khz("7000")), nullptr);
@@ -108,39 +100,14 @@ TEST(BandPlan, AChartGetsBaseSegmentsAndNotesCutToItsRange) {
 }
 
 // The limits of the bands, kept apart from the plans: ITU Radio Regulations, for region 2 those of the United States.
-struct Band {
-  const char* from;
-  const char* to;
-};
-const std::vector<Band> kShared{{"135.7", "137.8"}, {"472", "479"},        {"10100", "10150"}, {"14000", "14350"},
-                                {"18068", "18168"}, {"21000", "21450"},    {"24890", "24990"}, {"28000", "29700"},
-                                {"50000", "54000"}, {"1240000", "1300000"}};
-const std::vector<Band> kRegions[] = {{{"1810", "2000"},
-                                       {"3500", "3800"},
-                                       {"5351.5", "5366.5"},
-                                       {"7000", "7200"},
-                                       {"70000", "70500"},
-                                       {"144000", "146000"},
-                                       {"430000", "440000"}},
-                                      {{"1800", "2000"},
-                                       {"3500", "4000"},
-                                       {"5330.5", "5333.4"},
-                                       {"5346.5", "5349.4"},
-                                       {"5351.5", "5366.5"},
-                                       {"5371.5", "5374.4"},
-                                       {"5403.5", "5406.4"},
-                                       {"7000", "7300"},
-                                       {"144000", "148000"},
-                                       {"219000", "220000"},
-                                       {"222000", "225000"},
-                                       {"420000", "450000"},
-                                       {"902000", "928000"}},
-                                      {{"1800", "2000"},
-                                       {"3500", "3900"},
-                                       {"5351.5", "5366.5"},
-                                       {"7000", "7200"},
-                                       {"144000", "148000"},
-                                       {"430000", "440000"}}};
+const std::string kShared =
+    "135.7-137.8 472-479 10100-10150 14000-14350 18068-18168 21000-21450 24890-24990 28000-29700 50000-54000 "
+    "1240000-1300000 ";
+const std::string kRegions[] = {
+    "1810-2000 3500-3800 5351.5-5366.5 7000-7200 70000-70500 144000-146000 430000-440000",
+    "1800-2000 3500-4000 5330.5-5333.4 5346.5-5349.4 5351.5-5366.5 5371.5-5374.4 5403.5-5406.4 7000-7300 "
+    "144000-148000 219000-220000 222000-225000 420000-450000 902000-928000",
+    "1800-2000 3500-3900 5351.5-5366.5 7000-7200 144000-148000 430000-440000"};
 
 BandPlan Shipped(int region) {
   std::ifstream file(KVX_DATA "/bandplan_region" + std::to_string(region) + ".csv");
@@ -154,25 +121,24 @@ BandPlan Shipped(int region) {
 TEST(ShippedBandPlans, CoverEveryBandOfTheirRegionWithoutGapsAndNothingElse) {
   for (int region = 1; region <= 3; ++region) {
     const BandPlan plan = Shipped(region);
-    std::vector<Band> bands = kShared;
-    const auto& own = kRegions[region - 1];
-    bands.insert(bands.end(), own.begin(), own.end());
+    SCOPED_TRACE("region " + std::to_string(region));
     std::size_t in_bands = 0;
-    for (const Band& band : bands) {
-      const auto segments = plan.Between(Khz(band.from), Khz(band.to));
+    for (const std::string& band : Split(kShared + kRegions[region - 1], ' ')) {
+      SCOPED_TRACE(band);
+      const Frequency from = Khz(band.substr(0, band.find('-')));
+      const Frequency to = Khz(band.substr(band.find('-') + 1));
+      const auto segments = plan.Between(from, to);
       in_bands += segments.size();
-      Frequency reached = Khz(band.from);
+      Frequency reached = from;
       for (const auto& segment : segments) {
-        EXPECT_EQ(KhzText(segment.from), KhzText(reached)) << "region " << region;
+        EXPECT_EQ(KhzText(segment.from), KhzText(reached));
         reached = segment.to;
       }
-      EXPECT_EQ(KhzText(reached), KhzText(Khz(band.to))) << "region " << region;
-      EXPECT_EQ(plan.At(Khz(band.to)), nullptr) << "region " << region << " above " << band.to;
-      EXPECT_EQ(plan.At(Khz(band.from) - Frequency::FromHz(10)), nullptr)
-          << "region " << region << " below " << band.from;
+      EXPECT_EQ(KhzText(reached), KhzText(to));
+      EXPECT_EQ(plan.At(to), nullptr) << "above it";
+      EXPECT_EQ(plan.At(from - Frequency::FromHz(10)), nullptr) << "below it";
     }
-    EXPECT_EQ(in_bands, plan.Between(Khz("0"), kHighestFrequency).size())
-        << "region " << region << ": outside the bands";
+    EXPECT_EQ(in_bands, plan.Between(Khz("0"), kHighestFrequency).size()) << "outside the bands";
   }
 }
 

@@ -72,28 +72,18 @@ TEST(Expand, PutsSlidersAddressAndFrequencyIn) {
   struct Row {
     std::string rig, encoding, command, expect;  // expect "!...": refused, with that in the sentence
   };
-  const auto kRows = {
-      Row{"X", "", "AG<AFGAIN>;", "AG07;"},
-      Row{"X", "", "PC<POWER>;", "PC100;"},
-      Row{"X", "", "AG<AFGAIN3>;<RFGAIN1>", "AG007;8"},
-      Row{"X", "", "PC<POWER2>;", "!does not fit"},
-      Row{"FT-DX5000", "", "AG<AFGAIN>;", "AG007;"},
-      Row{"FT-DX5000", "", "PC<POWER>;", "PC100;"},
-      Row{"X", "", "<AFGAIN><AFGAIN>", "0707"},
-      Row{"X", "", "<AFGAINX><AFGAIN0><AFGAIN", "<AFGAINX><AFGAIN0><AFGAIN"},
-      Row{"X", "", "<TONE><ALPHA><BRAVO><CHAR><MISC><FILTER><NOTCH><CWSPEED>", "0203040506101101"},
-      Row{"X", "", "MG<NOTCH>", "MG11"},
-      Row{"X", "hex", "5600<POWER>0D", "560001000D"},  // three digits on a binary rig: whole bytes stay whole
-      Row{"X", "hex", "5600<POWER4>0D", "560001000D"},
-      Row{"X", "", " FE<ADDR>E0 ", "FE94E0"},
-      Row{"X", "", "<ADDR><ADDR>", "9494"},
-      Row{"X", "hex", "<FREQ8>01", "0140253701"},
-      Row{"X", "hex,rev", "<FREQ8>0A", "372540010A"},
-      Row{"X", "hex,rev", "FEFE <ADDR> E005 <FREQ10> FD", "FEFE94E0057053021400FD"},
-      Row{"X", "", "FA <FREQ11>;", "FA00014025370;"},
-      Row{"X", "", "<UNKNOWN>", "<UNKNOWN>"},
-  };
-  for (const Row& row : kRows) {
+  for (const Row& row : {Row{"X", "", "AG<AFGAIN>;", "AG07;"}, Row{"X", "", "PC<POWER>;", "PC100;"},
+                         Row{"X", "", "AG<AFGAIN3>;<RFGAIN1>", "AG007;8"}, Row{"X", "", "PC<POWER2>;", "!does not fit"},
+                         Row{"FT-DX5000", "", "AG<AFGAIN>;", "AG007;"}, Row{"FT-DX5000", "", "PC<POWER>;", "PC100;"},
+                         Row{"X", "", "<AFGAIN><AFGAIN>", "0707"},
+                         Row{"X", "", "<AFGAINX><AFGAIN0><AFGAIN", "<AFGAINX><AFGAIN0><AFGAIN"},
+                         Row{"X", "", "<TONE><ALPHA><BRAVO><CHAR><MISC><FILTER><NOTCH><CWSPEED>", "0203040506101101"},
+                         Row{"X", "", "MG<NOTCH>", "MG11"}, Row{"X", "hex", "5600<POWER>0D", "560001000D"},
+                         Row{"X", "hex", "5600<POWER4>0D", "560001000D"}, Row{"X", "", " FE<ADDR>E0 ", "FE94E0"},
+                         Row{"X", "", "<ADDR><ADDR>", "9494"}, Row{"X", "hex", "<FREQ8>01", "0140253701"},
+                         Row{"X", "hex,rev", "<FREQ8>0A", "372540010A"},
+                         Row{"X", "hex,rev", "FEFE <ADDR> E005 <FREQ10> FD", "FEFE94E0057053021400FD"},
+                         Row{"X", "", "FA <FREQ11>;", "FA00014025370;"}, Row{"X", "", "<UNKNOWN>", "<UNKNOWN>"}}) {
     std::vector<std::string> fields = Split(row.encoding, ',');
     fields.push_back("Add2= 94 ");
     const config::RigDefinition rig = config::LoadDefinition(MakeRow(row.rig, "ICOM", fields));

@@ -43,17 +43,6 @@ TEST(RigLink, AnAbsentDeviceIsReportedOnceTriedGentlyAndOpenSoonAfterItsReturn) 
   EXPECT_EQ(station.loop.timers(), 0U);
 }
 
-TEST(RigLink, GathersPairsForABinaryRigAndTextForTheOthers) {
-  Station icom("IC-7300");
-  icom.Arrive("FE FE E0");
-  EXPECT_EQ(icom.engine.link.buffer(), "FEFEE0");
-  Station kenwood("TS-2000");
-  kenwood.Arrive("IF000");
-  EXPECT_EQ(kenwood.engine.link.buffer(), "IF000");
-  kenwood.engine.link.ClearRcvBuffer();
-  EXPECT_EQ(kenwood.engine.link.buffer(), "");
-}
-
 TEST(RigLink, DiscardedInputNeverReachesTheParserUntilItsTicksArePast) {
   Station station("TS-2000");
   station.console.Polling.Set(false);

@@ -79,11 +79,5 @@ TEST(Operations, ALateOldReportNeverMovesTheDisplayBack) {
   EXPECT_EQ(*station.console.ActiveVfo, 'A');
 }
 
-TEST(Operations, RefusedCommandsAreCounted) {
-  Station station("TS-2000");
-  station.Arrive("?;E;O;");
-  EXPECT_EQ(station.engine.parser.refusals(), 3U);
-}
-
 }  // namespace
 }  // namespace kvx::cat

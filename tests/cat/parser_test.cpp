@@ -47,41 +47,27 @@ TEST(Parser, ReadsAReplyWholeInPiecesAndBehindNoise) {
 
 /// Whatever arrives that is no reply to us leaves the display alone.
 TEST(Parser, IgnoresWhatIsNoReplyToUs) {
-  struct Row {
-    std::string rig, reply;
-  };
-  for (const Row& row : {
-           Row{"TS-2000", "IF;"},
-           Row{"TS-2000", "IF000140253 00000+0000000000020000000;"},  // blank as 12th character
-           Row{"TS-2000", "IF000140253700000+00000;"},                // cut short
-           Row{"TS-2000", "FA0001402537;"},
-           Row{"TS-2000", "FA000140253700;"},
-           Row{"TS-2000", "FA0001402537X;"},
-           Row{"TS-2000", "MD0;"},
-           Row{"TS-2000", "MDX;"},
-           Row{"TS-2000", "MD21;"},
-           Row{"FT-DX5000", "FA014025370;"},
-           Row{"FT-991", "FA14025370;"},
-           Row{"FT-991", "MD12;"},
-           Row{"Orion", "*AF14025370<CR>"},
-           Row{"Orion", "@AF1402537<CR>"},
-           Row{"Orion", "@RMM9<CR>"},
-           Row{"IC-7300", "FE FE 94 E0 03 FD"},                 // our own query, echoed
-           Row{"IC-7300", "FE FE 94 E0 05 00 00 03 07 00 FD"},  // our own command, echoed
-           Row{"IC-7300", "FE FE E1 94 03 00 00 03 07 00 FD"},  // to another controller
-           Row{"IC-7300", "FE FE E0 58 03 00 00 03 07 00 FD"},  // from another rig
-           Row{"IC-7300", "FE FE 00 58 00 00 00 03 07 00 FD"},
-           Row{"IC-7300", "FE FE E0 94 03 00 00 FD"},
-           Row{"IC-7300", "FE FE E0 94 03 00 A0 03 07 00 FD"},
-           Row{"IC-7300", "FE FE E0 94 03 00 00 00 00 00 FD"},
-           Row{"IC-7300", "FE FE E0 94 FD"},
-           Row{"IC-7300", "FD FD FE FD"},
-           Row{"IC-7300", "FE FE E0 94 04 99 01 FD"},
-           Row{"FT-857", "07 03 00 00 01"},  // nobody asked
-       }) {
-    Station station(row.rig);
-    station.Arrive(row.reply);
-    EXPECT_EQ(station.Display(), "14000.00 CW") << row.rig << " " << row.reply;
+  // A blank as 12th character and a reply that is cut short; of the Icom frames our own query and command echoed, one
+  // to another controller, two from another rig; the FT-857's reply is one that nobody asked for.
+  const std::pair<std::string, std::string> rows[] = {
+      {"TS-2000",
+       "IF;|IF000140253 00000+0000000000020000000;|IF000140253700000+00000;|FA0001402537;|FA000140253700;|"
+       "FA0001402537X;|MD0;|MDX;|MD21;"},
+      {"FT-DX5000", "FA014025370;"},
+      {"FT-991", "FA14025370;|MD12;"},
+      {"Orion", "*AF14025370<CR>|@AF1402537<CR>|@RMM9<CR>"},
+      {"IC-7300",
+       "FE FE 94 E0 03 FD|FE FE 94 E0 05 00 00 03 07 00 FD|FE FE E1 94 03 00 00 03 07 00 FD|"
+       "FE FE E0 58 03 00 00 03 07 00 FD|FE FE 00 58 00 00 00 03 07 00 FD|FE FE E0 94 03 00 00 FD|"
+       "FE FE E0 94 03 00 A0 03 07 00 FD|FE FE E0 94 03 00 00 00 00 00 FD|FE FE E0 94 FD|FD FD FE FD|"
+       "FE FE E0 94 04 99 01 FD"},
+      {"FT-857", "07 03 00 00 01"}};
+  for (const auto& [rig, replies] : rows) {
+    for (const std::string& reply : Split(replies, '|')) {
+      Station station(rig);
+      station.Arrive(reply);
+      EXPECT_EQ(station.Display(), "14000.00 CW") << rig << " " << reply;
+    }
   }
 }
 
@@ -112,6 +98,9 @@ TEST(Parser, FollowsTransceiveFramesAndAFrameBehindACollision) {
   EXPECT_EQ(station.Display(), "1800.00 USB");
   station.Arrive("FE FE E0 94 FA FD");
   EXPECT_EQ(station.engine.parser.refusals(), 1U);
+  Station kenwood("TS-2000");
+  kenwood.Arrive("?;E;O;");
+  EXPECT_EQ(kenwood.engine.parser.refusals(), 3U);
 }
 
 TEST(Parser, FiveByteRigAcknowledgementsAreNoReplies) {

@@ -22,19 +22,13 @@ TEST(Frequency, IsShownInKhzCutToTenHertz) {
 }
 
 TEST(Frequency, ReadsWhatOperatorsAndFilesWrite) {
-  const struct {
-    const char* text;
-    std::int64_t decihertz;
-  } cases[] = {{"14025", 140'250'000},
-               {" 14025.37 ", 140'253'700},
-               {"14025,5", 140'255'000},
-               {"-1.5", -15'000},
-               {"+7", 70'000},
-               {".5", 5'000},
-               {"7.", 70'000},
-               {"1.23456", 12'345},
-               {"1000000000", kHighestFrequency.decihertz}};
-  for (const auto& c : cases) EXPECT_EQ(ParseKhz(c.text), Frequency{c.decihertz}) << c.text;
+  using Case = std::pair<const char*, std::int64_t>;
+  for (const auto& [text, decihertz] :
+       {Case{"14025", 140'250'000}, Case{" 14025.37 ", 140'253'700}, Case{"14025,5", 140'255'000},
+        Case{"-1.5", -15'000}, Case{"+7", 70'000}, Case{".5", 5'000}, Case{"7.", 70'000}, Case{"1.23456", 12'345},
+        Case{"1000000000", kHighestFrequency.decihertz}}) {
+    EXPECT_EQ(ParseKhz(text), Frequency{decihertz}) << text;
+  }
   for (const char* bad : {"", " ", "-", ".", "abc", "14025 kHz", "1.2.3", "1e3", "--1", "1000000001",
                           "99999999999999999999999999", "0.1\n", "٣"}) {
     EXPECT_FALSE(ParseKhz(bad)) << bad;

@@ -16,23 +16,14 @@ std::string RandomText(std::mt19937& random, std::string_view alphabet) {
 }
 
 TEST(Text, LeadingNumberReadsWhatSettingsHold) {
-  const struct {
-    std::string_view text;
-    std::int64_t number;
-  } cases[] = {{" 8421504", 8421504},
-               {"20-0}", 20},
-               {"-0}", 0},
-               {"", 0},
-               {"abc", 0},
-               {"-12x", -12},
-               {"+7", 7},
-               {"3.9", 3},
-               {"- 5", 0},
-               {"\t4", 4},
-               {"0009", 9},
-               {"99999999999999999999999", 1'000'000'000'000'000},
-               {"-99999999999999999999999", -1'000'000'000'000'000}};
-  for (const auto& c : cases) EXPECT_EQ(LeadingNumber(c.text), c.number) << c.text;
+  using Case = std::pair<std::string_view, std::int64_t>;
+  for (const auto& [text, number] :
+       {Case{" 8421504", 8421504}, Case{"20-0}", 20}, Case{"-0}", 0}, Case{"", 0}, Case{"abc", 0}, Case{"-12x", -12},
+        Case{"+7", 7}, Case{"3.9", 3}, Case{"- 5", 0}, Case{"\t4", 4}, Case{"0009", 9},
+        Case{"99999999999999999999999", 1'000'000'000'000'000},
+        Case{"-99999999999999999999999", -1'000'000'000'000'000}}) {
+    EXPECT_EQ(LeadingNumber(text), number) << text;
+  }
 }
 
 TEST(Text, WholeNumbersStayWithinTheirBounds) {

@@ -4,8 +4,6 @@
 
 #include <string>
 
-#include "fakes/virtual_loop.h"
-
 namespace kvx {
 namespace {
 
@@ -47,20 +45,6 @@ TEST(TimerQueue, ActionsMayStartAndStopTimers) {
   queue.Remove(0);
   EXPECT_TRUE(queue.empty());
   EXPECT_EQ(queue.next(), std::nullopt);
-}
-
-TEST(VirtualLoop, TimersSeeTheirOwnMoment) {
-  VirtualLoop loop;
-  const TimePoint start = loop.Now();
-  std::vector<Duration> seen;
-  std::function<void()> beat = [&] {
-    seen.push_back(loop.Now() - start);
-    if (seen.size() < 3) loop.StartTimer(loop.Now() + 10ms, beat);
-  };
-  loop.StartTimer(start + 10ms, beat);
-  loop.RunFor(25ms);
-  EXPECT_EQ(seen, (std::vector<Duration>{10ms, 20ms}));
-  EXPECT_EQ(loop.Now(), start + 25ms);
 }
 
 }  // namespace

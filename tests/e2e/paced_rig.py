@@ -11,6 +11,7 @@ import tty
 class Rig(threading.Thread):
     """What all rigs share: the line with its pace, and the state that a person can change with `knob` and the like."""
 
+    model = family = ""  # the name and the family of the console's row for it
     byte_bits = 10  # start, eight data bits, stop bits
     turnaround = 0.003  # from the end of a command to the first byte of its answer
     ranges = ()  # what the VFO tunes, Hz
@@ -18,6 +19,7 @@ class Rig(threading.Thread):
 
     def __init__(self, baud):
         super().__init__(daemon=True)
+        self.baud = baud
         self.byte_time = self.byte_bits / baud
         self.lock = threading.RLock()
         self.freq = {"A": 14_000_000, "B": 7_000_000}
@@ -28,7 +30,6 @@ class Rig(threading.Thread):
         self.refused = []
         self.taken = []  # every frame that was understood
         self.silent = False
-        self.single_bytes = False
         self.most_waiting = 0.0  # how far, in seconds of line time, a command has been behind on its way here
         self.master = self.slave = None
         self.link = None
@@ -182,8 +183,7 @@ class Rig(threading.Thread):
         due = bytearray()
         while self._outgoing and self._outgoing[0][0] <= now:
             due.append(self._outgoing.popleft()[1])
-        for piece in [bytes([byte]) for byte in due] if self.single_bytes else [bytes(due)]:
-            try:
-                os.write(self.master, piece)
-            except OSError:  # nobody reads: lost, as on a real line
-                pass
+        try:
+            os.write(self.master, bytes(due))
+        except OSError:  # nobody reads: lost, as on a real line
+            pass

@@ -16,8 +16,10 @@ class TextRig(Rig):
     levels = {}  # name -> (fixed parameter, digits, lowest, highest)
     switches = {}  # name -> pattern of what may be set
     actions = ()  # commands without parameter and without answer
+    answers = {}  # name -> parameter -> what it always answers
+    frequency_digits = 0
 
-    def __init__(self, baud):
+    def __init__(self, baud=38400):
         super().__init__(baud)
         self.buffer = ""
         self.values = {}
@@ -46,6 +48,8 @@ class TextRig(Rig):
         method = getattr(self, "do_" + name.lower(), None) if name.isalnum() and name.isupper() else None
         if method:
             return method(argument)
+        if name in self.answers:
+            return self.answers[name].get(argument)
         if name in self.levels:
             return self.level(name, argument)
         if name in self.switches:
@@ -67,7 +71,8 @@ class TextRig(Rig):
     def switch(self, name, argument):
         return "" if re.fullmatch(self.switches[name], argument) else None
 
-    def frequency(self, vfo, argument, digits):
+    def frequency(self, vfo, argument):
+        digits = self.frequency_digits
         if argument == "":
             return f"F{vfo}{self.freq[vfo]:0{digits}};"
         if not re.fullmatch(r"[0-9]{%d}" % digits, argument) or not self.tunes(int(argument)):
@@ -75,10 +80,17 @@ class TextRig(Rig):
         self.freq[vfo] = int(argument)
         return ""
 
+    def do_fa(self, argument):
+        return self.frequency("A", argument)
+
+    def do_fb(self, argument):
+        return self.frequency("B", argument)
+
 
 class Ts2000(TextRig):
     """Kenwood TS-2000, PC command list."""
 
+    model, family = "TS-2000", "KENWOOD"
     ranges = ((30_000, 60_000_000), (142_000_000, 152_000_000), (420_000_000, 450_000_000))
     modes = {"3": "CW", "1": "LSB", "2": "USB", "4": "FM", "5": "AM", "6": "RTTY", "7": "CWR", "9": "RTTYR"}
     levels = {
@@ -91,21 +103,9 @@ class Ts2000(TextRig):
         "AC": "[01][01][01]", "GT": "[0-9]{3}", "TN": "[0-9]{2}", "LK": "[01]{2}",
     }
     actions = ("RU", "RD", "RC", "VV", "SV", "BU", "BD")
-
-    def do_id(self, argument):
-        return "ID019;" if argument == "" else None
-
-    def do_ps(self, argument):
-        return {"": "PS1;", "1": ""}.get(argument)
-
-    def do_ai(self, argument):
-        return {"": "AI0;", "0": ""}.get(argument)
-
-    def do_fa(self, argument):
-        return self.frequency("A", argument, 11)
-
-    def do_fb(self, argument):
-        return self.frequency("B", argument, 11)
+    answers = {"ID": {"": "ID019;"}, "PS": {"": "PS1;", "1": ""}, "AI": {"": "AI0;", "0": ""},
+               "FT": {"": "FT0;", "0": "", "1": ""}}
+    frequency_digits = 11
 
     def do_if(self, argument):
         if argument:
@@ -127,9 +127,6 @@ class Ts2000(TextRig):
         if argument in ("0", "1"):
             self.vfo = "AB"[int(argument)]
         return "" if argument in ("0", "1", "2") else None
-
-    def do_ft(self, argument):
-        return {"": "FT0;", "0": "", "1": ""}.get(argument)
 
     def do_sm(self, argument):
         return f"SM0{self.smeter:04};" if argument == "0" else None
@@ -156,6 +153,7 @@ class Ts2000(TextRig):
 class FtDx5000(TextRig):
     """Yaesu FTDX5000, CAT operation reference book. 4800 to 38400 baud, two stop bits."""
 
+    model, family = "FT-DX5000", "YAESU"
     byte_bits = 11
     ranges = ((30_000, 60_000_000),)
     modes = {"3": "CW", "1": "LSB", "2": "USB", "4": "FM", "5": "AM", "6": "RTTY", "7": "CWR", "8": "PKT-L",
@@ -171,21 +169,8 @@ class FtDx5000(TextRig):
         "BU": "0", "BD": "0", "FR": "[0-9]", "FT": "[0-9]", "MS": "[0-5]",
     }
     actions = ("RC", "SV", "AB", "MA", "AM", "VM")
-
-    def do_id(self, argument):
-        return "ID0362;" if argument == "" else None
-
-    def do_ps(self, argument):
-        return {"": "PS1;", "1": ""}.get(argument)
-
-    def do_ai(self, argument):
-        return {"": "AI0;", "0": ""}.get(argument)
-
-    def do_fa(self, argument):
-        return self.frequency("A", argument, 8)
-
-    def do_fb(self, argument):
-        return self.frequency("B", argument, 8)
+    answers = {"ID": {"": "ID0362;"}, "PS": {"": "PS1;", "1": ""}, "AI": {"": "AI0;", "0": ""}}
+    frequency_digits = 8
 
     def do_md(self, argument):
         if argument == "0":
@@ -268,6 +253,7 @@ class FiveByteRig(Rig):
 class Ft857(FiveByteRig):
     """Yaesu FT-857, CAT opcode chart. Some firmware acknowledges a set command with one byte, some does not."""
 
+    model, family = "FT-857", "YAESU"
     turnaround = 0.02
     ranges = ((100_000, 56_000_000), (76_000_000, 108_000_000), (118_000_000, 164_000_000), (420_000_000, 470_000_000))
     modes = {0x02: "CW", 0x00: "LSB", 0x01: "USB", 0x03: "CWR", 0x04: "AM", 0x08: "FM", 0x0A: "RTTY", 0x0C: "PKT",
@@ -312,6 +298,7 @@ class Ft857(FiveByteRig):
 class Ft1000d(FiveByteRig):
     """Yaesu FT-1000D, CAT system computer control. Set commands are not acknowledged; status is binary."""
 
+    model, family = "FT-1000D", "YAESU"
     turnaround = 0.01
     ranges = ((100_000, 30_000_000),)
     modes = {2: "CW", 0: "LSB", 1: "USB", 3: "AM", 4: "FM", 5: "RTTY", 6: "PKT"}  # as in the status
@@ -357,6 +344,7 @@ class Ft1000d(FiveByteRig):
 class Ic7300(Rig):
     """Icom IC-7300, CI-V control command table. With `echo` our own bytes come back, as on the one-wire bus."""
 
+    model, family = "IC-7300", "ICOM"
     turnaround = 0.005
     address = 0x94
     controller = 0xE0

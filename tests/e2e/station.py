@@ -188,6 +188,11 @@ class Station:
         self.rigs.append(rig.plug(self.device))
         return rig
 
+    def use(self, rig, **options):
+        """Configures the station for the rig and plugs it in."""
+        self.configure(rig.model, rig.family, rig.baud, rig.byte_bits - 9, **options)
+        return self.plug(rig)
+
     def start(self, ready=True, **options):
         """Starts the console; with `ready`, waits until it says so."""
         program = Kvx("--headless", "--station", self.folder, **options)

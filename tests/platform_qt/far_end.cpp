@@ -9,7 +9,6 @@
 #include <unistd.h>
 
 #include <array>
-#include <filesystem>
 
 namespace kvx {
 namespace {
@@ -67,17 +66,6 @@ void OtherProcess::Kill() {
   ::kill(process_, SIGKILL);
   ::waitpid(process_, nullptr, 0);
   process_ = -1;
-}
-
-ScratchFolder::ScratchFolder() {
-  std::string name = (std::filesystem::temp_directory_path() / "kvx-test-XXXXXX").string();
-  if (::mkdtemp(name.data()) == nullptr) ::abort();
-  path_ = name;
-}
-
-ScratchFolder::~ScratchFolder() {
-  std::error_code error;
-  std::filesystem::remove_all(path_, error);
 }
 
 std::string AllBytes() {

@@ -54,19 +54,6 @@ class OtherProcess {
   pid_t process_ = -1;
 };
 
-/// A folder for one test, removed with it.
-class ScratchFolder {
- public:
-  ScratchFolder();
-  ~ScratchFolder();
-  ScratchFolder(const ScratchFolder&) = delete;
-  ScratchFolder& operator=(const ScratchFolder&) = delete;
-  std::string operator/(const std::string& name) const { return path_ + "/" + name; }
-
- private:
-  std::string path_;
-};
-
 /// Every byte value, and those that terminals like to change.
 std::string AllBytes();
 

@@ -4,12 +4,11 @@
 #include <unistd.h>
 
 #include <array>
-#include <filesystem>
-#include <fstream>
 #include <thread>
 #include <vector>
 
 #include "event_loop.h"
+#include "fakes/temporary_folder.h"
 #include "far_end.h"
 #include "platform/posix/station_lock.h"
 #include "platform/qt/standard_input.h"
@@ -25,7 +24,7 @@ using platform::StationLock;
 using platform::StopSignals;
 
 TEST(StationLock, OneConsoleAStationAndACrashLeavesNoLock) {
-  ScratchFolder folder;
+  TemporaryFolder folder;
   const std::string station = folder / "new/station";
   {
     OtherProcess console([&] { static const auto held = StationLock::Take(station); });
@@ -42,7 +41,7 @@ TEST(StationLock, OneConsoleAStationAndACrashLeavesNoLock) {
     EXPECT_EQ(StationLock::Take(station).error().code, ErrorCode::kBusy);
   }
   EXPECT_TRUE(StationLock::Take(station).ok());
-  std::ofstream(folder / "file") << "no folder";
+  folder.Put("file", "no folder");
   EXPECT_FALSE(StationLock::Take(folder / "file").ok());
 }
 
@@ -64,8 +63,8 @@ TEST(StandardInput, ReadsPipesFilesAndNothingToTheirEnd) {
                            std::string(StandardInput::kLongestLine, 'y') + "\nlast";
   const std::vector<std::string> expected{
       "status", "", "freq 14025", "<overlong>", std::string(StandardInput::kLongestLine, 'y'), "last"};
-  ScratchFolder folder;
-  std::ofstream(folder / "commands") << text;
+  TemporaryFolder folder;
+  folder.Put("commands", text);
   const Descriptor file(::open((folder / "commands").c_str(), O_RDONLY));
   std::array<int, 2> ends{};
   ASSERT_EQ(::pipe(ends.data()), 0);

@@ -5,9 +5,9 @@
 #include <sys/ioctl.h>
 
 #include <filesystem>
-#include <fstream>
 
 #include "event_loop.h"
+#include "fakes/temporary_folder.h"
 #include "far_end.h"
 
 namespace kvx {
@@ -18,7 +18,7 @@ namespace fs = std::filesystem;
 using platform::PtyPort;
 
 TEST(PtyPort, OtherProgramsComeAndGoAtItsLink) {
-  ScratchFolder folder;
+  TemporaryFolder folder;
   PtyPort port(folder / "logger");
   std::string received;
   int lost = 0;
@@ -62,7 +62,7 @@ TEST(PtyPort, AProgramThatCrashedIsNotLockedOut) {
 }
 
 TEST(PtyPort, TheLinkReplacesOnlyALeftOverAndGoesWithThePort) {
-  ScratchFolder folder;
+  TemporaryFolder folder;
   const std::string link = folder / "port";
   fs::create_symlink("/nowhere/at/all", link);
   {
@@ -83,17 +83,17 @@ TEST(PtyPort, TheLinkReplacesOnlyALeftOverAndGoesWithThePort) {
   first.Close();
   EXPECT_EQ(fs::read_symlink(link), second.slave_path()) << "another port's link was removed";
 
-  const std::string notes = folder / "notes";
-  std::ofstream(notes) << "mine";
-  fs::create_symlink(notes, folder / "to-notes");
-  for (const std::string& taken : {notes, folder / "to-notes", folder / "no-folder/port"}) {
+  folder.Put("notes", "mine");
+  fs::create_symlink(folder / "notes", folder / "to-notes");
+  for (const std::string name : {"notes", "to-notes", "no-folder/port"}) {
+    const std::string taken = folder / name;
     PtyPort port(taken);
     const Status refused = port.Open({});
     ASSERT_FALSE(refused.ok()) << taken;
     EXPECT_TRUE(refused.error().message.starts_with(taken)) << refused.error().message;
     EXPECT_FALSE(port.is_open());
   }
-  EXPECT_EQ(fs::file_size(notes), 4U);
+  EXPECT_EQ(folder.Get("notes"), "mine");
   EXPECT_TRUE(fs::is_symlink(folder / "to-notes"));
 }
 

@@ -7,58 +7,30 @@ namespace {
 
 using namespace std::chrono_literals;
 
-struct Exchange {
-  std::string ask;
-  std::string answer;
-};
-
-void Check(Bench& bench, const std::vector<Exchange>& exchanges) {
-  for (const Exchange& exchange : exchanges) EXPECT_EQ(bench.AskHex(exchange.ask), exchange.answer) << exchange.ask;
-}
-
 TEST(YaesuFiveByteRig, AnswersAsTheManualSays) {
   Bench bench("ft857");
   bench.rig->Operate("smeter 15");
-  Check(bench, {{"43 97 00 00 01", "00"},  // 439.70 MHz, the manual's example
-                {"00 00 00 00 03", "43 97 00 00 02"},
-                {"01 40 25 37 01", "00"},
-                {"01 00 00 00 07", "00"},
-                {"00 00 00 00 03", "01 40 25 37 01"},
-                {"88 00 00 00 07", "00"},
-                {"00 00 00 00 03", "01 40 25 37 88"},
-                {"0A 00 00 00 07", "00"},
-                {"00 00 00 00 E7", "09"},
-                {"00 00 00 00 F7", "FF"},
-                {"00 00 00 00 08", "00"},
-                {"00 00 00 00 08", "F0"},
-                {"00 00 00 00 F7", "0A"},
-                {"00 00 00 00 88", "00"},
-                {"00 00 00 00 88", "F0"},
-                {"00 00 00 00 00", "00"},
-                {"00 00 00 00 00", "F0"},
-                {"00 00 00 00 80", "00"},
-                {"00 00 00 00 05", "00"},
-                {"00 00 12 34 F5", ""},  // 12.34 kHz is beyond its clarifier
-                {"01 00 01 20 F5", "00"},
-                {"00 00 00 00 81", "00"},
-                {"00 00 00 00 03", "01 40 30 00 02"},
-                {"00 68 00 00 BB", "01 00"}});
+  // First 439.70 MHz, the manual's example; 12.34 kHz (F5) is beyond its clarifier.
+  bench.Play(R"(
+      43 97 00 00 01 > 00 | 00 00 00 00 03 > 43 97 00 00 02 | 01 40 25 37 01 > 00 | 01 00 00 00 07 > 00
+      00 00 00 00 03 > 01 40 25 37 01 | 88 00 00 00 07 > 00 | 00 00 00 00 03 > 01 40 25 37 88 | 0A 00 00 00 07 > 00
+      00 00 00 00 E7 > 09 | 00 00 00 00 F7 > FF | 00 00 00 00 08 > 00 | 00 00 00 00 08 > F0 | 00 00 00 00 F7 > 0A
+      00 00 00 00 88 > 00 | 00 00 00 00 88 > F0 | 00 00 00 00 00 > 00 | 00 00 00 00 00 > F0 | 00 00 00 00 80 > 00
+      00 00 00 00 05 > 00 | 00 00 12 34 F5 > | 01 00 01 20 F5 > 00 | 00 00 00 00 81 > 00
+      00 00 00 00 03 > 01 40 30 00 02 | 00 68 00 00 BB > 01 00)",
+             &Bench::AskHex);
   EXPECT_EQ(bench.State("offset"), "-1200");
   EXPECT_EQ(bench.State("refused"), "1");
 }
 
 TEST(YaesuFiveByteRig, IgnoresAndCountsWhatItCannotDo) {
   Bench bench("ft857");
-  Check(bench, {{"00 00 00 00 42", ""},    // no such opcode
-                {"01 4A 25 00 01", ""},    // no packed decimal
-                {"00 00 99 99 01", ""},    // below 100 kHz
-                {"06 00 00 00 01", ""},    // 60 MHz lies in a gap
-                {"05 00 00 00 07", ""},    // no such mode
-                {"82 00 00 00 07", ""}});  // narrow CW is chosen at the panel only
-  bench.AskHex("00 00 00 00 08");
-  EXPECT_EQ(bench.AskHex("00 70 00 00 01"), "");
-  EXPECT_EQ(bench.State("refused"), "7");
-  EXPECT_EQ(bench.State("a"), "14025000");
+  // No such opcode, no packed decimal, below 100 kHz, 60 MHz lies in a gap, no such mode, narrow CW by CAT.
+  bench.ExpectRefused(
+      {"00 00 00 00 42", "01 4A 25 00 01", "00 00 99 99 01", "06 00 00 00 01", "05 00 00 00 07", "82 00 00 00 07"}, "",
+      &Bench::AskHex);
+  bench.Play("00 00 00 00 08 > 00 | 00 70 00 00 01 > | 00 00 00 00 88 > 00", &Bench::AskHex);
+  EXPECT_EQ(bench.State("a"), "14025000") << "tuned while it transmits";
   EXPECT_EQ(bench.complaints.front(), "refused: 00 00 00 00 42");
 }
 
@@ -78,20 +50,14 @@ TEST(YaesuFiveByteRig, ForgetsABeginningAfterAPause) {
 TEST(YaesuStatusRig, TakesCommandsAndAnswersUpdates) {
   Bench bench("ft1000d");
   bench.rig->Operate("smeter 30");
-  Check(bench, {{"00 50 42 01 0A", ""},  // 14.250 MHz, as the Yaesu books have it
-                {"00 00 00 01 0C", ""},
-                {"00 00 00 02 10", "11 15 BE 68 00 00 00 01 00 00 00 00 00 00 00 00"},
-                {"50 03 00 81 09", ""},  // transmit clarifier on, 3.5 kHz up
-                {"00 00 00 02 10", "11 15 BE 68 01 01 5E 01 00 00 00 00 00 00 00 00"},
-                {"00 00 00 FF 09", ""},
-                {"20 00 FF 01 09", ""},
-                {"00 00 00 02 10", "11 15 BE 68 03 FF EC 01 00 00 00 00 00 00 00 00"},
-                {"00 00 00 00 F7", "F0 F0 F0 F0 F7"},
-                {"00 00 00 01 10", "00"},
-                {"00 00 00 00 FA", "08 20 00 10 00"},
-                {"00 00 00 01 0F", ""},
-                {"00 00 00 00 FA", "88 20 01 10 00"},
-                {"00 00 00 00 0F", ""}});
+  // 14.250 MHz, as the Yaesu books have it; then the transmit clarifier 3.5 kHz up.
+  bench.Play(R"(
+      00 50 42 01 0A > | 00 00 00 01 0C > | 00 00 00 02 10 > 11 15 BE 68 00 00 00 01 00 00 00 00 00 00 00 00
+      50 03 00 81 09 > | 00 00 00 02 10 > 11 15 BE 68 01 01 5E 01 00 00 00 00 00 00 00 00
+      00 00 00 FF 09 > | 20 00 FF 01 09 > | 00 00 00 02 10 > 11 15 BE 68 03 FF EC 01 00 00 00 00 00 00 00 00
+      00 00 00 00 F7 > F0 F0 F0 F0 F7 | 00 00 00 01 10 > 00 | 00 00 00 00 FA > 08 20 00 10 00
+      00 00 00 01 0F > | 00 00 00 00 FA > 88 20 01 10 00 | 00 00 00 00 0F >)",
+             &Bench::AskHex);
   EXPECT_EQ(bench.State("a"), "14250000");
   EXPECT_EQ(bench.State("mode"), "USB");
   EXPECT_EQ(bench.State("tx"), "off");
@@ -113,19 +79,11 @@ TEST(YaesuStatusRig, DescribesBothVfosAndEverything) {
 }
 
 TEST(YaesuStatusRig, IgnoresAndCountsWhatItCannotDo) {
-  Bench bench("ft1000d");
-  Check(bench, {{"00 00 00 02 01", ""},  // split is off or on
-                {"00 00 00 00 0A", ""},
-                {"00 0A 42 01 0A", ""},
-                {"01 00 00 03 0A", ""},  // 10 Hz above 30 MHz, the end
-                {"00 00 00 0D 0C", ""},
-                {"00 00 00 02 05", ""},
-                {"00 00 00 05 10", ""},
-                {"00 00 00 02 0F", ""},
-                {"00 00 00 00 42", ""}});
-  EXPECT_EQ(bench.State("refused"), "9");
-  EXPECT_EQ(bench.State("a"), "14025000");
-  EXPECT_EQ(bench.State("tx"), "off");
+  // Split is off or on; 10 Hz above 30 MHz is above its end.
+  Bench("ft1000d").ExpectRefused(
+      {"00 00 00 02 01", "00 00 00 00 0A", "00 0A 42 01 0A", "01 00 00 03 0A", "00 00 00 0D 0C", "00 00 00 02 05",
+       "00 00 00 05 10", "00 00 00 02 0F", "00 00 00 00 42"},
+      "", &Bench::AskHex);
 }
 
 TEST(YaesuStatusRig, PacesItsBytesOnDemand) {
