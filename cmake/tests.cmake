@@ -5,3 +5,12 @@ function(add_engine_test folder)
   target_compile_definitions(${folder}_test PRIVATE KVX_TEST_DATA="${PROJECT_SOURCE_DIR}/tests/data" KVX_DATA="${PROJECT_SOURCE_DIR}/data")
   gtest_discover_tests(${folder}_test DISCOVERY_TIMEOUT 60)
 endfunction()
+
+# add_window_test(console console_window_test.cpp ...): the tests of a folder's windows, on Qt's offscreen platform.
+function(add_window_test folder)
+  find_package(Qt6 REQUIRED COMPONENTS Test)
+  add_executable(${folder}_window_test ${ARGN} ${PROJECT_SOURCE_DIR}/tests/fakes/window_main.cpp)
+  target_link_libraries(${folder}_window_test PRIVATE kvx_${folder}_window kvx_fakes GTest::gtest Qt6::Test)
+  target_compile_definitions(${folder}_window_test PRIVATE KVX_TEST_DATA="${PROJECT_SOURCE_DIR}/tests/data" KVX_DATA="${PROJECT_SOURCE_DIR}/data")
+  gtest_discover_tests(${folder}_window_test DISCOVERY_TIMEOUT 60)
+endfunction()
