@@ -76,6 +76,11 @@ if step "build" build dev; then
   else
     skip "end-to-end tests" "there is no tests/e2e/run.py"
   fi
+  if reason=$(python3 tests/gui/run.py --check); then
+    step "windows under Xvfb" python3 tests/gui/run.py "$PWD/build/dev/kvx"
+  else
+    skip "windows under Xvfb" "$reason"
+  fi
 fi
 
 if [[ $all == yes ]]; then

@@ -14,8 +14,9 @@ ARROWS = {
     "config": {"core", "platform"},
     "sim": {"core", "platform"},
     "cat": {"core", "platform", "config"},
-    "console": {"core", "platform", "config", "sim", "cat"},
-    "app": {"core", "platform", "config", "sim", "cat", "console"},
+    "widgets": {"core"},
+    "console": {"core", "platform", "config", "sim", "cat", "widgets"},
+    "app": {"core", "platform", "config", "sim", "cat", "widgets", "console"},
 }
 # Adapters, which the program alone links, and what an adapter may use of the others.
 ADAPTERS = {"posix": set(), "qt": {"posix"}, "windows": set()}

@@ -5,6 +5,8 @@
 
 #include "app/program.h"
 #include "console/command_line.h"
+#include "console/rig_editor_commands.h"
+#include "console/setup_commands.h"
 #include "platform/qt/standard_input.h"
 #include "platform/qt/standard_output.h"
 
@@ -20,6 +22,8 @@ int RunHeadless(int argc, char** argv, const Options& options) {
   platform::StandardOutput output;
   console::CommandLine commands(program.loop(), program.station(),
                                 [&](const std::string& line) { output.WriteLine(line); });
+  console::AddSetupCommands(commands, program.setup());
+  console::AddRigEditorCommands(commands, program.station(), program.files());
   platform::StandardInput input;
   commands.on_quit = [&] { program.Stop(); };
   commands.simulated_rig = [&](std::string_view command) { return program.OperateSimulatedRig(command); };

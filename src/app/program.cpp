@@ -1,6 +1,6 @@
 #include "app/program.h"
 
-#include <QCoreApplication>
+#include <QGuiApplication>
 #include <cstdlib>
 #include <utility>
 
@@ -36,6 +36,7 @@ platform::Path DataFolder() {
 Program::Program(const Options& options)
     : folder_(StationFolder(options)),
       demo_(options.demo),
+      with_window_(qobject_cast<QGuiApplication*>(QCoreApplication::instance()) != nullptr),
       rig_port_([this] { return platform::ReadPortTable(files_, folder_); },
                 [this](const std::string& address) { return MakePort(address); }) {
   signals_.on_stop = [this](int) { Stop(); };
@@ -48,7 +49,12 @@ Status Program::Prepare() {
   if (demo_) {
     if (auto made = MakeDemoStation(files_, folder_); !made) return made;
   }
-  station_ = std::make_unique<console::Station>(console::StationParts{loop_, files_, rig_port_, folder_, DataFolder()});
+  if (with_window_) speech_ = std::make_unique<platform::QtSpeech>();
+  station_ = std::make_unique<console::Station>(
+      console::StationParts{loop_, files_, rig_port_, folder_, DataFolder(), speech_.get()});
+  if (speech_) speech_->on_notice = [this](const std::string& line) { station_->Notice(line); };
+  setup_ = std::make_unique<console::StationSetup>(loop_, *station_, files_, devices_);
+  editor_ = std::make_unique<console::RigEditor>(*station_, files_);
   return Ok();
 }
 
@@ -62,6 +68,11 @@ std::unique_ptr<platform::SerialPort> Program::MakePort(const std::string& addre
   if (address.starts_with("tcp:")) return std::make_unique<platform::TcpPort>(address.substr(4));
   if (address.starts_with("sim:")) return std::make_unique<sim::SimulatedPort>(address, loop_);
   return std::make_unique<platform::QtSerialDevice>(address);
+}
+
+void Program::Speak(const std::string& sentence) {
+  constexpr int kTopic = -2;  // of nothing that the announcer tells
+  if (speech_) speech_->Say(kTopic, sentence);
 }
 
 bool Program::unconfigured() const {

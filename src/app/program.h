@@ -5,11 +5,15 @@
 #include <optional>
 
 #include "app/options.h"
+#include "console/rig_editor.h"
 #include "console/station.h"
+#include "console/station_setup.h"
 #include "platform/numbered_port.h"
+#include "platform/posix/device_list.h"
 #include "platform/posix/files.h"
 #include "platform/posix/station_lock.h"
 #include "platform/qt/qt_loop.h"
+#include "platform/qt/qt_speech.h"
 #include "platform/qt/stop_signals.h"
 
 namespace kvx::app {
@@ -28,7 +32,12 @@ class Program {
   void Stop();
 
   console::Station& station() { return *station_; }
+  console::StationSetup& setup() { return *setup_; }
+  console::RigEditor& editor() { return *editor_; }
+  platform::Files& files() { return files_; }
   Loop& loop() { return loop_; }
+  /// Says a sentence aloud where there is a voice.
+  void Speak(const std::string& sentence);
   /// Whether nobody has chosen a rig on this station yet.
   bool unconfigured() const;
   /// Turns this station into the simulated one.
@@ -46,9 +55,14 @@ class Program {
   platform::PosixFiles files_;
   platform::Path folder_;
   bool demo_;
+  bool with_window_;
   std::optional<platform::StationLock> lock_;
   platform::NumberedPort rig_port_;
+  platform::PosixDeviceList devices_;
+  std::unique_ptr<platform::QtSpeech> speech_;  ///< for windows only
   std::unique_ptr<console::Station> station_;
+  std::unique_ptr<console::StationSetup> setup_;
+  std::unique_ptr<console::RigEditor> editor_;
   platform::StopSignals signals_;
   Task shut_down_;
   bool stopping_ = false;

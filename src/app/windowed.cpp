@@ -1,50 +1,56 @@
 #include "app/windowed.h"
 
 #include <QApplication>
-#include <QDir>
+#include <QIcon>
 #include <QTimer>
 #include <iostream>
 
 #include "app/program.h"
+#include "app/windows.h"
 #include "console/console_window.h"
+#include "widgets/appearance.h"
 
 namespace kvx::app {
 namespace {
 
-constexpr int kGrabDelayMilliseconds = 1500;  // the rig's state has arrived by then
+constexpr int kGrabDelayMilliseconds = 5500;  // the rig's state and its levels have arrived by then
 
-int Grab(console::ConsoleWindow& window, const std::string& folder) {
-  const QString target = QString::fromStdString(folder);
-  const QString file = QDir(target).filePath("console.png");
-  if (QDir().mkpath(target) && window.grab().save(file)) return 0;
-  std::cerr << "kvx: cannot write " << file.toStdString() << '\n';
-  return 1;
+QIcon Icon() {
+  QIcon icon;
+  for (const int size : {16, 24, 32, 48, 64, 128, 256})
+    icon.addFile(QString(":/icons/kvx-%1.png").arg(size), QSize(size, size));
+  return icon;
 }
 
 }  // namespace
 
 int RunWindowed(int argc, char** argv, const Options& options) {
-  if (!options.grab_folder.empty()) QApplication::setStyle("Fusion");  // pictures look alike everywhere
+  QApplication::setStyle("Fusion");  // the style sheet is made for it, and pictures look alike everywhere
   QApplication application(argc, argv);
   QApplication::setApplicationName("kvx");
   QApplication::setApplicationDisplayName("KVX");
+  QApplication::setDesktopFileName("kvx");  // a Wayland desktop finds the icon by it
+  QApplication::setWindowIcon(Icon());
   QApplication::setQuitOnLastWindowClosed(false);
   Program program(options);
   if (auto prepared = program.Prepare(); !prepared) {
     std::cerr << "kvx: " << prepared.error().message << '\n';
     return prepared.error().code == ErrorCode::kBusy ? 2 : 1;
   }
-  console::ConsoleWindow window(program.station());
+  widgets::Appearance appearance;
+  console::ConsoleWindow window(program.station(), appearance);
   window.on_close = [&] { program.Stop(); };
   window.on_use_simulated_rig = [&] { program.UseSimulatedRig(); };
   int code = 0;
   program.on_ended = [&] { QApplication::exit(code); };
+  window.on_say_status = [&] { program.station().announcer.SayStatus(); };
+  AddWindows(window, program, appearance);
   program.Start();
-  window.OfferSimulatedRig(program.unconfigured());
   window.show();
+  if (program.unconfigured() && options.grab_folder.empty()) window.OpenWindow("setup");
   if (!options.grab_folder.empty()) {
     QTimer::singleShot(kGrabDelayMilliseconds, &window, [&] {
-      code = Grab(window, options.grab_folder);
+      code = GrabWindows(window, program.station(), options.grab_folder);
       program.Stop();
     });
   }

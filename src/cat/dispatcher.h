@@ -48,6 +48,7 @@ class Dispatcher {
 
   /// The value that stands for <F?VAL> in a mode button's command.
   void SetButtonValue(std::string_view key, std::string value) { button_values_[Upper(key)] = std::move(value); }
+  const std::map<std::string, std::string>& button_values() const { return button_values_; }
   int line_speed() const { return link_.speed(); }
   TimePoint line_free_at() const { return link_.line_free_at(); }
   /// Releases the transmitter if the console has keyed it: with the command of the rig that was keyed, before

@@ -13,7 +13,6 @@ using namespace std::chrono_literals;
 
 // What a rig still tells from before a command: the replies of one poll cycle, and its own delay.
 constexpr Duration kSettleTime = 500ms;
-constexpr Duration kBacklog = 30ms;  // of the line, at which a frequency may still go out
 constexpr std::int64_t kBitsOnTheWay = 60 * 11;
 
 }  // namespace
@@ -58,6 +57,15 @@ Result<SendOutcome> Operations::SetModeByName(std::string_view name) {
   return (this->*row->set)();
 }
 
+SendOutcome Operations::SetNarrow(bool narrow) {
+  if (*console_.Xnarrow == narrow) return SendOutcome::kSent;
+  console_.Xnarrow.Set(narrow);
+  const std::string_view mode = Trim(*console_.Mode);
+  if (mode == "CW") return SetCW();
+  if (mode == "FM") return SetFM();
+  return SendOutcome::kSent;
+}
+
 /// A rig that has one width only gets that, whatever the narrow box says.
 std::string_view Operations::Width(std::string_view narrow_key, std::string_view wide_key) const {
   return *console_.Xnarrow && (dispatcher_.Has(narrow_key) || !dispatcher_.Has(wide_key)) ? narrow_key : wide_key;
@@ -96,33 +104,34 @@ SendOutcome Operations::ChooseVfo(char vfo, std::string_view select, std::string
 }
 
 SendOutcome Operations::SendFreq() {
-  const TimePoint turn = dispatcher_.line_free_at() - kBacklog;
-  if (turn <= loop_.Now() && waiting_send_ == 0) return SendFreqNow();
   frequency_.Expect(console_.FreqDisp->displayed(), SettledAt());
-  if (waiting_send_ == 0) SendLater(turn);
-  return SendOutcome::kSent;
+  return latest_.SendLatest("frequency", [this] { return SendFreqNow(); });
 }
 
-void Operations::SendLater(TimePoint turn) {
-  waiting_send_ = loop_.StartTimer(turn, [this] {
-    waiting_send_ = 0;
-    const TimePoint next_turn = dispatcher_.line_free_at() - kBacklog;
-    if (next_turn > loop_.Now()) return SendLater(next_turn);
-    SendFreqNow();
-  });
+SendOutcome Operations::SendSlider(int number) {
+  const CommandKey* key = SliderKey(number);
+  if (key == nullptr || !dispatcher_.Has(key->key)) return SendOutcome::kNoTemplate;
+  const auto index = static_cast<std::size_t>(number - 1);
+  sliders_.at(index).Expect(console_.Slider[index], SettledAt());
+  const auto send = [this, key] { return dispatcher_.SendData(key->key); };
+  return latest_.SendLatest("slider " + std::to_string(number), send);
 }
 
 void Operations::Forget() {
-  loop_.StopTimer(std::exchange(waiting_send_, 0));
+  latest_.Forget();
   frequency_ = {};
   mode_ = {};
   vfo_ = {};
+  sliders_ = {};
 }
 
 SendOutcome Operations::SendFreqNow() {
   const bool vfo_b = *console_.ActiveVfo == 'B';
   const SendOutcome outcome = dispatcher_.SendData(vfo_b ? "XSETFREQB" : "XSETFREQ");
-  if (outcome == SendOutcome::kRefused) return outcome;
+  if (outcome == SendOutcome::kRefused) {
+    frequency_ = {};
+    return outcome;
+  }
   frequency_.Expect(console_.FreqDisp->displayed(), SettledAt());
   KeepVfoFrequency(*console_.ActiveVfo, *console_.FreqDisp + *console_.Offset);
   return outcome;
@@ -163,8 +172,10 @@ void Operations::Follow(const Reply& reply) {
     case Reply::Kind::kMeter:
       return console_.MeterValue.Set(reply.value);
     case Reply::Kind::kSlider:
-      return console_.Slider.Set(static_cast<std::size_t>(reply.number - 1), reply.value);
+      return FollowSlider(static_cast<std::size_t>(reply.number - 1), reply.value);
     case Reply::Kind::kRefused:
+      frequency_ = {};  // what was just set may be what the rig does not take: its next report counts
+      mode_ = {};
       return;
   }
 }
@@ -188,6 +199,10 @@ void Operations::FollowMode(const std::string& caption) {
   // "USB" as set by a button and " USB" as told by the rig are one mode: nothing is announced for a blank.
   if (!mode_.Accepts(name, loop_.Now()) || Trim(*console_.Mode) == name) return;
   console_.Mode.Set(caption);
+}
+
+void Operations::FollowSlider(std::size_t index, int value) {
+  if (sliders_.at(index).Accepts(value, loop_.Now())) console_.Slider.Set(index, value);
 }
 
 void Operations::FollowVfo(char vfo) {

@@ -1,9 +1,11 @@
 #pragma once
 
+#include <array>
 #include <functional>
 #include <string_view>
 
 #include "cat/dispatcher.h"
+#include "cat/latest_commands.h"
 #include "core/console.h"
 #include "core/loop.h"
 
@@ -35,10 +37,9 @@ class Settling {
 class Operations {
  public:
   Operations(Loop& loop, Console& console, Dispatcher& dispatcher, const config::RigDefinition& rig)
-      : loop_(loop), console_(console), dispatcher_(dispatcher), rig_(rig) {}
+      : loop_(loop), console_(console), dispatcher_(dispatcher), rig_(rig), latest_(loop, dispatcher) {}
   Operations(const Operations&) = delete;
   Operations& operator=(const Operations&) = delete;
-  ~Operations() { loop_.StopTimer(waiting_send_); }
 
   SendOutcome SetCW();
   SendOutcome SetUpper();
@@ -49,6 +50,9 @@ class Operations {
   /// A mode by its name, any case: LSB, USB, CW, CWN (CW narrow), AM, FM, FMN, RTTY. kNotFound for another text.
   Result<SendOutcome> SetModeByName(std::string_view name);
 
+  /// Sets the narrow box; a mode in use that has both widths is sent again.
+  SendOutcome SetNarrow(bool narrow);
+
   SendOutcome VFOA_Click();
   SendOutcome VFOB_Click();
 
@@ -57,6 +61,9 @@ class Operations {
   SendOutcome SendFreq();
   /// Shows a frequency and sends it.
   SendOutcome TuneTo(Frequency frequency);
+
+  /// Sends the command of a slider, whose value the console's state holds. On a slow line only its last value goes out.
+  SendOutcome SendSlider(int number);
 
   /// Something that the rig has told.
   void Follow(const Reply& reply);
@@ -73,11 +80,11 @@ class Operations {
   SendOutcome SetMode(std::string_view caption, std::string_view key);
   SendOutcome ChooseVfo(char vfo, std::string_view select, std::string_view read);
   SendOutcome SendFreqNow();
-  void SendLater(TimePoint turn);
   /// When the rig will have followed what is sent now.
   TimePoint SettledAt() const;
   void FollowMode(const std::string& caption);
   void FollowVfo(char vfo);
+  void FollowSlider(std::size_t index, int value);
   void KeepVfoFrequency(char vfo, Frequency rig_frequency);
 
   Loop& loop_;
@@ -87,7 +94,8 @@ class Operations {
   Settling<Frequency> frequency_;
   Settling<std::string> mode_;
   Settling<char> vfo_;
-  Loop::TimerId waiting_send_ = 0;
+  std::array<Settling<int>, config::kSliders> sliders_;
+  LatestCommands latest_;
 };
 
 }  // namespace kvx::cat

@@ -11,6 +11,8 @@
 
 namespace kvx::config {
 
+class Sqlite;
+
 /// The station's rig database, `rigsetup.sqlite`: tables `RigSetup` and `rigfn`. Opened for each use and closed at its
 /// end, so that other programs may use it meanwhile. A missing or damaged file is an Error that names it; nothing is
 /// destroyed.
@@ -34,9 +36,20 @@ class RigDatabase {
   /// skipped. Gives the number of rows written.
   Result<int> Add(const std::vector<RigRow>& rows, bool replace);
 
+  // Editing one row. kInvalid: the name is there already; kNotFound: the row is not there any more.
+
+  Status Insert(const RigRow& row);
+  /// Turns the row `before` into `after`: only the fields in which they differ are written, so that what another
+  /// program has changed in the others stays. Under a new name its function-key records follow it.
+  Status Change(const RigRow& before, const RigRow& after);
+  /// Its function-key records stay, for a rig that comes back.
+  Status Remove(const std::string& name);
+
   const platform::Path& file() const { return file_; }
 
  private:
+  Status InTransaction(const std::function<Status(Sqlite&)>& work) const;
+
   platform::Path file_;
 };
 

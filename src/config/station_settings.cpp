@@ -42,6 +42,9 @@ StationSettings StationSettings::From(const Settings& settings) {
   station.gmt_is_set = settings.number("GMT=") != 0;
   if (settings.number("POLLTIME=") > 0) station.poll_milliseconds = Bounded(settings, "POLLTIME=", 10, 5000);
   if (settings.number("BANDPLAN=") > 0) station.band_plan = Bounded(settings, "BANDPLAN=", 1, 3);
+  if (const std::string theme = Lower(Trimmed(settings, "THEME=")); !theme.empty()) station.theme = theme;
+  if (settings.number("TEXTSIZE=") > 0) station.text_percent = Bounded(settings, "TEXTSIZE=", 70, 250);
+  station.announcements = settings.flag("ANNOUNCEMENTS=");
   station.offset = Trimmed(settings, "PDOFFSET=");
   if (settings.has("SCREENCOLOR=")) station.screen_color = settings.number("SCREENCOLOR=");
   station.screen_meter = settings.number("SCREENMETER=");
@@ -80,11 +83,34 @@ std::vector<SettingChange> ConsoleChanges(const StationSettings& settings) {
   return changes;
 }
 
+std::vector<SettingChange> AppearanceChanges(const StationSettings& settings) {
+  return {{"THEME=", Upper(settings.theme)},
+          {"TEXTSIZE=", NumberText(settings.text_percent)},
+          {"SCREENCOLOR=", NumberText(settings.screen_color)},
+          {"BODYCOLOR=", NumberText(settings.body_color)},
+          {"ANNOUNCEMENTS=", settings.announcements ? "1" : "0"}};
+}
+
 std::vector<SettingChange> RigPortChanges(const StationSettings& settings) {
   return {{"RIGPORT=", NumberText(settings.rig_port)},
           {"RIGSPEED=", NumberText(settings.rig_speed)},
           {"RIGSTART=", settings.rig_start},
           {"RIGSTOP=", settings.rig_stop}};
+}
+
+std::vector<SettingChange> PortSwitchChanges(const StationSettings& settings, int port) {
+  if (port < 1 || port >= kSwitchedPorts) return {};
+  const auto index = static_cast<std::size_t>(port);
+  return {{SavedRigKey("RTSON", port), settings.rts_on[index] ? "1" : "0"},
+          {SavedRigKey("DTRON", port), settings.dtr_on[index] ? "1" : "0"}};
+}
+
+std::vector<SettingChange> SavedRigChanges(const StationSettings& settings, int slot) {
+  const SavedRig& rig = settings.saved_rigs.at(static_cast<std::size_t>(slot));
+  return {{SavedRigKey("RIG", slot), rig.name},
+          {SavedRigKey("SPEED", slot), NumberText(rig.speed)},
+          {SavedRigKey("STARTBIT", slot), rig.start_bit},
+          {SavedRigKey("STOPBIT", slot), rig.stop_bit}};
 }
 
 }  // namespace kvx::config

@@ -42,6 +42,9 @@ struct StationSettings {
   bool gmt_is_set = false;
   int poll_milliseconds = kDefaultPollMilliseconds;  ///< "POLLTIME=": interval of the clock's beat
   int band_plan = 2;                                 ///< "BANDPLAN=": the IARU region whose band plan is shown, 1 to 3
+  std::string theme = "dark";                        ///< "THEME=": name of the windows' theme, lower case
+  int text_percent = 100;                            ///< "TEXTSIZE=": of the windows' text
+  bool announcements = false;                        ///< "ANNOUNCEMENTS=": spoken announcements are on
   std::string offset;                                ///< kHz text
   std::int64_t screen_color = 8421504;               ///< grey 80 80 80
   std::int64_t screen_meter = 0;
@@ -59,7 +62,13 @@ struct StationSettings {
 
 /// The lines that saving the console rewrites: rig, family, colours and the band memory.
 std::vector<SettingChange> ConsoleChanges(const StationSettings& settings);
+/// The lines of the windows' appearance and of the announcements.
+std::vector<SettingChange> AppearanceChanges(const StationSettings& settings);
 /// The lines of the rig port dialog.
 std::vector<SettingChange> RigPortChanges(const StationSettings& settings);
+/// The lines of one port's two switches; none for a port that has no stored ones.
+std::vector<SettingChange> PortSwitchChanges(const StationSettings& settings, int port);
+/// The lines of one saved rig but for its keyer port.
+std::vector<SettingChange> SavedRigChanges(const StationSettings& settings, int slot);
 
 }  // namespace kvx::config

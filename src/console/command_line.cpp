@@ -28,18 +28,7 @@ std::pair<std::string_view, std::string_view> FirstWord(std::string_view text) {
 }
 
 std::string Answer(cat::SendOutcome outcome, const Station& station, const std::string& done) {
-  switch (outcome) {
-    case cat::SendOutcome::kSent:
-      return "ok " + done;
-    case cat::SendOutcome::kClosed:
-      return Fail("the rig port is closed (" + *station.console.Port + ")");
-    case cat::SendOutcome::kNoTemplate:
-      return Fail(station.engine.rig().name + " has no such command");
-    case cat::SendOutcome::kRefused:
-      break;
-  }
-  const std::string& why = *station.console.ErrorText;
-  return Fail(why.empty() ? "not sent" : why);
+  return outcome == cat::SendOutcome::kSent ? "ok " + done : Fail(station.WhyNotSent(outcome));
 }
 
 struct SliderName {
@@ -97,6 +86,8 @@ const CommandLine::Command CommandLine::kCommands[] = {
     {"poll", &CommandLine::DoPoll, "on|off: ask the rig for its state"},
     {"meter", &CommandLine::DoMeter, "off|0..9: poll that meter instead of the S-meter"},
     {"trace", &CommandLine::DoTrace, "on|off: print every byte sent and received"},
+    {"debug", &CommandLine::DoDebug, "on|off|clear|save FILE: record the traffic, forget it, write it to a file"},
+    {"say", &CommandLine::DoSay, "say frequency, mode, VFO, band and S-meter"},
     {"sim", &CommandLine::DoSim, "COMMAND: operate the simulated rig (knob KHZ, mode M, state ...)"},
     {"help", &CommandLine::DoHelp, "[COMMAND]: the commands, or what one takes"},
 };
@@ -104,8 +95,6 @@ const CommandLine::Command CommandLine::kCommands[] = {
 CommandLine::CommandLine(Loop& loop, Station& station, Output output)
     : loop_(loop), station_(station), output_(std::move(output)) {
   subscription_ = station_.console.Subscribe([this](Field field) { Follow(field); });
-  station_.engine.link.DisplayTX = [this](std::string_view bytes) { Trace("sent ", bytes); };
-  station_.engine.link.DisplayRCV = [this](std::string_view bytes) { Trace("received ", bytes); };
 }
 
 void CommandLine::Ready() {
@@ -140,6 +129,14 @@ Task CommandLine::Run() {
       output_(station_.saved() ? "ok saved" : Fail(*station_.console.MsgArea));
       continue;
     }
+    if (const Added* added = FindAdded(FirstWord(line).first); added != nullptr && added->procedure) {
+      station_.console.ErrorText.Set("");
+      const auto answer = std::make_shared<std::string>();
+      Task procedure = added->procedure(std::string(FirstWord(line).second), answer);
+      co_await procedure;
+      output_(*answer);
+      continue;
+    }
     if (!word.empty()) output_(Execute(line));
     // Output and other events get their turn even when a script pours in commands.
     co_await loop_.Pass();
@@ -150,9 +147,24 @@ std::string CommandLine::Execute(std::string_view line) {
   const auto [name, argument] = FirstWord(line);
   const auto* command = std::find_if(std::begin(kCommands), std::end(kCommands),
                                      [word = name](const Command& row) { return EqualNoCase(row.name, word); });
-  if (command == std::end(kCommands)) return Fail("there is no command " + OneLine(name, 40) + " (help lists them)");
   station_.console.ErrorText.Set("");
+  if (const Added* added = FindAdded(name)) return added->handler(argument);
+  if (command == std::end(kCommands)) return Fail("there is no command " + OneLine(name, 40) + " (help lists them)");
   return (this->*command->handler)(argument);
+}
+
+void CommandLine::Add(std::string name, std::string usage, std::function<std::string(std::string_view)> handler) {
+  added_.push_back({std::move(name), std::move(usage), std::move(handler), {}});
+}
+
+void CommandLine::AddProcedure(std::string name, std::string usage, Procedure procedure) {
+  added_.push_back({std::move(name), std::move(usage), {}, std::move(procedure)});
+}
+
+const CommandLine::Added* CommandLine::FindAdded(std::string_view name) const {
+  const auto added =
+      std::find_if(added_.begin(), added_.end(), [name](const Added& row) { return EqualNoCase(row.name, name); });
+  return added == added_.end() ? nullptr : &*added;
 }
 
 void CommandLine::Tell(const std::string& event) {
@@ -189,10 +201,9 @@ void CommandLine::Follow(Field field) {
   }
 }
 
-void CommandLine::Trace(std::string_view direction, std::string_view bytes) {
-  if (!trace_) return;
+void CommandLine::Trace(Direction direction, std::string_view bytes) {
   const bool binary = station_.engine.rig().binary();
-  Tell(std::string(direction) + (binary ? SpacedHex(bytes) : ToVisible(bytes)));
+  Tell((direction == Direction::kSent ? "sent " : "received ") + (binary ? SpacedHex(bytes) : ToVisible(bytes)));
 }
 
 std::string CommandLine::DoStatus(std::string_view) {
@@ -288,7 +299,7 @@ std::string CommandLine::DoMode(std::string_view argument) {
 std::string CommandLine::DoNarrow(std::string_view argument) {
   const auto on = OnOff(argument);
   if (!on) return Fail("narrow takes on or off");
-  station_.console.Xnarrow.Set(*on);
+  station_.engine.operations.SetNarrow(*on);
   return std::string("ok narrow ") + (*on ? "on" : "off");
 }
 
@@ -336,7 +347,7 @@ std::string CommandLine::DoSlider(std::string_view argument) {
 std::string CommandLine::DoAnnounce(std::string_view argument) {
   const auto on = OnOff(argument);
   if (!on) return Fail("announce takes on or off");
-  station_.console.Announce.Set(*on);
+  station_.SetAnnounce(*on);
   return std::string("ok announce ") + (*on ? "on" : "off");
 }
 
@@ -358,8 +369,33 @@ std::string CommandLine::DoMeter(std::string_view argument) {
 std::string CommandLine::DoTrace(std::string_view argument) {
   const auto on = OnOff(argument);
   if (!on) return Fail("trace takes on or off");
-  trace_ = *on;
+  trace_ = DebugLog::Listening();
+  if (*on) {
+    trace_ =
+        station_.debug_log.Listen([this](Direction direction, std::string_view bytes) { Trace(direction, bytes); });
+  }
   return std::string("ok trace ") + (*on ? "on" : "off");
+}
+
+std::string CommandLine::DoDebug(std::string_view argument) {
+  DebugLog& log = station_.debug_log;
+  const auto [word, file] = FirstWord(argument);
+  if (const auto on = OnOff(argument)) {
+    if (*on != recording_) *on ? log.Open() : log.Close();
+    recording_ = *on;
+  } else if (EqualNoCase(argument, "clear")) {
+    log.Clear();
+  } else if (EqualNoCase(word, "save") && !file.empty()) {
+    const Status saved = log.SaveTo(platform::Path(file), log.ring(), {});
+    if (!saved) return Fail(saved.error().message);
+  } else {
+    return Fail("debug takes on, off, clear, or save and a file");
+  }
+  return "ok debug " + std::string(argument) + ", " + std::to_string(log.ring().end() - log.ring().first()) + " lines";
+}
+
+std::string CommandLine::DoSay(std::string_view) {
+  return "ok " + station_.announcer.SayStatus();
 }
 
 std::string CommandLine::DoSim(std::string_view argument) {
@@ -372,8 +408,10 @@ std::string CommandLine::DoHelp(std::string_view argument) {
     if (EqualNoCase(command.name, argument))
       return "ok " + std::string(command.name) + " " + std::string(command.usage);
   }
+  if (const Added* added = FindAdded(argument)) return "ok " + added->name + " " + added->usage;
   std::string answer = "ok";
   for (const Command& command : kCommands) answer += " " + std::string(command.name);
+  for (const Added& command : added_) answer += " " + command.name;
   return answer + " save quit";
 }
 

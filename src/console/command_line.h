@@ -2,8 +2,10 @@
 
 #include <deque>
 #include <functional>
+#include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "console/station.h"
 
@@ -27,6 +29,12 @@ class CommandLine {
   void Refuse(const std::string& why) { output_("error: " + why); }
 
   std::function<void()> on_quit;
+  /// A command of another module: a procedure that leaves its answer ("ok ...", "error: ...") in `answer`.
+  using Procedure = std::function<Task(std::string argument, std::shared_ptr<std::string> answer)>;
+  /// Adds a command. `usage` begins with what it takes, as "BAUD: the rig port's speed".
+  void Add(std::string name, std::string usage, std::function<std::string(std::string_view argument)> handler);
+  void AddProcedure(std::string name, std::string usage, Procedure procedure);
+
   /// Operates the simulated device behind the rig port; unset or empty answer: there is none.
   std::function<std::string(std::string_view command)> simulated_rig;
 
@@ -38,12 +46,19 @@ class CommandLine {
     std::string_view usage;
   };
   static const Command kCommands[];
+  struct Added {
+    std::string name;
+    std::string usage;
+    std::function<std::string(std::string_view argument)> handler;
+    Procedure procedure;
+  };
 
   Task Run();
   std::string Execute(std::string_view line);
+  const Added* FindAdded(std::string_view name) const;
   void Tell(const std::string& event);
   void Follow(Field field);
-  void Trace(std::string_view direction, std::string_view bytes);
+  void Trace(Direction direction, std::string_view bytes);
 
   std::string DoStatus(std::string_view argument);
   std::string DoRig(std::string_view argument);
@@ -68,18 +83,22 @@ class CommandLine {
   std::string DoAnnounce(std::string_view argument);
   std::string DoMeter(std::string_view argument);
   std::string DoTrace(std::string_view argument);
+  std::string DoDebug(std::string_view argument);
+  std::string DoSay(std::string_view argument);
   std::string DoSim(std::string_view argument);
   std::string DoHelp(std::string_view argument);
 
   Loop& loop_;
   Station& station_;
   Output output_;
+  std::vector<Added> added_;
   bool ready_ = false;
-  bool trace_ = false;
   std::deque<std::string> early_events_;
   std::deque<std::string> lines_;
   Signal line_taken_;
   Console::Subscription subscription_;
+  DebugLog::Listening trace_;
+  bool recording_ = false;  ///< by `debug on`
   Task run_;
 };
 

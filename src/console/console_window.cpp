@@ -1,208 +1,420 @@
 #include "console/console_window.h"
 
+#include <QActionGroup>
+#include <QApplication>
 #include <QCloseEvent>
 #include <QHBoxLayout>
+#include <QKeyEvent>
+#include <QMenuBar>
+#include <QMessageBox>
 #include <QPushButton>
-#include <QStyle>
+#include <QScreen>
+#include <QScrollArea>
+#include <QShortcut>
+#include <QSlider>
 #include <QVBoxLayout>
+#include <QWheelEvent>
 
+#include "console/band_panel.h"
+#include "console/footer_panel.h"
+#include "console/function_panel.h"
+#include "console/knob_panel.h"
+#include "console/meter_panel.h"
+#include "console/mode_panel.h"
+#include "console/screen_panel.h"
+#include "console/slider_panel.h"
 #include "core/text.h"
 
 namespace kvx::console {
 namespace {
 
-constexpr int kGap = 10;
 constexpr int kClockCharacters = 19;  // of RIGGMT: date and time to the second
+constexpr int kNotch = 120;           // eighths of a degree
+constexpr int kTextStep = 10;         // percent
+constexpr Frequency kSliderUnit{100};  // of the tuning slider: 10 Hz
+constexpr const char* kPlacesFile = "Windows.pos";
+constexpr const char* kConsoleName = "console";
 
-QFrame* Panel(const char* role) {
+QFrame* Plain(const char* role) {
   auto* frame = new QFrame;
   frame->setProperty("role", role);
   return frame;
 }
 
-QString Text(std::string_view text) {
-  return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
-
-void SetRole(QLabel* label, const char* role) {
-  if (label->property("role").toString() == role) return;
-  label->setProperty("role", role);
-  label->style()->unpolish(label);
-  label->style()->polish(label);
-}
-
 }  // namespace
 
-ConsoleWindow::ConsoleWindow(Station& station) : station_(station), theme_(DarkTheme()) {
+ConsoleWindow::ConsoleWindow(Station& station, widgets::Appearance& appearance)
+    : station_(station), appearance_(appearance) {
   setWindowTitle("KVX");
-  setStyleSheet(StyleSheet(theme_));
-  auto* center = new QWidget;
-  center->setObjectName("center");
-  auto* column = new QVBoxLayout(center);
-  column->setContentsMargins(kGap, kGap, kGap, kGap);
-  column->setSpacing(kGap);
-  offer_ = MakeOffer();
-  column->addWidget(MakeHeader());
-  column->addWidget(offer_);
-  column->addWidget(MakeScreen(), 1);
-  column->addWidget(MakeMeter());
-  column->addWidget(MakeFooter());
-  setCentralWidget(center);
-  resize(860, 420);
+  ApplyAppearance();
+  setMenuWidget(MakeHeader());
+  MakeMenus();
+  auto* scroll = new QScrollArea;  // a small screen with large text still reaches everything
+  scroll->setWidgetResizable(true);
+  scroll->setFrameShape(QFrame::NoFrame);
+  scroll->setFocusPolicy(Qt::NoFocus);
+  scroll->setWidget(MakeCenter());
+  setCentralWidget(scroll);
+  scroll->viewport()->installEventFilter(this);
+  scroll->installEventFilter(this);
+  MakeKeys();
+  station_.MaxAllForms = [this] { MaxAllForms(); };
+  station_.UnloadStuff = [this] { UnloadStuff(); };
   subscription_ = station_.console.Subscribe([this](Field field) { Follow(field); });
+  PutInPlace();
   ShowAll();
 }
 
-QLabel* ConsoleWindow::MakeLabel(const QString& name, const char* role) {
-  auto* label = new QLabel;
-  label->setProperty("role", role);
-  label->setAccessibleName(name);
-  label->setToolTip(name);
-  label->setTextFormat(Qt::PlainText);
-  return label;
+QWidget* ConsoleWindow::MakeCenter() {
+  auto* center = new QWidget;
+  center->setObjectName("center");
+  screen_ = new ScreenPanel(station_, appearance_);
+  auto* meter = new MeterPanel(station_, appearance_);
+  band_ = new BandPanel(station_, appearance_);
+  auto* mode = new ModePanel(station_);
+  auto* knob = new KnobPanel(station_, appearance_);
+  auto* functions = new FunctionPanel(station_);
+  auto* sliders = new SliderPanel(station_, appearance_);
+  auto* footer = new FooterPanel(station_, appearance_);
+  panels_ = {screen_, meter, band_, mode, knob, functions, sliders, footer};
+  const int gap = fontMetrics().height() / 3 + 2;
+  auto* column = new QVBoxLayout(center);
+  column->setContentsMargins(gap, gap, gap, gap);
+  column->setSpacing(gap);
+  const auto add_row = [&](int stretch, const std::vector<std::pair<QWidget*, int>>& widgets) {
+    auto* row = new QHBoxLayout;
+    row->setSpacing(gap);
+    for (const auto& [widget, share] : widgets) row->addWidget(widget, share);
+    column->addLayout(row, stretch);
+  };
+  offer_ = MakeOffer();
+  column->addWidget(offer_);
+  add_row(20, {{screen_, 67}, {meter, 33}});
+  column->addWidget(band_, 12);
+  column->addWidget(mode, 4);
+  add_row(28, {{knob, 25}, {functions, 42}, {sliders, 33}});
+  column->addWidget(MakeTuningSlider());
+  column->addWidget(footer);
+  return center;
 }
 
-QFrame* ConsoleWindow::MakeHeader() {
-  auto* frame = new QFrame;
-  auto* row = new QHBoxLayout(frame);
-  row->setContentsMargins(4, 0, 4, 0);
-  rig_ = MakeLabel(tr("Rig"), "title");
-  clock_ = MakeLabel(tr("UTC clock"), "quiet");
-  row->addWidget(rig_);
-  row->addStretch();
-  row->addWidget(clock_);
-  return frame;
-}
-
-QFrame* ConsoleWindow::MakeScreen() {
-  QFrame* frame = Panel("screen");
-  auto* column = new QVBoxLayout(frame);
-  column->setContentsMargins(18, 12, 18, 12);
-  auto* chips = new QHBoxLayout;
-  vfo_a_ = MakeLabel(tr("VFO A"), "chip");
-  vfo_a_->setText(tr("VFO A"));
-  vfo_b_ = MakeLabel(tr("VFO B"), "chip");
-  vfo_b_->setText(tr("VFO B"));
-  mode_ = MakeLabel(tr("Mode"), "chip");
-  for (QLabel* chip : {vfo_a_, vfo_b_, mode_}) chips->addWidget(chip);
-  chips->addStretch();
-  other_frequency_ = MakeLabel(tr("Frequency of the other VFO"), "quiet");
-  chips->addWidget(other_frequency_);
-  frequency_ = new FrequencyView(theme_);
-  column->addLayout(chips);
-  column->addWidget(frequency_, 1);
-  return frame;
-}
-
-QFrame* ConsoleWindow::MakeMeter() {
-  QFrame* frame = Panel("panel");
-  auto* row = new QHBoxLayout(frame);
-  row->setContentsMargins(18, 10, 18, 10);
-  meter_ = new MeterView(theme_);
-  meter_text_ = MakeLabel(tr("S-meter reading"), "quiet");
-  meter_text_->setMinimumWidth(60);
-  meter_text_->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
-  row->addWidget(meter_, 1);
-  row->addWidget(meter_text_);
-  return frame;
-}
-
-QFrame* ConsoleWindow::MakeOffer() {
-  QFrame* frame = Panel("panel");
+QWidget* ConsoleWindow::MakeOffer() {
+  QFrame* frame = Plain("panel");
   auto* row = new QHBoxLayout(frame);
   row->addWidget(new QLabel(tr("No rig is chosen on this station yet.")), 1);
-  auto* button = new QPushButton(tr("&Use the simulated rig"));
-  button->setToolTip(tr("Try the console on a simulated TS-2000 (Alt+U)"));
-  connect(button, &QPushButton::clicked, this, [this] {
+  auto* setup = new QPushButton(tr("&Choose a rig…"));
+  setup->setToolTip(tr("Opens the setup (Alt+C)"));
+  connect(setup, &QPushButton::clicked, this, [this] { OpenWindow("setup"); });
+  auto* simulated = new QPushButton(tr("&Try the simulated station"));
+  simulated->setToolTip(tr("Try the console on a simulated TS-2000 (Alt+T)"));
+  connect(simulated, &QPushButton::clicked, this, [this] {
     if (on_use_simulated_rig) on_use_simulated_rig();
-    OfferSimulatedRig(false);
   });
-  row->addWidget(button);
+  row->addWidget(setup);
+  row->addWidget(simulated);
   frame->hide();
   return frame;
 }
 
-QFrame* ConsoleWindow::MakeFooter() {
-  QFrame* frame = Panel("panel");
-  auto* row = new QHBoxLayout(frame);
-  row->setContentsMargins(12, 7, 12, 7);
-  port_ = MakeLabel(tr("Rig port"), "quiet");
-  message_ = MakeLabel(tr("Message"), "message");
-  message_->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
-  message_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
-  row->addWidget(port_);
-  row->addWidget(message_, 1);
-  return frame;
+/// Tunes through the whole band.
+QWidget* ConsoleWindow::MakeTuningSlider() {
+  tuning_ = new QSlider(Qt::Horizontal);
+  tuning_->setAccessibleName(tr("Frequency within the band"));
+  tuning_->setToolTip(tr("Frequency within the band"));
+  connect(tuning_, &QSlider::valueChanged, this, [this](int value) {
+    station_.engine.operations.TuneTo({station_.console.FromF->decihertz + value * kSliderUnit.decihertz});
+  });
+  return tuning_;
+}
+
+void ConsoleWindow::MakeMenus() {
+  QMenu* station = menus_->addMenu(tr("&Station"));
+  station->addAction(tr("&Setup…"), QKeySequence("Ctrl+P"), this, [this] { OpenWindow("setup"); });
+  station->addAction(tr("Save settin&gs"), QKeySequence("Ctrl+S"), this, [this] { station_.Save(); });
+  station->addSeparator();
+  station->addAction(tr("&Quit"), QKeySequence("Ctrl+Q"), this, &QWidget::close);
+  QMenu* rig = menus_->addMenu(tr("&Rig"));
+  rig->addAction(tr("Type a &frequency"), QKeySequence("Ctrl+F"), this,
+                 [this] { screen_->display().setFocus(Qt::ShortcutFocusReason); });
+  rig->addAction(tr("Release the &transmitter"), QKeySequence("Esc"), this,
+                 [this] { station_.engine.dispatcher.ReleaseTransmitter(); });
+  rig->addAction(tr("&Ask the rig for its levels"), QKeySequence("Ctrl+R"), this, [this] { station_.AskLevels(); });
+  rig->addSeparator();
+  QAction* polling = rig->addAction(tr("&Poll the rig"));
+  polling->setCheckable(true);
+  connect(polling, &QAction::triggered, this, [this](bool on) { station_.console.Polling.Set(on); });
+  QAction* limits = rig->addAction(tr("Tune without band &limits"));
+  limits->setCheckable(true);
+  connect(limits, &QAction::triggered, this, [this](bool on) { station_.console.NoLimits.Set(on); });
+  connect(rig, &QMenu::aboutToShow, this, [this, polling, limits] {
+    polling->setChecked(*station_.console.Polling);
+    limits->setChecked(*station_.console.NoLimits);
+  });
+  windows_menu_ = menus_->addMenu(tr("&Windows"));
+  MakeViewMenu();
+  QMenu* help = menus_->addMenu(tr("&Help"));
+  help->addAction(tr("&Keys and mouse"), QKeySequence("Ctrl+F1"), this, [this] { ShowHelp(); });
+}
+
+/// The menus, and beside them what a screen reader could not find in a menu bar's own corner.
+QWidget* ConsoleWindow::MakeHeader() {
+  auto* header = new QFrame;
+  header->setProperty("role", "header");
+  auto* row = new QHBoxLayout(header);
+  const int em = fontMetrics().height();
+  row->setContentsMargins(0, 0, em, 0);
+  row->setSpacing(em / 2);
+  menus_ = new QMenuBar;
+  menus_->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
+  rig_ = MakeLabel(tr("Rig and its port"), "quiet");
+  clock_ = new widgets::TabularLabel(tr("UTC clock"));
+  row->addWidget(menus_, 1);
+  row->addWidget(rig_);
+  row->addWidget(clock_);
+  return header;
+}
+
+void ConsoleWindow::MakeViewMenu() {
+  QMenu* view = menus_->addMenu(tr("&View"));
+  theme_menu_ = view->addMenu(tr("&Theme"));
+  auto* themes = new QActionGroup(this);
+  const QStringList titles{tr("&Dark"), tr("&Light"), tr("&High contrast"), tr("&Classic")};
+  for (qsizetype i = 0; i < widgets::ThemeNames().size(); ++i) {
+    const QString name = widgets::ThemeNames()[i];
+    QAction* action = theme_menu_->addAction(titles[i]);
+    action->setCheckable(true);
+    action->setData(name);
+    themes->addAction(action);
+    connect(action, &QAction::triggered, this, [this, name] { (void)station_.SetTheme(name.toStdString()); });
+  }
+  const auto resize_text = [this](int percent) {
+    if (auto set = station_.SetTextSize(percent); !set) station_.Notice(set.error().message);
+  };
+  view->addAction(tr("L&arger text"), QKeySequence("Ctrl++"), this,
+                  [this, resize_text] { resize_text(*station_.console.TextSize + kTextStep); });
+  view->addAction(tr("&Smaller text"), QKeySequence("Ctrl+-"), this,
+                  [this, resize_text] { resize_text(*station_.console.TextSize - kTextStep); });
+  view->addAction(tr("&Usual text"), QKeySequence("Ctrl+0"), this, [resize_text] { resize_text(100); });
+  view->addSeparator();
+  QAction* announce = view->addAction(tr("Spoken &announcements"), QKeySequence("Ctrl+Shift+A"), this,
+                                      [this] { station_.SetAnnounce(!*station_.console.Announce); });
+  announce->setCheckable(true);
+  connect(view, &QMenu::aboutToShow, this,
+          [this, announce] { announce->setChecked(*station_.console.Announce); });
+  QAction* full = view->addAction(tr("&Full screen"), QKeySequence("F11"), this,
+                                  [this] { setWindowState(windowState() ^ Qt::WindowFullScreen); });
+  full->setCheckable(true);
+  connect(view, &QMenu::aboutToShow, this, [this, full] { full->setChecked(isFullScreen()); });
+}
+
+void ConsoleWindow::AddKey(const QKeySequence& keys, const std::function<void()>& action) {
+  connect(new QShortcut(keys, this), &QShortcut::activated, this, action);
+}
+
+void ConsoleWindow::MakeKeys() {
+  AddKey(QKeySequence("Ctrl+Up"), [this] { band_->PressNeighbour(1); });
+  AddKey(QKeySequence("Ctrl+Down"), [this] { band_->PressNeighbour(-1); });
+  AddKey(QKeySequence("Ctrl+Right"), [this] { station_.bands.TurnKnob(1); });
+  AddKey(QKeySequence("Ctrl+Left"), [this] { station_.bands.TurnKnob(-1); });
+  AddKey(QKeySequence("F10"), [this] {
+    menus_->setFocus(Qt::MenuBarFocusReason);
+    menus_->setActiveAction(menus_->actions().first());
+  });
+  AddKey(QKeySequence("F12"), [this] {
+    if (on_say_status) on_say_status();
+  });
+}
+
+void ConsoleWindow::ShowHelp() {
+  QMessageBox box(QMessageBox::NoIcon, tr("Keys and mouse"), {}, QMessageBox::Close, this);
+  box.setTextFormat(Qt::PlainText);
+  box.setText(
+      tr("Turn the wheel over a digit of the frequency to tune that digit, anywhere else to tune by the step.\n"
+         "Type digits anywhere to enter a frequency in kHz; Enter tunes there, Escape drops it.\n"
+         "If you click and hold the left mouse button while on the tuning knob the frequency will change as you move "
+         "left and right .\n"
+         "If you click and hold the right mouse button while on the tuning knob the frequency will change at double "
+         "the rate .\n"
+         "The frequency can also be changed with the slider at the bottom of the console.\n\n"
+         "Ctrl+Left, Ctrl+Right\tone step down, up\n"
+         "Ctrl+Down, Ctrl+Up\tthe band before, the next band\n"
+         "Alt+1 to Alt+6\tCW, USB, LSB, AM, FM, RTTY\n"
+         "Alt+N, Alt+A, Alt+B\tnarrow, VFO A, VFO B\n"
+         "Alt+0\tthe other tuning step\n"
+         "F1 to F9\tfunction keys\n"
+         "F12\tsays frequency, mode and signal\n"
+         "Ctrl+1 to Ctrl+7\trig numbers\n"
+         "Ctrl+Alt+0 to Ctrl+Alt+8\tsaved rigs\n"
+         "Escape\treleases the transmitter"));
+  box.exec();
+}
+
+void ConsoleWindow::AddWindow(const QString& menu_text, const QKeySequence& keys, const QString& file_name,
+                              Maker maker) {
+  windows_menu_->addAction(menu_text, keys, this, [this, file_name] { OpenWindow(file_name); });
+  others_.push_back({file_name, std::move(maker), {}});
+}
+
+QWidget* ConsoleWindow::OpenWindow(const QString& file_name) {
+  for (OtherWindow& other : others_) {
+    if (other.file_name != file_name) continue;
+    if (!other.window) {
+      other.window = other.maker(this);
+      other.window->resize(other.window->sizeHint().expandedTo(other.window->size()).boundedTo(screen()->availableSize()));
+      Restore(other.window, file_name.toStdString());
+    }
+    other.window->show();
+    other.window->raise();
+    other.window->activateWindow();
+    return other.window;
+  }
+  return nullptr;
+}
+
+QStringList ConsoleWindow::window_names() const {
+  QStringList names;
+  for (const OtherWindow& other : others_) names << other.file_name;
+  return names;
 }
 
 void ConsoleWindow::OfferSimulatedRig(bool offer) {
   offer_->setVisible(offer);
 }
 
-void ConsoleWindow::closeEvent(QCloseEvent* event) {
-  event->ignore();  // the program ends after the orderly shut-down
-  hide();
-  if (on_close) on_close();
+void ConsoleWindow::PutInPlace() {
+  if (const auto content = station_.ReadFile(kPlacesFile)) places_ = ParseWindowPlaces(*content);
+  const int em = fontMetrics().height();
+  const QRect screen = QGuiApplication::primaryScreen()->availableGeometry();
+  resize(std::min({1280, 80 * em, screen.width()}), std::min({800, 50 * em, screen.height()}));
+  Restore(this, kConsoleName);
+  const QPoint place(station_.position.left, station_.position.top);
+  if (!place.isNull() && QGuiApplication::screenAt(place + QPoint(em, em)) != nullptr) move(place);
 }
 
-void ConsoleWindow::ShowAll() {
-  for (const Field field : {Field::kFreqDisp, Field::kMode, Field::kActiveVfo, Field::kSMeter, Field::kRigName,
-                            Field::kRiggmt, Field::kPort, Field::kMsgArea}) {
-    Follow(field);
+/// A place that is on no screen any more is not taken.
+void ConsoleWindow::Restore(QWidget* window, const std::string& name) {
+  const auto place = places_.find(name);
+  if (place == places_.end()) return;
+  const QRect rectangle(place->second.left, place->second.top, place->second.width, place->second.height);
+  const QScreen* screen = QGuiApplication::screenAt(rectangle.topLeft() + QPoint(1, 1));
+  if (screen == nullptr) return;
+  window->resize(rectangle.size().boundedTo(screen->availableSize()));
+  window->move(rectangle.topLeft());
+  if (place->second.maximized) window->setWindowState(Qt::WindowMaximized);
+}
+
+void ConsoleWindow::NotePlace(QWidget* window, const std::string& name) {
+  const QRect place = window->isMaximized() ? window->normalGeometry() : window->geometry();
+  places_[name] = {window->x(), window->y(), place.width(), place.height(), window->isMaximized()};
+}
+
+void ConsoleWindow::MaxAllForms() {
+  NotePlace(this, kConsoleName);
+  for (const OtherWindow& other : others_) {
+    if (other.window) NotePlace(other.window, other.file_name.toStdString());
+  }
+  if (auto written = station_.WriteFile(kPlacesFile, FormatWindowPlaces(places_)); !written)
+    station_.Notice(written.error().message);
+  for (QWidget* window : QApplication::topLevelWidgets()) {
+    if (window->isWindow() && window->isVisible() && (window->isMinimized() || window->isMaximized()))
+      window->setWindowState(Qt::WindowNoState);
+  }
+  station_.position.top = pos().y();
+  station_.position.left = pos().x();
+}
+
+void ConsoleWindow::UnloadStuff() {
+  for (OtherWindow& other : others_) {
+    if (other.window) other.window->hide();
   }
 }
 
+void ConsoleWindow::closeEvent(QCloseEvent* event) {
+  event->ignore();  // the program ends after the orderly shut-down
+  if (on_close) on_close();
+}
+
+/// Digits that nothing else wants are the beginning of a frequency.
+void ConsoleWindow::keyPressEvent(QKeyEvent* event) {
+  const bool digit = event->text().size() == 1 && event->text()[0] >= '0' && event->text()[0] <= '9';
+  const bool plain = (event->modifiers() & ~Qt::KeypadModifier) == Qt::NoModifier;
+  widgets::FrequencyDisplay& display = screen_->display();
+  if (!digit || !plain || display.hasFocus()) return QMainWindow::keyPressEvent(event);
+  display.setFocus(Qt::ShortcutFocusReason);
+  QApplication::sendEvent(&display, event);
+}
+
+/// Wherever no control wants it, the wheel tunes; with Shift it scrolls what is larger than the window.
+bool ConsoleWindow::eventFilter(QObject* watched, QEvent* event) {
+  if (event->type() != QEvent::Wheel) return QMainWindow::eventFilter(watched, event);
+  const auto* wheel = static_cast<QWheelEvent*>(event);
+  if (wheel->modifiers() & Qt::ShiftModifier) return false;
+  wheel_ += wheel->angleDelta().y();
+  const int notches = wheel_ / kNotch;
+  wheel_ -= notches * kNotch;
+  if (notches != 0) station_.bands.TurnKnob(notches);
+  event->accept();
+  return true;
+}
+
+void ConsoleWindow::ShowAll() {
+  for (int field = 0; field <= static_cast<int>(kLastField); ++field) Follow(static_cast<Field>(field));
+}
+
 void ConsoleWindow::Follow(Field field) {
-  const Console& console = station_.console;
+  for (Panel* panel : panels_) panel->Follow(field);
   switch (field) {
-    case Field::kFreqDisp:
-      return frequency_->SetFrequency(*console.FreqDisp);
-    case Field::kMode:
-      return mode_->setText(Text(Trim(*console.Mode)));
-    case Field::kActiveVfo:
-    case Field::kFreqA:
-    case Field::kFreqB:
-      return ShowVfo();
-    case Field::kSMeter:
-      meter_->SetValue(*console.SMeter, cat::SMeterFullScale(station_.engine.rig()));
-      return meter_text_->setText(QString::number(*console.SMeter));
-    case Field::kRigName:
-      return rig_->setText("KVX   " + Text(*console.RigName)), ShowPort();
     case Field::kRiggmt:
       return ShowClock();
+    case Field::kRigName:
+      OfferSimulatedRig(*station_.console.RigName == "NONE" && station_.settings().rig_port == 0);
+      return ShowRig();
     case Field::kPort:
-      return ShowPort();
-    case Field::kMsgArea:
-      return message_->setText(Text(*console.MsgArea));
-    case Field::kErrorText:
-      if (!console.ErrorText->empty()) message_->setText(Text(*console.ErrorText));  // cleared: the last message stays
-      return;
+      return ShowRig();
+    case Field::kFreqDisp:
+    case Field::kFromF:
+    case Field::kToF:
+      return ShowTuningSlider();
+    case Field::kTheme:
+    case Field::kTextSize:
+    case Field::kColors:
+      return ApplyAppearance();
     default:
       return;
   }
 }
 
-void ConsoleWindow::ShowClock() {
-  const QString text = Text(*station_.console.RIGGMT).left(kClockCharacters) + " UTC";
-  if (clock_->text() != text) clock_->setText(text);
-}
-
-void ConsoleWindow::ShowPort() {
+void ConsoleWindow::ApplyAppearance() {
   const config::StationSettings& settings = station_.settings();
-  port_->setText(settings.rig_port == 0 ? tr("No rig port")
-                                        : QString("COM%1  %2 baud  %3")
-                                              .arg(settings.rig_port)
-                                              .arg(settings.rig_speed)
-                                              .arg(Text(*station_.console.Port)));
+  appearance_.Use(widgets::MakeTheme(Text(*station_.console.Theme), {settings.body_color, settings.screen_color}),
+                  *station_.console.TextSize);
+  if (theme_menu_ == nullptr) return;
+  for (QAction* action : theme_menu_->actions()) action->setChecked(action->data() == Text(*station_.console.Theme));
 }
 
-void ConsoleWindow::ShowVfo() {
+void ConsoleWindow::ShowClock() {
+  clock_->SetText(Text(*station_.console.RIGGMT).left(kClockCharacters) + " UTC");
+}
+
+void ConsoleWindow::ShowRig() {
+  const config::StationSettings& settings = station_.settings();
+  QString text = Text(*station_.console.RigName);
+  if (settings.rig_port != 0) text += QString("  ·  COM%1 %2").arg(settings.rig_port).arg(settings.rig_speed);
+  ShowText(rig_, text + "  · ");
+}
+
+void ConsoleWindow::ShowTuningSlider() {
   const Console& console = station_.console;
-  const bool b = *console.ActiveVfo == 'B';
-  SetRole(vfo_a_, b ? "chip" : "chip-on");
-  SetRole(vfo_b_, b ? "chip-on" : "chip");
-  const Frequency other = b ? *console.FreqA : *console.FreqB;
-  other_frequency_->setText(other.decihertz == 0 ? QString() : QString(b ? "A  " : "B  ") + Text(KhzText(other)));
+  if (tuning_->isSliderDown()) return;
+  const QSignalBlocker quiet(tuning_);
+  const auto places = [&](Frequency frequency) {
+    return static_cast<int>((frequency.decihertz - console.FromF->decihertz) / kSliderUnit.decihertz);
+  };
+  tuning_->setRange(0, std::max(0, places(*console.ToF)));
+  tuning_->setSingleStep(std::max(1, static_cast<int>(station_.bands.step().decihertz / kSliderUnit.decihertz)));
+  tuning_->setPageStep(tuning_->singleStep() * 10);
+  tuning_->setValue(places(*console.FreqDisp));
+  station_.position.h_scroll2 = tuning_->value();
 }
 
 }  // namespace kvx::console

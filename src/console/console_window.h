@@ -1,58 +1,99 @@
 #pragma once
 
-#include <QFrame>
-#include <QLabel>
 #include <QMainWindow>
+#include <QPointer>
 #include <functional>
+#include <map>
+#include <vector>
 
-#include "console/frequency_view.h"
-#include "console/meter_view.h"
+#include "console/panel.h"
 #include "console/station.h"
-#include "console/theme.h"
+#include "console/window_places.h"
+#include "widgets/appearance.h"
+#include "widgets/tabular_label.h"
+
+class QMenuBar;
+class QSlider;
 
 namespace kvx::console {
 
-/// The main window: shows the station's state and follows it. It computes nothing; closing it asks the program to end.
+class BandPanel;
+class ScreenPanel;
+
+/// The main window: puts the panels together, has the menus and the keys that work everywhere, and opens the other
+/// windows. Closing it asks the program to end.
 class ConsoleWindow final : public QMainWindow {
+  Q_OBJECT
+
  public:
-  explicit ConsoleWindow(Station& station);
+  ConsoleWindow(Station& station, widgets::Appearance& appearance);
+
+  /// Makes a window that the menu "Windows" opens. It is made at its first opening and kept.
+  using Maker = std::function<QWidget*(QWidget* parent)>;
+  void AddWindow(const QString& menu_text, const QKeySequence& keys, const QString& file_name, Maker maker);
+  /// Opens the window of that file name ("setup"), or brings it to the front.
+  QWidget* OpenWindow(const QString& file_name);
+  QStringList window_names() const;
 
   /// Shows or hides the offer to use the simulated rig on a station where no rig is chosen.
   void OfferSimulatedRig(bool offer);
+  /// Shows everything anew: stored colours or the band plan have changed.
+  void Redraw() { ShowAll(); }
+  /// Brings every open window back to its normal state and notes where this one is.
+  void MaxAllForms();
+  /// Closes every open window but this one.
+  void UnloadStuff();
 
   std::function<void()> on_close;
   std::function<void()> on_use_simulated_rig;
+  std::function<void()> on_say_status;
 
  protected:
   void closeEvent(QCloseEvent* event) override;
+  void keyPressEvent(QKeyEvent* event) override;
+  bool eventFilter(QObject* watched, QEvent* event) override;
 
  private:
-  QFrame* MakeHeader();
-  QFrame* MakeScreen();
-  QFrame* MakeMeter();
-  QFrame* MakeOffer();
-  QFrame* MakeFooter();
-  QLabel* MakeLabel(const QString& name, const char* role);
+  struct OtherWindow {
+    QString file_name;
+    Maker maker;
+    QPointer<QWidget> window;
+  };
+
+  QWidget* MakeCenter();
+  QWidget* MakeOffer();
+  QWidget* MakeTuningSlider();
+  QWidget* MakeHeader();
+  void MakeMenus();
+  void MakeViewMenu();
+  void MakeKeys();
+  void AddKey(const QKeySequence& keys, const std::function<void()>& action);
+  void ShowHelp();
   void Follow(Field field);
   void ShowAll();
   void ShowClock();
-  void ShowPort();
-  void ShowVfo();
+  void ShowRig();
+  void ShowTuningSlider();
+  void ApplyAppearance();
+  void PutInPlace();
+  void Restore(QWidget* window, const std::string& name);
+  void NotePlace(QWidget* window, const std::string& name);
 
   Station& station_;
-  const Theme theme_;
-  FrequencyView* frequency_;
-  MeterView* meter_;
+  widgets::Appearance& appearance_;
+  std::vector<Panel*> panels_;
+  ScreenPanel* screen_;
+  BandPanel* band_;
+  QWidget* offer_;
+  QSlider* tuning_;
   QLabel* rig_;
-  QLabel* clock_;
-  QLabel* vfo_a_;
-  QLabel* vfo_b_;
-  QLabel* mode_;
-  QLabel* other_frequency_;
-  QLabel* meter_text_;
-  QLabel* port_;
-  QLabel* message_;
-  QFrame* offer_;
+  widgets::TabularLabel* clock_;
+  QMenuBar* menus_;
+  QMenu* windows_menu_;
+  QMenu* theme_menu_ = nullptr;
+  std::vector<OtherWindow> others_;
+  WindowPlaces places_;
+  int wheel_ = 0;  ///< eighths of a degree that are not yet a notch
   Console::Subscription subscription_;
 };
 

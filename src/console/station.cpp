@@ -1,6 +1,7 @@
 #include "console/station.h"
 
 #include <algorithm>
+#include <array>
 
 #include "core/text.h"
 
@@ -11,6 +12,12 @@ using namespace std::chrono_literals;
 
 constexpr Duration kLongestTransmission = 5min;
 constexpr std::size_t kLongestNotice = 400;
+constexpr Duration kBeforeLevels = 1500ms;  // the display comes first
+constexpr Duration kBetweenLevels = 400ms;
+constexpr Duration kLineCheck = 20ms;
+constexpr std::array<std::string_view, 4> kThemes{"dark", "light", "contrast", "classic"};
+constexpr int kSmallestText = 70;  // percent
+constexpr int kLargestText = 250;
 
 }  // namespace
 
@@ -23,6 +30,8 @@ Station::Station(const StationParts& parts)
       settings_file_(parts.loop, parts.files, parts.folder, [this](const std::string& line) { Notice(line); }),
       engine(parts.loop, console, parts.rig_port),
       bands(console, engine.dispatcher, engine.operations, settings_.band_memory),
+      debug_log(parts.loop, parts.files, engine),
+      announcer(parts.loop, console, engine.rig(), bands.plan(), parts.speech),
       clock_(parts.loop, console) {
   engine.link.on_notice = [this](const std::string& line) { Notice(line); };
   engine.link.on_opened = [this] { PortOpened(); };
@@ -39,6 +48,20 @@ void Station::Notice(const std::string& line) {
   const bool fits =
       line.size() <= kLongestNotice && std::none_of(line.begin(), line.end(), [](unsigned char c) { return c < 0x20; });
   console.MsgArea.Set(fits ? line : OneLine(line, kLongestNotice));
+}
+
+std::string Station::WhyNotSent(cat::SendOutcome outcome) const {
+  switch (outcome) {
+    case cat::SendOutcome::kSent:
+      return {};
+    case cat::SendOutcome::kClosed:
+      return "the rig port is closed (" + *console.Port + ")";
+    case cat::SendOutcome::kNoTemplate:
+      return engine.rig().name + " has no such command";
+    case cat::SendOutcome::kRefused:
+      break;
+  }
+  return console.ErrorText->empty() ? "not sent" : *console.ErrorText;
 }
 
 void Station::Start() {
@@ -88,6 +111,7 @@ void Station::ReadBandPlan() {
   auto plan = cat::BandPlan::Parse(*csv);
   if (!plan) return Notice(file.string() + ": " + plan.error().message);
   bands.UsePlan(std::move(*plan));
+  console.BandPlan.Set(*console.BandPlan + 1);
 }
 
 Status Station::InitRig(const std::string& slot) {
@@ -115,6 +139,12 @@ Status Station::InitRig(const std::string& slot) {
     if (!settings_.function_texts[i].empty()) console.Text5.Set(i, settings_.function_texts[i]);
   }
   console.Offset.Set(ParseKhz(settings_.offset).value_or(Frequency{}));
+  if (start_up) {
+    const bool known = std::find(kThemes.begin(), kThemes.end(), settings_.theme) != kThemes.end();
+    console.Theme.Set(known ? settings_.theme : std::string(kThemes.front()));
+    console.TextSize.Set(settings_.text_percent);
+    console.Announce.Set(settings_.announcements);
+  }
   clock_.SetGmtHours(settings_.gmt_is_set ? settings_.gmt_hours : 0);
   const Status loaded = SetRig(settings_.rig);
   if (!loaded) Notice(loaded.error().message);
@@ -154,6 +184,11 @@ Status Station::SetRig(const std::string& name) {
     const std::string& text = rig.row["FNT" + std::to_string(i + 1)];
     if (!text.empty()) console.Text5.Set(i, text);
   }
+  console.MeterOn.Set(false);
+  console.Agc.Set("");
+  console.Rit.Set(false);
+  console.Xit.Set(false);
+  if (engine.link.is_open()) AskLevels();
   console.Label10.Set("ALC");
   engine.dispatcher.SendData("ALC");
   console.RigRow.Set(*console.RigRow + 1);
@@ -236,6 +271,50 @@ void Station::SetRigPort(int number, int speed) {
   OpenRigPort();
 }
 
+void Station::ChangeSettings(
+    const std::function<void(config::StationSettings&)>& change,
+    const std::function<std::vector<config::SettingChange>(const config::StationSettings&)>& lines) {
+  change(settings_);
+  KeepInFile(lines(settings_));
+}
+
+void Station::SetPace() {
+  clock_.SetPace(std::chrono::milliseconds(settings_.poll_milliseconds), settings_.rig_speed,
+                 cat::CycleCharacters(engine.rig()));
+}
+
+void Station::FollowSettings() {
+  ReadBandPlan();
+  bands.SetPriv();
+  clock_.SetGmtHours(settings_.gmt_is_set ? settings_.gmt_hours : 0);
+  SetPace();
+  console.Offset.Set(ParseKhz(settings_.offset).value_or(Frequency{}));
+  ApplyTs520Offset();
+}
+
+Status Station::SetTheme(const std::string& name) {
+  const std::string theme = Lower(Trim(name));
+  if (std::find(kThemes.begin(), kThemes.end(), theme) == kThemes.end())
+    return Error{ErrorCode::kInvalid, "there is no theme " + OneLine(name, 40) + " (dark light contrast classic)"};
+  ChangeSettings([&](config::StationSettings& settings) { settings.theme = theme; }, config::AppearanceChanges);
+  console.Theme.Set(theme);
+  return Ok();
+}
+
+Status Station::SetTextSize(int percent) {
+  if (percent < kSmallestText || percent > kLargestText)
+    return Error{ErrorCode::kInvalid, "the text size is 70 to 250 percent"};
+  ChangeSettings([&](config::StationSettings& settings) { settings.text_percent = percent; },
+                 config::AppearanceChanges);
+  console.TextSize.Set(percent);
+  return Ok();
+}
+
+void Station::SetAnnounce(bool on) {
+  ChangeSettings([&](config::StationSettings& settings) { settings.announcements = on; }, config::AppearanceChanges);
+  console.Announce.Set(on);
+}
+
 /// Before another rig or another port: the transmitter is released, and nothing that is meant for the next rig reaches
 /// this one.
 void Station::GiveUpRig(bool for_another_rig) {
@@ -263,8 +342,7 @@ void Station::OpenRigPort() {
     port.dtr = settings_.dtr_on[static_cast<std::size_t>(port.number)];
     port.rts = settings_.rts_on[static_cast<std::size_t>(port.number)];
   }
-  clock_.SetPace(std::chrono::milliseconds(settings_.poll_milliseconds), port.speed,
-                 cat::CycleCharacters(engine.rig()));
+  SetPace();
   engine.link.OpenRigPort(port, !EqualNoCase(*console.RigName, "NONE"));
 }
 
@@ -275,27 +353,81 @@ void Station::PortOpened() {
   engine.operations.Forget();
   engine.dispatcher.SendData(*console.Label10);
   engine.poller.PortOpened();
+  AskLevels();
 }
 
 cat::SendOutcome Station::PressFunction(int number) {
-  return engine.dispatcher.SendData("XFN" + std::to_string(number));
+  const cat::SendOutcome outcome = engine.dispatcher.SendData("XFN" + std::to_string(number));
+  if (outcome == cat::SendOutcome::kSent) announcer.FunctionPressed(number);
+  return outcome;
+}
+
+cat::SendOutcome Station::PressMeter(const std::string& key) {
+  if (*console.MeterOn && *console.Label10 == key) {
+    console.MeterOn.Set(false);
+    return cat::SendOutcome::kSent;
+  }
+  const cat::SendOutcome outcome = engine.dispatcher.SendData(key);
+  if (outcome == cat::SendOutcome::kSent) console.MeterOn.Set(true);
+  return outcome;
+}
+
+cat::SendOutcome Station::PressAgc(const std::string& key) {
+  const cat::SendOutcome outcome = engine.dispatcher.SendData(key);
+  if (outcome == cat::SendOutcome::kSent) console.Agc.Set(key);
+  return outcome;
+}
+
+cat::SendOutcome Station::PressRit() {
+  const std::string& off = engine.rig().row["RITOFF"];
+  const bool was_on = *console.Rit && !off.empty();
+  const cat::SendOutcome outcome = engine.dispatcher.SendData(was_on ? off : "XRITON");
+  if (outcome == cat::SendOutcome::kSent) console.Rit.Set(!was_on);
+  return outcome;
+}
+
+cat::SendOutcome Station::PressXit() {
+  const cat::SendOutcome outcome = engine.dispatcher.SendData("XXITON");
+  if (outcome == cat::SendOutcome::kSent) console.Xit.Set(true);
+  return outcome;
+}
+
+Task Station::ReadLevels() {
+  co_await loop_.Sleep(kBeforeLevels);
+  // A rig whose replies name their VFO also tells where the other one is.
+  const bool asks_vfo_b = !engine.rig().binary() && console.FreqB->decihertz == 0;
+  for (const std::string_view key : {"XGETFREQB", "XGETALPHA", "XGETBRAVO", "XGETCHAR", "XGETMISC", "XGETAF", "XGETRF",
+                                     "XGETPOWER", "XGETFILTER", "XGETNOTCH"}) {
+    if (!engine.dispatcher.Has(key) || (key == "XGETFREQB" && !asks_vfo_b)) continue;
+    while (*console.Transmitting || *console.Tuning || engine.link.bytes_unsent() > 0 ||
+           engine.parser.reply_under_way()) {
+      co_await loop_.Sleep(kLineCheck);
+    }
+    engine.dispatcher.SendData(key);
+    co_await loop_.Sleep(kBetweenLevels);
+  }
+}
+
+config::SliderBounds Station::slider_bounds(int number) const {
+  config::SliderBounds bounds = engine.rig().slider_bounds.at(static_cast<std::size_t>(number - 1));
+  if (number == 1) bounds.maximum = engine.rig().cw_full_scale;
+  return bounds;
 }
 
 cat::SendOutcome Station::MoveSlider(int number, int value) {
   const auto index = static_cast<std::size_t>(number - 1);
-  const config::SliderBounds& bounds = engine.rig().slider_bounds.at(index);
-  // The CW speed control runs to 999 whatever the rig takes; what goes out stays within the rig's own range.
-  const int maximum = number == 1 ? engine.rig().cw_full_scale : bounds.maximum;
-  const auto [low, high] = std::minmax(bounds.minimum, maximum);
+  const auto [maximum, minimum] = slider_bounds(number);
+  const auto [low, high] = std::minmax(minimum, maximum);
   console.Slider.Set(index, std::clamp(value, low, high));
-  const cat::CommandKey* key = cat::SliderKey(number);
-  return key == nullptr ? cat::SendOutcome::kNoTemplate : engine.dispatcher.SendData(key->key);
+  return engine.operations.SendSlider(number);
 }
 
 Task Station::ShutDown() {
   engine.dispatcher.ReleaseTransmitter();
+  levels_ = Task();
   engine.poller.Stop();
   clock_.Stop();
+  if (MaxAllForms) MaxAllForms();
   WritePosition();
   bands.RememberBand();
   Task saved = SaveRig("");
@@ -303,6 +435,7 @@ Task Station::ShutDown() {
   Task deliver = engine.link.Deliver();
   co_await deliver;
   engine.link.CloseRigPort();
+  if (UnloadStuff) UnloadStuff();
 }
 
 }  // namespace kvx::console

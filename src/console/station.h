@@ -9,7 +9,9 @@
 #include "config/rig_database.h"
 #include "config/settings_file.h"
 #include "config/station_settings.h"
+#include "console/announcer.h"
 #include "console/clock.h"
+#include "console/debug_log.h"
 #include "console/position_file.h"
 #include "core/console.h"
 
@@ -20,8 +22,9 @@ struct StationParts {
   Loop& loop;
   platform::Files& files;
   platform::SerialPort& rig_port;
-  platform::Path folder;  ///< the station folder
-  platform::Path data;    ///< the shipped data
+  platform::Path folder;               ///< the station folder
+  platform::Path data;                 ///< the shipped data
+  platform::Speech* speech = nullptr;  ///< null: no voice
 };
 
 /// The station: one console with its rig, from start-up to the orderly shut-down. Windows and the headless command line
@@ -63,6 +66,34 @@ class Station {
   /// Sets slider #1 to #11 within its bounds and sends its command.
   cat::SendOutcome MoveSlider(int number, int value);
 
+  /// Changes settings and keeps those lines of them in rig.ini. What has to happen with the new values is the caller's.
+  void ChangeSettings(const std::function<void(config::StationSettings&)>& change,
+                      const std::function<std::vector<config::SettingChange>(const config::StationSettings&)>& lines);
+  /// Lets the band plan, the clock and the offset follow settings that have been changed.
+  void FollowSettings();
+  /// The operator's choices of appearance and announcements, kept in rig.ini. kInvalid names what is wrong.
+  Status SetTheme(const std::string& name);
+  Status SetTextSize(int percent);
+  void SetAnnounce(bool on);
+
+  /// One sentence on a command that was not sent.
+  std::string WhyNotSent(cat::SendOutcome outcome) const;
+
+  /// A meter button ("ALC" to "COMP"): selects that meter and polls it; pressed again, the S-meter alone is polled.
+  cat::SendOutcome PressMeter(const std::string& key);
+  /// An AGC button ("AGCOFF" to "AGCSLOW").
+  cat::SendOutcome PressAgc(const std::string& key);
+  /// RIT on and, where the rig has a command for that, off in turn; XIT, which no row can switch off, on.
+  cat::SendOutcome PressRit();
+  cat::SendOutcome PressXit();
+  /// Asks the rig for the value of every slider whose row has a query, one after the other. Also done once whenever the
+  /// port has opened or the rig has changed.
+  void AskLevels() { levels_ = ReadLevels(); }
+  /// What slider #1 to #11 can be set to. The CW speed control runs to its own full scale whatever the rig takes.
+  config::SliderBounds slider_bounds(int number) const;
+  /// Keeps the console's state in rig.ini now.
+  void Save() { KeepInFile(config::ConsoleChanges(settings_)); }
+
   /// Shows one line to the operator.
   void Notice(const std::string& line);
   /// Whether the last rewrite of rig.ini reached the disk.
@@ -70,15 +101,22 @@ class Station {
   const config::StationSettings& settings() const { return settings_; }
   Result<std::vector<std::string>> RigNames() const { return database_.Names(); }
   const platform::Path& folder() const { return folder_; }
+  /// A small file of the station folder: kNotFound when there is none.
+  Result<std::string> ReadFile(const std::string& name) const { return files_.Read(folder_ / name); }
+  Status WriteFile(const std::string& name, std::string_view content) { return files_.Write(folder_ / name, content); }
   const Clock& clock() const { return clock_; }
 
   ConsolePosition position;
+  /// The windows' part in the shut-down: every open window back to the same state; every window but the console closed.
+  std::function<void()> MaxAllForms;
+  std::function<void()> UnloadStuff;
 
  private:
   void ReadPosition();
   void WritePosition();
   void PrepareStore();
   void ReadBandPlan();
+  void SetPace();
   void ApplyTs520Offset();
   Result<config::RigRow> FindRig(const std::string& name) const;
   void GiveUpRig(bool for_another_rig);
@@ -103,11 +141,16 @@ class Station {
  public:
   cat::Engine engine;
   cat::BandOperations bands;
+  DebugLog debug_log;
+  Announcer announcer;
 
  private:
   Clock clock_;
   std::vector<Task> saves_;  ///< rewrites of rig.ini under way
   Console::Subscription transmission_;
+  Task ReadLevels();
+
+  Task levels_;
   Task limit_;  ///< of the transmission under way
 };
 

@@ -51,7 +51,15 @@ enum class Field {
   kRigRow,
   kAnnounce,
   kNoLimits,
+  kTheme,
+  kTextSize,
+  kAgc,
+  kRit,
+  kXit,
+  kBandPlan,
+  kSavedRigs,
 };
+inline constexpr Field kLastField = Field::kSavedRigs;
 
 /// What the console shows and what its modules share. Every field is observed: whoever sets one to a new value
 /// announces it, and windows, servers and the logger bridge follow from that one signal. Engine thread only.
@@ -153,6 +161,11 @@ class Console {
   Cell<std::string> MeterNumber{*this, Field::kMeterNumber, "0"};
   Cell<std::string> Label10{*this, Field::kLabel10, "ALC"};  ///< caption of the selected meter
 
+  Cell<std::string> Agc{*this, Field::kAgc};                 ///< key of the AGC command last sent: "AGCFAST"
+
+  Cell<bool> Rit{*this, Field::kRit};  ///< as switched from here
+  Cell<bool> Xit{*this, Field::kXit};
+
   // Texts.
   Cell<std::string> MsgArea{*this, Field::kMsgArea};
   Cell<std::string> SPKBX{*this, Field::kSpkbx};          ///< announcements
@@ -180,6 +193,10 @@ class Console {
   Cell<std::string> Rport{*this, Field::kRport};               ///< the saved-rig slot last chosen, as shown
   Cell<std::string> Port{*this, Field::kPort, "closed"};       ///< "open", or why not
   Cell<std::pair<std::int64_t, std::int64_t>> Colors{*this, Field::kColors, {8421504, 4210752}};
+  Cell<std::string> Theme{*this, Field::kTheme, "dark"};  ///< "dark", "light", "contrast", "classic"
+  Cell<int> TextSize{*this, Field::kTextSize, 100};        ///< percent
+  Cell<int> BandPlan{*this, Field::kBandPlan};             ///< counts loaded band plans
+  Cell<int> SavedRigs{*this, Field::kSavedRigs};           ///< counts changes of the saved rigs
   Cell<int> RigRow{*this, Field::kRigRow};  ///< counts loaded rows: changes whenever captions and templates may have
 
  private:

@@ -27,4 +27,12 @@ struct PortTable {
 /// the file.
 PortTable ReadPortTable(const Files& files, const Path& station);
 
+/// What is wrong with a value that is to stand behind a port number, as one sentence; Ok when it has one of the forms.
+Status CheckAddress(std::string_view address);
+/// The content of ports.ini with that device behind the number: the number's line is replaced, or one is added at the
+/// end; every other line and comment stays.
+std::string WithAddress(std::string_view content, int number, std::string_view address);
+/// Puts a device behind a number in ports.ini of a station folder. A file that is no text is set aside.
+Status WriteAddress(Files& files, const Path& station, int number, std::string_view address);
+
 }  // namespace kvx::platform

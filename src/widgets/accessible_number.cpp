@@ -24,8 +24,11 @@ class NumberInterface final : public QAccessibleWidget, public QAccessibleValueI
   }
 
   QString text(QAccessible::Text kind) const override {
-    if (kind == QAccessible::Value && number_) return number_->access().text();
-    return QAccessibleWidget::text(kind);
+    // AT-SPI carries the value as a number only: its text is found in the description.
+    const QString text = QAccessibleWidget::text(kind);
+    if (!number_ || (kind != QAccessible::Value && kind != QAccessible::Description)) return text;
+    const QString reading = number_->access().text();
+    return kind == QAccessible::Value || text.isEmpty() ? reading : reading + ", " + text;
   }
 
   QVariant currentValue() const override { return number_ ? number_->access().value() : QVariant(); }

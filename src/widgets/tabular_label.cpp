@@ -5,6 +5,8 @@
 #include <QStyleOption>
 #include <cmath>
 
+#include "widgets/painting.h"
+
 namespace kvx::widgets {
 
 TabularLabel::TabularLabel(const QString& name, QWidget* parent) : QWidget(parent) {
@@ -22,8 +24,13 @@ void TabularLabel::SetText(const QString& text) {
   update();
 }
 
+void TabularLabel::SetScale(double scale) {
+  scale_ = scale;
+  updateGeometry();
+}
+
 double TabularLabel::Width(QChar character) const {
-  const QFontMetricsF metrics(font());
+  const QFontMetricsF metrics(ScaledFont(*this, scale_));
   return metrics.horizontalAdvance(character.isDigit() ? QChar('0') : character);
 }
 
@@ -34,13 +41,14 @@ double TabularLabel::TextWidth() const {
 }
 
 QSize TabularLabel::sizeHint() const {
-  return {static_cast<int>(std::ceil(TextWidth())) + 2, fontMetrics().height()};
+  return {static_cast<int>(std::ceil(TextWidth())) + 2, static_cast<int>(std::ceil(QFontMetricsF(ScaledFont(*this, scale_)).height()))};
 }
 
 void TabularLabel::paintEvent(QPaintEvent*) {
   QPainter painter(this);
   painter.setPen(palette().color(QPalette::WindowText));
-  const QFontMetricsF metrics(font());
+  painter.setFont(ScaledFont(*this, scale_));
+  const QFontMetricsF metrics(painter.font());
   const double room = width() - TextWidth();
   double x = (alignment_ & Qt::AlignRight) ? room : (alignment_ & Qt::AlignHCenter) ? room / 2 : 0;
   const double baseline = (height() + metrics.ascent() - metrics.descent()) / 2;

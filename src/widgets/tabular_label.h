@@ -14,6 +14,8 @@ class TabularLabel final : public QWidget {
   explicit TabularLabel(const QString& name, QWidget* parent = nullptr);
 
   void SetText(const QString& text);
+  /// The size of its text in sizes of the label's font.
+  void SetScale(double scale);
   const QString& text() const { return text_; }
   void SetAlignment(Qt::Alignment alignment) { alignment_ = alignment; }
   QSize sizeHint() const override;
@@ -27,6 +29,7 @@ class TabularLabel final : public QWidget {
   double TextWidth() const;
 
   QString text_;
+  double scale_ = 1;
   Qt::Alignment alignment_ = Qt::AlignLeft;
 };
 

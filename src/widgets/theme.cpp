@@ -214,6 +214,7 @@ QString StyleSheet(const Theme& theme) {
       Token{"@faint", Mixed(theme.panel, theme.quiet_ink, 0.55).name()},
       Token{"@accentink", theme.accent_ink.name()},
       Token{"@accent", theme.accent.name()},
+      Token{"@screenquiet", QuietInkOn(theme.screen, theme.digits).name()},
       Token{"@screen", theme.screen.name()},
       Token{"@digits", theme.digits.name()},
       Token{"@button", theme.button.name()},
@@ -226,16 +227,16 @@ QString StyleSheet(const Theme& theme) {
     QMainWindow, QDialog, QWidget#center, QMenuBar, QScrollArea, QScrollArea > QWidget > QWidget#page { background: @background; }
     QWidget { color: @ink; }
     QFrame[role="panel"] { background: @panel; border: @border; border-radius: 8px; }
+    QFrame[role="screen"] QWidget[role="quiet"] { color: @screenquiet; }
     QFrame[role="screen"] { background: @screen; border: @border; border-radius: 8px; }
     QLabel { border: none; background: transparent; }
     QWidget[role="quiet"] { color: @quiet; }
-    QLabel[role="caption"] { color: @quiet; font-size: 80%; font-weight: 600; }
+    QLabel[role="caption"] { color: @quiet; font-weight: 600; }
     QLabel[role="title"] { font-weight: 600; }
     QLabel[role="error"] { color: @red; }
     QLabel[role="chip"] { color: @digits; border: @border; border-radius: 4px; padding: 2px 8px; }
     QLabel[role="chip-on"] { background: @accent; color: @accentink; border: 1px solid @accent; border-radius: 4px; padding: 2px 8px; }
     QLabel[role="chip-danger"] { background: @red; color: @background; border: 1px solid @red; border-radius: 4px; padding: 2px 8px; font-weight: 600; }
-    QWidget[role="other-vfo"] { color: @quiet; font-size: 150%; }
     QPushButton, QToolButton { background: @button; border: @border; border-radius: 6px; padding: 3px 10px; min-height: 1.4em; }
     QPushButton:hover, QToolButton:hover { background: @raised; }
     QPushButton:pressed, QToolButton:pressed { background: @edge; }
@@ -280,7 +281,8 @@ QString StyleSheet(const Theme& theme) {
     QTabBar::tab { background: transparent; color: @quiet; padding: 6px 12px; border-bottom: 2px solid transparent; }
     QTabBar::tab:selected { color: @ink; border-bottom: 2px solid @accent; }
     QTabBar::tab:focus { color: @ink; border: @focus; }
-    QMenuBar { border-bottom: @border; padding: 3px 8px; }
+    QFrame[role="header"] { background: @background; border-bottom: @border; }
+    QMenuBar { padding: 2px 8px; }
     QMenuBar::item { background: transparent; padding: 4px 9px; border-radius: 4px; }
     QMenuBar::item:selected { background: @raised; }
     QMenu { background: @panel; border: @border; padding: 4px; }

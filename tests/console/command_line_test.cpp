@@ -57,7 +57,7 @@ TEST(CommandLine, EachCommandHasOneAnswerAndItsBytes) {
            Row{"mode", "error: no mode", ""},
            Row{"mode FMN", "ok mode FM", "MD4;"},
            Row{"send XFMN", "error: TS-2000 has no such command", ""},
-           Row{"narrow off", "ok narrow off", ""},
+           Row{"narrow off", "ok narrow off", "MD4;"},
            Row{"narrow 1", "error: narrow", ""},
            Row{"vfo b", "ok vfo B", "FR1;FT1;FB;"},
            Row{"vfo A", "ok vfo A", "FR0;FT0;FA;"},

@@ -58,7 +58,7 @@ TEST(Following, TheDisplayFollowsTheKnobAndNoFrameIsRefused) {
     SCOPED_TRACE(rig.title());
     SimBench bench(RigIni(rig.name, rig.speed), rig.device);
     for (const std::string& operation : rig.set_up) EXPECT_EQ(bench.port.device()->Operate(operation), "ok");
-    bench.Start(3s);
+    bench.Start(12s);  // the rig has been asked for its levels
     Duration slowest{0};
     for (int i = 0; i < 40; ++i) {
       bench.loop.RunFor(std::chrono::milliseconds(random() % 700));

@@ -66,5 +66,50 @@ TEST(PortTable, AMissingFileIsEmptyAndAnUnusableOneIsNamed) {
   EXPECT_EQ(ReadPortTable(files, station.path()).complaints.size(), 1U);
 }
 
+TEST(PortsFile, ANewDeviceTakesItsLineAndEveryOtherLineStays) {
+  struct Row {
+    std::string before, after;
+  };
+  for (const Row& row : {
+           Row{"", "COM3=sim:orion\n"},
+           Row{"# mine\r\nCOM1=/dev/a\r\n\r\nnonsense", "# mine\r\nCOM1=/dev/a\r\n\r\nnonsense\r\nCOM3=sim:orion\r\n"},
+           Row{"COM30=/dev/a\n com3 = /dev/b\n;COM3=/dev/c\n", "COM30=/dev/a\nCOM3=sim:orion\n;COM3=/dev/c\n"},
+           Row{"COM3=\nCOM4=/dev/a\nCOM3=/dev/b", "COM3=sim:orion\nCOM4=/dev/a\nCOM3=/dev/b\n"},
+           Row{"\xEF\xBB\xBF"
+               "COM3=/dev/a\n",
+               "\xEF\xBB\xBF"
+               "COM3=sim:orion\n"},
+       }) {
+    const std::string after = WithAddress(row.before, 3, "sim:orion");
+    EXPECT_EQ(after, row.after);
+    EXPECT_EQ(PortTable::Parse(after).AddressOf(3), "sim:orion") << row.before;
+  }
+}
+
+TEST(PortsFile, OnlyWhatCanBeOpenedIsTakenAsAnAddress) {
+  for (const std::string good :
+       {"/dev/ttyUSB0", "pty:/tmp/my rig", "tcp:shack.local:4001", "tcp:[::1]:1", "sim:orion"}) {
+    EXPECT_TRUE(CheckAddress(good).ok()) << good;
+    EXPECT_EQ(PortTable::Parse(WithAddress("", 1, good)).AddressOf(1), good);
+  }
+  for (const std::string& bad :
+       {""s, "ttyUSB0"s, "pty:"s, "pty:rig"s, "tcp:host"s, "tcp::1"s, "tcp:host:0"s, "tcp:host:65536"s, "sim:"s,
+        " /dev/a"s, "/dev/a "s, "/dev/a\nCOM2=/dev/b"s, "/dev/\0a"s, "/" + std::string(1100, 'x')}) {
+    const Status status = CheckAddress(bad);
+    ASSERT_FALSE(status.ok()) << bad;
+    EXPECT_FALSE(status.error().message.empty());
+  }
+}
+
+TEST(PortsFile, AFileThatIsNoTextIsSetAsideBeforeOneIsBegun) {
+  const TemporaryFolder folder;
+  PosixFiles files;
+  folder.Put("ports.ini", "\0\1\2binary\0"s);
+  ASSERT_TRUE(WriteAddress(files, folder.path(), 2, "/dev/a").ok());
+  EXPECT_EQ(folder.Get("ports.ini"), "COM2=/dev/a\n");
+  EXPECT_EQ(folder.Get("ports.ini.damaged"), "\0\1\2binary\0"s);
+  EXPECT_FALSE(WriteAddress(files, folder / "nowhere", 2, "/dev/a").ok());
+}
+
 }  // namespace
 }  // namespace kvx::platform

@@ -1,0 +1,86 @@
+#include "app/windows.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <iostream>
+
+#include "console/debug_window.h"
+#include "console/rig_editor_window.h"
+#include "console/setup_dialog.h"
+#include "core/text.h"
+
+namespace kvx::app {
+namespace {
+
+QString Tr(const char* text) {
+  return QCoreApplication::translate("Windows", text);
+}
+
+constexpr std::array kSetupPages{"setup-rig", "setup-port", "setup-station", "setup-appearance", "setup-announcements"};
+
+/// A size in heights of the window's text.
+QSize InText(const QWidget& window, int width, int height) {
+  return QSize(width, height) * window.fontMetrics().height();
+}
+
+bool Save(QWidget& window, const QDir& folder, const QString& name) {
+  const QString file = folder.filePath(name + ".png");
+  if (window.grab().save(file)) return true;
+  std::cerr << "kvx: cannot write " << file.toStdString() << '\n';
+  return false;
+}
+
+}  // namespace
+
+void AddWindows(console::ConsoleWindow& console, Program& program, widgets::Appearance& appearance) {
+  program.setup().on_redraw = [&console] { console.Redraw(); };
+  console.AddWindow(Tr("&Setup"), {}, "setup", [&](QWidget* parent) {
+    auto* setup = new console::SetupDialog(program.setup(), appearance, parent);
+    setup->resize(InText(*setup, 54, 40));
+    setup->on_use_simulated_rig = [&] { program.UseSimulatedRig(); };
+    setup->on_edit_definition = [&] { console.OpenWindow("rig-editor"); };
+    setup->on_speak = [&](const QString& sentence) { program.Speak(sentence.toStdString()); };
+    return setup;
+  });
+  console.AddWindow(Tr("&Rig definitions"), QKeySequence("Ctrl+E"), "rig-editor", [&](QWidget* parent) {
+    return new console::RigEditorWindow(program.editor(), appearance, parent);
+  });
+  console.AddWindow(Tr("&Debug view"), QKeySequence("Ctrl+D"), "debug", [&](QWidget* parent) {
+    auto* frame = new QMainWindow(parent);  // what a screen reader takes for a window
+    auto* debug = new console::DebugWindow(program.station(), appearance);
+    frame->setWindowTitle(debug->windowTitle());
+    frame->setCentralWidget(debug);
+    frame->resize(InText(*frame, 66, 32));
+    return frame;
+  });
+}
+
+int GrabWindows(console::ConsoleWindow& console, console::Station& station, const std::string& folder) {
+  const QDir target(QString::fromStdString(folder));
+  if (!QDir().mkpath(target.path())) {
+    std::cerr << "kvx: cannot make the folder " << folder << '\n';
+    return 1;
+  }
+  bool good = true;
+  const std::string theme = *station.console.Theme;
+  for (const QString& name : widgets::ThemeNames()) {
+    station.console.Theme.Set(name.toStdString());
+    good = Save(console, target, "console-" + name) && good;
+  }
+  station.console.Theme.Set(theme);
+  good = Save(console, target, "console") && good;
+  for (const QString& name : console.window_names()) {
+    QWidget* window = console.OpenWindow(name);
+    if (auto* setup = qobject_cast<console::SetupDialog*>(window)) {
+      for (std::size_t page = 0; page < kSetupPages.size(); ++page) {
+        setup->Open(static_cast<console::SetupDialog::Page>(page));
+        good = Save(*setup, target, kSetupPages[page]) && good;
+      }
+    } else {
+      good = Save(*window, target, name) && good;
+    }
+  }
+  return good ? 0 : 1;
+}
+
+}  // namespace kvx::app

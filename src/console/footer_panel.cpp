@@ -1,0 +1,92 @@
+#include "console/footer_panel.h"
+
+#include <QHBoxLayout>
+#include <QPainter>
+#include <QPixmap>
+
+#include "core/text.h"
+
+namespace kvx::console {
+namespace {
+
+/// A round lamp for a line of that height.
+QIcon Lamp(const QColor& color, int height) {
+  QPixmap lamp(2 * height, 2 * height);
+  lamp.fill(Qt::transparent);
+  QPainter painter(&lamp);
+  painter.setRenderHint(QPainter::Antialiasing);
+  painter.setPen(Qt::NoPen);
+  painter.setBrush(color);
+  painter.drawEllipse(lamp.rect().adjusted(height / 2, height / 2, -height / 2, -height / 2));
+  return lamp;
+}
+
+}  // namespace
+
+FooterPanel::FooterPanel(Station& station, const widgets::Appearance& appearance)
+    : Panel(station, "panel"), appearance_(appearance) {
+  const int gap = fontMetrics().height() / 2;
+  auto* row = new QHBoxLayout(this);
+  row->setContentsMargins(2 * gap, gap / 2, 2 * gap, gap / 2);
+  row->setSpacing(2 * gap);
+  port_ = MakeLabel(tr("Rig port"), "lamp");
+  polling_ = new widgets::LampButton(tr("Polling"), tr("Ask the rig for its state"));
+  polling_->SetRole("lamp");
+  polling_->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Preferred);
+  connect(polling_, &QPushButton::clicked, this, [this] { station_.console.Polling.Set(!*station_.console.Polling); });
+  message_ = MakeLabel(tr("Message"), "message");
+  message_->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+  message_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+  row->addWidget(port_);
+  row->addWidget(polling_);
+  announcement_ = new widgets::AnnouncementLabel;
+  announcement_->setProperty("role", "quiet");
+  row->addWidget(announcement_);
+  row->addWidget(message_, 1);
+  connect(&appearance_, &widgets::Appearance::Changed, this, [this] { ShowPort(), ShowPolling(); });
+}
+
+void FooterPanel::Follow(Field field) {
+  const Console& console = station_.console;
+  switch (field) {
+    case Field::kPort:
+    case Field::kRigName:
+      return ShowPort();
+    case Field::kPolling:
+      return ShowPolling();
+    case Field::kAnnounce:
+      return announcement_->setVisible(*console.Announce);
+    case Field::kSpkbx:
+      return announcement_->Show(Text(*console.SPKBX));
+    case Field::kMsgArea:
+      message_->setToolTip(Text(*console.MsgArea));
+      return ShowText(message_, Text(*console.MsgArea));
+    case Field::kErrorText:
+      if (!console.ErrorText->empty()) ShowText(message_, Text(*console.ErrorText));  // cleared: the last message stays
+      return;
+    default:
+      return;
+  }
+}
+
+/// A lamp is told by its colour and by its words.
+void FooterPanel::ShowPort() {
+  const bool open = station_.engine.link.is_open();
+  const config::StationSettings& settings = station_.settings();
+  const QString name = settings.rig_port == 0 ? tr("No rig port") : QString("COM%1").arg(settings.rig_port);
+  const widgets::Theme& theme = appearance_.theme();
+  const QString lamp = QString("<span style='color:%1'>●</span> ").arg((open ? theme.green : theme.red).name());
+  port_->setTextFormat(Qt::RichText);
+  port_->setText(lamp + (name + (settings.rig_port == 0 ? QString() : open ? tr(" open") : tr(" closed"))).toHtmlEscaped());
+  port_->setToolTip(Text(*station_.console.Port));
+  port_->setAccessibleDescription(name + " " + Text(*station_.console.Port));
+}
+
+void FooterPanel::ShowPolling() {
+  const bool on = *station_.console.Polling;
+  polling_->SetLit(on);
+  polling_->setText(on ? tr("Polling") : tr("Not polling"));
+  polling_->setIcon(Lamp(on ? appearance_.theme().green : appearance_.theme().quiet_ink, fontMetrics().height()));
+}
+
+}  // namespace kvx::console

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <vector>
+
+#include "console/panel.h"
+#include "widgets/announcement_label.h"
+#include "widgets/appearance.h"
+
+namespace kvx::console {
+
+/// The foot of the console: what is connected, the announcement, the message area.
+class FooterPanel final : public Panel {
+ public:
+  FooterPanel(Station& station, const widgets::Appearance& appearance);
+  void Follow(Field field) override;
+
+ private:
+  void ShowPort();
+  void ShowPolling();
+
+  const widgets::Appearance& appearance_;
+  QLabel* port_;
+  widgets::LampButton* polling_;
+  widgets::AnnouncementLabel* announcement_;
+  QLabel* message_;
+};
+
+}  // namespace kvx::console

@@ -1,0 +1,145 @@
+#include "console/setup_commands.h"
+
+#include <functional>
+#include <limits>
+
+#include "core/text.h"
+#include "platform/ports_file.h"
+
+namespace kvx::console {
+namespace {
+
+/// The first word and the rest.
+std::pair<std::string_view, std::string_view> FirstWord(std::string_view text) {
+  text = Trim(text);
+  const std::size_t end = std::min(text.find_first_of(" \t"), text.size());
+  return {text.substr(0, end), Trim(text.substr(end))};
+}
+
+std::string Answer(const Status& status, const std::string& done) {
+  return status.ok() ? "ok " + done : "error: " + status.error().message;
+}
+
+std::string Devices(const StationSetup& setup) {
+  std::string answer = "ok";
+  for (const DeviceChoice& choice : setup.Devices()) {
+    answer += (answer == "ok" ? " " : ", ") + OneLine(choice.device.address) + " (" +
+              OneLine(choice.device.description) + (choice.in_use ? ", in use" : "") + ")";
+  }
+  return answer;
+}
+
+std::string Device(StationSetup& setup, std::string_view argument) {
+  const auto [word, address] = FirstWord(argument);
+  const auto number = ParseNumber(word, 1, platform::kHighestPort);
+  if (!number) return "error: device takes a port number 1 to 99 and what stands behind it";
+  const int port = static_cast<int>(*number);
+  const Status status = address.empty() ? Ok() : setup.SetDevice(port, std::string(address));
+  return Answer(status, "device " + std::to_string(port) + " " + OneLine(setup.AddressOf(port)));
+}
+
+std::string Line(StationSetup& setup, std::string_view argument) {
+  const auto [line, state] = FirstWord(argument);
+  const bool on = EqualNoCase(state, "on");
+  const bool dtr = EqualNoCase(line, "dtr");
+  if ((!dtr && !EqualNoCase(line, "rts")) || (!on && !EqualNoCase(state, "off")))
+    return "error: line takes dtr or rts, and on or off";
+  RigPortChoice choice = setup.RigPort();
+  if (choice.number == 0) return "error: no port is chosen";
+  (dtr ? choice.dtr : choice.rts) = on;
+  return Answer(setup.ApplyRigPort(choice), "line " + Lower(line) + " " + Lower(state));
+}
+
+std::string StopBits(StationSetup& setup, std::string_view argument) {
+  const auto bits = ParseNumber(argument, 1, 2);
+  if (!bits) return "error: stopbits takes 1 or 2";
+  RigPortChoice choice = setup.RigPort();
+  choice.stop_bits = static_cast<int>(*bits);
+  return Answer(setup.ApplyRigPort(choice), "stopbits " + std::to_string(*bits));
+}
+
+Task Test(std::reference_wrapper<StationSetup> setup, std::shared_ptr<std::string> answer) {
+  const auto result = std::make_shared<RigTestResult>();
+  Task test = setup.get().TestRig(result);
+  co_await test;
+  *answer = (result->answered ? "ok " : "error: ") + result->sentence;
+}
+
+std::string StoreSlot(StationSetup& setup, int slot) {
+  const Status stored = setup.StoreSavedRig(slot);
+  const config::StationSettings& settings = setup.station().settings();
+  return Answer(stored,
+                "storeslot " + std::to_string(slot) + " " + settings.rig + " " + std::to_string(settings.rig_speed));
+}
+
+std::string Color(StationSetup& setup, std::string_view argument) {
+  const auto [name, color] = FirstWord(argument);
+  const bool body = EqualNoCase(name, "body");
+  if (!body && !EqualNoCase(name, "screen")) return "error: color takes body or screen, and RRGGBB";
+  const ScreenPart part = body ? ScreenPart::kBody : ScreenPart::kScreen;
+  const Status status = setup.SetColor(part, color);
+  return Answer(status, "color " + Lower(name) + " " + setup.ColorText(part));
+}
+
+/// Adds a command that takes one whole number; the operation knows its bounds.
+void AddNumber(CommandLine& commands, const std::string& name, const std::string& usage,
+               std::function<std::string(int number)> operation) {
+  commands.Add(name, usage, [name, operation = std::move(operation)](std::string_view argument) {
+    const auto number = ParseNumber(argument, std::numeric_limits<int>::min(), std::numeric_limits<int>::max());
+    return number ? operation(static_cast<int>(*number)) : "error: " + name + " takes a number";
+  });
+}
+
+void AddPortCommands(CommandLine& commands, StationSetup& setup) {
+  commands.Add("devices", "the devices that a port number may stand for",
+               [&setup](std::string_view) { return Devices(setup); });
+  commands.Add("device", "N [ADDRESS]: what stands behind a port number, or puts a device there",
+               [&setup](std::string_view argument) { return Device(setup, argument); });
+  commands.Add("line", "dtr|rts on|off: a line of the rig port",
+               [&setup](std::string_view argument) { return Line(setup, argument); });
+  commands.Add("stopbits", "1|2: of the rig port",
+               [&setup](std::string_view argument) { return StopBits(setup, argument); });
+  commands.AddProcedure(
+      "test", "asks the rig and says what it answered",
+      [&setup](std::string, std::shared_ptr<std::string> answer) { return Test(setup, std::move(answer)); });
+}
+
+void AddStationCommands(CommandLine& commands, StationSetup& setup) {
+  AddNumber(commands, "storeslot", "1..8: keep the rig and its speed as a saved rig",
+            [&setup](int slot) { return StoreSlot(setup, slot); });
+  AddNumber(commands, "clearslot", "1..8: empty a saved rig",
+            [&setup](int slot) { return Answer(setup.ClearSavedRig(slot), "clearslot " + std::to_string(slot)); });
+  AddNumber(commands, "region", "1|2|3: the IARU region of the band plan",
+            [&setup](int region) { return Answer(setup.SetRegion(region), "region " + std::to_string(region)); });
+  AddNumber(commands, "interval", "10..5000: milliseconds between two beats of the poll", [&setup](int milliseconds) {
+    return Answer(setup.SetPollInterval(milliseconds), "interval " + std::to_string(milliseconds));
+  });
+  AddNumber(commands, "gmt", "-14..14: hours added to local time for the clock; 0: the system's own UTC",
+            [&setup](int hours) { return Answer(setup.SetGmtHours(hours), "gmt " + std::to_string(hours)); });
+  commands.Add("offset", "KHZ: the rig is this much above the display", [&setup](std::string_view argument) {
+    const Status status = setup.SetOffset(std::string(argument));
+    return Answer(status, "offset " + setup.station().settings().offset);
+  });
+}
+
+void AddAppearanceCommands(CommandLine& commands, StationSetup& setup) {
+  commands.Add("theme", "dark|light|contrast|classic", [&setup](std::string_view argument) {
+    const Status status = setup.station().SetTheme(std::string(argument));
+    return Answer(status, "theme " + *setup.station().console.Theme);
+  });
+  AddNumber(commands, "textsize", "70..250: percent", [&setup](int percent) {
+    return Answer(setup.station().SetTextSize(percent), "textsize " + std::to_string(percent));
+  });
+  commands.Add("color", "body|screen RRGGBB: of the classic theme",
+               [&setup](std::string_view argument) { return Color(setup, argument); });
+}
+
+}  // namespace
+
+void AddSetupCommands(CommandLine& commands, StationSetup& setup) {
+  AddPortCommands(commands, setup);
+  AddStationCommands(commands, setup);
+  AddAppearanceCommands(commands, setup);
+}
+
+}  // namespace kvx::console

@@ -1,0 +1,226 @@
+#include "console/station_setup.h"
+
+#include <algorithm>
+
+#include "core/text.h"
+#include "platform/ports_file.h"
+#include "sim/simulated_device.h"
+
+namespace kvx::console {
+namespace {
+
+constexpr int kSlowest = 300;  // baud
+constexpr int kFastest = 921'600;
+constexpr int kShortestPoll = 10;  // milliseconds
+constexpr int kLongestPoll = 5000;
+constexpr std::string_view kSimulated = "sim:";
+
+Status Wrong(const std::string& why) {
+  return Error{ErrorCode::kInvalid, why};
+}
+
+bool HasSwitches(int port) {
+  return port >= 1 && port < config::kSwitchedPorts;
+}
+
+/// "RRGGBB" and the stored 0xBBGGRR: the outer pairs of digits change places.
+std::int64_t Swapped(std::int64_t color) {
+  return (color & 0xFF) << 16 | (color & 0xFF00) | (color >> 16 & 0xFF);
+}
+
+}  // namespace
+
+StationSetup::StationSetup(Loop& loop, Station& station, platform::Files& files, platform::DeviceList& devices)
+    : station_(station), files_(files), devices_(devices), test_(loop, station) {}
+
+std::vector<DeviceChoice> StationSetup::Devices() const {
+  std::vector<DeviceChoice> choices;
+  const int number = station_.settings().rig_port;
+  const std::string used = number == 0 ? std::string() : AddressOf(number);
+  for (platform::Device& device : devices_.List()) {
+    const bool in_use = device.address == used || device.leads_to == used;
+    choices.push_back({std::move(device), in_use});
+  }
+  for (const std::string& name : sim::DeviceNames()) {
+    const std::string address = std::string(kSimulated) + name;
+    choices.push_back({{address, "", "simulated rig"}, EqualNoCase(address, used)});
+  }
+  return choices;
+}
+
+std::string StationSetup::AddressOf(int number) const {
+  return platform::ReadPortTable(files_, station_.folder()).AddressOf(number);
+}
+
+Status StationSetup::CheckDevice(const std::string& address) const {
+  if (auto formed = platform::CheckAddress(address); !formed) return formed;
+  if (!address.starts_with(kSimulated)) return Ok();
+  const std::string name = address.substr(kSimulated.size());
+  std::string known;
+  for (const std::string& candidate : sim::DeviceNames()) {
+    if (EqualNoCase(candidate, name)) return Ok();
+    known += (known.empty() ? "" : " ") + candidate;
+  }
+  return Wrong("There is no simulated rig " + OneLine(name, 40) + " (" + known + ")");
+}
+
+Status StationSetup::SetDevice(int number, const std::string& address) {
+  if (number < 1 || number > platform::kHighestPort) return Wrong("The port number is 1 to 99");
+  if (auto checked = CheckDevice(address); !checked) return checked;
+  if (address != AddressOf(number)) {
+    if (auto written = platform::WriteAddress(files_, station_.folder(), number, address); !written) return written;
+  }
+  if (number == station_.settings().rig_port) station_.OpenRigPort();
+  return Ok();
+}
+
+RigPortChoice StationSetup::RigPort() const {
+  return PortNumbered(station_.settings().rig_port);
+}
+
+RigPortChoice StationSetup::PortNumbered(int number) const {
+  const config::StationSettings& settings = station_.settings();
+  RigPortChoice choice{.number = number, .speed = settings.rig_speed, .stop_bits = settings.stop_bits()};
+  if (number > 0) choice.address = AddressOf(number);
+  if (HasSwitches(number)) {
+    choice.dtr = settings.dtr_on[static_cast<std::size_t>(number)];
+    choice.rts = settings.rts_on[static_cast<std::size_t>(number)];
+  }
+  return choice;
+}
+
+Status StationSetup::CheckRigPort(const RigPortChoice& choice) const {
+  if (choice.number < 0 || choice.number > platform::kHighestPort)
+    return Wrong("The port number is 1 to 99, or 0 for none");
+  if (choice.speed < kSlowest || choice.speed > kFastest) return Wrong("The speed is 300 to 921600 baud");
+  if (choice.stop_bits != 1 && choice.stop_bits != 2) return Wrong("There are 1 or 2 stop bits");
+  if (choice.number == 0) return Ok();
+  if ((choice.dtr || choice.rts) && !HasSwitches(choice.number))
+    return Wrong("DTR and RTS can be raised on ports 1 to 8 only");
+  return CheckDevice(choice.address);
+}
+
+Status StationSetup::ApplyRigPort(const RigPortChoice& choice) {
+  if (auto checked = CheckRigPort(choice); !checked) return checked;
+  if (choice.number > 0 && choice.address != AddressOf(choice.number)) {
+    auto written = platform::WriteAddress(files_, station_.folder(), choice.number, choice.address);
+    if (!written) return written;
+  }
+  station_.ChangeSettings(
+      [&](config::StationSettings& settings) {
+        settings.rig_port = choice.number;
+        settings.rig_speed = choice.speed;
+        settings.rig_stop = std::to_string(choice.stop_bits);
+        if (!HasSwitches(choice.number)) return;
+        settings.dtr_on[static_cast<std::size_t>(choice.number)] = choice.dtr;
+        settings.rts_on[static_cast<std::size_t>(choice.number)] = choice.rts;
+      },
+      [&](const config::StationSettings& settings) {
+        auto lines = config::RigPortChanges(settings);
+        for (auto& line : config::PortSwitchChanges(settings, choice.number)) lines.push_back(std::move(line));
+        return lines;
+      });
+  station_.OpenRigPort();
+  return Ok();
+}
+
+Status StationSetup::StoreSavedRig(int slot) {
+  if (slot < 1 || slot > config::kSavedRigs) return Wrong("Saved rigs have the numbers 1 to 8");
+  if (EqualNoCase(*station_.console.RigName, "NONE")) return Wrong("There is no rig to save: choose one first");
+  station_.ChangeSettings(
+      [slot](config::StationSettings& settings) {
+        config::SavedRig& saved = settings.saved_rigs[static_cast<std::size_t>(slot)];
+        saved.name = settings.rig;
+        saved.speed = settings.rig_speed;
+        saved.start_bit = settings.rig_start;
+        saved.stop_bit = settings.rig_stop;
+      },
+      [slot](const config::StationSettings& settings) { return config::SavedRigChanges(settings, slot); });
+  return Ok();
+}
+
+Status StationSetup::ClearSavedRig(int slot) {
+  if (slot < 1 || slot > config::kSavedRigs) return Wrong("Saved rigs have the numbers 1 to 8");
+  station_.ChangeSettings(
+      [slot](config::StationSettings& settings) {
+        config::SavedRig& saved = settings.saved_rigs[static_cast<std::size_t>(slot)];
+        saved = {.keyer_port = saved.keyer_port};
+      },
+      [slot](const config::StationSettings& settings) { return config::SavedRigChanges(settings, slot); });
+  return Ok();
+}
+
+void StationSetup::Keep(const std::function<void(config::StationSettings&)>& change, const std::string& key,
+                        const std::string& value) {
+  station_.ChangeSettings(change, [&](const config::StationSettings&) {
+    return std::vector<config::SettingChange>{{key, value}};
+  });
+  station_.FollowSettings();
+}
+
+Status StationSetup::SetRegion(int region) {
+  if (region < 1 || region > 3) return Wrong("The IARU regions are 1, 2 and 3");
+  Keep([region](config::StationSettings& settings) { settings.band_plan = region; }, "BANDPLAN=", NumberText(region));
+  if (on_redraw) on_redraw();
+  return Ok();
+}
+
+Status StationSetup::SetPollInterval(int milliseconds) {
+  if (milliseconds < kShortestPoll || milliseconds > kLongestPoll)
+    return Wrong("The poll interval is 10 to 5000 milliseconds");
+  Keep([milliseconds](config::StationSettings& settings) { settings.poll_milliseconds = milliseconds; },
+       "POLLTIME=", NumberText(milliseconds));
+  return Ok();
+}
+
+Status StationSetup::SetGmtHours(int hours) {
+  if (hours < -kMostGmtHours || hours > kMostGmtHours) return Wrong("The clock is -14 to 14 hours from local time");
+  Keep(
+      [hours](config::StationSettings& settings) {
+        settings.gmt_hours = hours;
+        settings.gmt_is_set = hours != 0;
+      },
+      "GMT=", NumberText(hours));
+  return Ok();
+}
+
+int StationSetup::gmt_hours() const {
+  return station_.settings().gmt_is_set ? station_.settings().gmt_hours : 0;
+}
+
+Status StationSetup::SetOffset(const std::string& khz) {
+  const std::string text = ReplaceAll(std::string(Trim(khz)), ",", ".");
+  const auto offset = ParseKhz(text);
+  if (!offset) return Wrong("The offset is a number of kHz, as in 116000 or -1.5");
+  Keep([&](config::StationSettings& settings) { settings.offset = text; },
+       "PDOFFSET=", (text.starts_with('-') ? "" : " ") + text);
+  return Ok();
+}
+
+Status StationSetup::SetColor(ScreenPart part, std::string_view rrggbb) {
+  if (rrggbb.starts_with('#')) rrggbb.remove_prefix(1);
+  std::int64_t color = 0;
+  for (const char c : rrggbb) {
+    const std::size_t digit = std::string_view("0123456789ABCDEF").find(Upper(std::string_view(&c, 1)));
+    if (digit == std::string_view::npos || rrggbb.size() != 6) color = -1;
+    if (color >= 0) color = color << 4 | static_cast<std::int64_t>(digit);
+  }
+  if (rrggbb.empty() || color < 0) return Wrong("A colour is six hexadecimal digits RRGGBB, as in C0C0C0");
+  station_.ChangeSettings(
+      [&](config::StationSettings& settings) {
+        (part == ScreenPart::kBody ? settings.body_color : settings.screen_color) = Swapped(color);
+      },
+      config::AppearanceChanges);
+  if (on_redraw) on_redraw();
+  return Ok();
+}
+
+std::string StationSetup::ColorText(ScreenPart part) const {
+  const config::StationSettings& settings = station_.settings();
+  std::int64_t color = Swapped(part == ScreenPart::kBody ? settings.body_color : settings.screen_color);
+  std::string text(6, '0');
+  for (auto digit = text.rbegin(); digit != text.rend(); ++digit, color >>= 4) *digit = "0123456789ABCDEF"[color & 0xF];
+  return text;
+}
+
+}  // namespace kvx::console

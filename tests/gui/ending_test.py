@@ -1,0 +1,36 @@
+"""However the window is left, the program ends in order."""
+
+import os
+import signal
+
+from bench import WindowTest
+from station import wait_until
+
+
+class EndingTest(WindowTest):
+    def ends_in_order(self, end):
+        self.rig.knob(14_033_000)
+        self.assertTrue(wait_until(lambda: abs(self.control("Frequency").value - 14033) < 0.001, 3))
+        end()
+        self.assertEqual(self.kvx.ended(), 0, self.kvx.errors)
+        self.assertIn(b"BANDREM04=14033", self.station.read("rig.ini").upper().replace(b" ", b""))
+        self.assertGreater(len(self.station.read("RIGform.Pos").splitlines()), 200)
+        self.assertNotIn("Rig.$$$", os.listdir(self.station.folder))
+
+    def test_closing_the_window(self):
+        self.ends_in_order(lambda: self.desktop.close(self.window))
+
+    def test_quit_by_keys(self):
+        self.ends_in_order(lambda: self.desktop.key("ctrl+q"))
+
+    def test_a_signal(self):
+        self.ends_in_order(lambda: self.kvx.process.send_signal(signal.SIGTERM))
+
+    def test_the_window_comes_back_where_it_was(self):
+        self.desktop.resize(self.window, 1100, 640)
+        self.desktop._do("windowmove", self.window, 60, 40)
+        self.settle()
+        self.ends_in_order(lambda: self.desktop.close(self.window))
+        self.start(resize=False)
+        frame = self.program.controls()[0]
+        self.assertEqual((frame.x, frame.y), (60, 40))

@@ -1,0 +1,62 @@
+"""Sliders: drags, keys and wheel, and the rig's own values while the operator holds one."""
+
+from bench import WindowTest
+from controls import Role
+from station import wait_until
+
+HANDLE = 11  # pixels from the end of a slider to the middle of its handle there
+
+
+class SlidersTest(WindowTest):
+    def slider(self, name):
+        return next(control for control in self.program.controls()
+                    if control.role == Role.SLIDER and name in control.name.lower())
+
+    def grip(self, slider, lowest, highest):
+        """Where the middle of its handle is."""
+        share = (slider.value - lowest) / (highest - lowest)
+        return slider.middle[0], slider.y + slider.height - HANDLE - round(share * (slider.height - 2 * HANDLE))
+
+    def test_the_last_place_of_a_drag_arrives(self):
+        slider = self.slider("af gain")
+        before = len(self.rig.taken)
+        self.desktop.drag(*self.grip(slider, 0, 255), 0, -slider.height // 4, pieces=25)
+        self.settle(0.7)
+        sent = [frame for frame in self.commands(before) if frame.startswith("AG0") and len(frame) == 7]
+        self.assertGreater(len(sent), 1)
+        self.assertEqual(sent, sorted(sent))  # upwards, and never back
+        self.assertEqual(int(sent[-1][3:6]), self.slider("af gain").value)
+        self.assertEqual(self.rig.refused, [])
+
+    def test_a_handle_that_is_held_does_not_jump_back(self):
+        slider = self.slider("rf gain")
+        x, y = self.grip(slider, 0, 255)
+        self.desktop.hold(x, y)
+        self.desktop.point(x, y - slider.height // 4)
+        self.assertTrue(wait_until(lambda: self.rig.values.get("RG", 0) > 20, 2))
+        chosen = slider.value
+        self.rig.unplug()
+        self.rig.values["RG"] = 200  # somebody at the rig
+        asked, seen = self.count("RG;"), []
+        self.rig.plug(self.station.device)  # makes the console ask again for what the sliders show
+        self.assertTrue(wait_until(lambda: seen.append(slider.value) or self.count("RG;") > asked, 20, 0.05), "never asked")
+        self.settle(0.5)
+        seen.append(slider.value)
+        self.desktop.release()
+        self.assertEqual(set(seen), {chosen})
+        self.assertTrue(wait_until(lambda: slider.value == 200, 20, 0.05), slider.value)
+
+    def test_wheel_and_keys_move_by_steps(self):
+        slider = self.slider("power")
+        before = slider.value
+        self.desktop.wheel(*slider.middle, 2)
+        self.assertTrue(wait_until(lambda: slider.value > before, 2))
+        self.assertTrue(wait_until(lambda: self.rig.values.get("PC") == slider.value, 2))
+        self.desktop.click(*slider.middle)
+        self.sends(lambda: self.desktop.key("Home"), "PC005;")  # the row's bounds are 5 to 100
+        self.sends(lambda: self.desktop.key("Up"), "PC006;")
+
+    def test_what_the_rig_has_is_shown(self):
+        self.rig.values["AG"] = 77
+        slider = self.slider("af gain")
+        self.assertTrue(wait_until(lambda: slider.value == 77, 20, 0.05), slider.value)

@@ -1,0 +1,47 @@
+"""The windows around the console, opened and used by keyboard."""
+
+from bench import KeyboardWalk
+from station import wait_until
+
+
+class WindowsTest(KeyboardWalk):
+    size = (1024, 600)
+
+    def opened(self, keys):
+        """The window that the keys open."""
+        before = {window.name for window in self.program.windows()}
+        self.desktop.key(keys)
+        new = lambda: [window for window in self.program.windows() if window.name not in before]
+        self.assertTrue(wait_until(new, 5, 0.1), f"{keys} opens no window")
+        self.settle()
+        return new()[0]
+
+    def can_be_used(self, keys):
+        window = self.opened(keys)
+        with self.subTest("size"):
+            self.assertTrue(window.x >= 0 and window.x + window.width <= 1024 and window.y + window.height <= 600, window)
+        controls = [control for control in self.program.controls(window) if control.operable and control.width > 0]
+        self.assertGreater(len(controls), 3)
+        self.assertEqual([control for control in controls if not control.name.strip()], [], self.program.tree())
+        reached = set(self.walk_round("Tab"))
+        missed = {control.name for control in controls if control.has("sensitive")} - reached
+        self.assertEqual(missed, set())
+        return window
+
+    def test_setup(self):
+        window = self.can_be_used("ctrl+p")
+        self.desktop.key("Escape")
+        self.assertTrue(wait_until(lambda: window.name not in [shown.name for shown in self.program.windows()], 3, 0.1))
+
+    def test_rig_definitions(self):
+        self.can_be_used("ctrl+e")
+
+    def test_debug_view(self):
+        self.can_be_used("ctrl+d")
+
+    def test_the_end_closes_them_all(self):
+        for keys in ("ctrl+p", "ctrl+e", "ctrl+d"):
+            self.opened(keys)
+            self.desktop.focus(self.window)
+        self.desktop.close(self.window)
+        self.assertEqual(self.kvx.ended(), 0, self.kvx.errors)
