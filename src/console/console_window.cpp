@@ -28,9 +28,9 @@
 namespace kvx::console {
 namespace {
 
-constexpr int kClockCharacters = 19;  // of RIGGMT: date and time to the second
-constexpr int kNotch = 120;           // eighths of a degree
-constexpr int kTextStep = 10;         // percent
+constexpr int kClockCharacters = 19;   // of RIGGMT: date and time to the second
+constexpr int kNotch = 120;            // eighths of a degree
+constexpr int kTextStep = 10;          // percent
 constexpr Frequency kSliderUnit{100};  // of the tuning slider: 10 Hz
 constexpr const char* kPlacesFile = "Windows.pos";
 constexpr const char* kConsoleName = "console";
@@ -199,8 +199,7 @@ void ConsoleWindow::MakeViewMenu() {
   QAction* announce = view->addAction(tr("Spoken &announcements"), QKeySequence("Ctrl+Shift+A"), this,
                                       [this] { station_.SetAnnounce(!*station_.console.Announce); });
   announce->setCheckable(true);
-  connect(view, &QMenu::aboutToShow, this,
-          [this, announce] { announce->setChecked(*station_.console.Announce); });
+  connect(view, &QMenu::aboutToShow, this, [this, announce] { announce->setChecked(*station_.console.Announce); });
   QAction* full = view->addAction(tr("&Full screen"), QKeySequence("F11"), this,
                                   [this] { setWindowState(windowState() ^ Qt::WindowFullScreen); });
   full->setCheckable(true);
@@ -260,7 +259,8 @@ QWidget* ConsoleWindow::OpenWindow(const QString& file_name) {
     if (other.file_name != file_name) continue;
     if (!other.window) {
       other.window = other.maker(this);
-      other.window->resize(other.window->sizeHint().expandedTo(other.window->size()).boundedTo(screen()->availableSize()));
+      other.window->resize(
+          other.window->sizeHint().expandedTo(other.window->size()).boundedTo(screen()->availableSize()));
       Restore(other.window, file_name.toStdString());
     }
     other.window->show();

@@ -77,7 +77,10 @@ void FooterPanel::ShowPort() {
   const widgets::Theme& theme = appearance_.theme();
   const QString lamp = QString("<span style='color:%1'>●</span> ").arg((open ? theme.green : theme.red).name());
   port_->setTextFormat(Qt::RichText);
-  port_->setText(lamp + (name + (settings.rig_port == 0 ? QString() : open ? tr(" open") : tr(" closed"))).toHtmlEscaped());
+  port_->setText(lamp + (name + (settings.rig_port == 0 ? QString()
+                                 : open                 ? tr(" open")
+                                                        : tr(" closed")))
+                            .toHtmlEscaped());
   port_->setToolTip(Text(*station_.console.Port));
   port_->setAccessibleDescription(name + " " + Text(*station_.console.Port));
 }

@@ -38,9 +38,8 @@ QWidget* FunctionPanel::MakeKey(std::size_t index) {
   value->setAccessibleName(tr("Value of function key %1").arg(number));
   value->setToolTip(tr("What function key %1 sends as its value").arg(number));
   value->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
-  connect(value, &QLineEdit::textEdited, this, [this, index](const QString& text) {
-    station_.console.Text5.Set(index, text.toStdString());
-  });
+  connect(value, &QLineEdit::textEdited, this,
+          [this, index](const QString& text) { station_.console.Text5.Set(index, text.toStdString()); });
   connect(value, &QLineEdit::returnPressed, key, [key] { key->click(); });
   column->addWidget(key, 1);
   column->addWidget(value);

@@ -33,12 +33,10 @@ KnobPanel::KnobPanel(Station& station, const widgets::Appearance& appearance) : 
     }
     grid->addLayout(row, at, 1);
   };
-  add_row(1, tr("RIG"), tr("Rig number"), rigs_, 1, "Ctrl+%1", [this](int number) {
-    Report(station_.Rig_Click(number));
-  });
-  add_row(2, tr("SAVED"), tr("Saved rig"), saved_rigs_, 0, "Ctrl+Alt+%1", [this](int slot) {
-    Report(station_.xRig_Click(slot));
-  });
+  add_row(1, tr("RIG"), tr("Rig number"), rigs_, 1, "Ctrl+%1",
+          [this](int number) { Report(station_.Rig_Click(number)); });
+  add_row(2, tr("SAVED"), tr("Saved rig"), saved_rigs_, 0, "Ctrl+Alt+%1",
+          [this](int slot) { Report(station_.xRig_Click(slot)); });
 }
 
 void KnobPanel::Follow(Field field) {

@@ -18,8 +18,7 @@ class ModePanel final : public Panel {
   QHBoxLayout* MakeModes();
   QHBoxLayout* MakeVfos();
   QHBoxLayout* MakeKeys();
-  widgets::LampButton* MakeKey(QHBoxLayout* row, const QString& text, const QString& name, const char* key,
-                               bool small);
+  widgets::LampButton* MakeKey(QHBoxLayout* row, const QString& text, const QString& name, const char* key, bool small);
   void AskValue(const char* key, const QPoint& where);
   void ShowMode();
   void ShowOffers();

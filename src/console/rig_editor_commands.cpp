@@ -147,7 +147,8 @@ std::string Preview(const Station& station, std::string_view argument) {
   const std::string text = FromVisible(argument);
   const bool key = cat::FindKey(text) != nullptr;
   const CommandPreview preview =
-      PreviewCommand(station.console, station.engine.dispatcher.button_values(), station.engine.rig(), key ? text : cat::SplitQuery(cat::CutBounds(text)).command);
+      PreviewCommand(station.console, station.engine.dispatcher.button_values(), station.engine.rig(),
+                     key ? text : cat::SplitQuery(cat::CutBounds(text)).command);
   return preview.fault.empty() ? "ok " + preview.text : Fail(preview.fault);
 }
 

@@ -8,7 +8,8 @@ namespace {
 /// As the rig's row spells it, "AF gain" rather than "af gain", where the definition has it from there.
 QString Description(const config::RigDefinition& rig, std::size_t index) {
   const QString description = Text(rig.slider_descriptions[index]);
-  const QString spelled = Text(rig.row["MEMO3"]).section(',', static_cast<int>(index), static_cast<int>(index)).trimmed();
+  const QString spelled =
+      Text(rig.row["MEMO3"]).section(',', static_cast<int>(index), static_cast<int>(index)).trimmed();
   return spelled.toLower() == description ? spelled : description;
 }
 

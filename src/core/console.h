@@ -161,7 +161,7 @@ class Console {
   Cell<std::string> MeterNumber{*this, Field::kMeterNumber, "0"};
   Cell<std::string> Label10{*this, Field::kLabel10, "ALC"};  ///< caption of the selected meter
 
-  Cell<std::string> Agc{*this, Field::kAgc};                 ///< key of the AGC command last sent: "AGCFAST"
+  Cell<std::string> Agc{*this, Field::kAgc};  ///< key of the AGC command last sent: "AGCFAST"
 
   Cell<bool> Rit{*this, Field::kRit};  ///< as switched from here
   Cell<bool> Xit{*this, Field::kXit};
@@ -194,9 +194,9 @@ class Console {
   Cell<std::string> Port{*this, Field::kPort, "closed"};       ///< "open", or why not
   Cell<std::pair<std::int64_t, std::int64_t>> Colors{*this, Field::kColors, {8421504, 4210752}};
   Cell<std::string> Theme{*this, Field::kTheme, "dark"};  ///< "dark", "light", "contrast", "classic"
-  Cell<int> TextSize{*this, Field::kTextSize, 100};        ///< percent
-  Cell<int> BandPlan{*this, Field::kBandPlan};             ///< counts loaded band plans
-  Cell<int> SavedRigs{*this, Field::kSavedRigs};           ///< counts changes of the saved rigs
+  Cell<int> TextSize{*this, Field::kTextSize, 100};       ///< percent
+  Cell<int> BandPlan{*this, Field::kBandPlan};            ///< counts loaded band plans
+  Cell<int> SavedRigs{*this, Field::kSavedRigs};          ///< counts changes of the saved rigs
   Cell<int> RigRow{*this, Field::kRigRow};  ///< counts loaded rows: changes whenever captions and templates may have
 
  private:

@@ -41,7 +41,8 @@ double TabularLabel::TextWidth() const {
 }
 
 QSize TabularLabel::sizeHint() const {
-  return {static_cast<int>(std::ceil(TextWidth())) + 2, static_cast<int>(std::ceil(QFontMetricsF(ScaledFont(*this, scale_)).height()))};
+  return {static_cast<int>(std::ceil(TextWidth())) + 2,
+          static_cast<int>(std::ceil(QFontMetricsF(ScaledFont(*this, scale_)).height()))};
 }
 
 void TabularLabel::paintEvent(QPaintEvent*) {

@@ -123,8 +123,8 @@ TEST(ConsoleWindow, ADragOnTheKnobSendsTheLastFrequency) {
     const auto before = desk.bench.station.console.FreqDisp->decihertz;
     QTest::mousePress(knob, button, {}, middle);
     for (int x = 1; x <= 40; ++x) {
-      QMouseEvent move(QEvent::MouseMove, middle + QPoint(x, 0), knob->mapToGlobal(middle + QPoint(x, 0)),
-                       Qt::NoButton, button, Qt::NoModifier);
+      QMouseEvent move(QEvent::MouseMove, middle + QPoint(x, 0), knob->mapToGlobal(middle + QPoint(x, 0)), Qt::NoButton,
+                       button, Qt::NoModifier);
       QCoreApplication::sendEvent(knob, &move);
     }
     QTest::mouseRelease(knob, button, {}, middle + QPoint(40, 0));
@@ -143,8 +143,8 @@ TEST(ConsoleWindow, DigitsTypedAnywhereAreAFrequency) {
   QTest::keyClicks(QApplication::focusWidget() != nullptr ? QApplication::focusWidget() : desk.window.get(), "7");
   auto* display = desk.Find<widgets::FrequencyDisplay>("Frequency");
   QTest::keyClicks(display, "010.5");
-  desk.bench.station.engine.operations.Follow(
-      {.kind = cat::Reply::Kind::kShownFrequency, .frequency = Frequency::FromKhz(14'020)});  // the rig's knob meanwhile
+  desk.bench.station.engine.operations.Follow({.kind = cat::Reply::Kind::kShownFrequency,
+                                               .frequency = Frequency::FromKhz(14'020)});  // the rig's knob meanwhile
   QTest::keyClick(display, Qt::Key_Return);
   EXPECT_EQ(desk.Frequency(), "7010.50");
   EXPECT_EQ(desk.Written(), "FA00007010500;");

@@ -60,3 +60,15 @@ class SlidersTest(WindowTest):
         self.rig.values["AG"] = 77
         slider = self.slider("af gain")
         self.assertTrue(wait_until(lambda: slider.value == 77, 20, 0.05), slider.value)
+
+    def test_the_slider_of_the_band_tunes(self):
+        slider = self.control("Frequency within the band")
+        before = len(self.rig.taken)
+        x = slider.x + round(slider.width * 25 / 350)  # 14025 of 14000 to 14350
+        self.desktop.drag(x, slider.middle[1], slider.width // 2, 0, pieces=25)
+        self.settle(0.5)
+        sent = [int(frame[2:-1]) for frame in self.commands(before) if frame.startswith("FA0")]
+        self.assertGreater(len(sent), 3)
+        self.assertEqual(sent, sorted(sent))
+        self.assertAlmostEqual(sent[-1], 14_200_000, delta=5000)
+        self.assertAlmostEqual(self.control("Frequency").value, self.rig.shown / 1000, 2)

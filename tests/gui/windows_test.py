@@ -1,6 +1,6 @@
 """The windows around the console, opened and used by keyboard."""
 
-from bench import KeyboardWalk
+from bench import KeyboardWalk, WindowTest
 from station import wait_until
 
 
@@ -45,3 +45,22 @@ class WindowsTest(KeyboardWalk):
             self.desktop.focus(self.window)
         self.desktop.close(self.window)
         self.assertEqual(self.kvx.ended(), 0, self.kvx.errors)
+
+
+class FirstStartTest(WindowTest):
+    configured = False
+
+    def test_the_simulated_station_is_one_key_away(self):
+        setup = lambda: [window for window in self.program.windows() if window.name == "Setup"]
+        self.assertTrue(wait_until(setup, 3, 0.1), "the setup is not offered")
+        self.desktop.focus(self.desktop.windows(self.kvx.pid)[-1])
+        self.desktop.key("alt+t", "Escape")
+        display = self.control("Frequency")
+        before = display.value
+        self.assertTrue(wait_until(lambda: not setup(), 3, 0.1))
+        self.desktop.wheel(*self.control("Tuning knob").middle, 4)
+        self.settle(1.5)  # its answers would take back what it has not understood
+        self.assertAlmostEqual(display.value, before + 0.2, 3)
+        self.desktop.close(self.window)
+        self.assertEqual(self.kvx.ended(), 0, self.kvx.errors)
+        self.assertIn(b"XRIG=TS-2000", self.station.read("rig.ini"))

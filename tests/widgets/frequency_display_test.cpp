@@ -197,7 +197,7 @@ TEST_F(FrequencyDisplayTest, GrowsWithTheText) {
   const QSize usual = display_->minimumSizeHint();
   appearance_.Use(MakeTheme("dark"), 200);
   QApplication::processEvents();
-  EXPECT_NEAR(display_->minimumSizeHint().width(), 2 * usual.width(), usual.width() * 0.1);
+  EXPECT_NEAR(display_->minimumSizeHint().width(), 2 * usual.width(), usual.width() * 0.15);
   appearance_.Use(MakeTheme("dark"), 100);
 }
 
