@@ -2,6 +2,7 @@
 
 #include <QApplication>
 #include <QIcon>
+#include <QProxyStyle>
 #include <QTimer>
 #include <iostream>
 
@@ -15,6 +16,17 @@ namespace {
 
 constexpr int kGrabDelayMilliseconds = 5500;  // the rig's state and its levels have arrived by then
 
+/// Fusion, which the style sheet is made for and with which pictures look alike everywhere, without its own pictures on
+/// buttons.
+class PlainStyle final : public QProxyStyle {
+ public:
+  PlainStyle() : QProxyStyle("Fusion") {}
+  int styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
+                QStyleHintReturn* answer) const override {
+    return hint == SH_DialogButtonBox_ButtonsHaveIcons ? 0 : QProxyStyle::styleHint(hint, option, widget, answer);
+  }
+};
+
 QIcon Icon() {
   QIcon icon;
   for (const int size : {16, 24, 32, 48, 64, 128, 256})
@@ -25,7 +37,8 @@ QIcon Icon() {
 }  // namespace
 
 int RunWindowed(int argc, char** argv, const Options& options) {
-  QApplication::setStyle("Fusion");  // the style sheet is made for it, and pictures look alike everywhere
+  QApplication::setStyle(new PlainStyle);
+  QApplication::setAttribute(Qt::AA_UseStyleSheetPropagationInWidgetStyles);  // a window's own text size reaches into it
   QApplication application(argc, argv);
   QApplication::setApplicationName("kvx");
   QApplication::setApplicationDisplayName("KVX");
@@ -43,7 +56,6 @@ int RunWindowed(int argc, char** argv, const Options& options) {
   window.on_use_simulated_rig = [&] { program.UseSimulatedRig(); };
   int code = 0;
   program.on_ended = [&] { QApplication::exit(code); };
-  window.on_say_status = [&] { program.station().announcer.SayStatus(); };
   AddWindows(window, program, appearance);
   program.Start();
   window.show();

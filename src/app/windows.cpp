@@ -16,7 +16,8 @@ QString Tr(const char* text) {
   return QCoreApplication::translate("Windows", text);
 }
 
-constexpr std::array kSetupPages{"setup-rig", "setup-port", "setup-station", "setup-appearance", "setup-announcements"};
+constexpr std::array kSetupPages{"setup-rig",   "setup-port",       "setup-station",      "setup-keyer",
+                                 "setup-links", "setup-appearance", "setup-announcements"};
 
 /// A size in heights of the window's text.
 QSize InText(const QWidget& window, int width, int height) {

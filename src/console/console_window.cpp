@@ -12,6 +12,7 @@
 #include <QScrollArea>
 #include <QShortcut>
 #include <QSlider>
+#include <QStyle>
 #include <QVBoxLayout>
 #include <QWheelEvent>
 
@@ -32,6 +33,9 @@ constexpr int kClockCharacters = 19;   // of RIGGMT: date and time to the second
 constexpr int kNotch = 120;            // eighths of a degree
 constexpr int kTextStep = 10;          // percent
 constexpr Frequency kSliderUnit{100};  // of the tuning slider: 10 Hz
+constexpr int kWide = 80;  // heights of text: a console of its usual size
+constexpr int kHigh = 50;
+constexpr int kLargestTenths = 22;  // of the usual text
 constexpr const char* kPlacesFile = "Windows.pos";
 constexpr const char* kConsoleName = "console";
 
@@ -66,8 +70,8 @@ ConsoleWindow::ConsoleWindow(Station& station, widgets::Appearance& appearance)
 }
 
 QWidget* ConsoleWindow::MakeCenter() {
-  auto* center = new QWidget;
-  center->setObjectName("center");
+  center_ = new QWidget;
+  center_->setObjectName("center");
   screen_ = new ScreenPanel(station_, appearance_);
   auto* meter = new MeterPanel(station_, appearance_);
   band_ = new BandPanel(station_, appearance_);
@@ -75,10 +79,10 @@ QWidget* ConsoleWindow::MakeCenter() {
   auto* knob = new KnobPanel(station_, appearance_);
   auto* functions = new FunctionPanel(station_);
   auto* sliders = new SliderPanel(station_, appearance_);
-  auto* footer = new FooterPanel(station_, appearance_);
-  panels_ = {screen_, meter, band_, mode, knob, functions, sliders, footer};
+  footer_ = new FooterPanel(station_, appearance_);
+  panels_ = {screen_, meter, band_, mode, knob, functions, sliders, footer_};
   const int gap = fontMetrics().height() / 3 + 2;
-  auto* column = new QVBoxLayout(center);
+  auto* column = new QVBoxLayout(center_);
   column->setContentsMargins(gap, gap, gap, gap);
   column->setSpacing(gap);
   const auto add_row = [&](int stretch, const std::vector<std::pair<QWidget*, int>>& widgets) {
@@ -94,8 +98,8 @@ QWidget* ConsoleWindow::MakeCenter() {
   column->addWidget(mode, 4);
   add_row(28, {{knob, 25}, {functions, 42}, {sliders, 33}});
   column->addWidget(MakeTuningSlider());
-  column->addWidget(footer);
-  return center;
+  column->addWidget(footer_);
+  return center_;
 }
 
 QWidget* ConsoleWindow::MakeOffer() {
@@ -220,7 +224,9 @@ void ConsoleWindow::MakeKeys() {
     menus_->setActiveAction(menus_->actions().first());
   });
   AddKey(QKeySequence("F12"), [this] {
-    if (on_say_status) on_say_status();
+    const std::string before = *station_.console.SPKBX;
+    station_.announcer.SayStatus();
+    if (*station_.console.SPKBX == before) footer_->RepeatAnnouncement();
   });
 }
 
@@ -285,7 +291,7 @@ void ConsoleWindow::PutInPlace() {
   if (const auto content = station_.ReadFile(kPlacesFile)) places_ = ParseWindowPlaces(*content);
   const int em = fontMetrics().height();
   const QRect screen = QGuiApplication::primaryScreen()->availableGeometry();
-  resize(std::min({1280, 80 * em, screen.width()}), std::min({800, 50 * em, screen.height()}));
+  resize(std::min(kWide * em, screen.width()), std::min(kHigh * em, screen.height()));
   Restore(this, kConsoleName);
   const QPoint place(station_.position.left, station_.position.top);
   if (!place.isNull() && QGuiApplication::screenAt(place + QPoint(em, em)) != nullptr) move(place);
@@ -332,6 +338,29 @@ void ConsoleWindow::UnloadStuff() {
 void ConsoleWindow::closeEvent(QCloseEvent* event) {
   event->ignore();  // the program ends after the orderly shut-down
   if (on_close) on_close();
+}
+
+void ConsoleWindow::resizeEvent(QResizeEvent* event) {
+  QMainWindow::resizeEvent(event);
+  FitText();
+}
+
+/// A console that is larger than usual has larger text as well.
+void ConsoleWindow::FitText() {
+  QFont font = QApplication::font();
+  const int em = QFontMetrics(font).height();
+  const int tenths = std::min(10 * width() / (kWide * em), 10 * height() / (kHigh * em));
+  font.setPointSizeF(font.pointSizeF() * std::clamp(tenths, 10, kLargestTenths) / 10);
+  if (center_->font() == font) return;
+  for (QWidget* part : {center_, menuWidget()}) {
+    part->setFont(font);
+    // Sizes that the style sheet gives in text heights are worked out when a widget is polished.
+    for (QWidget* control : part->findChildren<QWidget*>()) {
+      if (!control->inherits("QAbstractButton") && !control->inherits("QLineEdit")) continue;
+      control->style()->unpolish(control);
+      control->style()->polish(control);
+    }
+  }
 }
 
 /// Digits that nothing else wants are the beginning of a frequency.
@@ -388,6 +417,7 @@ void ConsoleWindow::ApplyAppearance() {
   const config::StationSettings& settings = station_.settings();
   appearance_.Use(widgets::MakeTheme(Text(*station_.console.Theme), {settings.body_color, settings.screen_color}),
                   *station_.console.TextSize);
+  if (center_ != nullptr) FitText();
   if (theme_menu_ == nullptr) return;
   for (QAction* action : theme_menu_->actions()) action->setChecked(action->data() == Text(*station_.console.Theme));
 }

@@ -18,6 +18,7 @@ class QSlider;
 namespace kvx::console {
 
 class BandPanel;
+class FooterPanel;
 class ScreenPanel;
 
 /// The main window: puts the panels together, has the menus and the keys that work everywhere, and opens the other
@@ -46,11 +47,11 @@ class ConsoleWindow final : public QMainWindow {
 
   std::function<void()> on_close;
   std::function<void()> on_use_simulated_rig;
-  std::function<void()> on_say_status;
 
  protected:
   void closeEvent(QCloseEvent* event) override;
   void keyPressEvent(QKeyEvent* event) override;
+  void resizeEvent(QResizeEvent* event) override;
   bool eventFilter(QObject* watched, QEvent* event) override;
 
  private:
@@ -75,6 +76,7 @@ class ConsoleWindow final : public QMainWindow {
   void ShowRig();
   void ShowTuningSlider();
   void ApplyAppearance();
+  void FitText();
   void PutInPlace();
   void Restore(QWidget* window, const std::string& name);
   void NotePlace(QWidget* window, const std::string& name);
@@ -84,6 +86,8 @@ class ConsoleWindow final : public QMainWindow {
   std::vector<Panel*> panels_;
   ScreenPanel* screen_;
   BandPanel* band_;
+  FooterPanel* footer_;
+  QWidget* center_ = nullptr;
   QWidget* offer_;
   QSlider* tuning_;
   QLabel* rig_;

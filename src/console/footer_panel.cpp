@@ -57,6 +57,7 @@ void FooterPanel::Follow(Field field) {
     case Field::kAnnounce:
       return announcement_->setVisible(*console.Announce);
     case Field::kSpkbx:
+      announcement_->setVisible(!console.SPKBX->empty());
       return announcement_->Show(Text(*console.SPKBX));
     case Field::kMsgArea:
       message_->setToolTip(Text(*console.MsgArea));
@@ -89,7 +90,8 @@ void FooterPanel::ShowPolling() {
   const bool on = *station_.console.Polling;
   polling_->SetLit(on);
   polling_->setText(on ? tr("Polling") : tr("Not polling"));
-  polling_->setIcon(Lamp(on ? appearance_.theme().green : appearance_.theme().quiet_ink, fontMetrics().height()));
+  polling_->setIconSize(QSize(1, 1) * polling_->fontMetrics().height());
+  polling_->setIcon(Lamp(on ? appearance_.theme().green : appearance_.theme().quiet_ink, polling_->fontMetrics().height()));
 }
 
 }  // namespace kvx::console

@@ -13,6 +13,8 @@ class FooterPanel final : public Panel {
  public:
   FooterPanel(Station& station, const widgets::Appearance& appearance);
   void Follow(Field field) override;
+  /// Has a screen reader read the last announcement once more.
+  void RepeatAnnouncement() { announcement_->Repeat(); }
 
  private:
   void ShowPort();

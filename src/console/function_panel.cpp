@@ -37,7 +37,7 @@ QWidget* FunctionPanel::MakeKey(std::size_t index) {
   value->setMaxLength(kLongestValue);
   value->setAccessibleName(tr("Value of function key %1").arg(number));
   value->setToolTip(tr("What function key %1 sends as its value").arg(number));
-  value->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
+  value->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
   connect(value, &QLineEdit::textEdited, this,
           [this, index](const QString& text) { station_.console.Text5.Set(index, text.toStdString()); });
   connect(value, &QLineEdit::returnPressed, key, [key] { key->click(); });

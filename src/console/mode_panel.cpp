@@ -106,7 +106,10 @@ widgets::LampButton* ModePanel::MakeKey(QHBoxLayout* row, const QString& text, c
                                         bool small) {
   auto* button = new widgets::LampButton(text, name);
   if (small) button->SetRole("small");
-  connect(button, &QPushButton::clicked, this, [this, key] { Report(station_.engine.dispatcher.SendData(key)); });
+  connect(button, &QPushButton::clicked, this, [this, key, button] {
+    // "XMT: user button Alpha" is announced by what the rig's definition calls it.
+    Report(station_.PressKey(key, button->accessibleName().section(':', 0, 0).toStdString()));
+  });
   row->addWidget(button, small ? 2 : 5);
   keys_.push_back({button, key});
   return button;

@@ -81,6 +81,37 @@ std::string Color(StationSetup& setup, std::string_view argument) {
   return Answer(status, "color " + Lower(name) + " " + setup.ColorText(part));
 }
 
+/// The key that the argument begins with (a saved rig's has a blank in it), and the rest.
+std::pair<const config::KeptSetting*, std::string_view> KeyAndValue(std::string_view argument) {
+  for (const config::KeptSetting& setting : config::KeptSettings()) {
+    const std::string name = setting.name();
+    if (!EqualNoCase(argument.substr(0, name.size()), name)) continue;
+    const std::string_view rest = argument.substr(name.size());
+    if (rest.empty() || rest.front() == ' ' || rest.front() == '=') return {&setting, Trim(rest)};
+  }
+  return {nullptr, argument};
+}
+
+std::string SettingNames() {
+  std::string names;
+  for (const config::KeptSetting& setting : config::KeptSettings())
+    names += (names.empty() ? "" : ", ") + setting.name();
+  return names;
+}
+
+/// The equals sign is welcome, and needed for an empty value.
+std::string Setting(StationSetup& setup, std::string_view argument) {
+  if (argument.empty()) return "ok setting " + SettingNames();
+  auto [setting, value] = KeyAndValue(argument);
+  if (setting == nullptr) return "error: " + setup.Setting(std::string(FirstWord(argument).first)).error().message;
+  const std::string name = "setting " + setting->name();
+  if (!value.empty()) {
+    if (value.front() == '=') value = Trim(value.substr(1));
+    if (const Status kept = setup.SetSetting(setting->key, std::string(value)); !kept) return Answer(kept, name);
+  }
+  return "ok " + name + "=" + OneLine(*setup.Setting(setting->key));
+}
+
 /// Adds a command that takes one whole number; the operation knows its bounds.
 void AddNumber(CommandLine& commands, const std::string& name, const std::string& usage,
                std::function<std::string(int number)> operation) {
@@ -122,6 +153,11 @@ void AddStationCommands(CommandLine& commands, StationSetup& setup) {
   });
 }
 
+void AddKeptCommands(CommandLine& commands, StationSetup& setup) {
+  commands.Add("setting", "KEY [VALUE]: a setting that is kept for the keyer or the links, or sets it; KEY= empties it",
+               [&setup](std::string_view argument) { return Setting(setup, Trim(argument)); });
+}
+
 void AddAppearanceCommands(CommandLine& commands, StationSetup& setup) {
   commands.Add("theme", "dark|light|contrast|classic", [&setup](std::string_view argument) {
     const Status status = setup.station().SetTheme(std::string(argument));
@@ -139,6 +175,7 @@ void AddAppearanceCommands(CommandLine& commands, StationSetup& setup) {
 void AddSetupCommands(CommandLine& commands, StationSetup& setup) {
   AddPortCommands(commands, setup);
   AddStationCommands(commands, setup);
+  AddKeptCommands(commands, setup);
   AddAppearanceCommands(commands, setup);
 }
 

@@ -6,7 +6,7 @@
 namespace kvx::console {
 
 /// Adds the headless commands that set a station up: devices, device, line, stopbits, test, storeslot, clearslot,
-/// region, interval, gmt, offset, theme, textsize, color. `setup` outlives the command line.
+/// region, interval, gmt, offset, setting, theme, textsize, color. `setup` outlives the command line.
 void AddSetupCommands(CommandLine& commands, StationSetup& setup);
 
 }  // namespace kvx::console

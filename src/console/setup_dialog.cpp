@@ -10,6 +10,7 @@
 #include <algorithm>
 
 #include "console/setup_appearance_page.h"
+#include "console/setup_keys_page.h"
 #include "console/setup_port_page.h"
 #include "console/setup_rig_page.h"
 #include "console/setup_speech_page.h"
@@ -50,6 +51,8 @@ SetupDialog::SetupDialog(StationSetup& setup, const widgets::Appearance& appeara
   rig->on_edit_definition = [this] { on_edit_definition ? on_edit_definition() : void(); };
   AddPage(tr("Port"), new SetupPortPage(setup));
   AddPage(tr("Station"), new SetupStationPage(setup));
+  AddPage(tr("Keyer"), new SetupKeysPage(setup, config::SettingOwner::kKeyer));
+  AddPage(tr("Links"), new SetupKeysPage(setup, config::SettingOwner::kLinks));
   AddPage(tr("Appearance"), new SetupAppearancePage(setup, appearance));
   SetupSpeechPage* speech = AddPage(tr("Announcements"), new SetupSpeechPage(setup));
   speech->on_speak = [this](const QString& sentence) { on_speak ? on_speak(sentence) : void(); };

@@ -17,7 +17,7 @@ class SetupDialog final : public QDialog {
   Q_OBJECT
 
  public:
-  enum Page { kRig, kPort, kStation, kAppearance, kAnnouncements };
+  enum Page { kRig, kPort, kStation, kKeyer, kLinks, kAppearance, kAnnouncements };
 
   SetupDialog(StationSetup& setup, const widgets::Appearance& appearance, QWidget* parent = nullptr);
 

@@ -151,10 +151,10 @@ void SetupForm::AddButtons(const QList<QPushButton*>& buttons) {
   rows_->addRow(row);
 }
 
-void SetupForm::End() {
+void SetupForm::End(QBoxLayout* below) {
   outcome_ = MakeSetupLabel({}, "quiet");
   outcome_->setAccessibleName(QObject::tr("What came of it"));
-  column_->addWidget(outcome_);
+  (below != nullptr ? below : column_)->addWidget(outcome_);
   column_->addStretch();
 }
 

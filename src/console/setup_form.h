@@ -25,8 +25,9 @@ class SetupForm {
   QLabel* AddNote(const QString& text);
   /// Buttons beside each other, wrapped into lines of their own where there is no room.
   void AddButtons(const QList<QPushButton*>& buttons);
-  /// No more rows: the line for what came of a change follows.
-  void End();
+  /// No more rows: the line for what came of a change follows, or goes below in that layout, where it stays in view
+  /// while a long page scrolls.
+  void End(QBoxLayout* below = nullptr);
 
   /// `done` when all is well, else why not.
   void Show(const Status& status, const QString& done = {});

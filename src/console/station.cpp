@@ -373,21 +373,27 @@ cat::SendOutcome Station::PressMeter(const std::string& key) {
 }
 
 cat::SendOutcome Station::PressAgc(const std::string& key) {
-  const cat::SendOutcome outcome = engine.dispatcher.SendData(key);
+  const cat::SendOutcome outcome = PressKey(key, "AGC " + Lower(key.substr(3)));
   if (outcome == cat::SendOutcome::kSent) console.Agc.Set(key);
+  return outcome;
+}
+
+cat::SendOutcome Station::PressKey(std::string_view key, const std::string& name) {
+  const cat::SendOutcome outcome = engine.dispatcher.SendData(key);
+  if (outcome == cat::SendOutcome::kSent) announcer.Operated(name);
   return outcome;
 }
 
 cat::SendOutcome Station::PressRit() {
   const std::string& off = engine.rig().row["RITOFF"];
   const bool was_on = *console.Rit && !off.empty();
-  const cat::SendOutcome outcome = engine.dispatcher.SendData(was_on ? off : "XRITON");
+  const cat::SendOutcome outcome = PressKey(was_on ? off : "XRITON", was_on ? "RIT off" : "RIT on");
   if (outcome == cat::SendOutcome::kSent) console.Rit.Set(!was_on);
   return outcome;
 }
 
 cat::SendOutcome Station::PressXit() {
-  const cat::SendOutcome outcome = engine.dispatcher.SendData("XXITON");
+  const cat::SendOutcome outcome = PressKey("XXITON", "XIT on");
   if (outcome == cat::SendOutcome::kSent) console.Xit.Set(true);
   return outcome;
 }

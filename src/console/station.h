@@ -83,6 +83,8 @@ class Station {
   cat::SendOutcome PressMeter(const std::string& key);
   /// An AGC button ("AGCOFF" to "AGCSLOW").
   cat::SendOutcome PressAgc(const std::string& key);
+  /// A button that sends one logical key and nothing else ("XRITUP", "XSETALPHA"); `name` is announced.
+  cat::SendOutcome PressKey(std::string_view key, const std::string& name);
   /// RIT on and, where the rig has a command for that, off in turn; XIT, which no row can switch off, on.
   cat::SendOutcome PressRit();
   cat::SendOutcome PressXit();

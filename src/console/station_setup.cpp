@@ -197,6 +197,39 @@ Status StationSetup::SetOffset(const std::string& khz) {
   return Ok();
 }
 
+config::Settings StationSetup::Stored() const {
+  const Result<std::string> content = station_.ReadFile("rig.ini");
+  return content && IsText(*content) ? config::Settings::Parse(*content) : config::Settings();
+}
+
+Result<std::string> StationSetup::Setting(const std::string& key) const {
+  const config::KeptSetting* setting = config::FindKeptSetting(key);
+  if (setting == nullptr) return Error{ErrorCode::kNotFound, "There is no keyer or link setting " + OneLine(key, 40)};
+  return config::ShownValue(*setting, Stored());
+}
+
+Status StationSetup::SetSetting(const std::string& key, const std::string& value) {
+  const config::KeptSetting* setting = config::FindKeptSetting(key);
+  if (setting == nullptr) return Setting(key).error();
+  const Result<std::string> line = config::ValueForFile(*setting, value);
+  if (!line) return line.error();
+  const int rig_port = station_.settings().rig_port;
+  if (setting->kind == config::SettingKind::kChoice && *line == "COM" + std::to_string(rig_port))
+    return Wrong("You can not set the keyer port the same as the rig port");
+  station_.ChangeSettings(
+      [&](config::StationSettings& settings) {
+        for (int slot = 1; slot <= config::kSavedRigs; ++slot) {
+          if (setting->key != config::SavedRigKey("KEYERPORT", slot)) continue;
+          settings.saved_rigs[static_cast<std::size_t>(slot)].keyer_port = *line;
+        }
+      },
+      [&](const config::StationSettings&) {
+        return std::vector<config::SettingChange>{{setting->key, *line}};
+      });
+  if (!station_.saved()) return Error{ErrorCode::kBusy, setting->name() + " is not in rig.ini yet: see the messages"};
+  return Ok();
+}
+
 Status StationSetup::SetColor(ScreenPart part, std::string_view rrggbb) {
   if (rrggbb.starts_with('#')) rrggbb.remove_prefix(1);
   std::int64_t color = 0;

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "config/kept_settings.h"
 #include "console/rig_test.h"
 #include "console/station.h"
 #include "platform/device_list.h"
@@ -67,6 +68,13 @@ class StationSetup {
   /// "RRGGBB", kept as the number 0xBBGGRR.
   Status SetColor(ScreenPart part, std::string_view rrggbb);
   std::string ColorText(ScreenPart part) const;
+
+  /// The settings that are kept for the keyer and for the links to other programs: as they stand in rig.ini now.
+  config::Settings Stored() const;
+  /// The value of one of them. kNotFound for a key that is none of them.
+  Result<std::string> Setting(const std::string& key) const;
+  /// Writes its one line. kBusy when it has not reached the disk yet: the message area says what came of it.
+  Status SetSetting(const std::string& key, const std::string& value);
 
   /// What windows draw has changed without a field of the console saying so: the stored colours, the band plan.
   std::function<void()> on_redraw;

@@ -214,6 +214,68 @@ TEST(SetupDialog, StationSettingsCountAtOnce) {
   EXPECT_TRUE(bench.Says("The offset is a number of kHz", "error"));
 }
 
+TEST(SetupDialog, KeyerSettingsAreKeptOneByOne) {
+  DialogBench bench(RigIni("TS-2000", 38400, "PIN5= 0.5\nKEYERPORT 2=COM12\nIGNOREPOT=True\n"), SetupDialog::kKeyer);
+  EXPECT_TRUE(bench.Says("the keyer itself is not part of this version yet", "quiet"));
+  EXPECT_EQ(bench.Find<QLineEdit>("Function of pin 5")->text(), "0.5") << "as it stands";
+  EXPECT_TRUE(bench.Find<QCheckBox>("Ignore the speed potentiometer")->isChecked());
+  auto* tone = bench.Find<QLineEdit>("Side tone");
+  bench.Type(tone, "5");
+  EXPECT_FALSE(bench.Ini("SIDETONE= 5")) << "not while it is being typed";
+  QTest::keyClick(tone, Qt::Key_Tab);
+  EXPECT_TRUE(bench.Ini("SIDETONE= 5"));
+  EXPECT_TRUE(bench.Says("SIDETONE is kept", "quiet"));
+  bench.Type(tone, "999");
+  QTest::keyClick(tone, Qt::Key_Return);
+  EXPECT_TRUE(bench.Says("SIDETONE is a whole number from 0 to 255", "error"));
+  EXPECT_EQ(tone->text(), "999") << "to be corrected";
+  QTest::keyClick(bench.Find<QCheckBox>("Speed adjustment"), Qt::Key_Space);
+  EXPECT_TRUE(bench.Ini("XPADJUST=YES"));
+  bench.Click("Swap the paddles");
+  bench.Click("Ignore the speed potentiometer");
+  EXPECT_TRUE(bench.Ini("REVPADDLE=True") && bench.Ini("IGNOREPOT=False"));
+  EXPECT_EQ(tone->text(), "999");
+  bench.dialog.Open(SetupDialog::kLinks);
+  bench.dialog.Open(SetupDialog::kKeyer);
+  EXPECT_EQ(tone->text(), "5");
+  EXPECT_TRUE(bench.Ini("PIN5= 0.5")) << "what was not touched";
+}
+
+TEST(SetupDialog, AKeyerPortIsChosenButNotTheRigPort) {
+  DialogBench bench(RigIni("TS-2000", 38400, "KEYERPORT 2=COM12\n"), SetupDialog::kKeyer);
+  auto* port = bench.Find<QComboBox>("Saved rig 2");
+  EXPECT_EQ(port->currentText(), "COM12");
+  port->setFocus();
+  QTest::keyClick(port, Qt::Key_Home);
+  EXPECT_TRUE(bench.Ini("KEYERPORT 2=NONE"));
+  EXPECT_LT(port->findText("COM12"), 0);
+  for (const char* next : {"WINKEY", "COM1", "COM2"}) {
+    QTest::keyClick(port, Qt::Key_Down);
+    EXPECT_TRUE(bench.Ini(std::string("KEYERPORT 2=") + next)) << next;
+  }
+  QTest::keyClick(port, Qt::Key_Down);
+  EXPECT_TRUE(bench.Says("You can not set the keyer port the same as the rig port", "error"));
+  EXPECT_TRUE(bench.Ini("KEYERPORT 2=COM2"));
+  QTest::keyClick(port, Qt::Key_Down);
+  EXPECT_TRUE(bench.Ini("KEYERPORT 2=COM4"));
+}
+
+TEST(SetupDialog, LinkSettingsAreKeptOneByOne) {
+  DialogBench bench(RigIni("TS-2000", 38400, "FontName=Courier\n"), SetupDialog::kLinks);
+  auto* host = bench.Find<QLineEdit>("Host");
+  bench.Type(host, "dx.example.org");
+  QTest::keyClick(host, Qt::Key_Return);
+  EXPECT_TRUE(bench.Ini("HOSTNAME=dx.example.org"));
+  bench.Type(host, "PIN5=");
+  QTest::keyClick(host, Qt::Key_Return);
+  EXPECT_TRUE(bench.Says("HOSTNAME cannot contain PIN5=", "error"));
+  auto* port = bench.Find<QLineEdit>("Port");
+  bench.Type(port, "12");
+  QTest::keyClick(port, Qt::Key_Return);
+  bench.Click("The packet link uses the rig");
+  EXPECT_TRUE(bench.Ini("CWSKIMMER= 12") && bench.Ini("PACKETUSERIG=True") && bench.Ini("FontName=Courier"));
+}
+
 TEST(SetupDialog, TheAppearanceIsChosenByMouseAndKeyboard) {
   DialogBench bench(RigIni("TS-2000"), SetupDialog::kAppearance);
   const Console& console = bench.bench.station.console;
@@ -257,8 +319,8 @@ TEST(SetupDialog, AnnouncementsAreSwitchedAndTried) {
 
 TEST(SetupDialog, EveryControlHasANameATipAndAPlaceInTheTabOrder) {
   DialogBench bench("");
-  for (const auto page : {SetupDialog::kRig, SetupDialog::kPort, SetupDialog::kStation, SetupDialog::kAppearance,
-                          SetupDialog::kAnnouncements}) {
+  for (const auto page : {SetupDialog::kRig, SetupDialog::kPort, SetupDialog::kStation, SetupDialog::kKeyer,
+                          SetupDialog::kLinks, SetupDialog::kAppearance, SetupDialog::kAnnouncements}) {
     bench.dialog.Open(page);
     std::set<QWidget*> reached;
     for (int i = 0; i < 60; ++i) {
@@ -288,8 +350,8 @@ TEST(SetupDialog, FitsASmallScreenAtTwiceTheTextSize) {
   DialogBench bench("");
   bench.appearance.Use(widgets::MakeTheme("dark"), 200);
   bench.dialog.resize(1000, 570);
-  for (const auto page : {SetupDialog::kRig, SetupDialog::kPort, SetupDialog::kStation, SetupDialog::kAppearance,
-                          SetupDialog::kAnnouncements}) {
+  for (const auto page : {SetupDialog::kRig, SetupDialog::kPort, SetupDialog::kStation, SetupDialog::kKeyer,
+                          SetupDialog::kLinks, SetupDialog::kAppearance, SetupDialog::kAnnouncements}) {
     bench.dialog.Open(page);
     QCoreApplication::processEvents();
     EXPECT_LE(bench.dialog.width(), 1000);

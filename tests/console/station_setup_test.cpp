@@ -143,6 +143,62 @@ TEST(StationSetup, EveryCommandAnswersAndKeepsItsLine) {
   EXPECT_EQ(bench.bench.folder.Get("ports.ini"), "COM5=tcp:shack:4001\nCOM3=/dev/ttyUSB0\n");
 }
 
+TEST(StationSetup, EveryKeptSettingGoesToItsLineAndBackAndLeavesTheOthers) {
+  const std::string foreign = "; my own line\nANTPORT= 4\nUNKNOWN=Keep Me\nDIRECTINVERT=True\n";
+  for (const config::KeptSetting& setting : config::KeptSettings()) {
+    struct Value {
+      std::string typed, line, read;
+    };
+    std::vector<Value> values{{"7", " 7", "7"}, {"21", " 21", "21"}};
+    if (setting.kind == config::SettingKind::kFlag) values = {{"on", "True", "True"}, {"False", "False", "False"}};
+    if (setting.kind == config::SettingKind::kYesNo) values = {{"yes", "YES", "YES"}, {"no", "NO", "NO"}};
+    if (setting.kind == config::SettingKind::kChoice) values = {{"lpt2", "LPT2", "LPT2"}, {"None", "NONE", "NONE"}};
+    if (setting.kind == config::SettingKind::kText) values = {{"/a b/c?d=E", "/a b/c?d=E", "/A B/C?D=E"}, {"", "", ""}};
+    SetupBench bench(RigIni("TS-2000", 38400, foreign));
+    const std::string before = bench.bench.folder.Get("rig.ini");
+    for (const Value& value : values) {  // the first makes the line, the second replaces it
+      EXPECT_EQ(bench.Ask("setting " + setting.name() + "=" + value.typed),
+                "ok setting " + setting.name() + "=" + value.read);
+      EXPECT_EQ(bench.bench.folder.Get("rig.ini"), before + setting.key + value.line + "\n");
+      EXPECT_EQ(bench.Ask("setting " + Lower(setting.name())), "ok setting " + setting.name() + "=" + value.read);
+    }
+  }
+}
+
+TEST(StationSetup, AKeptSettingThatCannotBeSetChangesNothing) {
+  SetupBench bench(RigIni("TS-2000", 38400, "KEYERPORT 2=COM7\n"));
+  const std::string before = bench.bench.folder.Get("rig.ini");
+  struct Row {
+    std::string command, answer;
+  };
+  for (const Row& row : {
+           Row{"setting", "ok setting WINKEY1, WINKEY2, KYMODX,"},
+           Row{"setting KEYERPORT 2", "ok setting KEYERPORT 2=COM7"},
+           Row{"setting KEYERPORT 2 COM3", "error: You can not set the keyer port the same as the rig port"},
+           Row{"setting KEYERPORT 9 COM4", "error: There is no keyer or link setting KEYERPORT"},
+           Row{"setting XRIG FT-857", "error: There is no keyer or link setting XRIG"},
+           Row{"setting WINKEY12 1", "error: There is no keyer or link setting WINKEY12"},
+           Row{"setting PTTTAILTIME 256", "error: PTTTAILTIME is a whole number from 0 to 255"},
+       })
+    EXPECT_TRUE(bench.Ask(row.command).starts_with(row.answer)) << row.command << " -> " << bench.answer;
+  EXPECT_EQ(bench.bench.folder.Get("rig.ini"), before);
+  EXPECT_EQ(bench.Ask("setting keyerport 2 com4"), "ok setting KEYERPORT 2=COM4");
+  EXPECT_EQ(bench.bench.station.settings().saved_rigs[2].keyer_port, "COM4");
+}
+
+TEST(StationSetup, AKeptSettingThatIsNotOnTheDiskIsNotCalledKept) {
+  SetupBench bench;
+  auto other = std::move(bench.bench.files
+                             .BeginReplace(bench.bench.folder / "rig.ini", bench.bench.folder / "Rig.$$$",
+                                           platform::Files::Stale::kTakeOver)
+                             .value());
+  EXPECT_EQ(bench.Ask("setting PIN5 3"), "error: PIN5 is not in rig.ini yet: see the messages");
+  EXPECT_FALSE(bench.Ini("PIN5= 3"));
+  other.reset();
+  bench.bench.loop.RunFor(1s);
+  EXPECT_EQ(bench.Ask("setting PIN5"), "ok setting PIN5=3");
+}
+
 TEST(StationSetup, TheStationFollowsAtOnce) {
   SetupBench bench;
   Station& station = bench.bench.station;

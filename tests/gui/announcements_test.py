@@ -25,7 +25,8 @@ class ReadingTest(WindowTest):
         def read(name):
             return [" ".join((control.name, control.node.get_description() or "", control.text))
                     for control in self.program.controls() if control.name.startswith(name)]
-        for name, said in (("Mode", "CW"), ("Tuning step", "0.05"), ("Band and its limits", "14350.0"), ("Rig port", "open"),
-                           ("Rig and its port", "TS-2000"), ("Message", "CW,RTTY,Data"), ("S-meter", "S3"), ("UTC clock", "UTC")):
+        for name, said in (("Mode", "CW"), ("Tuning step", "0.05"), ("Band and its limits", "14350.0"),
+                           ("Rig port", "open"), ("Rig and its port", "TS-2000"), ("Message", "CW,RTTY,Data"),
+                           ("S-meter", "S3"), ("UTC clock", "UTC")):
             with self.subTest(name=name):
                 self.assertTrue([text for text in read(name) if said in text], read(name))

@@ -14,7 +14,8 @@ class ButtonsTest(WindowTest):
     def lights_alone(self, name, group):
         """Of the buttons whose name begins with `group` this one lights."""
         def lit():
-            return [control.name for control in self.program.controls() if control.name.startswith(group) and control.checked]
+            return [control.name for control in self.program.controls()
+                    if control.name.startswith(group) and control.checked]
         self.assertTrue(wait_until(lambda: lit() == [name], 3, 0.1), lit())
 
     def test_bands(self):
@@ -60,12 +61,12 @@ class ButtonsTest(WindowTest):
         self.assertFalse(self.rig.transmitting)
 
     def test_meters_and_gain_control(self):
-        self.presses(("AGC off", "GT000;"), ("AGC fast", "GT005;"), ("AGC medium", "GT010;"), ("AGC slow", "GT020;"),
-                     ("Standing wave meter", "RM1;"))
+        self.presses(("AGC off", "GT000;"), ("AGC fast", "GT005;"), ("AGC medium", "GT010;"), ("AGC slow", "GT020;"))
         self.lights_alone("AGC slow", "AGC ")
-        self.assertTrue(self.control("Standing wave meter").checked)
-        self.click("ALC meter")
-        self.assertTrue(wait_until(lambda: self.count("RM3;") > 3, 3), "the poll does not read the other meter")
+        for name, selects in (("Standing wave meter", "RM1;"), ("ALC meter", "RM3;")):
+            self.click(name)
+            self.assertTrue(wait_until(lambda: self.count(selects) > 3, 3), f"the poll does not read the {name}")
+            self.assertTrue(self.control(name).checked)
         asked = self.count("SM0;")
         self.click("ALC meter")  # once more: back to the S-meter
         self.assertTrue(wait_until(lambda: self.count("SM0;") > asked + 1, 3))

@@ -8,8 +8,8 @@ from gi.repository import Atspi, GLib  # noqa: E402
 from station import wait_until  # noqa: E402
 
 Role = Atspi.Role
-OPERABLE = {Role.PUSH_BUTTON, Role.TOGGLE_BUTTON, Role.CHECK_BOX, Role.RADIO_BUTTON, Role.SLIDER, Role.DIAL, Role.SPIN_BUTTON,
-            Role.TEXT, Role.ENTRY, Role.COMBO_BOX, Role.MENU_ITEM, Role.CHECK_MENU_ITEM, Role.RADIO_MENU_ITEM}
+OPERABLE = {Role.PUSH_BUTTON, Role.TOGGLE_BUTTON, Role.CHECK_BOX, Role.RADIO_BUTTON, Role.SLIDER, Role.DIAL,
+            Role.SPIN_BUTTON, Role.TEXT, Role.ENTRY, Role.COMBO_BOX, Role.MENU_ITEM}
 
 
 class Control:
@@ -95,10 +95,10 @@ class Program:
         return [Control(node) for node in (self.node.get_child_at_index(i) for i in range(self.node.get_child_count()))
                 if node and node.get_state_set().contains(Atspi.StateType.SHOWING)]
 
-    def find(self, name, role=None):
+    def find(self, name):
         """The first control of that name."""
         for _, node in self.walk():
-            if node.get_name() == name and role in (None, node.get_role()):
+            if node.get_name() == name:
                 return Control(node)
         raise AssertionError(f"there is no control {name!r}:\n{self.tree()}")
 

@@ -1,4 +1,4 @@
-"""A desktop of its own for one test: an X server without a screen, a session bus with accessibility, a hand and a keyboard."""
+"""A desktop of its own for one test: an X server without a screen, a session bus, a hand and a keyboard."""
 
 import ctypes
 import os
@@ -128,14 +128,15 @@ class Desktop:
         """What a window manager does when the window's close button is pressed."""
         x11 = ctypes.CDLL("libX11.so.6")
         x11.XOpenDisplay.restype = x11.XInternAtom.restype = ctypes.c_ulong
-        x11.XOpenDisplay.argtypes, x11.XInternAtom.argtypes = [ctypes.c_char_p], [ctypes.c_ulong, ctypes.c_char_p, ctypes.c_int]
+        x11.XOpenDisplay.argtypes = [ctypes.c_char_p]
+        x11.XInternAtom.argtypes = [ctypes.c_ulong, ctypes.c_char_p, ctypes.c_int]
         x11.XSendEvent.argtypes = [ctypes.c_ulong, ctypes.c_ulong, ctypes.c_int, ctypes.c_long, ctypes.c_void_p]
         x11.XCloseDisplay.argtypes = [ctypes.c_ulong]
         display = x11.XOpenDisplay(None)
         # XClientMessageEvent: type, serial, send_event, display, window, message_type, format, data
         client_message, of_32_bits = 33, 32
-        event = (ctypes.c_long * 24)(client_message, 0, 1, display, window, x11.XInternAtom(display, b"WM_PROTOCOLS", 0),
-                                     of_32_bits, x11.XInternAtom(display, b"WM_DELETE_WINDOW", 0))
+        protocols, delete = (x11.XInternAtom(display, name, 0) for name in (b"WM_PROTOCOLS", b"WM_DELETE_WINDOW"))
+        event = (ctypes.c_long * 24)(client_message, 0, 1, display, window, protocols, of_32_bits, delete)
         x11.XSendEvent(display, window, 0, 0, event)
         x11.XCloseDisplay(display)
 

@@ -26,6 +26,12 @@ class EndingTest(WindowTest):
     def test_a_signal(self):
         self.ends_in_order(lambda: self.kvx.process.send_signal(signal.SIGTERM))
 
+    def test_the_transmitter_is_released(self):
+        self.sends(lambda: self.click("XMT: user button Alpha"), "TX;")
+        self.desktop.close(self.window)
+        self.assertEqual(self.kvx.ended(), 0, self.kvx.errors)
+        self.assertTrue(wait_until(lambda: not self.rig.transmitting, 1), "the rig is left transmitting")
+
     def test_the_window_comes_back_where_it_was(self):
         self.desktop.resize(self.window, 1100, 640)
         self.desktop._do("windowmove", self.window, 60, 40)

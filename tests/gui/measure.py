@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 """Measures the console's window from outside: python3 tests/gui/measure.py build/release/kvx
 
-Prints the time from start to the window on the screen, from a click to its bytes at the rig, and the processor share and memory while the window polls at 57600 baud and nobody touches it.
+Prints the time from start to the window on the screen, from a click to its bytes at the rig, and the processor share and
+the memory while the window polls at 57600 baud and nobody touches it.
 """
 
 import ctypes
@@ -98,7 +99,8 @@ def main():
             polls = (rig.taken.count("IF;") - polls) / IDLE_SECONDS
             print(f"processor share of the idle window: {share:.2f} % of a core at {polls:.1f} polls a second")
             with open(f"/proc/{kvx.pid}/status", encoding="ascii") as status:
-                print("resident memory:", next(line for line in status if line.startswith("VmRSS")).split(":")[1].strip())
+                memory = next(line for line in status if line.startswith("VmRSS"))
+            print(f"resident memory: {int(memory.split()[1]) / 1024:.1f} MB")
             kvx.kill()
             os.environ["QT_LINUX_ACCESSIBILITY_ALWAYS_ON"] = "1"
             kvx, _ = started(desktop, station, home)

@@ -1,7 +1,7 @@
-"""Tests of the console's windows: real pointer and keys on an X server without a screen, AT-SPI to look at the controls.
+"""Tests of the windows: real pointer and keys on an X server without a screen, AT-SPI to look at the controls.
 
-python3 run.py BINARY [NAME ...], as tests/e2e/run.py; `python3 run.py --check` says why no desktop can be had here and exits
-with 77 then. KVX_GUI_PICTURES=FOLDER keeps a picture of the screen of each test that failed.
+python3 run.py BINARY [NAME ...], as tests/e2e/run.py; `python3 run.py --check` says why no desktop can be had here and
+exits with 77 then. KVX_GUI_PICTURES=FOLDER keeps a picture of the screen of each test that failed.
 """
 
 import os

@@ -39,7 +39,8 @@ class SlidersTest(WindowTest):
         self.rig.values["RG"] = 200  # somebody at the rig
         asked, seen = self.count("RG;"), []
         self.rig.plug(self.station.device)  # makes the console ask again for what the sliders show
-        self.assertTrue(wait_until(lambda: seen.append(slider.value) or self.count("RG;") > asked, 20, 0.05), "never asked")
+        asked_again = lambda: seen.append(slider.value) or self.count("RG;") > asked
+        self.assertTrue(wait_until(asked_again, 20, 0.05), "never asked")
         self.settle(0.5)
         seen.append(slider.value)
         self.desktop.release()

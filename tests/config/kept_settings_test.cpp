@@ -1,0 +1,90 @@
+#include "config/kept_settings.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "core/text.h"
+
+namespace kvx::config {
+namespace {
+
+std::string InFile(const std::string& key, std::string_view value) {
+  const KeptSetting* setting = FindKeptSetting(key);
+  if (setting == nullptr) return "no such setting";
+  const Result<std::string> line = ValueForFile(*setting, value);
+  return line ? *line : "error: " + line.error().message;
+}
+
+TEST(KeptSettings, EveryKeyIsOneOfTheFileAndStandsOnce) {
+  std::vector<std::string> seen;
+  for (const KeptSetting& setting : KeptSettings()) {
+    EXPECT_EQ(std::count(SettingKeys().begin(), SettingKeys().end(), setting.key), 1) << setting.key;
+    EXPECT_EQ(std::count(seen.begin(), seen.end(), setting.key), 0) << setting.key;
+    EXPECT_EQ(FindKeptSetting(Lower(setting.name())), &setting) << setting.key;
+    seen.push_back(setting.key);
+  }
+  EXPECT_EQ(FindKeptSetting("XRIG="), nullptr) << "the rig in use is not set here";
+  EXPECT_EQ(FindKeptSetting("KEYERPORT1"), nullptr) << "its key has a blank";
+  EXPECT_EQ(FindKeptSetting(""), nullptr);
+}
+
+TEST(KeptSettings, AValueIsWrittenAsReadersTakeItOrRefusedInOneSentence) {
+  struct Row {
+    std::string key, value, line;
+  };
+  for (const Row& row : {
+           Row{"REVPADDLE", "yes", "True"},
+           Row{"revpaddle=", "OFF", "False"},
+           Row{"PACKETUSERIG", "1", "True"},
+           Row{"XPADJUST", "true", "YES"},
+           Row{"XPADJUST", "no", "NO"},
+           Row{"XPADJUST", "", "error: XPADJUST is YES or NO"},
+           Row{"POT2", "maybe", "error: POT2 is True or False"},
+           Row{"WINKEY1", "-1", "-1"},
+           Row{"WINKEY1", "1.5", "error: WINKEY1 is a whole number"},
+           Row{"COMMSPEED", " 9600 ", " 9600"},
+           Row{"COMMSPEED", "-9600", "error: COMMSPEED is a whole number, 0 or more"},
+           Row{"HANGTIME", "", " 0"},
+           Row{"SIDETONE", "255", " 255"},
+           Row{"SIDETONE", "256", "error: SIDETONE is a whole number from 0 to 255"},
+           Row{"PTTLEADTIME", "-1", "error: PTTLEADTIME is a whole number from 0 to 255"},
+           Row{"CWSKIMMER", "19", " 19"},
+           Row{"CWSKIMMER", "COM3", "error: CWSKIMMER is a whole number from 0 to 99"},
+           Row{"KEYERPORT 8", "winkey", "WINKEY"},
+           Row{"KEYERPORT 8", "COM9", "error: KEYERPORT 8 is one of NONE, WINKEY, COM1, COM2,"},
+           Row{"HOSTNAME", "  dx.example.org:7300 ", "dx.example.org:7300"},
+           Row{"HOSTNAME", "", ""},
+           Row{"HOSTNAME", "a\nRIGPORT= 9", "error: HOSTNAME is one line of plain text"},
+           Row{"SPOTPATH", "/x?rigport=9", "error: SPOTPATH cannot contain RIGPORT="},
+           Row{"SPOTPATH", std::string(250, 'x'), std::string(250, 'x')},
+           Row{"SPOTPATH", std::string(251, 'x'), "error: SPOTPATH is at most 250"},
+           Row{"FONTNAME", "Köln Mono", "Köln Mono"},
+       }) {
+    const std::string line = InFile(row.key, row.value);
+    EXPECT_TRUE(row.line.starts_with("error") ? line.starts_with(row.line) : line == row.line)
+        << row.key << " " << row.value << " -> " << line;
+  }
+}
+
+TEST(KeptSettings, WhatAnOldFileHoldsIsShownAsItStandsAndWhatItLacksAsReadersTakeIt) {
+  const Settings old = Settings::Parse(
+      "POT2=TRUE \nREVPADDLE=\nXPADJUST=YES\nSIDETONE= 4711\nXLEADTIME= 0.5\nKEYERPORT 2=Com12\nHOSTNAME= dx\n");
+  const auto shown = [](const Settings& settings, const char* key) {
+    return ShownValue(*FindKeptSetting(key), settings);
+  };
+  EXPECT_EQ(shown(old, "POT2"), "True");
+  EXPECT_EQ(shown(old, "REVPADDLE"), "False");
+  EXPECT_EQ(shown(old, "XPADJUST"), "YES");
+  EXPECT_EQ(shown(old, "SIDETONE"), "4711");
+  EXPECT_EQ(shown(old, "XLEADTIME"), "0.5");
+  EXPECT_EQ(shown(old, "KEYERPORT 2"), "COM12");
+  EXPECT_EQ(shown(old, "HOSTNAME"), "DX");
+  EXPECT_EQ(shown(old, "XTAILTIME"), "0");
+  EXPECT_EQ(shown(old, "KEYERPORT 1"), "NONE");
+  EXPECT_EQ(shown(old, "SPOTPATH"), "");
+  EXPECT_EQ(shown({}, "XPADJUST"), "NO");
+}
+
+}  // namespace
+}  // namespace kvx::config
