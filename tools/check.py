@@ -14,9 +14,10 @@ ARROWS = {
     "config": {"core", "platform"},
     "sim": {"core", "platform"},
     "cat": {"core", "platform", "config"},
+    "functions": {"core", "platform", "config", "cat"},
     "widgets": {"core"},
-    "console": {"core", "platform", "config", "sim", "cat", "widgets"},
-    "app": {"core", "platform", "config", "sim", "cat", "widgets", "console"},
+    "console": {"core", "platform", "config", "sim", "cat", "functions", "widgets"},
+    "app": {"core", "platform", "config", "sim", "cat", "functions", "widgets", "console"},
 }
 # Adapters, which the program alone links, and what an adapter may use of the others.
 ADAPTERS = {"posix": set(), "qt": {"posix"}, "windows": set()}

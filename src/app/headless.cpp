@@ -5,6 +5,7 @@
 
 #include "app/program.h"
 #include "console/command_line.h"
+#include "console/memory_commands.h"
 #include "console/rig_editor_commands.h"
 #include "console/setup_commands.h"
 #include "platform/qt/standard_input.h"
@@ -23,6 +24,7 @@ int RunHeadless(int argc, char** argv, const Options& options) {
   console::CommandLine commands(program.loop(), program.station(),
                                 [&](const std::string& line) { output.WriteLine(line); });
   console::AddSetupCommands(commands, program.setup());
+  console::AddMemoryCommands(commands, program.station());
   console::AddRigEditorCommands(commands, program.station(), program.files());
   platform::StandardInput input;
   commands.on_quit = [&] { program.Stop(); };

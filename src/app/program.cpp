@@ -4,7 +4,6 @@
 #include <cstdlib>
 #include <utility>
 
-#include "app/demo_station.h"
 #include "platform/ports_file.h"
 #include "platform/qt/pty_port.h"
 #include "platform/qt/qt_serial_device.h"
@@ -38,7 +37,8 @@ Program::Program(const Options& options)
       demo_(options.demo),
       with_window_(qobject_cast<QGuiApplication*>(QCoreApplication::instance()) != nullptr),
       rig_port_([this] { return platform::ReadPortTable(files_, folder_); },
-                [this](const std::string& address) { return MakePort(address); }) {
+                [this](const std::string& address) { return MakePort(address); }),
+      release_guard_([this] { return RigDescriptor(); }) {
   signals_.on_stop = [this](int) { Stop(); };
 }
 
@@ -46,12 +46,9 @@ Status Program::Prepare() {
   auto lock = platform::StationLock::Take(folder_);
   if (!lock) return lock.error();
   lock_ = std::move(*lock);
-  if (demo_) {
-    if (auto made = MakeDemoStation(files_, folder_); !made) return made;
-  }
   if (with_window_) speech_ = std::make_unique<platform::QtSpeech>();
   station_ = std::make_unique<console::Station>(
-      console::StationParts{loop_, files_, rig_port_, folder_, DataFolder(), speech_.get()});
+      console::StationParts{loop_, files_, rig_port_, folder_, DataFolder(), speech_.get(), &release_guard_});
   if (speech_) speech_->on_notice = [this](const std::string& line) { station_->Notice(line); };
   setup_ = std::make_unique<console::StationSetup>(loop_, *station_, files_, devices_);
   editor_ = std::make_unique<console::RigEditor>(*station_, files_);
@@ -61,6 +58,7 @@ Status Program::Prepare() {
 void Program::Start() {
   for (const std::string& complaint : platform::ReadPortTable(files_, folder_).complaints) station_->Notice(complaint);
   station_->Start();
+  if (demo_ && unconfigured()) UseSimulatedRig();
 }
 
 std::unique_ptr<platform::SerialPort> Program::MakePort(const std::string& address) {
@@ -68,6 +66,12 @@ std::unique_ptr<platform::SerialPort> Program::MakePort(const std::string& addre
   if (address.starts_with("tcp:")) return std::make_unique<platform::TcpPort>(address.substr(4));
   if (address.starts_with("sim:")) return std::make_unique<sim::SimulatedPort>(address, loop_);
   return std::make_unique<platform::QtSerialDevice>(address);
+}
+
+/// Of the device behind the rig port; -1 for another kind of port.
+int Program::RigDescriptor() const {
+  const auto* device = dynamic_cast<const platform::QtSerialDevice*>(rig_port_.backend());
+  return device == nullptr ? -1 : device->descriptor();
 }
 
 void Program::Speak(const std::string& sentence) {
@@ -80,9 +84,7 @@ bool Program::unconfigured() const {
 }
 
 void Program::UseSimulatedRig() {
-  if (auto made = MakeDemoStation(files_, folder_); !made) return station_->Notice(made.error().message);
-  if (station_->settings().rig_port == 0) station_->SetRigPort(1, 57600);
-  if (auto chosen = station_->ChooseRig("TS-2000"); !chosen) station_->Notice(chosen.error().message);
+  if (auto used = setup_->UseSimulatedRig(); !used) station_->Notice(used.error().message);
 }
 
 std::string Program::OperateSimulatedRig(std::string_view command) {

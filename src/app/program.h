@@ -11,6 +11,7 @@
 #include "platform/numbered_port.h"
 #include "platform/posix/device_list.h"
 #include "platform/posix/files.h"
+#include "platform/posix/release_guard.h"
 #include "platform/posix/station_lock.h"
 #include "platform/qt/qt_loop.h"
 #include "platform/qt/qt_speech.h"
@@ -49,6 +50,7 @@ class Program {
 
  private:
   std::unique_ptr<platform::SerialPort> MakePort(const std::string& address);
+  int RigDescriptor() const;
   Task ShutDown();
 
   platform::QtLoop loop_;
@@ -59,6 +61,7 @@ class Program {
   std::optional<platform::StationLock> lock_;
   platform::NumberedPort rig_port_;
   platform::PosixDeviceList devices_;
+  platform::PosixReleaseGuard release_guard_;
   std::unique_ptr<platform::QtSpeech> speech_;  ///< for windows only
   std::unique_ptr<console::Station> station_;
   std::unique_ptr<console::StationSetup> setup_;

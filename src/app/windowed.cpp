@@ -38,7 +38,8 @@ QIcon Icon() {
 
 int RunWindowed(int argc, char** argv, const Options& options) {
   QApplication::setStyle(new PlainStyle);
-  QApplication::setAttribute(Qt::AA_UseStyleSheetPropagationInWidgetStyles);  // a window's own text size reaches into it
+  QApplication::setAttribute(
+      Qt::AA_UseStyleSheetPropagationInWidgetStyles);  // a window's own text size reaches into it
   QApplication application(argc, argv);
   QApplication::setApplicationName("kvx");
   QApplication::setApplicationDisplayName("KVX");
@@ -52,7 +53,10 @@ int RunWindowed(int argc, char** argv, const Options& options) {
   }
   widgets::Appearance appearance;
   console::ConsoleWindow window(program.station(), appearance);
-  window.on_close = [&] { program.Stop(); };
+  window.on_close = [&] {
+    window.setEnabled(false);  // nothing goes to the rig any more while the settings are being saved
+    program.Stop();
+  };
   window.on_use_simulated_rig = [&] { program.UseSimulatedRig(); };
   int code = 0;
   program.on_ended = [&] { QApplication::exit(code); };
@@ -61,6 +65,7 @@ int RunWindowed(int argc, char** argv, const Options& options) {
   window.show();
   if (program.unconfigured() && options.grab_folder.empty()) window.OpenWindow("setup");
   if (!options.grab_folder.empty()) {
+    window.OpenWindow("debug");  // so that there is traffic in its picture
     QTimer::singleShot(kGrabDelayMilliseconds, &window, [&] {
       code = GrabWindows(window, program.station(), options.grab_folder);
       program.Stop();

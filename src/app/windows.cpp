@@ -44,7 +44,9 @@ void AddWindows(console::ConsoleWindow& console, Program& program, widgets::Appe
     return setup;
   });
   console.AddWindow(Tr("&Rig definitions"), QKeySequence("Ctrl+E"), "rig-editor", [&](QWidget* parent) {
-    return new console::RigEditorWindow(program.editor(), appearance, parent);
+    auto* editor = new console::RigEditorWindow(program.editor(), appearance, parent);
+    console.AddQuestionBeforeEnd([editor](std::function<void()> then) { editor->LeaveThen(std::move(then)); });
+    return editor;
   });
   console.AddWindow(Tr("&Debug view"), QKeySequence("Ctrl+D"), "debug", [&](QWidget* parent) {
     auto* frame = new QMainWindow(parent);  // what a screen reader takes for a window

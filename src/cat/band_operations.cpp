@@ -17,10 +17,12 @@ struct ModeKey {
   std::string_view caption;
   int narrow;  ///< 0: only when not narrow, 1: only when narrow, -1: either way
   std::string_view key;
+  std::string_view wide_key = {};  ///< of a narrow one
 };
-constexpr std::array kModeKeys{ModeKey{"CW", 0, "XCWW"},   ModeKey{"CW", 1, "XCWN"}, ModeKey{"USB", -1, "XUSB"},
-                               ModeKey{"LSB", -1, "XLSB"}, ModeKey{"AM", -1, "XAM"}, ModeKey{"RTTY", -1, "XRTTY"},
-                               ModeKey{"FM", 0, "XFMW"},   ModeKey{"FM", 1, "XFMN"}};
+constexpr std::array kModeKeys{ModeKey{"CW", 0, "XCWW"},   ModeKey{"CW", 1, "XCWN", "XCWW"},
+                               ModeKey{"USB", -1, "XUSB"}, ModeKey{"LSB", -1, "XLSB"},
+                               ModeKey{"AM", -1, "XAM"},   ModeKey{"RTTY", -1, "XRTTY"},
+                               ModeKey{"FM", 0, "XFMW"},   ModeKey{"FM", 1, "XFMN", "XFMW"}};
 
 std::optional<Frequency> Remembered(const config::BandMemory& memory) {
   const auto frequency = ParseKhz(memory.frequency);
@@ -45,6 +47,7 @@ std::optional<SendOutcome> BandOperations::PressBand(int number) {
 
 SendOutcome BandOperations::ChooseBand(int number) {
   const Band& band = *FindBand(number);
+  operations_.SendWaiting();
   if (*console_.BandNumber != number) RememberBand();
   used_.reset();
   choosing_ = true;
@@ -77,11 +80,14 @@ void BandOperations::SetDirectLimits(const Band& band) {
   console_.ToF.Set(band.upper);
 }
 
+/// A rig that has one width only gets that, whatever the narrow box says.
 void BandOperations::SendModeKeys() {
   const int narrow = *console_.Xnarrow ? 1 : 0;
   for (const ModeKey& row : kModeKeys) {
     const bool applies = row.narrow < 0 || row.narrow == narrow;
-    if (applies && console_.Mode->find(row.caption) != std::string::npos) dispatcher_.SendData(row.key);
+    if (!applies || console_.Mode->find(row.caption) == std::string::npos) continue;
+    const bool wide_instead = !row.wide_key.empty() && !dispatcher_.Has(row.key) && dispatcher_.Has(row.wide_key);
+    dispatcher_.SendData(wide_instead ? row.wide_key : row.key);
   }
 }
 
@@ -93,8 +99,9 @@ void BandOperations::SetPriv() {
   if (segment != nullptr && segment->privilege != LicenceClass::kNone)
     text += " (" + std::string(LicenceClassName(segment->privilege)) + ")";
   if (text == shown_privilege_) return;  // other messages stay until there is something new to say
+  const bool stands = *console_.MsgArea == shown_privilege_;
   shown_privilege_ = text;
-  if (!text.empty()) console_.MsgArea.Set(text);
+  if (!text.empty() || stands) console_.MsgArea.Set(text);
 }
 
 void BandOperations::SetLimits() {
@@ -115,15 +122,18 @@ SendOutcome BandOperations::TurnWheel(int movement) {
 }
 
 SendOutcome BandOperations::TurnKnob(int steps) {
+  if (steps == 0) return SendOutcome::kSent;
   if (step_.decihertz == 0) step_ = kFineStep;
   return Tune({console_.FreqDisp->decihertz + step_.decihertz * steps}, steps);
 }
 
 /// The read-out of the knob turns against the frequency, and stays where a limit stops it.
 SendOutcome BandOperations::Tune(Frequency wanted, int knob_steps) {
-  const bool at_limit = knob_steps > 0 ? wanted >= *console_.ToF : wanted <= *console_.FromF;
+  const bool at_limit = *console_.NoLimits ? wanted.decihertz <= 0
+                        : knob_steps > 0   ? wanted >= *console_.ToF
+                                           : wanted <= *console_.FromF;
   if (at_limit) {
-    wanted = knob_steps > 0 ? *console_.ToF : *console_.FromF;
+    wanted = *console_.NoLimits ? *console_.FreqDisp : knob_steps > 0 ? *console_.ToF : *console_.FromF;
   } else {
     MoveKnobReadout(-knob_steps);
   }
@@ -135,9 +145,11 @@ void BandOperations::MoveKnobReadout(int steps) {
 }
 
 SendOutcome BandOperations::SetBaseFrequency(Frequency frequency) {
+  const SendOutcome outcome = operations_.TuneTo(frequency);
+  if (outcome == SendOutcome::kRefused) return outcome;
   console_.Reference.Set(frequency);
   if (*console_.Announce) console_.MsgArea.Set("Base frequency set to " + KhzText(frequency));
-  return operations_.TuneTo(frequency);
+  return outcome;
 }
 
 /// The band follows the rig: a frequency within another band's limits makes that the band, and what was in use on the

@@ -52,7 +52,7 @@ inline constexpr std::array kBands{
     detail::SixtyMeters(),
     detail::Row(30, 8, 10100, 10100, 10100, 10150, true),
     detail::Row(17, 9, 18068, 18068, 18068, 18168, true),
-    detail::Row(12, 10, 24880, 24880, 24890, 24990, true),
+    detail::Row(12, 10, 24880, 24880, 24890, 24990, false),
     detail::Row(6, 11, 50000, 50000, 50000, 54000, false),
     detail::Row(2, 12, 144000, 144000, 144000, 148000, false),
     detail::Row(220, 13, 222000, 222000, 222000, 225000, false),

@@ -12,7 +12,10 @@ constexpr std::string_view kValuePlaceholder = "<F?VAL>";
 constexpr std::string_view kValueNotSet = "Value not set. Right click on button and enter the value to be sent";
 constexpr std::string_view kFrequencyQueryFunction = "0000000003[1-8]10";
 constexpr const char* kLineBusy = "The rig line is busy";
+constexpr const char* kNotReleased =
+    "The transmitter cannot be released: the rig port is closed. It is released when the port opens again";
 constexpr std::size_t kMostArmed = 16;
+constexpr std::size_t kLongestRelease = 160;
 constexpr std::size_t kPieceDigits = 10;  // one five-byte command
 
 /// A function button whose caption asks for one of these sends the row's own query instead.
@@ -130,10 +133,11 @@ SendOutcome Dispatcher::SendCommand(std::string command) {
   command = FillIn(std::move(command));
   if (command.empty()) return SendOutcome::kRefused;
   const std::string bytes = Encode(command);
+  const std::string keyed_before = *console_.Transmitting ? release_ : std::string();
   last_command_ = loop_.Now();
   if (!link_.WriteRigPort(bytes)) return Refuse(kLineBusy);
   ArmAcknowledgements(bytes.size());
-  FollowTransmitter(command);
+  FollowTransmitter(command, keyed_before);
   return SendOutcome::kSent;
 }
 
@@ -146,32 +150,59 @@ void Dispatcher::FollowMeter(const CommandKey& key, std::string_view command) {
   }
 }
 
-/// The user buttons Alpha and Bravo are "transmit on" and "transmit off" unless their captions say otherwise. However
-/// such a command came to be sent, the console remembers that it keys the transmitter, and how that is undone.
-void Dispatcher::FollowTransmitter(std::string_view command) {
+/// However the command of the "transmit on" button came to be sent, the console remembers that it keys the transmitter,
+/// and that its "transmit off" undoes that.
+void Dispatcher::FollowTransmitter(std::string_view command, std::string_view keyed_before) {
   const auto sends = [&](std::string_view field) {
     return MayBe(rig_.row[field], command) && EqualNoCase(command, FillIn(rig_.row[field]));
   };
-  const std::string caption = Upper(rig_.row["ADesc"]);
-  if (!caption.empty() && caption.find("XMT") == std::string::npos && caption.find("TX") == std::string::npos) return;
-  // A rig without a release command cannot be followed: nothing would ever end its transmission here.
+  if (!ButtonsKeyTransmitter(rig_.row)) return;
+  // Without a release command in its row a rig is followed by what its family is known to do.
   if (sends("Alpha") && !rig_.row["Bravo"].empty()) {
-    release_ = Encode(FillIn(rig_.row["Bravo"]));
-    console_.Transmitting.Set(true);
+    release_ = keyed_before;
+    Keyed(Encode(FillIn(rig_.row["Bravo"])));
   } else if (sends("Bravo")) {
     console_.Transmitting.Set(false);
   }
 }
 
+void Dispatcher::FollowBytes(std::string_view bytes) {
+  const Keying keying = keying_.Read(rig_, bytes);
+  if (keying.effect == Keying::Effect::kOff) console_.Transmitting.Set(false);
+  if (keying.effect != Keying::Effect::kOn) return;
+  if (!*console_.Transmitting) release_.clear();
+  Keyed(keying.release);
+}
+
+/// What has been keyed twice in two ways, at two addresses perhaps, is released in both.
+void Dispatcher::Keyed(std::string_view release) {
+  if (release_.size() + release.size() > kLongestRelease) release_.clear();
+  if (release_.find(release) == std::string::npos) release_ += release;
+  console_.Transmitting.Set(true);
+  if (on_keyed) on_keyed(Resynchronise() + release_);
+}
+
+/// A text rig begins anew after an end mark, CI-V at its preamble; in five-byte commands a lost byte would shift all
+/// that follow.
+std::string Dispatcher::Resynchronise() const {
+  return rig_.binary() ? std::string() : std::string(1, EndMark(rig_));
+}
+
 bool Dispatcher::ReleaseTransmitter() {
   if (!*console_.Transmitting) return false;
-  // A text rig begins anew after an end mark, CI-V at its preamble; in five-byte commands a lost byte would shift all
-  // that follow.
-  const std::string end_mark = rig_.binary() ? "" : rig_.family == "TEN-TEC" ? "\r" : ";";
-  if (!link_.WriteUrgently(release_, rig_.nameless() ? nullptr : &end_mark)) return false;
+  const std::string end_mark = Resynchronise();
+  if (!link_.WriteUrgently(release_, rig_.nameless() ? nullptr : &end_mark)) {
+    console_.MsgArea.Set(kNotReleased);
+    return false;
+  }
   last_command_ = loop_.Now();
   console_.Transmitting.Set(false);
   return true;
+}
+
+void Dispatcher::PortOpened() {
+  keying_.Forget();
+  ReleaseTransmitter();
 }
 
 SendOutcome Dispatcher::SendQuery(std::string_view text, const CommandKey* key, bool frequency) {

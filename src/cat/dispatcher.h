@@ -9,6 +9,7 @@
 #include "cat/command_keys.h"
 #include "cat/reply.h"
 #include "cat/rig_link.h"
+#include "cat/transmit.h"
 #include "core/console.h"
 
 namespace kvx::cat {
@@ -54,6 +55,14 @@ class Dispatcher {
   /// Releases the transmitter if the console has keyed it: with the command of the rig that was keyed, before
   /// everything that waits. True when such a command was written.
   bool ReleaseTransmitter();
+  /// Bytes have gone out on the line, from wherever: those that key the transmitter or release it are known by the
+  /// family, whatever the row calls them.
+  void FollowBytes(std::string_view bytes);
+  /// A line has been opened: what was begun on the one before is not continued. A transmitter that was keyed when it
+  /// went is released.
+  void PortOpened();
+  /// The transmitter has been keyed, or how that is undone has changed: `release` are the bytes to write then.
+  std::function<void(std::string_view release)> on_keyed;
   /// When a command that is no query was last written.
   TimePoint last_command() const { return last_command_; }
 
@@ -62,7 +71,9 @@ class Dispatcher {
   SendOutcome SendFunction(const CommandKey& key);
   SendOutcome SendFrequency(const CommandKey& key);
   SendOutcome SendCommand(std::string command);
-  void FollowTransmitter(std::string_view command);
+  void FollowTransmitter(std::string_view command, std::string_view keyed_before);
+  void Keyed(std::string_view release);
+  std::string Resynchronise() const;
   void FollowMeter(const CommandKey& key, std::string_view command);
   SendOutcome Refuse(const std::string& why);
   SendOutcome FillValue(std::string& command, const std::string& value);
@@ -78,6 +89,7 @@ class Dispatcher {
   std::map<std::string, std::string> button_values_;
   TimePoint last_command_{};
   std::string release_;  ///< the bytes that release the transmitter that is keyed
+  KeyingReader keying_;
 };
 
 }  // namespace kvx::cat

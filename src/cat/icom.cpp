@@ -144,6 +144,18 @@ class FrameReader {
 
 }  // namespace
 
+// FE FE to from 1C 00 01 FD keys, 00 releases, and without a byte of data it asks.
+Keying KeyingIcom(std::string_view command, const config::RigDefinition&) {
+  const std::size_t at = command.rfind("\xFE\xFE");
+  if (at == std::string_view::npos || command.size() - at != 8) return {};
+  const std::string_view frame = command.substr(at);
+  if (frame[4] != 0x1C || frame[5] != 0x00 || static_cast<unsigned char>(frame[6]) > 1) return {};
+  if (frame[6] == 0) return {Keying::Effect::kOff, {}};
+  std::string release(frame);
+  release[6] = 0;
+  return {Keying::Effect::kOn, std::move(release)};
+}
+
 void ParseIcom(std::string& buffer, ParseContext& context, std::vector<Reply>& replies) {
   std::size_t begin = 0;
   for (std::size_t end = FindPair(buffer, kEnd, 0); end != std::string::npos; end = FindPair(buffer, kEnd, begin)) {

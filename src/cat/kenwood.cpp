@@ -1,5 +1,6 @@
 #include "cat/text_replies.h"
 #include "core/hex_text.h"
+#include "core/text.h"
 
 namespace kvx::cat {
 namespace {
@@ -12,6 +13,14 @@ constexpr TextDialect kDialect{
     .kenwood_status = true, .mode_prefix_digits = 0, .s_meter_digits = 4, .meter_digits = 4, .modes = &kModes};
 
 }  // namespace
+
+// "TX" keys, with the microphone, the data input or a carrier as it stands or a digit says; "RX" releases.
+Keying KeyingKenwood(std::string_view command, const config::RigDefinition&) {
+  const std::string text = Upper(Trim(command.substr(0, command.size() - 1)));
+  if (text == "RX") return {Keying::Effect::kOff, {}};
+  const bool on = text == "TX" || (text.size() == 3 && text.starts_with("TX") && IsDigit(text[2]));
+  return on ? Keying{Keying::Effect::kOn, "RX;"} : Keying{};
+}
 
 void ParseKenwood(std::string& buffer, ParseContext& context, std::vector<Reply>& replies) {
   if (!context.rig.row.send_as_hex) return ParseTextReplies(buffer, kDialect, context, replies);

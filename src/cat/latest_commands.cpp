@@ -34,6 +34,18 @@ void LatestCommands::Forget() {
   waiting_.clear();
 }
 
+void LatestCommands::Flush() {
+  loop_.StopTimer(std::exchange(timer_, 0));
+  while (!waiting_.empty()) SendFirst();
+}
+
+void LatestCommands::SendFirst() {
+  const Send send = std::move(waiting_.front().send);
+  waiting_.pop_front();
+  const SendOutcome outcome = send();
+  if (outcome != SendOutcome::kSent && on_not_sent) on_not_sent(outcome);
+}
+
 void LatestCommands::Wait(TimePoint turn) {
   timer_ = loop_.StartTimer(turn, [this] {
     timer_ = 0;
@@ -44,9 +56,7 @@ void LatestCommands::Wait(TimePoint turn) {
 void LatestCommands::TakeTurn() {
   if (waiting_.empty()) return;
   if (NextTurn() > loop_.Now()) return Wait(NextTurn());
-  const Send send = std::move(waiting_.front().send);
-  waiting_.pop_front();
-  send();
+  SendFirst();
   if (!waiting_.empty() && timer_ == 0) Wait(std::max(NextTurn(), loop_.Now()));
 }
 

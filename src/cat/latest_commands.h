@@ -24,6 +24,10 @@ class LatestCommands {
 
   /// Sends now or when the line is free. kSent for one that waits.
   SendOutcome SendLatest(const std::string& name, Send send);
+  /// Sends all that waits now, in its order: before something is chosen that it was not meant for.
+  void Flush();
+  /// A command that had waited was not sent after all.
+  std::function<void(SendOutcome outcome)> on_not_sent;
   /// Nothing that waits is sent any more.
   void Forget();
 
@@ -36,6 +40,7 @@ class LatestCommands {
   TimePoint NextTurn() const;
   void Wait(TimePoint turn);
   void TakeTurn();
+  void SendFirst();
 
   Loop& loop_;
   const Dispatcher& dispatcher_;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 #include "cat/pegasus.h"
 #include "core/text.h"
@@ -72,14 +73,16 @@ std::string_view Operations::Width(std::string_view narrow_key, std::string_view
 }
 
 SendOutcome Operations::SetMode(std::string_view caption, std::string_view key) {
+  Operated();
   // A rig that neither has the mode nor tells its own would leave a wrong mode on the display for good.
   const bool tuned = dispatcher_.Has("XSETFREQ") || IsPegasus(rig_);
   if (tuned && !dispatcher_.Has(key) && !dispatcher_.Has("XREADMODE")) return SendOutcome::kNoTemplate;
+  SendWaiting();
   console_.Mode.Set(std::string(caption));
   mode_.Expect(std::string(Trim(caption)), SettledAt());
   const SendOutcome outcome = dispatcher_.SendData(key);
   // Its tuning factors hold the mode's filter and carrier offset.
-  return outcome == SendOutcome::kSent && IsPegasus(rig_) ? SendFreq() : outcome;
+  return outcome == SendOutcome::kSent && IsPegasus(rig_) ? SendTuning() : outcome;
 }
 
 SendOutcome Operations::VFOA_Click() {
@@ -90,20 +93,40 @@ SendOutcome Operations::VFOB_Click() {
 }
 
 SendOutcome Operations::ChooseVfo(char vfo, std::string_view select, std::string_view read) {
+  Operated();
   // A rig that is tuned but cannot be told its VFO stays where it is, and so does the display.
   if (!dispatcher_.Has(select) && (dispatcher_.Has("XSETFREQ") || IsPegasus(rig_))) return SendOutcome::kNoTemplate;
   // Some rigs have one command that toggles: there, choosing the VFO that is in use must not leave it.
   const bool toggles = rig_.row["VFOA"] == rig_.row["VFOB"];
   const bool chosen_already = *console_.ActiveVfo == vfo;
+  SendWaiting();
   console_.ActiveVfo.Set(vfo);
   vfo_.Expect(vfo, SettledAt());
   frequency_ = {};  // what was set on the other VFO is not what this one will tell
+  ShowSplitEnded(select);
   const SendOutcome outcome = toggles && chosen_already ? SendOutcome::kSent : dispatcher_.SendData(select);
   dispatcher_.SendData(read);
   return outcome;
 }
 
+/// A VFO command that also sets the transmit VFO ("FR0;FT0;") ends split: its button's lamp goes out.
+void Operations::ShowSplitEnded(std::string_view select) {
+  if (dispatcher_.TemplateOf(*FindKey(select)).find("FT") == std::string::npos) return;
+  for (std::size_t i = 0; i < console_.FunctionState.size(); ++i) {
+    const std::string number = std::to_string(i + 1);
+    const std::string name = Upper(rig_.row["F" + number + "Desc"] + " " + rig_.captions[i]);
+    if (name.find("SPLIT") != std::string::npos || name.find("SPLT") != std::string::npos)
+      console_.FunctionState.Set(i, false);
+  }
+}
+
 SendOutcome Operations::SendFreq() {
+  Operated();
+  tells_sent_ = true;
+  return SendTuning();
+}
+
+SendOutcome Operations::SendTuning() {
   frequency_.Expect(console_.FreqDisp->displayed(), SettledAt());
   return latest_.SendLatest("frequency", [this] { return SendFreqNow(); });
 }
@@ -119,6 +142,7 @@ SendOutcome Operations::SendSlider(int number) {
 
 void Operations::Forget() {
   latest_.Forget();
+  tells_sent_ = false;
   frequency_ = {};
   mode_ = {};
   vfo_ = {};
@@ -127,6 +151,7 @@ void Operations::Forget() {
 
 SendOutcome Operations::SendFreqNow() {
   const bool vfo_b = *console_.ActiveVfo == 'B';
+  const bool tells = std::exchange(tells_sent_, false);
   const SendOutcome outcome = dispatcher_.SendData(vfo_b ? "XSETFREQB" : "XSETFREQ");
   if (outcome == SendOutcome::kRefused) {
     frequency_ = {};
@@ -134,6 +159,7 @@ SendOutcome Operations::SendFreqNow() {
   }
   frequency_.Expect(console_.FreqDisp->displayed(), SettledAt());
   KeepVfoFrequency(*console_.ActiveVfo, *console_.FreqDisp + *console_.Offset);
+  if (tells && on_frequency_sent) on_frequency_sent();
   return outcome;
 }
 
@@ -206,7 +232,9 @@ void Operations::FollowSlider(std::size_t index, int value) {
 }
 
 void Operations::FollowVfo(char vfo) {
-  if (vfo_.Accepts(vfo, loop_.Now())) console_.ActiveVfo.Set(vfo);
+  if (!vfo_.Accepts(vfo, loop_.Now())) return;
+  if (*console_.ActiveVfo != vfo) SendWaiting();
+  console_.ActiveVfo.Set(vfo);
 }
 
 }  // namespace kvx::cat

@@ -61,9 +61,19 @@ class Operations {
   SendOutcome SendFreq();
   /// Shows a frequency and sends it.
   SendOutcome TuneTo(Frequency frequency);
+  /// Called at the end of each frequency send; once for several of which only the last has gone out.
+  std::function<void()> on_frequency_sent;
+  /// Called at the beginning of every operation that sets frequency, mode or VFO from the console.
+  std::function<void()> on_operation;
 
   /// Sends the command of a slider, whose value the console's state holds. On a slow line only its last value goes out.
   SendOutcome SendSlider(int number);
+
+  /// Sends what still waits for a slow line, in its order: before another VFO, rig number, mode or band is chosen,
+  /// which it was not meant for.
+  void SendWaiting() { latest_.Flush(); }
+  /// Called for a command that was taken, had to wait, and was not sent after all.
+  void SetOnNotSent(std::function<void(SendOutcome)> handler) { latest_.on_not_sent = std::move(handler); }
 
   /// Something that the rig has told.
   void Follow(const Reply& reply);
@@ -79,11 +89,16 @@ class Operations {
   std::string_view Width(std::string_view narrow_key, std::string_view wide_key) const;
   SendOutcome SetMode(std::string_view caption, std::string_view key);
   SendOutcome ChooseVfo(char vfo, std::string_view select, std::string_view read);
+  SendOutcome SendTuning();
   SendOutcome SendFreqNow();
+  void Operated() const {
+    if (on_operation) on_operation();
+  }
   /// When the rig will have followed what is sent now.
   TimePoint SettledAt() const;
   void FollowMode(const std::string& caption);
   void FollowVfo(char vfo);
+  void ShowSplitEnded(std::string_view select);
   void FollowSlider(std::size_t index, int value);
   void KeepVfoFrequency(char vfo, Frequency rig_frequency);
 
@@ -96,6 +111,7 @@ class Operations {
   Settling<char> vfo_;
   std::array<Settling<int>, config::kSliders> sliders_;
   LatestCommands latest_;
+  bool tells_sent_ = false;  ///< the frequency that goes out next was asked for, and is no repetition for a mode
 };
 
 }  // namespace kvx::cat

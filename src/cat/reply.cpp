@@ -10,13 +10,15 @@ namespace {
 struct Family {
   std::string_view name;
   FamilyParser parser;
+  FamilyKeying keying;
   int s_meter_full_scale;
   int cycle_characters;  ///< a Kenwood tells its whole status each time, the others answer one short query a cycle
 };
 
 constexpr std::array kFamilies{
-    Family{"TEN-TEC", ParseTenTec, 77, 25}, Family{"ICOM", ParseIcom, 241, 25},      Family{"CI-V", ParseIcom, 241, 25},
-    Family{"YAESU", ParseYaesu, 255, 25},   Family{"KENWOOD", ParseKenwood, 30, 60},
+    Family{"TEN-TEC", ParseTenTec, KeyingTenTec, 77, 25},   Family{"ICOM", ParseIcom, KeyingIcom, 241, 25},
+    Family{"CI-V", ParseIcom, KeyingIcom, 241, 25},         Family{"YAESU", ParseYaesu, KeyingYaesu, 255, 25},
+    Family{"KENWOOD", ParseKenwood, KeyingKenwood, 30, 60},
 };
 constexpr int kFiveByteFullScale = 15;  // four bits
 
@@ -38,6 +40,11 @@ bool BeginsLike(std::string_view frame, std::string_view query) {
 FamilyParser ParserOf(std::string_view family) {
   const Family* row = FindFamily(family);
   return row == nullptr ? nullptr : row->parser;
+}
+
+FamilyKeying KeyingOf(std::string_view family) {
+  const Family* row = FindFamily(family);
+  return row == nullptr ? nullptr : row->keying;
 }
 
 int SMeterFullScale(const config::RigDefinition& rig) {

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "cat/command_template.h"
+#include "cat/transmit.h"
 #include "config/rig_definition.h"
 #include "core/frequency.h"
 #include "core/loop.h"
@@ -72,6 +73,8 @@ int CycleCharacters(const config::RigDefinition& rig);
 
 /// The parser of a family (upper case), null for a family that is not parsed.
 FamilyParser ParserOf(std::string_view family);
+/// How commands of a family key its transmitter; null where that is not known.
+FamilyKeying KeyingOf(std::string_view family);
 
 /// The mode caption for a code in a table of "code caption" rows; empty for an unknown code.
 struct ModeCode {

@@ -154,11 +154,13 @@ void RigLink::Put(std::string_view bytes) {
   line_free_at_ = std::max(loop_.Now(), line_free_at_) + TimeOf(bytes.size());
   sent_bytes_ += bytes.size();
   if (DisplayTX) DisplayTX(bytes);
+  if (on_written) on_written(bytes);
 }
 
 void RigLink::GetData() {
   const std::string bytes = port_.Read();
   received_bytes_ += bytes.size();
+  if (DisplayRCV && !bytes.empty()) DisplayRCV(bytes);
   if (discard_) {
     buffer_.clear();
     return;
@@ -166,7 +168,6 @@ void RigLink::GetData() {
   buffer_ += hex_ ? HexText::FromBytes(bytes).digits : bytes;
   // An endless stream without a reply in it: what is oldest can no longer become one.
   if (buffer_.size() > kBufferLimit) buffer_.erase(0, (buffer_.size() - kBufferLimit / 2) & ~std::size_t{1});
-  if (DisplayRCV && !bytes.empty()) DisplayRCV(bytes);
 }
 
 void RigLink::Discard(int ticks) {

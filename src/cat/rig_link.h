@@ -71,6 +71,7 @@ class RigLink {
   std::function<void(const std::string& line)> on_notice;  ///< one line for the operator
   Trace DisplayTX;                                         ///< the debug view's transmit list
   Trace DisplayRCV;                                        ///< the debug view's receive list
+  Trace on_written;                                        ///< bytes have been handed to the port, in their order
 
  private:
   void Put(std::string_view bytes);

@@ -81,6 +81,13 @@ void ParsePegasus(std::string& buffer, std::vector<Reply>& replies) {
 
 }  // namespace
 
+// Orion: "*TK" keys, "*TU" releases. How a Pegasus is keyed is not known here.
+Keying KeyingTenTec(std::string_view command, const config::RigDefinition&) {
+  const std::string text = Upper(Trim(command.substr(0, command.size() - 1)));
+  if (text == "*TU") return {Keying::Effect::kOff, {}};
+  return text == "*TK" ? Keying{Keying::Effect::kOn, "*TU\r"} : Keying{};
+}
+
 void ParseTenTec(std::string& buffer, ParseContext& context, std::vector<Reply>& replies) {
   if (!context.rig.row.send_as_hex) return ParseOrion(buffer, context, replies);
   auto bytes = BytesFromHex(buffer);

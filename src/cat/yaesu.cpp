@@ -136,7 +136,32 @@ class StatusReader {
   std::vector<Reply>& replies_;
 };
 
+/// The models that are asked by opcode 03 have an opcode to key and one to release; the older ones, which are asked for
+/// their operating data, one opcode with 1 or 0 before it.
+Keying KeyingByOpcode(std::string_view command, const config::RigDefinition& rig) {
+  constexpr char kKey = '\x08';
+  constexpr char kRelease = '\x88';
+  constexpr char kSwitch = '\x0F';
+  const auto query = WithoutBlanks(SplitQuery(rig.row["GetFreq"]).command);
+  const auto opcode = query.size() == 10 ? HexByte(std::string_view(query).substr(8)) : std::nullopt;
+  const bool by_switch = opcode && *opcode != 0x03;
+  if (!opcode) return {};
+  if (by_switch && command[4] != kSwitch) return {};
+  const bool on = by_switch ? command[3] == 1 : command[4] == kKey;
+  const bool off = by_switch ? command[3] == 0 : command[4] == kRelease;
+  if (off) return {Keying::Effect::kOff, {}};
+  return on ? Keying{Keying::Effect::kOn, std::string(4, '\0') + (by_switch ? kSwitch : kRelease)} : Keying{};
+}
+
 }  // namespace
+
+// Text models: "TX1;" keys, "TX0;" releases, and "TX;" asks.
+Keying KeyingYaesu(std::string_view command, const config::RigDefinition& rig) {
+  if (rig.binary()) return KeyingByOpcode(command, rig);
+  const std::string text = Upper(Trim(command.substr(0, command.size() - 1)));
+  if (text == "TX0") return {Keying::Effect::kOff, {}};
+  return text == "TX1" ? Keying{Keying::Effect::kOn, "TX0;"} : Keying{};
+}
 
 void ParseYaesu(std::string& buffer, ParseContext& context, std::vector<Reply>& replies) {
   if (!context.rig.binary()) return ParseTextReplies(buffer, kText, context, replies);

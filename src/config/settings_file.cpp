@@ -20,25 +20,31 @@ bool IsWhole(std::string_view content) {
 
 }  // namespace
 
+Settings SettingsFile::WithUnsaved(const std::string& content) const {
+  std::vector<SettingChange> changes;
+  for (const auto& [key, unsaved] : unsaved_) changes.push_back(unsaved.change);
+  return Settings::Parse(changes.empty() ? content : RewriteSettings(content, changes));
+}
+
 Settings SettingsFile::Read() {
   const Result<std::string> content = files_.Read(ini());
-  if (content && IsText(*content)) return Settings::Parse(*content);
+  if (content && IsText(*content)) return WithUnsaved(*content);
   if (content) {
     notice_(ini().string() + " is no text file: every setting is at its start value");
-    return {};
+    return WithUnsaved({});
   }
   if (content.error().code != ErrorCode::kNotFound) {
     notice_(content.error().message + ": every setting is at its start value");
-    return {};
+    return WithUnsaved({});
   }
   const Result<std::string> left = files_.Read(lock());
-  if (!left || !IsWhole(*left)) return {};
+  if (!left || !IsWhole(*left)) return WithUnsaved({});
   const auto replacement = files_.BeginReplace(ini(), lock(), platform::Files::Stale::kTakeOver);
-  if (!replacement) return {};  // its writer lives and will put it in place
+  if (!replacement) return WithUnsaved({});  // its writer lives and will put it in place
   const Result<bool> restored = Restore(**replacement);
   if (!restored) notice_(restored.error().message);
   const Result<std::string> there = files_.Read(ini());
-  return Settings::Parse(there ? *there : *left);
+  return WithUnsaved(there ? *there : *left);
 }
 
 /// Puts a whole Rig.$$$ that a dead writer has left in the place of a missing rig.ini, and tells whether there was one.
@@ -91,6 +97,7 @@ SettingsFile::Attempt SettingsFile::TryRewrite(const std::vector<SettingChange>&
 
 Task SettingsFile::Rewrite(std::vector<SettingChange> changes) {
   const Turn turn(*this);
+  for (const SettingChange& change : changes) unsaved_.insert_or_assign(change.key, Unsaved{change, turn.id()});
   const TimePoint start = loop_.Now();
   while (true) {
     const Duration waited = loop_.Now() - start;
@@ -104,6 +111,7 @@ Task SettingsFile::Rewrite(std::vector<SettingChange> changes) {
       attempt = Fail(lock().string() + " is in use by another program");
     }
     saved_ = attempt == Attempt::kSaved;
+    if (saved_) std::erase_if(unsaved_, [&turn](const auto& entry) { return entry.second.turn == turn.id(); });
     if (attempt != Attempt::kBusy) co_return;
     co_await loop_.Sleep(kAskAgain);
   }

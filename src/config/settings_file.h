@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -23,7 +24,7 @@ class SettingsFile {
 
   /// Reads the file. Missing: every setting is at its start value. Unreadable or no text: the same, with a
   /// notice that names the file. A rig.ini that is missing while a whole Rig.$$$ of a dead writer is there is put in
-  /// place from it.
+  /// place from it. What a rewrite still has to put there, or could not, counts as if it stood there.
   Settings Read();
 
   /// Rewrites the file: waits for another writer at most five seconds (a lock that nobody holds any more is taken
@@ -35,6 +36,11 @@ class SettingsFile {
   bool saved() const { return saved_; }
 
  private:
+  /// A change that is not in the file, and the rewrite that it belongs to.
+  struct Unsaved {
+    SettingChange change;
+    std::uint64_t turn;
+  };
   /// What a lock attempt came to.
   enum class Attempt { kSaved, kFailed, kBusy };
 
@@ -46,12 +52,14 @@ class SettingsFile {
     Turn& operator=(const Turn&) = delete;
     ~Turn() { std::erase(file_.turns_, id_); }
     bool come() const { return file_.turns_.front() == id_; }
+    std::uint64_t id() const { return id_; }
 
    private:
     SettingsFile& file_;
     std::uint64_t id_;
   };
 
+  Settings WithUnsaved(const std::string& content) const;
   Attempt TryRewrite(const std::vector<SettingChange>& changes, platform::Files::Stale stale);
   Attempt Fail(const std::string& line);
   Result<bool> Restore(platform::Replacement& replacement);
@@ -65,6 +73,7 @@ class SettingsFile {
   platform::Path folder_;
   Notice notice_;
   bool saved_ = false;
+  std::map<std::string, Unsaved> unsaved_;  ///< by key
   std::deque<std::uint64_t> turns_;
   std::uint64_t last_turn_ = 0;
 };

@@ -7,7 +7,6 @@
 namespace kvx::config {
 namespace {
 
-constexpr int kBusyMilliseconds = 500;
 constexpr int kLongestValue = 16 << 20;  // bytes; a rig row needs some thousands
 
 ErrorCode CodeOf(int result) {
@@ -42,24 +41,25 @@ void SqliteStatement::Finalizer::operator()(sqlite3_stmt* statement) const {
   sqlite3_finalize(statement);
 }
 
-Result<Sqlite> Sqlite::Open(const platform::Path& file) {
+Result<Sqlite> Sqlite::Open(const platform::Path& file, std::chrono::milliseconds patience) {
   std::error_code error;
   if (!std::filesystem::exists(file, error)) return Error{ErrorCode::kNotFound, file.string() + " does not exist"};
   const platform::Path whole = std::filesystem::absolute(file, error);  // never taken for a "file:" address
-  return OpenNamed(whole.string(), SQLITE_OPEN_READWRITE, file.string());
+  return OpenNamed(whole.string(), SQLITE_OPEN_READWRITE, file.string(), patience);
 }
 
 Result<Sqlite> Sqlite::OpenInMemory(const std::string& name) {
-  return OpenNamed(":memory:", SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, name);
+  return OpenNamed(":memory:", SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, name, kPatience);
 }
 
-Result<Sqlite> Sqlite::OpenNamed(const std::string& path, int flags, std::string name) {
+Result<Sqlite> Sqlite::OpenNamed(const std::string& path, int flags, std::string name,
+                                 std::chrono::milliseconds patience) {
   sqlite3* connection = nullptr;
   const int result = sqlite3_open_v2(path.c_str(), &connection, flags, nullptr);
   Sqlite database(connection, std::move(name));
   if (result != SQLITE_OK) return database.Failure();
   sqlite3_extended_result_codes(connection, 1);
-  sqlite3_busy_timeout(connection, kBusyMilliseconds);
+  sqlite3_busy_timeout(connection, static_cast<int>(patience.count()));
   sqlite3_limit(connection, SQLITE_LIMIT_LENGTH, kLongestValue);
   const Status set = database.Run("PRAGMA synchronous=FULL; PRAGMA cell_size_check=ON");
   if (!set.ok()) return set.error();
@@ -130,6 +130,10 @@ std::string SqliteStatement::Text(int column) const {
   const unsigned char* text = sqlite3_column_text(statement_.get(), column);
   if (text == nullptr) return "";
   return std::string(text, text + sqlite3_column_bytes(statement_.get(), column));
+}
+
+bool SqliteStatement::IsNull(int column) const {
+  return sqlite3_column_type(statement_.get(), column) == SQLITE_NULL;
 }
 
 std::int64_t SqliteStatement::Number(int column) const {

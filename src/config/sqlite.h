@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -19,8 +20,11 @@ class SqliteStatement;
 /// database or broken, kInvalid that a table or column is missing.
 class Sqlite {
  public:
+  static constexpr std::chrono::milliseconds kPatience{500};
+
   /// Opens an existing file for reading and writing; a file that cannot be written is opened for reading.
-  static Result<Sqlite> Open(const platform::Path& file);
+  /// `patience`: how long each step waits while another program writes, until it is kBusy.
+  static Result<Sqlite> Open(const platform::Path& file, std::chrono::milliseconds patience = kPatience);
   /// A database in memory, `name` for messages.
   static Result<Sqlite> OpenInMemory(const std::string& name);
 
@@ -39,7 +43,8 @@ class Sqlite {
   };
 
   Sqlite(sqlite3* connection, std::string name) : connection_(connection), name_(std::move(name)) {}
-  static Result<Sqlite> OpenNamed(const std::string& path, int flags, std::string name);
+  static Result<Sqlite> OpenNamed(const std::string& path, int flags, std::string name,
+                                  std::chrono::milliseconds patience);
   Error Failure() const;
 
   std::unique_ptr<sqlite3, Closer> connection_;
@@ -60,6 +65,7 @@ class SqliteStatement {
   std::string ColumnName(int column) const;
   /// The value as text, empty for a Null.
   std::string Text(int column) const;
+  bool IsNull(int column) const;
   std::int64_t Number(int column) const;
 
  private:

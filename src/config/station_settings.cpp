@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "core/appearance_limits.h"
 #include "core/text.h"
 #include "platform/ports_file.h"
 
@@ -40,10 +41,12 @@ StationSettings StationSettings::From(const Settings& settings) {
   if (number.size() == 1 && number[0] >= '1' && number[0] <= '7') station.rig_number = number;
   station.gmt_hours = settings.gmt_offset();
   station.gmt_is_set = settings.number("GMT=") != 0;
-  if (settings.number("POLLTIME=") > 0) station.poll_milliseconds = Bounded(settings, "POLLTIME=", 10, 5000);
+  if (settings.number("POLLTIME=") > 0)
+    station.poll_milliseconds = Bounded(settings, "POLLTIME=", kShortestPollMilliseconds, kLongestPollMilliseconds);
   if (settings.number("BANDPLAN=") > 0) station.band_plan = Bounded(settings, "BANDPLAN=", 1, 3);
   if (const std::string theme = Lower(Trimmed(settings, "THEME=")); !theme.empty()) station.theme = theme;
-  if (settings.number("TEXTSIZE=") > 0) station.text_percent = Bounded(settings, "TEXTSIZE=", 70, 250);
+  if (settings.number("TEXTSIZE=") > 0)
+    station.text_percent = Bounded(settings, "TEXTSIZE=", kSmallestText, kLargestText);
   station.announcements = settings.flag("ANNOUNCEMENTS=");
   station.offset = Trimmed(settings, "PDOFFSET=");
   if (settings.has("SCREENCOLOR=")) station.screen_color = settings.number("SCREENCOLOR=");

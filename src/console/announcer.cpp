@@ -171,7 +171,7 @@ void Announcer::FollowSpkbx() {
 
 void Announcer::FollowSliders() {
   for (std::size_t i = 0; i < sliders_.size(); ++i) {
-    if (std::exchange(sliders_[i], console_.Slider[i]) != console_.Slider[i])
+    if (std::exchange(sliders_[i], console_.Slider[i]) != console_.Slider[i] && hushed_ == 0)
       Queue(Topic::kSlider, static_cast<int>(i));
   }
 }

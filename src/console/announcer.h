@@ -54,6 +54,18 @@ class Announcer {
   Announcer& operator=(const Announcer&) = delete;
   ~Announcer() { loop_.StopTimer(timer_); }
 
+  /// While it lasts, sliders that move are not announced.
+  class Hush {
+   public:
+    explicit Hush(Announcer& announcer) : announcer_(announcer) { ++announcer_.hushed_; }
+    Hush(const Hush&) = delete;
+    Hush& operator=(const Hush&) = delete;
+    ~Hush() { --announcer_.hushed_; }
+
+   private:
+    Announcer& announcer_;
+  };
+
   /// Function key 1 to 9 has been pressed and its command sent.
   void FunctionPressed(int number);
   /// An operation that leaves no trace in the console's state ("AGC fast").
@@ -93,6 +105,7 @@ class Announcer {
   const cat::BandPlan& plan_;
   platform::Speech* speech_;
   bool putting_ = false;
+  int hushed_ = 0;
   std::vector<Waiting> waiting_;
   std::map<Key, std::string> known_;  ///< what each piece of state was last told to be, or was at the beginning
   std::array<int, config::kSliders> sliders_{};

@@ -82,6 +82,9 @@ const CommandLine::Command CommandLine::kCommands[] = {
     {"fn", &CommandLine::DoFunction, "1..9: press a function key"},
     {"fnval", &CommandLine::DoFunctionValue, "1..9 TEXT: the value of a function key (or of a mode key, as XCWW)"},
     {"slider", &CommandLine::DoSlider, "NAME VALUE"},
+    {"limits", &CommandLine::DoLimits, "on|off: keep the knob within the band's limits"},
+    {"escape", &CommandLine::DoEscape, "release the transmitter"},
+    {"levels", &CommandLine::DoLevels, "ask the rig for the values of the sliders"},
     {"announce", &CommandLine::DoAnnounce, "on|off: spoken announcements"},
     {"poll", &CommandLine::DoPoll, "on|off: ask the rig for its state"},
     {"meter", &CommandLine::DoMeter, "off|0..9: poll that meter instead of the S-meter"},
@@ -265,7 +268,8 @@ std::string CommandLine::DoBase(std::string_view argument) {
   const auto frequency = ParseKhz(argument);
   if (!frequency || frequency->decihertz <= 0)
     return Fail("base takes kHz, as in 14025.00; not " + OneLine(argument, 40));
-  return Answer(station_.bands.SetBaseFrequency(*frequency), station_, "base " + KhzText(*station_.console.Reference));
+  const cat::SendOutcome outcome = station_.bands.SetBaseFrequency(*frequency);
+  return Answer(outcome, station_, "base " + KhzText(*station_.console.Reference));
 }
 
 std::string CommandLine::DoBand(std::string_view argument) {
@@ -342,6 +346,24 @@ std::string CommandLine::DoSlider(std::string_view argument) {
   const cat::SendOutcome outcome = station_.MoveSlider(number, static_cast<int>(*value));
   const int set = station_.console.Slider[static_cast<std::size_t>(number - 1)];
   return Answer(outcome, station_, "slider " + std::string(name) + " " + std::to_string(set));
+}
+
+std::string CommandLine::DoLimits(std::string_view argument) {
+  const auto on = OnOff(argument);
+  if (!on) return Fail("limits takes on or off");
+  station_.console.NoLimits.Set(!*on);
+  if (*on) station_.bands.SetLimits();
+  return std::string("ok limits ") + (*on ? "on" : "off");
+}
+
+std::string CommandLine::DoEscape(std::string_view) {
+  return station_.engine.dispatcher.ReleaseTransmitter() ? "ok escape"
+                                                         : "ok escape: the transmitter was not keyed from here";
+}
+
+std::string CommandLine::DoLevels(std::string_view) {
+  station_.AskLevels();
+  return "ok levels";
 }
 
 std::string CommandLine::DoAnnounce(std::string_view argument) {

@@ -35,6 +35,9 @@ class CommandLine {
   void Add(std::string name, std::string usage, std::function<std::string(std::string_view argument)> handler);
   void AddProcedure(std::string name, std::string usage, Procedure procedure);
 
+  /// An event, one line; what happens before "ready" is told behind it.
+  void Tell(const std::string& event);
+
   /// Operates the simulated device behind the rig port; unset or empty answer: there is none.
   std::function<std::string(std::string_view command)> simulated_rig;
 
@@ -56,7 +59,6 @@ class CommandLine {
   Task Run();
   std::string Execute(std::string_view line);
   const Added* FindAdded(std::string_view name) const;
-  void Tell(const std::string& event);
   void Follow(Field field);
   void Trace(Direction direction, std::string_view bytes);
 
@@ -80,6 +82,9 @@ class CommandLine {
   std::string DoFunctionValue(std::string_view argument);
   std::string DoSlider(std::string_view argument);
   std::string DoPoll(std::string_view argument);
+  std::string DoLimits(std::string_view argument);
+  std::string DoEscape(std::string_view argument);
+  std::string DoLevels(std::string_view argument);
   std::string DoAnnounce(std::string_view argument);
   std::string DoMeter(std::string_view argument);
   std::string DoTrace(std::string_view argument);

@@ -22,6 +22,7 @@
 #include "console/knob_panel.h"
 #include "console/meter_panel.h"
 #include "console/mode_panel.h"
+#include "console/questions.h"
 #include "console/screen_panel.h"
 #include "console/slider_panel.h"
 #include "core/text.h"
@@ -33,7 +34,7 @@ constexpr int kClockCharacters = 19;   // of RIGGMT: date and time to the second
 constexpr int kNotch = 120;            // eighths of a degree
 constexpr int kTextStep = 10;          // percent
 constexpr Frequency kSliderUnit{100};  // of the tuning slider: 10 Hz
-constexpr int kWide = 80;  // heights of text: a console of its usual size
+constexpr int kWide = 80;              // heights of text: a console of its usual size
 constexpr int kHigh = 50;
 constexpr int kLargestTenths = 22;  // of the usual text
 constexpr const char* kPlacesFile = "Windows.pos";
@@ -45,10 +46,20 @@ QFrame* Plain(const char* role) {
   return frame;
 }
 
+/// Whether the wheel over it is meant for that control, even though it does not take it: it is greyed.
+bool IsMeantFor(const QWidget* control) {
+  return control != nullptr && !control->isEnabled();
+}
+
+/// How far a window's inside is from the corner of its frame.
+QPoint FrameOf(const QWidget& window) {
+  return window.geometry().topLeft() - window.pos();
+}
+
 }  // namespace
 
 ConsoleWindow::ConsoleWindow(Station& station, widgets::Appearance& appearance)
-    : station_(station), appearance_(appearance) {
+    : station_(station), appearance_(appearance), escape_(station) {
   setWindowTitle("KVX");
   ApplyAppearance();
   setMenuWidget(MakeHeader());
@@ -126,8 +137,11 @@ QWidget* ConsoleWindow::MakeTuningSlider() {
   tuning_->setAccessibleName(tr("Frequency within the band"));
   tuning_->setToolTip(tr("Frequency within the band"));
   connect(tuning_, &QSlider::valueChanged, this, [this](int value) {
-    station_.engine.operations.TuneTo({station_.console.FromF->decihertz + value * kSliderUnit.decihertz});
+    footer_->Report(
+        station_.engine.operations.TuneTo({station_.console.FromF->decihertz + value * kSliderUnit.decihertz}));
   });
+  // What has come in during the drag, and a frequency that was refused, show when it is let go.
+  connect(tuning_, &QSlider::sliderReleased, this, [this] { ShowTuningSlider(); });
   return tuning_;
 }
 
@@ -140,8 +154,7 @@ void ConsoleWindow::MakeMenus() {
   QMenu* rig = menus_->addMenu(tr("&Rig"));
   rig->addAction(tr("Type a &frequency"), QKeySequence("Ctrl+F"), this,
                  [this] { screen_->display().setFocus(Qt::ShortcutFocusReason); });
-  rig->addAction(tr("Release the &transmitter"), QKeySequence("Esc"), this,
-                 [this] { station_.engine.dispatcher.ReleaseTransmitter(); });
+  rig->addAction(tr("Release the &transmitter"), QKeySequence("Esc"), this, [this] { escape_.Release(); });
   rig->addAction(tr("&Ask the rig for its levels"), QKeySequence("Ctrl+R"), this, [this] { station_.AskLevels(); });
   rig->addSeparator();
   QAction* polling = rig->addAction(tr("&Poll the rig"));
@@ -149,7 +162,10 @@ void ConsoleWindow::MakeMenus() {
   connect(polling, &QAction::triggered, this, [this](bool on) { station_.console.Polling.Set(on); });
   QAction* limits = rig->addAction(tr("Tune without band &limits"));
   limits->setCheckable(true);
-  connect(limits, &QAction::triggered, this, [this](bool on) { station_.console.NoLimits.Set(on); });
+  connect(limits, &QAction::triggered, this, [this](bool on) {
+    station_.console.NoLimits.Set(on);
+    station_.bands.SetLimits();
+  });
   connect(rig, &QMenu::aboutToShow, this, [this, polling, limits] {
     polling->setChecked(*station_.console.Polling);
     limits->setChecked(*station_.console.NoLimits);
@@ -210,6 +226,10 @@ void ConsoleWindow::MakeViewMenu() {
   connect(view, &QMenu::aboutToShow, this, [this, full] { full->setChecked(isFullScreen()); });
 }
 
+void ConsoleWindow::Turn(int steps) {
+  footer_->Report(station_.bands.TurnKnob(steps));
+}
+
 void ConsoleWindow::AddKey(const QKeySequence& keys, const std::function<void()>& action) {
   connect(new QShortcut(keys, this), &QShortcut::activated, this, action);
 }
@@ -217,8 +237,8 @@ void ConsoleWindow::AddKey(const QKeySequence& keys, const std::function<void()>
 void ConsoleWindow::MakeKeys() {
   AddKey(QKeySequence("Ctrl+Up"), [this] { band_->PressNeighbour(1); });
   AddKey(QKeySequence("Ctrl+Down"), [this] { band_->PressNeighbour(-1); });
-  AddKey(QKeySequence("Ctrl+Right"), [this] { station_.bands.TurnKnob(1); });
-  AddKey(QKeySequence("Ctrl+Left"), [this] { station_.bands.TurnKnob(-1); });
+  AddKey(QKeySequence("Ctrl+Right"), [this] { Turn(1); });
+  AddKey(QKeySequence("Ctrl+Left"), [this] { Turn(-1); });
   AddKey(QKeySequence("F10"), [this] {
     menus_->setFocus(Qt::MenuBarFocusReason);
     menus_->setActiveAction(menus_->actions().first());
@@ -231,9 +251,10 @@ void ConsoleWindow::MakeKeys() {
 }
 
 void ConsoleWindow::ShowHelp() {
-  QMessageBox box(QMessageBox::NoIcon, tr("Keys and mouse"), {}, QMessageBox::Close, this);
-  box.setTextFormat(Qt::PlainText);
-  box.setText(
+  if (help_) return help_->activateWindow();
+  help_ = new QMessageBox(QMessageBox::NoIcon, {}, {}, QMessageBox::Close, this);
+  help_->setTextFormat(Qt::PlainText);
+  help_->setText(
       tr("Turn the wheel over a digit of the frequency to tune that digit, anywhere else to tune by the step.\n"
          "Type digits anywhere to enter a frequency in kHz; Enter tunes there, Escape drops it.\n"
          "If you click and hold the left mouse button while on the tuning knob the frequency will change as you move "
@@ -251,7 +272,7 @@ void ConsoleWindow::ShowHelp() {
          "Ctrl+1 to Ctrl+7\trig numbers\n"
          "Ctrl+Alt+0 to Ctrl+Alt+8\tsaved rigs\n"
          "Escape\treleases the transmitter"));
-  box.exec();
+  ShowQuestion({.window = this, .title = tr("Keys and mouse")}, help_, [](int) {});
 }
 
 void ConsoleWindow::AddWindow(const QString& menu_text, const QKeySequence& keys, const QString& file_name,
@@ -310,8 +331,13 @@ void ConsoleWindow::Restore(QWidget* window, const std::string& name) {
 }
 
 void ConsoleWindow::NotePlace(QWidget* window, const std::string& name) {
-  const QRect place = window->isMaximized() ? window->normalGeometry() : window->geometry();
-  places_[name] = {window->x(), window->y(), place.width(), place.height(), window->isMaximized()};
+  // A window that fills the screen keeps the place that it goes back to.
+  const bool fills = window->windowState() & (Qt::WindowMaximized | Qt::WindowFullScreen);
+  const QRect normal = window->normalGeometry();
+  const bool known = fills && normal.isValid();
+  const QPoint corner = known ? normal.topLeft() - FrameOf(*window) : window->pos();
+  const QSize size = known ? normal.size() : window->size();
+  places_[name] = {corner.x(), corner.y(), size.width(), size.height(), window->isMaximized()};
 }
 
 void ConsoleWindow::MaxAllForms() {
@@ -322,21 +348,26 @@ void ConsoleWindow::MaxAllForms() {
   if (auto written = station_.WriteFile(kPlacesFile, FormatWindowPlaces(places_)); !written)
     station_.Notice(written.error().message);
   for (QWidget* window : QApplication::topLevelWidgets()) {
-    if (window->isWindow() && window->isVisible() && (window->isMinimized() || window->isMaximized()))
+    if (window->isWindow() && window->isVisible() && window->windowState() != Qt::WindowNoState)
       window->setWindowState(Qt::WindowNoState);
   }
-  station_.position.top = pos().y();
-  station_.position.left = pos().x();
+  station_.position.top = places_[kConsoleName].top;
+  station_.position.left = places_[kConsoleName].left;
 }
 
 void ConsoleWindow::UnloadStuff() {
-  for (OtherWindow& other : others_) {
-    if (other.window) other.window->hide();
+  for (QWidget* window : findChildren<QWidget*>()) {
+    if (window->isWindow()) window->hide();
   }
 }
 
 void ConsoleWindow::closeEvent(QCloseEvent* event) {
   event->ignore();  // the program ends after the orderly shut-down
+  AskBeforeEnd(0);
+}
+
+void ConsoleWindow::AskBeforeEnd(std::size_t first) {
+  if (first < before_end_.size()) return before_end_[first]([this, first] { AskBeforeEnd(first + 1); });
   if (on_close) on_close();
 }
 
@@ -378,10 +409,11 @@ bool ConsoleWindow::eventFilter(QObject* watched, QEvent* event) {
   if (event->type() != QEvent::Wheel) return QMainWindow::eventFilter(watched, event);
   const auto* wheel = static_cast<QWheelEvent*>(event);
   if (wheel->modifiers() & Qt::ShiftModifier) return false;
+  if (IsMeantFor(center_->childAt(center_->mapFromGlobal(wheel->globalPosition().toPoint())))) return true;
   wheel_ += wheel->angleDelta().y();
   const int notches = wheel_ / kNotch;
   wheel_ -= notches * kNotch;
-  if (notches != 0) station_.bands.TurnKnob(notches);
+  if (notches != 0) Turn(notches);
   event->accept();
   return true;
 }

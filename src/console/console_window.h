@@ -6,6 +6,7 @@
 #include <map>
 #include <vector>
 
+#include "console/escape_release.h"
 #include "console/panel.h"
 #include "console/station.h"
 #include "console/window_places.h"
@@ -13,6 +14,7 @@
 #include "widgets/tabular_label.h"
 
 class QMenuBar;
+class QMessageBox;
 class QSlider;
 
 namespace kvx::console {
@@ -35,6 +37,10 @@ class ConsoleWindow final : public QMainWindow {
   /// Opens the window of that file name ("setup"), or brings it to the front.
   QWidget* OpenWindow(const QString& file_name);
   QStringList window_names() const;
+  /// A window with something to lose asks about it before the program ends, and calls `then` unless the operator
+  /// cancels.
+  using Question = std::function<void(std::function<void()> then)>;
+  void AddQuestionBeforeEnd(Question question) { before_end_.push_back(std::move(question)); }
 
   /// Shows or hides the offer to use the simulated rig on a station where no rig is chosen.
   void OfferSimulatedRig(bool offer);
@@ -70,6 +76,7 @@ class ConsoleWindow final : public QMainWindow {
   void MakeKeys();
   void AddKey(const QKeySequence& keys, const std::function<void()>& action);
   void ShowHelp();
+  void Turn(int steps);
   void Follow(Field field);
   void ShowAll();
   void ShowClock();
@@ -77,12 +84,14 @@ class ConsoleWindow final : public QMainWindow {
   void ShowTuningSlider();
   void ApplyAppearance();
   void FitText();
+  void AskBeforeEnd(std::size_t first);
   void PutInPlace();
   void Restore(QWidget* window, const std::string& name);
   void NotePlace(QWidget* window, const std::string& name);
 
   Station& station_;
   widgets::Appearance& appearance_;
+  EscapeRelease escape_;
   std::vector<Panel*> panels_;
   ScreenPanel* screen_;
   BandPanel* band_;
@@ -95,7 +104,9 @@ class ConsoleWindow final : public QMainWindow {
   QMenuBar* menus_;
   QMenu* windows_menu_;
   QMenu* theme_menu_ = nullptr;
+  QPointer<QMessageBox> help_;
   std::vector<OtherWindow> others_;
+  std::vector<Question> before_end_;
   WindowPlaces places_;
   int wheel_ = 0;  ///< eighths of a degree that are not yet a notch
   Console::Subscription subscription_;

@@ -4,7 +4,6 @@
 #include <QCheckBox>
 #include <QClipboard>
 #include <QEvent>
-#include <QFileDialog>
 #include <QFontDatabase>
 #include <QHBoxLayout>
 #include <QHeaderView>
@@ -19,6 +18,7 @@
 #include <QVBoxLayout>
 #include <algorithm>
 
+#include "console/questions.h"
 #include "core/text.h"
 
 namespace kvx::console {
@@ -63,9 +63,10 @@ DebugWindow::DebugWindow(Station& station, const widgets::Appearance& appearance
   setWindowTitle(tr("Debug view"));
   setObjectName("center");  // the style sheet's ground of a window
   setAttribute(Qt::WA_StyledBackground);
-  ask_file = [this] {
-    return QFileDialog::getSaveFileName(this, tr("Save the debug view"),
-                                        QString::fromStdString((station_.folder() / "debug.txt").string()));
+  ask_file = [this](std::function<void(const QString&)> then) {
+    AskFile({.window = this, .title = tr("Save the debug view")},
+            QString::fromStdString((station_.folder() / "debug.txt").string()), tr("Text (*.txt);;All files (*)"), true,
+            std::move(then));
   };
   MakeControls();
   MakeTable();
@@ -104,7 +105,7 @@ void DebugWindow::MakeControls() {
   clear_ = Button(tr("Clear"), tr("Clear"), tr("Forgets what has been recorded"), tr("Ctrl+L"));
   connect(clear_, &QPushButton::clicked, this, &DebugWindow::Clear);
   save_ = Button(tr("Save..."), tr("Save"), tr("Writes what is shown to a file"), QKeySequence::Save);
-  connect(save_, &QPushButton::clicked, this, &DebugWindow::Save);
+  connect(save_, &QPushButton::clicked, this, [this] { ask_file([this](const QString& file) { Save(file); }); });
   command_ = Named(new CommandEntry, tr("Command"),
                    tr("A command as it stands, or a key of the rig's definition such as XGETFREQ; <CR> and <0x07> are "
                       "control characters, a binary rig takes pairs of digits. Up and Down: the commands before"));
@@ -240,9 +241,7 @@ void DebugWindow::Clear() {
   ShowCounters();
 }
 
-void DebugWindow::Save() {
-  const QString file = ask_file();
-  if (file.isEmpty()) return;
+void DebugWindow::Save(const QString& file) {
   const Status saved = log_.SaveTo(platform::Path(file.toStdString()), model_.ring(), model_.filter());
   Say(saved ? tr("Saved to %1").arg(file) : QString::fromStdString(saved.error().message), !saved);
 }

@@ -30,8 +30,8 @@ class DebugWindow final : public QWidget {
   /// Brings the picture up to date; a window on the screen does so by itself several times a second.
   void Refresh();
 
-  /// Asks the operator where to save to; empty: nowhere. A test answers in his place.
-  std::function<QString()> ask_file;
+  /// Asks the operator where to save to; `then` gets it, if anywhere. A test answers in his place.
+  std::function<void(std::function<void(const QString& file)> then)> ask_file;
 
  protected:
   void showEvent(QShowEvent* event) override;
@@ -50,7 +50,7 @@ class DebugWindow final : public QWidget {
   void ApplyFilter();
   void Pause(bool paused);
   void Clear();
-  void Save();
+  void Save(const QString& file);
   void Copy();
   void Send(const QString& command);
   void Say(const QString& line, bool bad);

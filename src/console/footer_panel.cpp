@@ -91,7 +91,8 @@ void FooterPanel::ShowPolling() {
   polling_->SetLit(on);
   polling_->setText(on ? tr("Polling") : tr("Not polling"));
   polling_->setIconSize(QSize(1, 1) * polling_->fontMetrics().height());
-  polling_->setIcon(Lamp(on ? appearance_.theme().green : appearance_.theme().quiet_ink, polling_->fontMetrics().height()));
+  polling_->setIcon(
+      Lamp(on ? appearance_.theme().green : appearance_.theme().quiet_ink, polling_->fontMetrics().height()));
 }
 
 }  // namespace kvx::console

@@ -36,11 +36,15 @@ QWidget* FunctionPanel::MakeKey(std::size_t index) {
   auto* value = new QLineEdit;
   value->setMaxLength(kLongestValue);
   value->setAccessibleName(tr("Value of function key %1").arg(number));
-  value->setToolTip(tr("What function key %1 sends as its value").arg(number));
+  value->setToolTip(
+      tr("What function key %1 sends as its value; Return stores all nine for this frequency").arg(number));
   value->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
   connect(value, &QLineEdit::textEdited, this,
           [this, index](const QString& text) { station_.console.Text5.Set(index, text.toStdString()); });
-  connect(value, &QLineEdit::returnPressed, key, [key] { key->click(); });
+  connect(value, &QLineEdit::returnPressed, this, [&station = station_] {
+    station.functions.keys.StoreFN(
+        "", [&station](const Result<std::string>& done) { station.Notice(done ? *done : done.error().message); });
+  });
   column->addWidget(key, 1);
   column->addWidget(value);
   keys_[index] = key;

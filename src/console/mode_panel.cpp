@@ -1,9 +1,9 @@
 #include "console/mode_panel.h"
 
-#include <QInputDialog>
 #include <QKeySequence>
 #include <QMenu>
 
+#include "console/questions.h"
 #include "core/text.h"
 
 namespace kvx::console {
@@ -60,14 +60,15 @@ QHBoxLayout* ModePanel::MakeModes() {
 /// A mode's command may hold a value of the operator's, as the function keys do.
 void ModePanel::AskValue(const char* key, const QPoint& where) {
   const cat::CommandKey* command = cat::FindKey(key);
-  QMenu menu;
-  QAction* set = menu.addAction(tr("Value of this key…"));
+  auto* menu = new QMenu(this);
+  menu->setAttribute(Qt::WA_DeleteOnClose);
+  QAction* set = menu->addAction(tr("Value of this key…"));
   set->setEnabled(station_.engine.dispatcher.TemplateOf(*command).find(kValuePlaceholder) != std::string::npos);
-  if (menu.exec(where) != set) return;
-  bool confirmed = false;
-  const QString value = QInputDialog::getText(this, tr("Value"), tr("What %1 sends as its value:").arg(key),
-                                              QLineEdit::Normal, {}, &confirmed);
-  if (confirmed) station_.engine.dispatcher.SetButtonValue(key, value.toStdString());
+  connect(set, &QAction::triggered, this, [this, key] {
+    AskText({.window = this, .title = tr("Value")}, tr("What %1 sends as its value:").arg(key), {},
+            [this, key](const QString& value) { station_.engine.dispatcher.SetButtonValue(key, value.toStdString()); });
+  });
+  menu->popup(where);
 }
 
 QHBoxLayout* ModePanel::MakeVfos() {
@@ -87,29 +88,32 @@ QHBoxLayout* ModePanel::MakeVfos() {
 QHBoxLayout* ModePanel::MakeKeys() {
   auto* row = new QHBoxLayout;
   row->setSpacing(fontMetrics().height() / 3);
-  rit_ = MakeKey(row, tr("RIT"), tr("RIT on or off"), "XRITON", false);
-  rit_->disconnect();
-  connect(rit_, &QPushButton::clicked, this, [this] { Report(station_.PressRit()); });
-  MakeKey(row, "−", tr("RIT down"), "XRITDOWN", true);
-  MakeKey(row, "+", tr("RIT up"), "XRITUP", true);
-  xit_ = MakeKey(row, tr("XIT"), tr("XIT on"), "XXITON", false);
-  xit_->disconnect();
-  connect(xit_, &QPushButton::clicked, this, [this] { Report(station_.PressXit()); });
-  MakeKey(row, "−", tr("XIT down"), "XXITDOWN", true);
-  MakeKey(row, "+", tr("XIT up"), "XXITUP", true);
-  alpha_ = MakeKey(row, tr("Alpha"), tr("User button Alpha"), "XSETALPHA", false);
-  bravo_ = MakeKey(row, tr("Bravo"), tr("User button Bravo"), "XSETBRAVO", false);
+  const auto press = [this](const char* key, const char* name) {
+    return [this, key, name] { return station_.PressKey(key, name); };
+  };
+  rit_ = MakeKey(row, tr("RIT"), tr("RIT on or off"), "XRITON", false, [this] { return station_.PressRit(); });
+  MakeKey(row, "−", tr("RIT down"), "XRITDOWN", true, press("XRITDOWN", "RIT down"));
+  MakeKey(row, "+", tr("RIT up"), "XRITUP", true, press("XRITUP", "RIT up"));
+  xit_ = MakeKey(row, tr("XIT"), tr("XIT on"), "XXITON", false, [this] { return station_.PressXit(); });
+  MakeKey(row, "−", tr("XIT down"), "XXITDOWN", true, press("XXITDOWN", "XIT down"));
+  MakeKey(row, "+", tr("XIT up"), "XXITUP", true, press("XXITUP", "XIT up"));
+  const auto press_user_key = [this](const char* key, const char* caption, const char* usual) {
+    // It is announced by what the rig's definition calls it.
+    const std::string called(Trim(station_.engine.rig().row[caption]));
+    return station_.PressKey(key, called.empty() ? std::string("User button ") + usual : called);
+  };
+  alpha_ = MakeKey(row, tr("Alpha"), tr("User button Alpha"), "XSETALPHA", false,
+                   [press_user_key] { return press_user_key("XSETALPHA", "ADesc", "Alpha"); });
+  bravo_ = MakeKey(row, tr("Bravo"), tr("User button Bravo"), "XSETBRAVO", false,
+                   [press_user_key] { return press_user_key("XSETBRAVO", "BDesc", "Bravo"); });
   return row;
 }
 
 widgets::LampButton* ModePanel::MakeKey(QHBoxLayout* row, const QString& text, const QString& name, const char* key,
-                                        bool small) {
+                                        bool small, std::function<cat::SendOutcome()> press) {
   auto* button = new widgets::LampButton(text, name);
   if (small) button->SetRole("small");
-  connect(button, &QPushButton::clicked, this, [this, key, button] {
-    // "XMT: user button Alpha" is announced by what the rig's definition calls it.
-    Report(station_.PressKey(key, button->accessibleName().section(':', 0, 0).toStdString()));
-  });
+  connect(button, &QPushButton::clicked, this, [this, press = std::move(press)] { Report(press()); });
   row->addWidget(button, small ? 2 : 5);
   keys_.push_back({button, key});
   return button;
@@ -156,7 +160,7 @@ void ModePanel::ShowOffers() {
   for (const KeyButton& key : keys_) key.button->setEnabled(Offers(key.key));
   const auto caption = [](widgets::LampButton* button, const std::string& text, const QString& usual) {
     const QString shown = text.empty() ? usual : Text(text).simplified();
-    button->setText(QString(shown).replace('&', "&&"));
+    button->SetText(QString(shown).replace('&', "&&"));
     const QString name = shown == usual ? tr("User button %1").arg(usual) : tr("%1: user button %2").arg(shown, usual);
     button->setAccessibleName(name);
     button->setToolTip(name);

@@ -3,6 +3,7 @@
 #include <QCheckBox>
 #include <QHBoxLayout>
 #include <array>
+#include <functional>
 
 #include "console/panel.h"
 
@@ -18,7 +19,8 @@ class ModePanel final : public Panel {
   QHBoxLayout* MakeModes();
   QHBoxLayout* MakeVfos();
   QHBoxLayout* MakeKeys();
-  widgets::LampButton* MakeKey(QHBoxLayout* row, const QString& text, const QString& name, const char* key, bool small);
+  widgets::LampButton* MakeKey(QHBoxLayout* row, const QString& text, const QString& name, const char* key, bool small,
+                               std::function<cat::SendOutcome()> press);
   void AskValue(const char* key, const QPoint& where);
   void ShowMode();
   void ShowOffers();

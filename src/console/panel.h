@@ -18,11 +18,11 @@ class Panel : public QFrame {
   Panel(Station& station, const char* role, QWidget* parent = nullptr);
   /// Shows what has become of a field.
   virtual void Follow(Field field) = 0;
-
- protected:
   /// Tells the operator why a command was not sent, if it was not.
   void Report(cat::SendOutcome outcome);
   void Report(const Status& status);
+
+ protected:
   /// Whether the rig has something for the key. A station without a rig, or with one that is set by hand, offers
   /// everything that changes the console itself.
   bool Offers(std::string_view key) const;

@@ -115,6 +115,12 @@ Status RigEditor::CopyAs(const std::string& name) {
 }
 
 Status RigEditor::Rename(const std::string& name, const std::string& new_name) {
+  if (new_ && EqualNoCase(name_, name)) {
+    if (Status free = CheckFree(new_name); !free) return free;
+    row_.Set("RigName", new_name);
+    name_ = new_name;
+    return Ok();
+  }
   if (Status valid = CheckRigName(new_name); !valid) return valid;
   config::RigRow before;
   config::RigRow after;
@@ -215,6 +221,7 @@ void RigEditor::FollowSettings(const std::string& name, const std::string& new_n
         }
       },
       [&lines](const config::StationSettings&) { return lines; });
+  station_.console.SavedRigs.Set(*station_.console.SavedRigs + 1);
 }
 
 Result<std::vector<config::RigRow>> RigEditor::ReadCsv(const platform::Path& file) const {
@@ -293,15 +300,16 @@ CommandPreview RigEditor::Preview(std::string_view field) const {
   return PreviewNow(station_, rig, WithoutSuffix(value));
 }
 
-bool RigEditor::IsTransmitOn() const {
-  const std::string caption = Upper(row_["ADesc"]);
-  return caption.empty() || caption.find("XMT") != std::string::npos || caption.find("TX") != std::string::npos;
+bool RigEditor::Keys(const std::string& bytes) const {
+  if (bytes.empty()) return false;
+  if (cat::ButtonsKeyTransmitter(row_) && bytes == Preview("Alpha").bytes) return true;
+  return cat::KeyingOf(config::LoadDefinition(row_), bytes).effect == cat::Keying::Effect::kOn;
 }
 
 bool RigEditor::KeysTransmitter(std::string_view field) const {
   const std::string bytes = Preview(field).bytes;
   if (bytes.empty()) return false;
-  if (IsTransmitOn() && bytes == Preview("Alpha").bytes) return true;
+  if (Keys(bytes)) return true;
   const config::RigField* known = config::FindRigField(field);
   const bool function = known != nullptr && known->name.starts_with("Function");
   return function && SaysTransmit(row_["F" + std::string(known->name.substr(8)) + "Desc"]);
@@ -318,7 +326,7 @@ Status RigEditor::Send(std::string_view field) {
   const bool in_use = is_in_use(row_.name()) && station_.engine.rig().row == config::LoadDefinition(row_).row;
   if (in_use && !known->key.empty()) return Answer(station_.engine.dispatcher.SendData(known->key));
   // The console releases the transmitter with the command of the rig in use; it would know none for this one.
-  if (!in_use && IsTransmitOn() && preview.bytes == Preview("Alpha").bytes)
+  if (!in_use && Keys(preview.bytes))
     return Invalid("a command that keys the transmitter is sent only when it is saved and its rig is in use");
   return SendBytes(preview);
 }

@@ -26,7 +26,8 @@ class RigEditor {
   Status New(const std::string& name);
   /// Goes on with the working copy as a new rig.
   Status CopyAs(const std::string& name);
-  /// Renames a rig in the store; its function-key records, the saved rigs and the rig in use follow.
+  /// Renames a rig in the store; its function-key records, the saved rigs and the rig in use follow. A new one gets its
+  /// name there when it is saved.
   Status Rename(const std::string& name, const std::string& new_name);
   /// Deletes a rig from the store, but not the one in use. The caller has asked.
   Status Delete(const std::string& name);
@@ -68,7 +69,7 @@ class RigEditor {
   bool is_in_use(const std::string& name) const;
   Status Follow(const std::string& name, const std::string& new_name);
   void FollowSettings(const std::string& name, const std::string& new_name);
-  bool IsTransmitOn() const;
+  bool Keys(const std::string& bytes) const;
   Status SendBytes(const CommandPreview& preview);
   Status Answer(cat::SendOutcome outcome) const;
 

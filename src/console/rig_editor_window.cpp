@@ -75,7 +75,8 @@ void RigEditorWindow::MakeLayout(const widgets::Appearance& appearance) {
   auto* column = new QWidget;
   auto* rows = new QVBoxLayout(column);
   rows->setContentsMargins(0, 0, 0, 0);
-  rows->setSpacing(10);
+  const int gap = fontMetrics().height() / 2;
+  rows->setSpacing(gap);
   rows->addWidget(right, 1);
   rows->addWidget(MakePreview());
   auto* splitter = new QSplitter;
@@ -83,13 +84,13 @@ void RigEditorWindow::MakeLayout(const widgets::Appearance& appearance) {
   splitter->addWidget(column);
   splitter->setStretchFactor(1, 1);
   splitter->setChildrenCollapsible(false);
-  splitter->setHandleWidth(10);
+  splitter->setHandleWidth(gap);
   splitter->setSizes({1, 1000});  // as narrow as the list may be
   splitter->setStyleSheet("QSplitter::handle { background: transparent; }");
   auto* center = new QWidget;
   center->setObjectName("center");
   auto* all = new QVBoxLayout(center);
-  all->setContentsMargins(10, 10, 10, 10);
+  all->setContentsMargins(gap, gap, gap, gap);
   all->addWidget(splitter);
   setCentralWidget(center);
   const auto fit = [this] {
@@ -99,7 +100,7 @@ void RigEditorWindow::MakeLayout(const widgets::Appearance& appearance) {
   };
   connect(&appearance, &widgets::Appearance::Changed, this, fit);
   fit();
-  resize(1000, 680);
+  resize(QSize(62, 42) * fontMetrics().height());
 }
 
 QWidget* RigEditorWindow::MakeHeader() {
@@ -235,6 +236,9 @@ bool RigEditorWindow::Check(const Status& status) {
 
 void RigEditorWindow::LeaveThen(std::function<void()> then) {
   if (!editor_.modified()) return then();
+  raise();
+  activateWindow();
+  if (!isEnabled()) return;  // a question stands before it
   dialogs.ask(tr("%1 has changes that are not saved.").arg(ToQt(editor_.name())),
               {tr("Save"), tr("Discard"), tr("Cancel")}, [this, then = std::move(then)](int answer) {
                 if (answer == 2 || (answer == 0 && !TrySave())) return ShowRig();
@@ -279,10 +283,7 @@ void RigEditorWindow::CopyRig() {
 void RigEditorWindow::RenameRig() {
   const QString name = ToQt(editor_.name());
   dialogs.ask_name(tr("Rename %1").arg(name), name, [this, name](const QString& new_name) {
-    // A rig that is not in the store yet gets its name when it is saved.
-    const bool done = editor_.is_new() ? Check(editor_.Set("RigName", new_name.toStdString()))
-                                       : Check(editor_.Rename(name.toStdString(), new_name.toStdString()));
-    if (done) Tell(tr("%1 is now %2").arg(name, new_name));
+    if (Check(editor_.Rename(name.toStdString(), new_name.toStdString()))) Tell(tr("%1 is now %2").arg(name, new_name));
     ShowRig();
   });
 }

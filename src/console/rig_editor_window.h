@@ -32,6 +32,8 @@ class RigEditorWindow final : public QMainWindow {
 
   /// Goes to a rig, after asking about edits.
   void Choose(const std::string& name);
+  /// Goes on with `then` once there are no unsaved edits any more; not at all when the operator cancels.
+  void LeaveThen(std::function<void()> then);
 
   RigEditorDialogs dialogs;
   std::function<void()> on_closed;
@@ -57,8 +59,6 @@ class RigEditorWindow final : public QMainWindow {
   /// Tells what went wrong; whether all went well.
   bool Check(const Status& status);
 
-  /// Goes on with `then` once there are no unsaved edits any more.
-  void LeaveThen(std::function<void()> then);
   void OpenRig(const std::string& name);
   void NewRig();
   void CopyRig();

@@ -1,10 +1,8 @@
 #include "console/rig_field_form.h"
 
-#include <QApplication>
 #include <QCheckBox>
 #include <QCompleter>
 #include <QEvent>
-#include <QFontDatabase>
 #include <QFormLayout>
 #include <QLabel>
 #include <QLineEdit>
@@ -16,13 +14,12 @@
 
 #include "console/rig_editor.h"
 #include "widgets/appearance.h"
+#include "widgets/qt_text.h"
 
 namespace kvx::console {
 namespace {
 
-QString ToQt(std::string_view text) {
-  return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
+using widgets::ToQt;
 
 }  // namespace
 
@@ -41,7 +38,7 @@ RigFieldForm::RigFieldForm(const widgets::Appearance& appearance, QWidget* paren
   connect(clear, &QShortcut::activated, search_, &QLineEdit::clear);
   tabs_->setUsesScrollButtons(true);
   tabs_->setDrawBase(false);
-  tabs_->setStyleSheet("QTabBar::tab { padding: 6px 8px; } QTabBar QToolButton { padding: 0; min-height: 0; }");
+  tabs_->setStyleSheet("QTabBar::tab { padding: 0.4em 0.5em; } QTabBar QToolButton { padding: 0; min-height: 0; }");
   tabs_->setExpanding(false);
   tabs_->setElideMode(Qt::ElideNone);
   tabs_->setAccessibleName(tr("Groups of fields"));
@@ -217,8 +214,7 @@ void RigFieldForm::Filter() {
 }
 
 void RigFieldForm::FitToFont() {
-  QFont fixed = QFontDatabase::systemFont(QFontDatabase::FixedFont);
-  fixed.setPointSizeF(QApplication::font().pointSizeF());
+  const QFont fixed = widgets::FixedFont();
   for (const Section& section : sections_) {
     for (const Row& row : section.rows) {
       if (row.edit != nullptr) row.edit->setFont(fixed);

@@ -9,6 +9,8 @@
 #include <QShortcut>
 #include <QVBoxLayout>
 
+#include "widgets/qt_text.h"
+
 namespace kvx::console {
 
 RigListPanel::RigListPanel(QWidget* parent)
@@ -76,9 +78,9 @@ void RigListPanel::List(const std::vector<std::string>& names, const std::string
   marking_ = true;
   list_->clear();
   for (const std::string& name : names) {
-    auto* item = new QListWidgetItem(QString::fromStdString(name), list_);
+    auto* item = new QListWidgetItem(widgets::ToQt(name), list_);
     item->setToolTip(item->text());
-    if (QString::compare(item->text(), QString::fromStdString(in_use), Qt::CaseInsensitive) != 0) continue;
+    if (QString::compare(item->text(), widgets::ToQt(in_use), Qt::CaseInsensitive) != 0) continue;
     QFont bold = item->font();
     bold.setBold(true);
     item->setFont(bold);
@@ -91,7 +93,7 @@ void RigListPanel::List(const std::vector<std::string>& names, const std::string
 }
 
 void RigListPanel::Mark(const std::string& name) {
-  const auto found = list_->findItems(QString::fromStdString(name), Qt::MatchFixedString);
+  const auto found = list_->findItems(widgets::ToQt(name), Qt::MatchFixedString);
   marking_ = true;
   list_->setCurrentItem(found.isEmpty() ? nullptr : found.first());
   if (!found.isEmpty()) list_->scrollToItem(found.first());

@@ -54,7 +54,7 @@ std::string RigTest::WhyNotNow() const {
   if (EqualNoCase(*console.RigName, "NONE")) return "No rig is chosen: choose one first";
   if (station_.settings().rig_port == 0) return "No port is chosen: choose the one that the rig is connected to";
   if (Query().empty()) return Port() + ": there is nothing that a " + *console.RigName + " could be asked";
-  if (*console.Transmitting || *console.Tuning) return Port() + ": not asked while the rig is transmitting";
+  if (transmitting()) return Port() + ": not asked while the rig is transmitting";
   return {};
 }
 
@@ -63,6 +63,7 @@ Task RigTest::Run(std::shared_ptr<RigTestResult> result) {
   if (!result->sentence.empty()) co_return;
   const Running running(running_, [this] { StopListening(); });
   heard_ = {};
+  interrupted_ = false;
   Task open = WaitUntilOpen();
   co_await open;
   if (station_.engine.link.is_open()) {
@@ -127,6 +128,8 @@ Task RigTest::Ask() {
   Listen();
   TimePoint ask_at = asked_;
   while (!heard_.frequency && station_.engine.link.is_open() && loop_.Now() < asked_ + kAnswerTime) {
+    interrupted_ = interrupted_ || transmitting();
+    if (interrupted_) co_return;
     if (loop_.Now() >= ask_at) {
       sent_ = station_.engine.dispatcher.SendData(Query());
       ask_at += kAskAgain;
@@ -137,7 +140,8 @@ Task RigTest::Ask() {
 
 Task RigTest::AskForMode() {
   const TimePoint limit = loop_.Now() + kModeTime;
-  const bool needed = heard_.frequency && heard_.mode.empty() && station_.engine.dispatcher.Has("XREADMODE");
+  const bool needed =
+      heard_.frequency && heard_.mode.empty() && !transmitting() && station_.engine.dispatcher.Has("XREADMODE");
   if (needed) station_.engine.dispatcher.SendData("XREADMODE");
   while (needed && heard_.mode.empty() && loop_.Now() < limit) {
     co_await loop_.Sleep(kLook);
@@ -155,6 +159,7 @@ RigTestResult RigTest::Verdict() const {
   const auto bad = [this](const std::string& what) { return RigTestResult{false, Port() + ": " + what}; };
   const cat::RigLink& link = station_.engine.link;
   if (heard_.frequency) return {true, Port() + ": " + Answer()};
+  if (interrupted_) return bad("the test has ended because the rig is transmitting");
   if (!link.is_open()) {
     std::string why = *station_.console.Port;
     if (why.find("members of the group") != std::string::npos) why += ": add yourself to it and log in again";

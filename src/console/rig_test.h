@@ -32,6 +32,7 @@ class RigTest {
   Task Ask();
   Task AskForMode();
   std::string WhyNotNow() const;
+  bool transmitting() const { return *station_.console.Transmitting || *station_.console.Tuning; }
   std::string_view Query() const;
   void Listen();
   void StopListening();
@@ -57,6 +58,7 @@ class RigTest {
   std::function<void(const cat::Reply&)> handed_on_;  ///< the engine's own handler, while a test listens
   Heard heard_;
   cat::SendOutcome sent_ = cat::SendOutcome::kSent;  ///< what became of the question
+  bool interrupted_ = false;                         ///< the operator began to transmit
   TimePoint asked_{};
   std::uint64_t received_before_ = 0;
   std::uint64_t sent_before_ = 0;

@@ -103,7 +103,7 @@ void ScreenPanel::Follow(Field field) {
       return ShowBand();
     case Field::kChannel:
       step_->setAccessibleName(tr("Tuning step %1 kHz").arg(Text(*console.Channel)));
-      return step_->setText(tr("Step %1").arg(Text(*console.Channel)));
+      return step_->SetText(tr("Step %1").arg(Text(*console.Channel)));
     case Field::kOffset:
       return ShowOffset();
     case Field::kTransmitting:

@@ -5,6 +5,8 @@
 #include <QPixmap>
 #include <QSignalBlocker>
 
+#include "console/questions.h"
+
 namespace kvx::console {
 namespace {
 
@@ -92,14 +94,15 @@ void SetupAppearancePage::SetTextSize(int percent) {
 
 void SetupAppearancePage::ChooseColor(ScreenPart part) {
   auto* dialog = new QColorDialog(QColor(ColorName(setup_, part)), this);
-  dialog->setAttribute(Qt::WA_DeleteOnClose);
-  dialog->setWindowTitle(part == ScreenPart::kBody ? tr("Colour of the body") : tr("Colour of the screen"));
-  connect(dialog, &QColorDialog::colorSelected, this, [this, part](const QColor& color) {
+  dialog->setOption(QColorDialog::DontUseNativeDialog);  // which would keep Escape from the transmitter
+  const QString title = part == ScreenPart::kBody ? tr("Colour of the body") : tr("Colour of the screen");
+  ShowQuestion({.window = this, .title = title}, dialog, [this, part, dialog](int result) {
+    if (result != QDialog::Accepted) return;
+    const QColor color = dialog->selectedColor();
     form_.Show(setup_.SetColor(part, color.name().toStdString()),
                tr("The classic theme has the colour %1").arg(color.name()));
     ShowColors();
   });
-  dialog->open();
 }
 
 void SetupAppearancePage::ShowColors() {

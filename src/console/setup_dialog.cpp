@@ -5,7 +5,6 @@
 #include <QHBoxLayout>
 #include <QPushButton>
 #include <QScreen>
-#include <QScrollArea>
 #include <QVBoxLayout>
 #include <algorithm>
 
@@ -51,8 +50,10 @@ SetupDialog::SetupDialog(StationSetup& setup, const widgets::Appearance& appeara
   rig->on_edit_definition = [this] { on_edit_definition ? on_edit_definition() : void(); };
   AddPage(tr("Port"), new SetupPortPage(setup));
   AddPage(tr("Station"), new SetupStationPage(setup));
-  AddPage(tr("Keyer"), new SetupKeysPage(setup, config::SettingOwner::kKeyer));
-  AddPage(tr("Links"), new SetupKeysPage(setup, config::SettingOwner::kLinks));
+  auto* keyer = new SetupKeysPage(setup, config::SettingOwner::kKeyer);
+  Add(tr("Keyer"), keyer, keyer);
+  auto* links = new SetupKeysPage(setup, config::SettingOwner::kLinks);
+  Add(tr("Links"), links, links);
   AddPage(tr("Appearance"), new SetupAppearancePage(setup, appearance));
   SetupSpeechPage* speech = AddPage(tr("Announcements"), new SetupSpeechPage(setup));
   speech->on_speak = [this](const QString& sentence) { on_speak ? on_speak(sentence) : void(); };
@@ -64,26 +65,23 @@ SetupDialog::SetupDialog(StationSetup& setup, const widgets::Appearance& appeara
   });
   list_->setCurrentRow(kRig);
   subscription_ = setup.station().console.Subscribe([this](Field field) {
-    for (const auto& follow : follow_) follow(field);
+    // A page is refreshed as a whole when it is about to be shown.
+    if (isVisible()) follow_[static_cast<std::size_t>(list_->currentRow())](field);
   });
   Fit();
 }
 
 template <class PageWidget>
 PageWidget* SetupDialog::AddPage(const QString& title, PageWidget* page) {
-  refresh_.push_back([page] { page->Refresh(); });
-  follow_.push_back([page](Field field) { page->Follow(field); });
-  Show(page, title);
+  Add(title, MakeSetupScroll(page), page);
   return page;
 }
 
-void SetupDialog::Show(QWidget* page, const QString& title) {
-  auto* scroll = new QScrollArea;
-  scroll->setFrameShape(QFrame::NoFrame);
-  scroll->setWidgetResizable(true);
-  scroll->setFocusPolicy(Qt::NoFocus);
-  scroll->setWidget(page);
-  pages_->addWidget(scroll);
+template <class PageWidget>
+void SetupDialog::Add(const QString& title, QWidget* shown, PageWidget* page) {
+  refresh_.push_back([page] { page->Refresh(); });
+  follow_.push_back([page](Field field) { page->Follow(field); });
+  pages_->addWidget(shown);
   list_->addItem(title);
 }
 

@@ -33,10 +33,12 @@ class SetupDialog final : public QDialog {
   void changeEvent(QEvent* event) override;
 
  private:
-  /// A page is a widget with Refresh(), called when it is about to be shown, and Follow(Field).
+  /// A page is a widget with Refresh(), called when it is about to be shown, and Follow(Field). It scrolls as a whole.
   template <class PageWidget>
   PageWidget* AddPage(const QString& title, PageWidget* page);
-  void Show(QWidget* page, const QString& title);
+  /// `shown` is the page itself where it scrolls for itself.
+  template <class PageWidget>
+  void Add(const QString& title, QWidget* shown, PageWidget* page);
   void FitList();
   void Fit();
 

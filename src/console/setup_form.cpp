@@ -2,8 +2,9 @@
 
 #include <QEvent>
 #include <QSpinBox>
-#include <QStyle>
 #include <algorithm>
+
+#include "widgets/qt_text.h"
 
 namespace kvx::console {
 namespace {
@@ -80,11 +81,17 @@ QLabel* MakeSetupLabel(const QString& text, const char* role) {
   return label;
 }
 
+QScrollArea* MakeSetupScroll(QWidget* content) {
+  auto* scroll = new QScrollArea;
+  scroll->setFrameShape(QFrame::NoFrame);
+  scroll->setWidgetResizable(true);
+  scroll->setFocusPolicy(Qt::NoFocus);
+  scroll->setWidget(content);
+  return scroll;
+}
+
 void SetLabelRole(QWidget* widget, const char* role) {
-  if (widget->property("role").toString() == role) return;
-  widget->setProperty("role", role);
-  widget->style()->unpolish(widget);
-  widget->style()->polish(widget);
+  widgets::SetRole(widget, role);
 }
 
 QPushButton* MakeSetupButton(const QString& text, const QString& tip, std::function<void()> action) {
@@ -159,8 +166,8 @@ void SetupForm::End(QBoxLayout* below) {
 }
 
 void SetupForm::Show(const Status& status, const QString& done) {
-  SetLabelRole(outcome_, status ? "quiet" : "error");
-  outcome_->setText(status ? done : QString::fromStdString(status.error().message));
+  widgets::SetRole(outcome_, status ? "quiet" : "error");
+  outcome_->setText(status ? done : widgets::ToQt(status.error().message));
 }
 
 }  // namespace kvx::console

@@ -3,6 +3,7 @@
 #include <QFormLayout>
 #include <QLabel>
 #include <QPushButton>
+#include <QScrollArea>
 #include <QVBoxLayout>
 #include <functional>
 
@@ -41,6 +42,8 @@ class SetupForm {
 
 /// A button of a page: its text with the mnemonic names it, a click calls `action`.
 QPushButton* MakeSetupButton(const QString& text, const QString& tip, std::function<void()> action);
+/// What is higher than its place, scrolling in it.
+QScrollArea* MakeSetupScroll(QWidget* content);
 /// A label that wraps; `role` as the style sheet has them.
 QLabel* MakeSetupLabel(const QString& text, const char* role);
 /// Gives a label another role of the style sheet.

@@ -1,6 +1,5 @@
 #include "console/setup_keys_page.h"
 
-#include <QScrollArea>
 #include <string_view>
 
 namespace kvx::console {
@@ -19,6 +18,7 @@ QString Shown(const KeptSetting& setting, const config::Settings& stored) {
 QString Tip(const KeptSetting& setting) {
   QString tip = SetupKeysPage::tr(setting.hint);
   if (setting.is_bounded()) tip += SetupKeysPage::tr(", %1 to %2").arg(setting.low).arg(setting.high);
+  if (setting.kind == config::SettingKind::kText) tip += SetupKeysPage::tr(", read in upper case");
   return tip + " (" + QString::fromStdString(setting.name()) + ")";
 }
 
@@ -51,16 +51,15 @@ SetupKeysPage::SetupKeysPage(StationSetup& setup, SettingOwner owner)
       AddLine(setting);
     }
   }
-  auto* scroll = new QScrollArea;
-  scroll->setFrameShape(QFrame::NoFrame);
-  scroll->setWidgetResizable(true);
-  scroll->setFocusPolicy(Qt::NoFocus);
-  scroll->setWidget(rows_);
   setObjectName("page");
   auto* down = new QVBoxLayout(this);
   down->setContentsMargins(0, 0, 0, 0);
-  down->addWidget(scroll, 1);
-  form_.End(down);
+  down->addWidget(MakeSetupScroll(rows_), 1);
+  auto* below = new QVBoxLayout;
+  const QMargins margins = rows_->layout()->contentsMargins();
+  below->setContentsMargins(margins.left(), 0, margins.right(), 0);
+  down->addLayout(below);
+  form_.End(below);
   Refresh();
 }
 
@@ -80,6 +79,7 @@ void SetupKeysPage::AddChoice(const KeptSetting& setting) {
   auto* box = new QComboBox;
   box->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
   box->setMinimumContentsLength(kShownCharacters);
+  box->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
   for (const std::string& choice : *setting.choices) box->addItem(QString::fromStdString(choice));
   connect(box, &QComboBox::activated, this, [this, box, &setting] { Keep(setting, box->currentText()); });
   form_.AddRow(tr(setting.label), box, Tip(setting));
@@ -94,6 +94,7 @@ void SetupKeysPage::AddChoice(const KeptSetting& setting) {
 
 void SetupKeysPage::AddLine(const KeptSetting& setting) {
   auto* line = new QLineEdit;
+  if (setting.kind != config::SettingKind::kText) line->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
   connect(line, &QLineEdit::editingFinished, this, [this, line, &setting] {
     if (!line->isModified()) return;
     line->setModified(false);  // it is finished twice: by Enter, and when the focus goes on

@@ -6,16 +6,15 @@
 #include <QSignalBlocker>
 
 #include "core/text.h"
+#include "widgets/qt_text.h"
 
 namespace kvx::console {
 namespace {
 
+using widgets::ToQt;
+
 constexpr int kAddresses = 7;
 constexpr int kListLines = 9;
-
-QString Text(const std::string& text) {
-  return QString::fromStdString(text);
-}
 
 }  // namespace
 
@@ -125,8 +124,9 @@ void SetupRigPage::Refresh() {
 }
 
 void SetupRigPage::Follow(Field field) {
-  if (field == Field::kRigName || field == Field::kRigRow) Refresh();
-  if (field == Field::kRigNumber) FillAddresses();
+  if (field == Field::kRigName) Refresh();
+  if (field == Field::kRigRow || field == Field::kRigNumber) FillAddresses();
+  if (field == Field::kSavedRigs) FillSavedRigs();
 }
 
 /// Builds the list only when there is something new in it: it may be what has just been clicked in.
@@ -142,15 +142,15 @@ void SetupRigPage::FillRigs() {
 
 void SetupRigPage::ListRigs(const std::vector<RigGroup>& groups) {
   const QTreeWidgetItem* before = rigs_->currentItem();
-  const QString chosen = before != nullptr ? before->text(0) : Text(*setup_.station().console.RigName);
+  const QString chosen = before != nullptr ? before->text(0) : ToQt(*setup_.station().console.RigName);
   rigs_->clear();
   QTreeWidgetItem* first = nullptr;
   QTreeWidgetItem* current = nullptr;
   for (const RigGroup& group : groups) {
-    auto* maker = new QTreeWidgetItem(rigs_, {Text(group.maker)});
+    auto* maker = new QTreeWidgetItem(rigs_, {ToQt(group.maker)});
     maker->setFlags(Qt::ItemIsEnabled);
     for (const std::string& name : group.rigs) {
-      auto* rig = new QTreeWidgetItem(maker, {Text(name)});
+      auto* rig = new QTreeWidgetItem(maker, {ToQt(name)});
       if (first == nullptr) first = rig;
       if (rig->text(0) == chosen) current = rig;
     }
@@ -174,7 +174,7 @@ void SetupRigPage::FillAddresses() {
   address_->clear();
   for (int number = 1; number <= kAddresses; ++number) {
     const std::string& value = row["Add" + std::to_string(number)];
-    address_->addItem(value.empty() ? tr("%1 (not set)").arg(number) : QString("%1: %2").arg(number).arg(Text(value)));
+    address_->addItem(value.empty() ? tr("%1 (not set)").arg(number) : QString("%1: %2").arg(number).arg(ToQt(value)));
   }
   address_->setCurrentIndex(static_cast<int>(LeadingNumber(*setup_.station().console.RigNumber)) - 1);
 }
@@ -183,7 +183,7 @@ void SetupRigPage::FillSavedRigs() {
   const auto& saved = setup_.station().settings().saved_rigs;
   for (int row = 0; row < config::kSavedRigs; ++row) {
     const config::SavedRig& rig = saved[static_cast<std::size_t>(row + 1)];
-    saved_->setItem(row, 0, new QTableWidgetItem(rig.name.empty() ? tr("empty") : Text(rig.name)));
+    saved_->setItem(row, 0, new QTableWidgetItem(rig.name.empty() ? tr("empty") : ToQt(rig.name)));
     saved_->setItem(row, 1, new QTableWidgetItem(rig.speed > 0 ? QString::number(rig.speed) : QString()));
   }
   if (saved_->currentRow() < 0) saved_->setCurrentCell(0, 0);
@@ -198,7 +198,7 @@ void SetupRigPage::UseChosen() {
 
 void SetupRigPage::UseRig(const std::string& name) {
   const Status chosen = setup_.station().ChooseRig(name);
-  form_.Show(chosen, EqualNoCase(name, "NONE") ? tr("No rig is in use") : tr("%1 is in use").arg(Text(name)));
+  form_.Show(chosen, EqualNoCase(name, "NONE") ? tr("No rig is in use") : tr("%1 is in use").arg(ToQt(name)));
 }
 
 /// Up and Down in the search box move the mark in the list.

@@ -47,7 +47,7 @@ void SetupStationPage::AddClock() {
   });
   form_.AddRow(tr("UTC &clock"), clock_, tr("Where the console's clock has its time from"));
   interval_ = new QSpinBox;
-  interval_->setRange(10, 5000);
+  interval_->setRange(config::kShortestPollMilliseconds, config::kLongestPollMilliseconds);
   interval_->setSingleStep(10);
   interval_->setSuffix(tr(" ms"));
   interval_->setKeyboardTracking(false);

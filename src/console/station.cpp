@@ -2,7 +2,10 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
+#include <utility>
 
+#include "core/appearance_limits.h"
 #include "core/text.h"
 
 namespace kvx::console {
@@ -12,12 +15,14 @@ using namespace std::chrono_literals;
 
 constexpr Duration kLongestTransmission = 5min;
 constexpr std::size_t kLongestNotice = 400;
+constexpr int kLargestSlider = 99'999;
 constexpr Duration kBeforeLevels = 1500ms;  // the display comes first
 constexpr Duration kBetweenLevels = 400ms;
 constexpr Duration kLineCheck = 20ms;
-constexpr std::array<std::string_view, 4> kThemes{"dark", "light", "contrast", "classic"};
-constexpr int kSmallestText = 70;  // percent
-constexpr int kLargestText = 250;
+
+bool IsTheme(std::string_view name) {
+  return std::find(kThemeNames.begin(), kThemeNames.end(), name) != kThemeNames.end();
+}
 
 }  // namespace
 
@@ -32,11 +37,25 @@ Station::Station(const StationParts& parts)
       bands(console, engine.dispatcher, engine.operations, settings_.band_memory),
       debug_log(parts.loop, parts.files, engine),
       announcer(parts.loop, console, engine.rig(), bands.plan(), parts.speech),
+      functions(parts.loop, console, engine.operations, parts.files, parts.folder),
+      memories(console, engine.operations, engine.dispatcher, parts.files, parts.folder),
       clock_(parts.loop, console) {
   engine.link.on_notice = [this](const std::string& line) { Notice(line); };
   engine.link.on_opened = [this] { PortOpened(); };
+  engine.operations.SetOnNotSent([this](cat::SendOutcome outcome) {
+    if (outcome != cat::SendOutcome::kNoTemplate) Notice("Not sent: " + WhyNotSent(outcome));
+  });
   engine.poller.on_cycle_end = [this] { bands.SetPriv(); };
-  transmission_ = console.Subscribe([this](Field field) {
+  functions.keys.press = [this](int number) { PressFunction(number); };
+  functions.scanner.level = [this] { return *console.SMeter; };
+  functions.dialogs.show = [this](const std::string& text) { Notice(text); };
+  if (parts.guard != nullptr) {
+    engine.dispatcher.on_keyed = [guard = parts.guard](std::string_view release) { guard->Arm(release); };
+  }
+  transmission_ = console.Subscribe([this, guard = parts.guard](Field field) {
+    const bool port_gone = field == Field::kPort && *console.Port != "open";
+    const bool released = field == Field::kTransmitting && !*console.Transmitting;
+    if (guard != nullptr && (port_gone || released)) guard->Disarm();
     if (field != Field::kTransmitting) return;
     limit_ = *console.Transmitting ? LimitTransmission() : Task();
   });
@@ -55,7 +74,8 @@ std::string Station::WhyNotSent(cat::SendOutcome outcome) const {
     case cat::SendOutcome::kSent:
       return {};
     case cat::SendOutcome::kClosed:
-      return "the rig port is closed (" + *console.Port + ")";
+      if (stopping_) return "the console is closing";
+      return *console.Port == "closed" ? "the rig port is closed" : "the rig port is closed (" + *console.Port + ")";
     case cat::SendOutcome::kNoTemplate:
       return engine.rig().name + " has no such command";
     case cat::SendOutcome::kRefused:
@@ -66,6 +86,7 @@ std::string Station::WhyNotSent(cat::SendOutcome outcome) const {
 
 void Station::Start() {
   ReadPosition();
+  if (const Status loaded = memories.Load(); !loaded) Notice(loaded.error().message);
   PrepareStore();
   InitRig(" ").ok();
   ReadBandPlan();
@@ -88,7 +109,8 @@ void Station::ReadPosition() {
            (moved ? "; set aside as " + aside.filename().string() : std::string()));
     return;
   }
-  for (std::size_t i = 0; i < position.sliders.size(); ++i) console.Slider.Set(i, std::max(0, position.sliders[i]));
+  for (std::size_t i = 0; i < position.sliders.size(); ++i)
+    console.Slider.Set(i, std::clamp(position.sliders[i], 0, kLargestSlider));
   console.Colors.Set({position.display_colors[0], position.display_colors[1]});
 }
 
@@ -133,22 +155,27 @@ Status Station::InitRig(const std::string& slot) {
   }
   if (auto known = FindRig(wanted.rig); !known && !start_up) return known.error();
   if (!start_up) GiveUpRig(true);
-  settings_ = std::move(wanted);
+  const auto texts_before = std::exchange(settings_, std::move(wanted)).function_texts;
   console.RigNumber.Set(settings_.rig_number);
   for (std::size_t i = 0; i < console.Text5.size(); ++i) {
-    if (!settings_.function_texts[i].empty()) console.Text5.Set(i, settings_.function_texts[i]);
+    const std::string& of_rig = engine.rig().row["FNT" + std::to_string(i + 1)];
+    const bool typed = !start_up && console.Text5[i] != (of_rig.empty() ? texts_before[i] : of_rig);
+    if (!typed && !settings_.function_texts[i].empty()) console.Text5.Set(i, settings_.function_texts[i]);
   }
   console.Offset.Set(ParseKhz(settings_.offset).value_or(Frequency{}));
   if (start_up) {
-    const bool known = std::find(kThemes.begin(), kThemes.end(), settings_.theme) != kThemes.end();
-    console.Theme.Set(known ? settings_.theme : std::string(kThemes.front()));
+    console.Theme.Set(IsTheme(settings_.theme) ? settings_.theme : std::string(kThemeNames.front()));
     console.TextSize.Set(settings_.text_percent);
     console.Announce.Set(settings_.announcements);
   }
   clock_.SetGmtHours(settings_.gmt_is_set ? settings_.gmt_hours : 0);
   const Status loaded = SetRig(settings_.rig);
   if (!loaded) Notice(loaded.error().message);
-  if (!start_up) OpenRigPort();
+  if (!start_up) {  // the same rig again as well: its meter begins on ALC, which the opened port sends
+    console.MeterOn.Set(false);
+    console.Label10.Set("ALC");
+    OpenRigPort();
+  }
   return loaded;
 }
 
@@ -209,7 +236,10 @@ void Station::ApplyTs520Offset() {
 
 Task Station::SaveRig(std::string name) {
   if (!name.empty() && !EqualNoCase(name, settings_.rig)) ChooseRig(name).ok();
-  Task rewrite = settings_file_.Rewrite(config::ConsoleChanges(settings_));
+  // A saved rig that is in use is what the next start finds, and its speed belongs to it.
+  std::vector<config::SettingChange> changes = config::ConsoleChanges(settings_);
+  std::ranges::move(config::RigPortChanges(settings_), std::back_inserter(changes));
+  Task rewrite = settings_file_.Rewrite(std::move(changes));
   co_await rewrite;
   SetRig(settings_.rig).ok();
 }
@@ -234,6 +264,7 @@ Status Station::ChooseRig(const std::string& name) {
 
 cat::SendOutcome Station::Rig_Click(int number) {
   const std::string before = *console.RigNumber;
+  engine.operations.SendWaiting();
   engine.dispatcher.ReleaseTransmitter();
   console.RigNumber.Set(std::to_string(number));
   // A rig address that is itself a command (an antenna or rig selection ending in ";") is sent as it stands.
@@ -259,6 +290,7 @@ Status Station::xRig_Click(int slot) {
   if (slot < 0 || slot > config::kSavedRigs)
     return Error{ErrorCode::kInvalid, "there is no saved rig " + std::to_string(slot)};
   if (auto applied = InitRig(std::to_string(slot)); !applied) return applied;
+  console.NoLimits.Set(false);
   console.RigSlot.Set(slot);
   console.Rport.Set(std::to_string(slot));
   return Ok();
@@ -294,8 +326,11 @@ void Station::FollowSettings() {
 
 Status Station::SetTheme(const std::string& name) {
   const std::string theme = Lower(Trim(name));
-  if (std::find(kThemes.begin(), kThemes.end(), theme) == kThemes.end())
-    return Error{ErrorCode::kInvalid, "there is no theme " + OneLine(name, 40) + " (dark light contrast classic)"};
+  if (!IsTheme(theme)) {
+    std::string why = "there is no theme " + OneLine(name, 40) + ":";
+    for (const std::string_view known : kThemeNames) why += " " + std::string(known);
+    return Error{ErrorCode::kInvalid, why};
+  }
   ChangeSettings([&](config::StationSettings& settings) { settings.theme = theme; }, config::AppearanceChanges);
   console.Theme.Set(theme);
   return Ok();
@@ -303,7 +338,8 @@ Status Station::SetTheme(const std::string& name) {
 
 Status Station::SetTextSize(int percent) {
   if (percent < kSmallestText || percent > kLargestText)
-    return Error{ErrorCode::kInvalid, "the text size is 70 to 250 percent"};
+    return Error{ErrorCode::kInvalid, "the text size is " + std::to_string(kSmallestText) + " to " +
+                                          std::to_string(kLargestText) + " percent"};
   ChangeSettings([&](config::StationSettings& settings) { settings.text_percent = percent; },
                  config::AppearanceChanges);
   console.TextSize.Set(percent);
@@ -335,6 +371,7 @@ Task Station::LimitTransmission() {
 }
 
 void Station::OpenRigPort() {
+  if (stopping_) return;
   GiveUpRig(false);
   platform::PortSettings port{
       .number = settings_.rig_port, .speed = settings_.rig_speed, .stop_bits = settings_.stop_bits()};
@@ -349,7 +386,7 @@ void Station::OpenRigPort() {
 /// The follow-up of a freshly opened port. A transmitter that was keyed when the port went is released before anything
 /// else.
 void Station::PortOpened() {
-  engine.dispatcher.ReleaseTransmitter();
+  engine.dispatcher.PortOpened();
   engine.operations.Forget();
   engine.dispatcher.SendData(*console.Label10);
   engine.poller.PortOpened();
@@ -400,6 +437,7 @@ cat::SendOutcome Station::PressXit() {
 
 Task Station::ReadLevels() {
   co_await loop_.Sleep(kBeforeLevels);
+  const Announcer::Hush hush(announcer);  // what the sliders are is no news
   // A rig whose replies name their VFO also tells where the other one is.
   const bool asks_vfo_b = !engine.rig().binary() && console.FreqB->decihertz == 0;
   for (const std::string_view key : {"XGETFREQB", "XGETALPHA", "XGETBRAVO", "XGETCHAR", "XGETMISC", "XGETAF", "XGETRF",
@@ -430,6 +468,11 @@ cat::SendOutcome Station::MoveSlider(int number, int value) {
 
 Task Station::ShutDown() {
   engine.dispatcher.ReleaseTransmitter();
+  functions.scanner.Stop();
+  engine.operations.SendWaiting();
+  // What follows may take seconds with the windows still there: nothing that is pressed in them reaches the rig.
+  stopping_ = true;
+  engine.link.Retire(false);
   levels_ = Task();
   engine.poller.Stop();
   clock_.Stop();
@@ -438,6 +481,11 @@ Task Station::ShutDown() {
   bands.RememberBand();
   Task saved = SaveRig("");
   co_await saved;
+  Task stored = functions.queue.Finish();
+  co_await stored;
+  if (const Status kept = memories.Save(); !kept) Notice(kept.error().message);
+  levels_ = Task();
+  engine.dispatcher.ReleaseTransmitter();
   Task deliver = engine.link.Deliver();
   co_await deliver;
   engine.link.CloseRigPort();

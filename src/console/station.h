@@ -14,6 +14,9 @@
 #include "console/debug_log.h"
 #include "console/position_file.h"
 #include "core/console.h"
+#include "functions/function_keys.h"
+#include "functions/memory_channels.h"
+#include "platform/release_guard.h"
 
 namespace kvx::console {
 
@@ -25,6 +28,7 @@ struct StationParts {
   platform::Path folder;               ///< the station folder
   platform::Path data;                 ///< the shipped data
   platform::Speech* speech = nullptr;  ///< null: no voice
+  platform::ReleaseGuard* guard = nullptr;
 };
 
 /// The station: one console with its rig, from start-up to the orderly shut-down. Windows and the headless command line
@@ -145,9 +149,12 @@ class Station {
   cat::BandOperations bands;
   DebugLog debug_log;
   Announcer announcer;
+  functions::FunctionKeys functions;
+  functions::MemoryChannels memories;
 
  private:
   Clock clock_;
+  bool stopping_ = false;    ///< the shut-down has begun: the rig gets nothing more but its release
   std::vector<Task> saves_;  ///< rewrites of rig.ini under way
   Console::Subscription transmission_;
   Task ReadLevels();

@@ -11,9 +11,10 @@ namespace {
 
 constexpr int kSlowest = 300;  // baud
 constexpr int kFastest = 921'600;
-constexpr int kShortestPoll = 10;  // milliseconds
-constexpr int kLongestPoll = 5000;
 constexpr std::string_view kSimulated = "sim:";
+constexpr const char* kSimulatedRig = "TS-2000";
+constexpr const char* kSimulatedAddress = "sim:ts2000";
+constexpr int kSimulatedSpeed = 57'600;
 
 Status Wrong(const std::string& why) {
   return Error{ErrorCode::kInvalid, why};
@@ -124,30 +125,72 @@ Status StationSetup::ApplyRigPort(const RigPortChoice& choice) {
   return Ok();
 }
 
-Status StationSetup::StoreSavedRig(int slot) {
-  if (slot < 1 || slot > config::kSavedRigs) return Wrong("Saved rigs have the numbers 1 to 8");
-  if (EqualNoCase(*station_.console.RigName, "NONE")) return Wrong("There is no rig to save: choose one first");
+/// The number that leads to the simulated rig already, else the first one that nobody has a use for; 0: there is none.
+int StationSetup::PortForSimulatedRig() const {
+  const auto addresses = platform::ReadPortTable(files_, station_.folder()).addresses;
+  for (const auto& [number, address] : addresses) {
+    if (EqualNoCase(address, kSimulatedAddress)) return number;
+  }
+  const config::Settings stored = Stored();
+  const auto is_named = [&stored](int number) {  // by the keyer, the antenna switch, a link
+    const std::string digits = std::to_string(number);
+    const auto& keys = config::SettingKeys();
+    return std::any_of(keys.begin(), keys.end(), [&](const std::string& key) {
+      const std::string_view value = Trim(stored.text(key));
+      return key.find("PORT") != std::string::npos && (value == digits || value == "COM" + digits);
+    });
+  };
+  for (int number = 1; number <= platform::kHighestPort; ++number) {
+    if (number != station_.settings().rig_port && !addresses.contains(number) && !is_named(number)) return number;
+  }
+  return 0;
+}
+
+Status StationSetup::UseSimulatedRig() {
+  const auto names = station_.RigNames();
+  if (!names) return names.error();
+  if (std::find(names->begin(), names->end(), kSimulatedRig) == names->end())
+    return Wrong("There is no rig definition " + std::string(kSimulatedRig) + " for the simulated rig");
+  const int number = PortForSimulatedRig();
+  if (number == 0) return Wrong("Every port number has a device: there is none left for the simulated rig");
+  if (AddressOf(number) != kSimulatedAddress) {
+    const Status written = platform::WriteAddress(files_, station_.folder(), number, kSimulatedAddress);
+    if (!written) return written;
+  }
   station_.ChangeSettings(
-      [slot](config::StationSettings& settings) {
-        config::SavedRig& saved = settings.saved_rigs[static_cast<std::size_t>(slot)];
-        saved.name = settings.rig;
-        saved.speed = settings.rig_speed;
-        saved.start_bit = settings.rig_start;
-        saved.stop_bit = settings.rig_stop;
+      [number](config::StationSettings& settings) {
+        settings.rig_port = number;
+        settings.rig_speed = kSimulatedSpeed;
+        settings.rig_stop = "1";
       },
-      [slot](const config::StationSettings& settings) { return config::SavedRigChanges(settings, slot); });
+      config::RigPortChanges);
+  return station_.ChooseRig(kSimulatedRig);  // gives the rig in use up before the other port is opened
+}
+
+Status StationSetup::ChangeSavedRig(int slot, const std::function<void(config::StationSettings&)>& change) {
+  if (slot < 1 || slot > config::kSavedRigs) return Wrong("Saved rigs have the numbers 1 to 8");
+  station_.ChangeSettings(
+      change, [slot](const config::StationSettings& settings) { return config::SavedRigChanges(settings, slot); });
+  station_.console.SavedRigs.Set(*station_.console.SavedRigs + 1);
   return Ok();
 }
 
+Status StationSetup::StoreSavedRig(int slot) {
+  if (EqualNoCase(*station_.console.RigName, "NONE")) return Wrong("There is no rig to save: choose one first");
+  return ChangeSavedRig(slot, [slot](config::StationSettings& settings) {
+    config::SavedRig& saved = settings.saved_rigs[static_cast<std::size_t>(slot)];
+    saved.name = settings.rig;
+    saved.speed = settings.rig_speed;
+    saved.start_bit = settings.rig_start;
+    saved.stop_bit = settings.rig_stop;
+  });
+}
+
 Status StationSetup::ClearSavedRig(int slot) {
-  if (slot < 1 || slot > config::kSavedRigs) return Wrong("Saved rigs have the numbers 1 to 8");
-  station_.ChangeSettings(
-      [slot](config::StationSettings& settings) {
-        config::SavedRig& saved = settings.saved_rigs[static_cast<std::size_t>(slot)];
-        saved = {.keyer_port = saved.keyer_port};
-      },
-      [slot](const config::StationSettings& settings) { return config::SavedRigChanges(settings, slot); });
-  return Ok();
+  return ChangeSavedRig(slot, [slot](config::StationSettings& settings) {
+    config::SavedRig& saved = settings.saved_rigs[static_cast<std::size_t>(slot)];
+    saved = {.keyer_port = saved.keyer_port};
+  });
 }
 
 void StationSetup::Keep(const std::function<void(config::StationSettings&)>& change, const std::string& key,
@@ -166,7 +209,7 @@ Status StationSetup::SetRegion(int region) {
 }
 
 Status StationSetup::SetPollInterval(int milliseconds) {
-  if (milliseconds < kShortestPoll || milliseconds > kLongestPoll)
+  if (milliseconds < config::kShortestPollMilliseconds || milliseconds > config::kLongestPollMilliseconds)
     return Wrong("The poll interval is 10 to 5000 milliseconds");
   Keep([milliseconds](config::StationSettings& settings) { settings.poll_milliseconds = milliseconds; },
        "POLLTIME=", NumberText(milliseconds));

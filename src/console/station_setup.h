@@ -51,6 +51,9 @@ class StationSetup {
   /// What is stored for a port of that number, with the present speed and stop bits.
   RigPortChoice PortNumbered(int number) const;
   Status ApplyRigPort(const RigPortChoice& choice);
+  /// Turns this station into one with a simulated TS-2000, on a port number that nothing else uses: a number with a
+  /// device behind it keeps its device, and the rig in use until now hears nothing but its release.
+  Status UseSimulatedRig();
   /// Asks the rig and says what it answered.
   Task TestRig(std::shared_ptr<RigTestResult> result) { return test_.Run(std::move(result)); }
 
@@ -82,6 +85,8 @@ class StationSetup {
  private:
   Status CheckDevice(const std::string& address) const;
   Status CheckRigPort(const RigPortChoice& choice) const;
+  int PortForSimulatedRig() const;
+  Status ChangeSavedRig(int slot, const std::function<void(config::StationSettings&)>& change);
   void Keep(const std::function<void(config::StationSettings&)>& change, const std::string& key,
             const std::string& value);
 

@@ -5,6 +5,8 @@
 #include <QPalette>
 #include <algorithm>
 
+#include "core/appearance_limits.h"
+
 namespace kvx::widgets {
 namespace {
 
@@ -35,7 +37,7 @@ Appearance::Appearance(QObject* parent) : QObject(parent), points_(QApplication:
 }
 
 void Appearance::Use(const Theme& theme, int text_percent) {
-  text_percent = std::clamp(text_percent, 70, 250);
+  text_percent = std::clamp(text_percent, kSmallestText, kLargestText);
   if (theme == theme_ && text_percent == text_percent_) return;
   if (text_percent != text_percent_) {
     QFont font = QApplication::font();

@@ -16,6 +16,12 @@ void LampButton::SetRole(const char* role) {
   setProperty("role", role);
 }
 
+void LampButton::SetText(const QString& text) {
+  const QKeySequence keys = shortcut();
+  setText(text);
+  setShortcut(keys);
+}
+
 void LampButton::SetKeys(const QKeySequence& keys) {
   setShortcut(keys);
   setToolTip(accessibleName() + " (" + keys.toString(QKeySequence::NativeText) + ")");

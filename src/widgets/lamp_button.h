@@ -14,6 +14,8 @@ class LampButton final : public QPushButton {
   /// A small button (`role` "small" or "chip").
   void SetRole(const char* role);
   void SetLit(bool lit) { setChecked(lit); }
+  /// Another text; its keys stay.
+  void SetText(const QString& text);
   /// The keys that press it, shown in the tool tip.
   void SetKeys(const QKeySequence& keys);
 

@@ -3,6 +3,12 @@
 #include <array>
 #include <cmath>
 
+#include "core/appearance_limits.h"
+#include "widgets/qt_text.h"
+
+#include "core/appearance_limits.h"
+#include "widgets/qt_text.h"
+
 namespace kvx::widgets {
 namespace {
 
@@ -143,7 +149,11 @@ double Luminance(const QColor& color) {
 }  // namespace
 
 const QStringList& ThemeNames() {
-  static const QStringList kNames{"dark", "light", "contrast", "classic"};
+  static const QStringList kNames = [] {
+    QStringList names;
+    for (const std::string_view name : kThemeNames) names << ToQt(name);
+    return names;
+  }();
   return kNames;
 }
 
@@ -214,7 +224,7 @@ QString StyleSheet(const Theme& theme) {
       Token{"@faint", Mixed(theme.panel, theme.quiet_ink, 0.55).name()},
       Token{"@accentink", theme.accent_ink.name()},
       Token{"@accent", theme.accent.name()},
-      Token{"@screenquiet", QuietInkOn(theme.screen, theme.digits).name()},
+      Token{"@screenquiet", (theme.name == "contrast" ? theme.digits : QuietInkOn(theme.screen, theme.digits)).name()},
       Token{"@screen", theme.screen.name()},
       Token{"@digits", theme.digits.name()},
       Token{"@button", theme.button.name()},

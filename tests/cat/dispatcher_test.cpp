@@ -122,7 +122,7 @@ TEST(Dispatcher, NothingIsSentToAClosedPortOrBeyondTheRigsDigits) {
 
 TEST(Dispatcher, KnowsWhenTheTransmitterIsKeyed) {
   for (const auto& [caption, tracked] : {std::pair{"XMT", true}, {"", true}, {"MOX/TX", true}, {"Tuner", false}}) {
-    Station station(MakeRow("X", "KENWOOD", {"Alpha=TX<ADDR>;", "Bravo=RX;", "Add1=0", "ADesc="s + caption}));
+    Station station(MakeRow("X", "OTHER", {"Alpha=TX<ADDR>;", "Bravo=RX;", "Add1=0", "ADesc="s + caption}));
     for (const auto& [key, keyed] :
          {std::pair{"XSETALPHA", true}, {"XSETBRAVO", false}, {"tx0;", true}, {"RX;", false}}) {
       station.Send(key);

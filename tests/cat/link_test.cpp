@@ -49,8 +49,11 @@ TEST(RigLink, DiscardedInputNeverReachesTheParserUntilItsTicksArePast) {
   station.Beat(1s);
   station.Arrive("FA000140");
   station.engine.link.Discard(2);
+  std::string seen;
+  station.engine.link.DisplayRCV = [&](std::string_view bytes) { seen += bytes; };
   for (int i = 0; i < 2; ++i) {
     station.Arrive("25000;FA00007000000;");
+    EXPECT_EQ(std::exchange(seen, {}), "25000;FA00007000000;") << "the debug view shows it all the same";
     EXPECT_EQ(KhzText(*station.console.FreqDisp), "14000.00");
     station.loop.RunFor(1s);
   }

@@ -1,6 +1,7 @@
 #include "console/console_window.h"
 
 #include <QApplication>
+#include <QDialog>
 #include <QLineEdit>
 #include <QScrollArea>
 #include <QTest>
@@ -161,7 +162,10 @@ TEST(ConsoleWindow, AValueThatIsTypedIsTheKeysValueAndStaysWhilePolling) {
   EXPECT_EQ(value->text(), "08");
   desk.Written();
   QTest::keyClick(value, Qt::Key_Return);
-  EXPECT_EQ(desk.Written(), "TN08;");
+  EXPECT_EQ(desk.Written(), "") << "it stores and presses nothing";
+  EXPECT_EQ(*desk.bench.station.console.MsgArea, "stored 14025.00 CW");
+  EXPECT_EQ(*(*desk.bench.station.functions.store.Find("TS-2000", "14025.00"))->texts[8], "08");
+  EXPECT_EQ(desk.Click("Function key 9: Tone number"), "TN08;");
 }
 
 TEST(ConsoleWindow, AClickInTheChartTunesThere) {
@@ -232,6 +236,47 @@ TEST(ConsoleWindow, ShutDownBringsTheWindowsBackAndKeepsTheirPlaces) {
   ASSERT_EQ(places.size(), 2U);
   EXPECT_EQ(places.at("console").width, 1100);
   EXPECT_EQ(places.at("other").height, 200);
+}
+
+TEST(ConsoleWindow, EscapeReleasesTheTransmitterInEveryWindowAndStillDoesWhatItDoesThere) {
+  Desk desk;
+  auto* dialog = new QDialog(desk.window.get());
+  dialog->show();
+  auto* display = desk.Find<widgets::FrequencyDisplay>("Frequency");
+  for (QWidget* focused : std::initializer_list<QWidget*>{desk.window.get(), display, dialog}) {
+    desk.bench.station.engine.dispatcher.SendData("XSETALPHA");
+    ASSERT_TRUE(*desk.bench.station.console.Transmitting);
+    desk.Written();
+    focused->activateWindow();
+    QCoreApplication::processEvents();
+    if (focused == display) QTest::keyClicks(display, "7");
+    QTest::keyClick(focused, Qt::Key_Escape);
+    EXPECT_FALSE(*desk.bench.station.console.Transmitting);
+    EXPECT_NE(desk.Written().find("RX;"), std::string::npos) << focused->metaObject()->className();
+  }
+  EXPECT_FALSE(dialog->isVisible()) << "it is closed as ever";
+}
+
+TEST(ConsoleWindow, TheEndWaitsForTheAnswerOfAWindowWithEdits) {
+  Desk desk;
+  int ended = 0;
+  std::function<void()> go_on;
+  desk.window->on_close = [&] { ++ended; };
+  desk.window->AddQuestionBeforeEnd([&](std::function<void()> then) { go_on = std::move(then); });
+  desk.window->close();
+  EXPECT_EQ(ended, 0);
+  go_on();
+  EXPECT_EQ(ended, 1);
+}
+
+TEST(ConsoleWindow, TheWheelOverAGreyedControlTunesNothing) {
+  Desk desk;
+  desk.Written();
+  auto* greyed = desk.Find<QPushButton>("Drain current meter");
+  ASSERT_FALSE(greyed->isEnabled());
+  QWidget* center = desk.window->centralWidget();
+  Wheel(*center, greyed->mapTo(center, greyed->rect().center()), 120);
+  EXPECT_EQ(desk.Written(), "");
 }
 
 TEST(WindowPlaces, SurviveWhatTheirFileMayHold) {

@@ -148,7 +148,7 @@ TEST(DebugWindow, SavesAndCopiesWhatItShows) {
   view.Arrive("ID019;");
   view.Rows();
   const QString file = QString::fromStdString((view.bench.folder / "traffic.txt").string());
-  view.window.ask_file = [&] { return file; };
+  view.window.ask_file = [&](auto then) { then(file); };
   QTest::keyClicks(&view.Find<QLineEdit>("Filter"), "ID");
   QTest::keyClick(&view.window, Qt::Key_S, Qt::ControlModifier);
   EXPECT_TRUE(QTest::qWaitFor([&] { return QFile::exists(file); }));
@@ -160,7 +160,7 @@ TEST(DebugWindow, SavesAndCopiesWhatItShows) {
   view.table().selectRow(0);
   QTest::keyClick(&view.table(), Qt::Key_C, Qt::ControlModifier);
   EXPECT_TRUE(QApplication::clipboard()->text().endsWith("49 44 30 31 39 3B\n")) << "time, text and bytes";
-  view.window.ask_file = [] { return QString("/nowhere/at/all.txt"); };
+  view.window.ask_file = [](auto then) { then("/nowhere/at/all.txt"); };
   QTest::mouseClick(&view.Find<QPushButton>("Save"), Qt::LeftButton);
   for (auto* label : view.window.findChildren<QLabel*>()) {
     EXPECT_EQ(label->text().contains("/nowhere/at/all.txt"), label->property("role") == "error");

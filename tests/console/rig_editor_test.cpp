@@ -268,7 +268,8 @@ TEST(RigEditorSend, WritesThePreviewAndKeysNothingThatCouldNotBeReleased) {
   EXPECT_EQ(send("Alpha", "TX1;").substr(0, 6), "error:");
   EXPECT_EQ(send("LSB", "TX1;").substr(0, 6), "error:") << "the same command from another field";
   EXPECT_EQ(send("ADesc", "Voice").substr(0, 6), "error:") << "a caption is no command";
-  EXPECT_EQ(send("Alpha", "TX1;"), "TX1;") << "by its caption it keys nothing";
+  EXPECT_EQ(send("Alpha", "TX1;").substr(0, 6), "error:") << "it keys a Kenwood whatever its caption says";
+  EXPECT_EQ(send("Alpha", "VX1;"), "VX1;") << "by its caption it keys nothing";
   EXPECT_EQ(send("Meter4", "ID"), "ID") << "a text that is a key's name is sent as it stands";
   ASSERT_TRUE(bench.editor.Open("IC-7300").ok());
   EXPECT_EQ(send("USB", "FEFE<ADDR>E00601FD"), "\xFE\xFE\x94\xE0\x06\x01\xFD")

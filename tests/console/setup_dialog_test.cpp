@@ -139,6 +139,20 @@ TEST(SetupDialog, SavedRigsAreStoredUsedAndCleared) {
   EXPECT_TRUE(bench.Says("saved rig 3 is empty", "error"));
 }
 
+TEST(SetupDialog, SavedRigsThatChangeElsewhereAreFollowedAndAHiddenPageCatchesUp) {
+  DialogBench bench;
+  auto* saved = bench.Find<QTableWidget>("Saved rigs 1 to 8");
+  ASSERT_TRUE(bench.setup.StoreSavedRig(4).ok());
+  EXPECT_EQ(saved->item(3, 0)->text(), "TS-2000");
+  bench.dialog.close();
+  ASSERT_TRUE(bench.setup.ClearSavedRig(4).ok());
+  ASSERT_TRUE(bench.bench.station.ChooseRig("IC-7300").ok());
+  EXPECT_EQ(saved->item(3, 0)->text(), "TS-2000") << "a closed dialog does not work";
+  bench.dialog.Open(SetupDialog::kRig);
+  EXPECT_EQ(saved->item(3, 0)->text(), "empty");
+  EXPECT_EQ(bench.Find<QComboBox>("Rig address")->currentText(), "1: 94");
+}
+
 TEST(SetupDialog, ThePortCountsWhenItIsApplied) {
   DialogBench bench(RigIni("TS-2000"), SetupDialog::kPort);
   auto* device = bench.Find<QComboBox>("Device");

@@ -57,6 +57,39 @@ TEST(StationSetup, ThePortIsKeptInBothFilesAndOpenedAnew) {
   EXPECT_EQ(*bench.bench.station.console.Port, "open");
 }
 
+TEST(StationSetup, TheSimulatedRigTakesNoPortFromADeviceAndIsNotLookedForOnOne) {
+  struct Row {
+    std::string ini, ports, ports_after;
+    int number;
+    std::string to_the_rig_before;
+  };
+  for (const Row& row : {
+           Row{"", "", "COM1=sim:ts2000\n", 1},
+           Row{"", "COM1=/dev/rig\nCOM2=tcp:a:1\n", "COM1=/dev/rig\nCOM2=tcp:a:1\nCOM3=sim:ts2000\n", 3},
+           Row{"", "COM1=/dev/rig\nCOM7=SIM:ts2000\n", "COM1=/dev/rig\nCOM7=sim:ts2000\n", 7},
+           Row{"RIGPORT= 1\nRIGSPEED= 4800\nRIGSTOP=2\n", "", "COM2=sim:ts2000\n", 2},
+           Row{"ANTPORT= 1\nKEYERPORT 2=COM2\n", "", "COM3=sim:ts2000\n", 3},
+           Row{RigIni("FT-857", 4800), "COM3=/dev/rig\n", "COM3=/dev/rig\nCOM1=sim:ts2000\n", 1, "\0\0\0\0\x88"s},
+       }) {
+    SetupBench bench(row.ini);
+    bench.bench.folder.Put("ports.ini", row.ports);
+    bench.bench.station.engine.dispatcher.SendData("XSETALPHA");
+    bench.bench.loop.RunFor(1s);
+    bench.bench.port.written.clear();
+    std::string to_the_rig_before;
+    bench.bench.port.on_write = [&](std::string_view bytes) {
+      if (bench.bench.port.opened.number != row.number) to_the_rig_before += bytes;
+    };
+    ASSERT_TRUE(bench.setup.UseSimulatedRig().ok());
+    bench.bench.loop.RunFor(2s);
+    EXPECT_EQ(bench.bench.folder.Get("ports.ini"), row.ports_after);
+    EXPECT_EQ(to_the_rig_before, row.to_the_rig_before) << "a release and no more";
+    EXPECT_EQ(bench.bench.port.opened, (platform::PortSettings{.number = row.number, .speed = 57600, .stop_bits = 1}));
+    EXPECT_EQ(*bench.bench.station.console.RigName, "TS-2000");
+    EXPECT_TRUE(bench.Ini("XRIG=TS-2000") && bench.Ini("RIGPORT= " + std::to_string(row.number)));
+  }
+}
+
 TEST(StationSetup, WhatIsWrongIsNamedAndNothingIsChanged) {
   SetupBench bench;
   const std::string ini = bench.bench.folder.Get("rig.ini");
@@ -184,6 +217,38 @@ TEST(StationSetup, AKeptSettingThatCannotBeSetChangesNothing) {
   EXPECT_EQ(bench.bench.folder.Get("rig.ini"), before);
   EXPECT_EQ(bench.Ask("setting keyerport 2 com4"), "ok setting KEYERPORT 2=COM4");
   EXPECT_EQ(bench.bench.station.settings().saved_rigs[2].keyer_port, "COM4");
+}
+
+TEST(StationSetup, WhatWaitsForTheFileCountsWhenASavedRigIsChosen) {
+  for (const bool written_in_the_end : {true, false}) {
+    SetupBench bench(RigIni("TS-2000", 38400, "PDOFFSET= 0\nF1=FIRST\nF2=SECOND\nTHEME=DARK\nRIG 1=FT-857\n"));
+    const Console& console = bench.bench.station.console;
+    auto other = std::move(bench.bench.files
+                               .BeginReplace(bench.bench.folder / "rig.ini", bench.bench.folder / "Rig.$$$",
+                                             platform::Files::Stale::kTakeOver)
+                               .value());
+    bench.Ask("offset 5.00");
+    bench.Ask("color body 112233");
+    bench.Ask("storeslot 2");
+    bench.Ask("fnval 1 typed");
+    if (!written_in_the_end) bench.bench.loop.RunFor(30s);  // every rewrite has been given up
+    for (const std::string slot : {"0", "2"}) {
+      EXPECT_EQ(bench.Ask("slot " + slot), "ok slot " + slot + " TS-2000");
+      EXPECT_EQ(KhzText(*console.Offset), "5.00");
+      EXPECT_EQ(bench.setup.ColorText(ScreenPart::kBody), "112233");
+      EXPECT_EQ(console.Text5[0], "typed");
+      EXPECT_EQ(console.Text5[1], "SECOND");
+    }
+    EXPECT_FALSE(bench.Ini("PDOFFSET= 5.00"));
+    other.reset();
+    bench.bench.loop.RunFor(1s);
+    EXPECT_EQ(bench.Ini("PDOFFSET= 5.00") && bench.Ini("RIG 2=TS-2000"), written_in_the_end);
+    bench.bench.folder.Put("rig.ini", RigIni("TS-2000", 38400, "PDOFFSET= 7.00\n"));
+    if (written_in_the_end) {
+      bench.Ask("slot 0");
+      EXPECT_EQ(KhzText(*console.Offset), "7.00") << "what has been written no longer hides the file";
+    }
+  }
 }
 
 TEST(StationSetup, AKeptSettingThatIsNotOnTheDiskIsNotCalledKept) {

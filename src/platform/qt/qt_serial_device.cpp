@@ -118,6 +118,10 @@ void QtSerialDevice::SetRts(bool on) {
   if (claim_) claim_->SetRts(on);
 }
 
+int QtSerialDevice::descriptor() const {
+  return port_ ? port_->handle() : -1;
+}
+
 void QtSerialDevice::DropUnsent() {
   if (port_) port_->clear(QSerialPort::Output);
 }

@@ -30,6 +30,8 @@ class QtSerialDevice final : public SerialPort {
   void SetDtr(bool on) override;
   void SetRts(bool on) override;
   void DropUnsent() override;
+  /// The system's number for the open device, -1 while it is closed.
+  int descriptor() const;
 
  private:
   Status Configure(const PortSettings& settings);

@@ -1,0 +1,55 @@
+#include "cat/transmit.h"
+
+#include "cat/reply.h"
+#include "core/text.h"
+
+namespace kvx::cat {
+namespace {
+
+constexpr std::size_t kFiveBytes = 5;
+constexpr std::size_t kMostUnfinished = 256;
+
+/// The length of the first command, 0 while its end is not there.
+std::size_t FirstCommand(std::string_view bytes, char end_mark) {
+  if (end_mark == '\0') return bytes.size() < kFiveBytes ? 0 : kFiveBytes;
+  return bytes.find(end_mark) + 1;
+}
+
+}  // namespace
+
+char EndMark(const config::RigDefinition& rig) {
+  if (rig.nameless()) return '\0';
+  if (rig.binary() && rig.family != "TEN-TEC") return '\xFD';
+  return rig.family == "TEN-TEC" ? '\r' : ';';
+}
+
+Keying KeyingOf(const config::RigDefinition& rig, std::string_view bytes) {
+  const FamilyKeying keying = KeyingOf(rig.family);
+  const char end_mark = EndMark(rig);
+  Keying last;
+  while (keying != nullptr) {
+    const std::size_t length = FirstCommand(bytes, end_mark);
+    if (length == 0) break;
+    Keying one = keying(bytes.substr(0, length), rig);
+    if (one.effect != Keying::Effect::kNone) last = std::move(one);
+    bytes.remove_prefix(length);
+  }
+  return last;
+}
+
+bool ButtonsKeyTransmitter(const config::RigRow& row) {
+  const std::string caption = Upper(row["ADesc"]);
+  return caption.empty() || caption.find("XMT") != std::string::npos || caption.find("TX") != std::string::npos;
+}
+
+Keying KeyingReader::Read(const config::RigDefinition& rig, std::string_view bytes) {
+  const char end_mark = EndMark(rig);
+  if (end_mark == '\0') return KeyingOf(rig, bytes);  // a rig gives up a command that pauses in the middle
+  unfinished_ += bytes;
+  Keying keying = KeyingOf(rig, unfinished_);
+  unfinished_.erase(0, unfinished_.rfind(end_mark) + 1);
+  if (unfinished_.size() > kMostUnfinished) unfinished_.erase(0, unfinished_.size() - kMostUnfinished);
+  return keying;
+}
+
+}  // namespace kvx::cat

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "config/rig_definition.h"
+
+namespace kvx::cat {
+
+/// What bytes on the line do to the rig's transmitter.
+struct Keying {
+  enum class Effect { kNone, kOn, kOff };
+  Effect effect = Effect::kNone;
+  std::string release;  ///< for kOn: the bytes that end the transmission
+};
+
+/// What one whole command does to the transmitter of a rig of that family. Queries do nothing to it.
+using FamilyKeying = Keying (*)(std::string_view command, const config::RigDefinition& rig);
+
+Keying KeyingKenwood(std::string_view command, const config::RigDefinition& rig);
+Keying KeyingYaesu(std::string_view command, const config::RigDefinition& rig);
+Keying KeyingIcom(std::string_view command, const config::RigDefinition& rig);
+Keying KeyingTenTec(std::string_view command, const config::RigDefinition& rig);
+
+/// What stands at the end of each of a rig's commands; '\0' for commands of five bytes, which have no end mark.
+char EndMark(const config::RigDefinition& rig);
+
+/// What bytes that go out do to the transmitter: of several commands the last that does something counts, with or
+/// without what the row itself calls its transmit button.
+Keying KeyingOf(const config::RigDefinition& rig, std::string_view bytes);
+
+/// Whether the user buttons Alpha and Bravo are "transmit on" and "transmit off": they are unless their caption says
+/// otherwise.
+bool ButtonsKeyTransmitter(const config::RigRow& row);
+
+/// Follows what goes out, whole commands or pieces of them.
+class KeyingReader {
+ public:
+  Keying Read(const config::RigDefinition& rig, std::string_view bytes);
+  void Forget() { unfinished_.clear(); }
+
+ private:
+  std::string unfinished_;  ///< the beginning of a command whose end mark has not gone out yet
+};
+
+}  // namespace kvx::cat

@@ -1,0 +1,24 @@
+#include "console/escape_release.h"
+
+#include <QCoreApplication>
+#include <QKeyEvent>
+
+namespace kvx::console {
+
+EscapeRelease::EscapeRelease(Station& station) : station_(station) {
+  QCoreApplication::instance()->installEventFilter(this);
+}
+
+void EscapeRelease::Release() {
+  if (!*station_.console.Transmitting || station_.engine.dispatcher.ReleaseTransmitter()) return;
+  station_.Notice(tr("The transmitter cannot be released: the rig port is closed").toStdString());
+}
+
+bool EscapeRelease::eventFilter(QObject* watched, QEvent* event) {
+  // A shortcut's key is offered to the control in focus first, which may take it: nobody is before this.
+  const bool key = event->type() == QEvent::KeyPress || event->type() == QEvent::ShortcutOverride;
+  if (key && static_cast<QKeyEvent*>(event)->key() == Qt::Key_Escape) Release();
+  return QObject::eventFilter(watched, event);
+}
+
+}  // namespace kvx::console

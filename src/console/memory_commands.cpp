@@ -1,0 +1,305 @@
+#include "console/memory_commands.h"
+
+#include <array>
+#include <functional>
+#include <memory>
+
+#include "config/rig_row.h"
+#include "core/text.h"
+
+namespace kvx::console {
+namespace {
+
+using functions::FunctionRecord;
+using functions::MemoryChannel;
+using Answer = std::shared_ptr<std::string>;
+using Done = functions::FunctionMemory::Done;
+
+std::string Fail(std::string_view why) {
+  return "error: " + std::string(why);
+}
+
+/// The first word and the rest.
+std::pair<std::string_view, std::string_view> FirstWord(std::string_view text) {
+  text = Trim(text);
+  const std::size_t end = std::min(text.find_first_of(" \t"), text.size());
+  return {text.substr(0, end), Trim(text.substr(end))};
+}
+
+std::string Say(const Result<std::string>& done) {
+  return done ? "ok " + OneLine(*done) : Fail(OneLine(done.error().message));
+}
+
+std::string Say(const Status& status, const std::string& done) {
+  return status ? "ok " + done : Fail(OneLine(status.error().message));
+}
+
+std::string Say(cat::SendOutcome outcome, const Station& station, const std::string& done) {
+  return outcome == cat::SendOutcome::kSent ? "ok " + done : Fail(station.WhyNotSent(outcome));
+}
+
+/// Something that another program's writing may delay: its answer is there when the store is written.
+using Operation = std::function<void(const std::string& argument, const Done& done)>;
+
+Task Run(std::reference_wrapper<Station> station, Operation operation, std::string argument, Answer answer) {
+  operation(argument, [answer](const Result<std::string>& done) { *answer = Say(done); });
+  Task written = station.get().functions.queue.Finish();
+  co_await written;
+}
+
+void AddOperation(CommandLine& commands, Station& station, std::string name, std::string usage, Operation operation) {
+  commands.AddProcedure(std::move(name), std::move(usage),
+                        [&station, operation = std::move(operation)](std::string argument, Answer answer) {
+                          return Run(station, operation, std::move(argument), std::move(answer));
+                        });
+}
+
+std::string Json(std::string_view name, const std::string& value) {
+  return JsonString(name) + ":" + JsonString(value);
+}
+
+std::string RowJson(const FunctionRecord& row) {
+  std::string json = "{" + Json("RigName", row.rig) + "," + Json("Freq", row.freq) + "," + Json("Mode", row.mode);
+  for (std::size_t i = 0; i < row.texts.size(); ++i) {
+    const std::string number = std::to_string(i + 1);
+    json += "," + JsonString("FNT" + number) + ":" + (row.texts[i] ? JsonString(*row.texts[i]) : "null");
+    json += "," + JsonString("FNP" + number) + ":" + (row.presses[i] ? "true" : "false");
+  }
+  return json + "," + Json("Scan", row.scan) + "," + Json("Desc", row.description) + "}";
+}
+
+std::string List(Station& station) {
+  const auto rows = station.functions.keys.Rows();
+  if (!rows) return Fail(rows.error().message);
+  std::string json;
+  for (const FunctionRecord& row : *rows) json += (json.empty() ? "" : ",") + RowJson(row);
+  return "ok [" + json + "]";
+}
+
+/// The row of the rig in use on a frequency given in any form of kHz.
+Result<FunctionRecord> RowOf(Station& station, std::string_view khz) {
+  const auto frequency = ParseKhz(khz);
+  if (!frequency) return Error{ErrorCode::kInvalid, "\"" + OneLine(khz, 40) + "\" is no frequency in kHz"};
+  auto found = station.functions.store.Find(*station.console.RigName, KhzText(*frequency));
+  if (!found) return found.error();
+  if (!*found) return Error{ErrorCode::kNotFound, "nothing is stored for " + KhzText(*frequency)};
+  return **found;
+}
+
+/// Sets one field of a row by its name; false when there is no such field, or not with that value.
+bool SetField(FunctionRecord& row, std::string_view field, const std::string& text) {
+  struct Column {
+    std::string_view name;
+    std::string FunctionRecord::*value;
+  };
+  for (const Column& column : {Column{"Mode", &FunctionRecord::mode}, Column{"Scan", &FunctionRecord::scan},
+                               Column{"Desc", &FunctionRecord::description}}) {
+    if (!EqualNoCase(field, column.name)) continue;
+    row.*column.value = text;
+    return true;
+  }
+  const auto number = field.size() == 4 ? ParseNumber(field.substr(3), 1, 9) : std::nullopt;
+  if (!number) return false;
+  const auto index = static_cast<std::size_t>(*number - 1);
+  if (EqualNoCase(field.substr(0, 3), "FNT")) {
+    row.texts[index] = text;
+    return true;
+  }
+  const auto press = config::ParseYesNo(text);
+  if (!EqualNoCase(field.substr(0, 3), "FNP") || !press) return false;
+  row.presses[index] = *press;
+  return true;
+}
+
+void SetRow(Station& station, const std::string& argument, const Done& done) {
+  const auto [khz, rest] = FirstWord(argument);
+  const auto [field, text] = FirstWord(rest);
+  const auto row = RowOf(station, khz);
+  if (!row) return done(row.error());
+  FunctionRecord changed = *row;
+  if (!SetField(changed, field, std::string(text)))
+    return done(Error{ErrorCode::kInvalid, "fnset takes KHZ, Mode, Scan, Desc, FNT1..9 or FNP1..9, and a value"});
+  station.functions.keys.ChangeRow(*row, changed, done);
+}
+
+void DeleteRow(Station& station, const std::string& khz, const Done& done) {
+  if (khz.empty()) return station.functions.keys.DelFN(done);
+  const auto row = RowOf(station, khz);
+  return row ? station.functions.keys.DeleteRows({*row}, done) : done(row.error());
+}
+
+std::string Recall(Station& station) {
+  const auto row = RowOf(station, KhzText(*station.console.FreqDisp));
+  if (!row) return Fail(row.error().message);
+  station.functions.keys.GetFN();
+  return "ok recall " + row->freq + " " + OneLine(row->mode);
+}
+
+std::string SetText(Station& station, std::string_view argument) {
+  const auto [word, text] = FirstWord(argument);
+  const auto number = ParseNumber(word, 1, config::kFunctions);
+  if (!number) return Fail("fntext takes 1 to 9 and a text");
+  station.console.Text5.Set(static_cast<std::size_t>(*number - 1), std::string(text));
+  return "ok fntext " + std::to_string(*number) + " " + OneLine(text);
+}
+
+void AddFunctionCommands(CommandLine& commands, Station& station) {
+  functions::FunctionKeys& fn = station.functions;
+  commands.Add("fntext", "1..9 TEXT: the text of a function-key box",
+               [&station](std::string_view argument) { return SetText(station, argument); });
+  AddOperation(commands, station, "store", "[NOTE]: the boxes and the mode for this frequency; 1..9 marks that key",
+               [&fn](const std::string& note, const Done& done) { fn.keys.StoreFN(note, done); });
+  commands.Add("recall", "what is stored for this frequency", [&station](std::string_view) { return Recall(station); });
+  AddOperation(commands, station, "delete", "[KHZ]: what is stored for this frequency, or for that one",
+               [&station](const std::string& khz, const Done& done) { DeleteRow(station, khz, done); });
+  commands.Add("fnlist", "all that is stored, of every rig", [&station](std::string_view) { return List(station); });
+  AddOperation(commands, station, "fnset", "KHZ FIELD TEXT: changes a field of a row: Mode, Scan, Desc, FNT1.., FNP1..",
+               [&station](const std::string& argument, const Done& done) { SetRow(station, argument, done); });
+  AddOperation(commands, station, "fnexport", "all rows to RigFunctions.CSV",
+               [&fn](const std::string&, const Done& done) { fn.exchange.Export(done); });
+  AddOperation(commands, station, "fnimport", "RigFunctions.CSV, all lines or none",
+               [&fn](const std::string&, const Done& done) { fn.exchange.Import(done); });
+}
+
+std::string ScanText(const functions::ScanState& state) {
+  using enum functions::ScanState::Phase;
+  const std::string phase = state.phase == kStopped ? "stopped" : state.phase == kHeld ? "held" : "listening";
+  std::string text = "scan " + phase;
+  if (state.stop && state.phase != kStopped) text += " " + KhzText(state.stop->frequency);
+  if (state.stop && state.phase != kStopped) text += " " + OneLine(state.stop->row.description);
+  return std::string(Trim(text + (state.phase == kStopped ? " " + state.why : "")));
+}
+
+/// One setting of the scan; false when there is none of that name, or not with that value.
+bool ScanSetting(functions::ScanSettings& settings, std::string_view word, std::string_view value) {
+  constexpr std::int64_t kLongest = 3'600'000;
+  const auto milliseconds = ParseNumber(value, 0, kLongest);
+  if (EqualNoCase(word, "up") || EqualNoCase(word, "down")) {
+    settings.down = EqualNoCase(word, "down");
+  } else if (EqualNoCase(word, "dwell") && milliseconds) {
+    settings.dwell = std::chrono::milliseconds(*milliseconds);
+  } else if (EqualNoCase(word, "hang") && milliseconds) {
+    settings.hang = std::chrono::milliseconds(*milliseconds);
+  } else if (EqualNoCase(word, "level") && (milliseconds || EqualNoCase(value, "off"))) {
+    settings.level = milliseconds ? std::optional(static_cast<int>(*milliseconds)) : std::nullopt;
+  } else {
+    return false;
+  }
+  return true;
+}
+
+std::string Scan(functions::Scanner& scanner, std::string_view argument) {
+  const auto [word, value] = FirstWord(argument);
+  if (word.empty()) return "ok " + ScanText(scanner.state());
+  if (EqualNoCase(word, "start")) return Say(scanner.Start(), "scan start");
+  if (EqualNoCase(word, "stop")) return scanner.Stop(), "ok scan stop";
+  if (EqualNoCase(word, "skip")) return scanner.Skip(), "ok scan skip";
+  const auto frequency = ParseKhz(value);
+  const bool from = EqualNoCase(word, "from");
+  if ((from || EqualNoCase(word, "to")) && frequency) {
+    from ? scanner.SetStart(*frequency) : scanner.SetEnd(*frequency);
+    return "ok scan " + Lower(word) + " " + KhzText(*frequency);
+  }
+  functions::ScanSettings settings = scanner.settings();
+  if (!ScanSetting(settings, word, value))
+    return Fail("scan takes start, stop, skip, up, down, from KHZ, to KHZ, dwell MS, hang MS, level N or level off");
+  scanner.SetSettings(settings);
+  return "ok scan " + Lower(argument);
+}
+
+std::string ChannelJson(int number, const MemoryChannel& channel) {
+  return "{\"channel\":" + std::to_string(number) + "," + Json("name", channel.name) + "," +
+         Json("freq", KhzText(channel.frequency)) + "," + Json("mode", channel.mode) +
+         ",\"narrow\":" + (channel.narrow ? "true" : "false") + "," +
+         Json("vfo", channel.vfo == 0 ? "" : std::string(1, channel.vfo)) +
+         ",\"skip\":" + (channel.skip ? "true" : "false") + "," + Json("comment", channel.comment) + "}";
+}
+
+std::string ListChannels(const functions::MemoryChannels& memories) {
+  std::string json;
+  for (int number = 1; number <= functions::kChannels; ++number) {
+    if (!memories.channel(number).empty())
+      json += (json.empty() ? "" : ",") + ChannelJson(number, memories.channel(number));
+  }
+  return "ok [" + json + "]";
+}
+
+std::string RecallChannel(Station& station, int number) {
+  const auto outcome = station.memories.Recall(number);
+  if (!outcome) return Fail(outcome.error().message);
+  const Console& console = station.console;
+  return Say(*outcome, station,
+             "memory recall " + std::to_string(number) + " " + KhzText(*console.FreqDisp) + " " +
+                 std::string(Trim(*console.Mode)));
+}
+
+Status EditChannel(functions::MemoryChannels& memories, int number, std::string_view word, const std::string& text) {
+  if (number < 1 || number > functions::kChannels || memories.channel(number).empty())
+    return memories.SetName(number, text);  // which says why not
+  MemoryChannel channel = memories.channel(number);
+  if (EqualNoCase(word, "name")) channel.name = text;
+  if (EqualNoCase(word, "comment")) channel.comment = text;
+  if (EqualNoCase(word, "skip")) channel.skip = !EqualNoCase(text, "off");
+  return memories.Change(number, channel);
+}
+
+/// The commands that name a channel.
+std::string ChannelCommand(Station& station, std::string_view word, int number, std::string_view rest) {
+  functions::MemoryChannels& memories = station.memories;
+  const std::string done = "memory " + Lower(word) + " " + std::to_string(number);
+  const std::string text(rest);
+  if (EqualNoCase(word, "recall")) return RecallChannel(station, number);
+  if (EqualNoCase(word, "delete")) return Say(memories.Delete(number), done);
+  if (EqualNoCase(word, "store")) {
+    const Status stored = memories.Store(number, text.empty() ? std::nullopt : std::optional(text));
+    return Say(stored, done + " " + KhzText(*station.console.FreqDisp));
+  }
+  if (EqualNoCase(word, "move")) {
+    const int to = static_cast<int>(ParseNumber(text, 1, functions::kChannels).value_or(0));
+    return Say(memories.Move(number, to), done + " " + text);
+  }
+  return Say(EditChannel(memories, number, word, text), done + " " + OneLine(text));
+}
+
+std::string Memory(Station& station, std::string_view argument) {
+  static constexpr std::array kOfChannel{"store", "recall", "name", "comment", "skip", "move", "delete"};
+  functions::MemoryChannels& memories = station.memories;
+  const auto [word, rest] = FirstWord(argument);
+  if (word.empty() || EqualNoCase(word, "list")) return ListChannels(memories);
+  if (EqualNoCase(word, "export") && !rest.empty()) return Say(memories.Export(platform::Path(rest)));
+  if (EqualNoCase(word, "import") && !rest.empty()) {
+    constexpr std::string_view kReplace = " replace";
+    const bool replace = rest.ends_with(kReplace);
+    return Say(memories.Import(Trim(replace ? rest.substr(0, rest.size() - kReplace.size()) : rest), replace));
+  }
+  if (EqualNoCase(word, "vfotomem")) return Say(memories.VfoToMemory(), station, "memory vfotomem");
+  if (EqualNoCase(word, "memtovfo")) return Say(memories.MemoryToVfo(), station, "memory memtovfo");
+  if (EqualNoCase(word, "memch")) return Say(memories.MemoryChannelKey(), station, "memory memch");
+  const auto [number, text] = FirstWord(rest);
+  const auto channel = ParseNumber(number, 1, functions::kChannels);
+  const bool known = std::any_of(kOfChannel.begin(), kOfChannel.end(),
+                                 [word = word](std::string_view name) { return EqualNoCase(name, word); });
+  if (!known)
+    return Fail(
+        "memory takes list, store, recall, name, comment, skip, move, delete, export, import, "
+        "vfotomem, memtovfo or memch");
+  if (!channel) return Fail("memory channels are 1 to 100");
+  return ChannelCommand(station, word, static_cast<int>(*channel), text);
+}
+
+}  // namespace
+
+void AddMemoryCommands(CommandLine& commands, Station& station) {
+  AddFunctionCommands(commands, station);
+  commands.Add("scan", "start|stop|skip|up|down|from KHZ|to KHZ|dwell MS|hang MS|level N|level off",
+               [&station](std::string_view argument) { return Scan(station.functions.scanner, argument); });
+  commands.Add("memory",
+               "list|store N [NAME]|recall N|name N TEXT|comment N TEXT|skip N on|off|move N M|delete N|export FILE|"
+               "import FILE [replace]|vfotomem|memtovfo|memch",
+               [&station](std::string_view argument) { return Memory(station, argument); });
+  station.functions.scanner.on_change = [&commands, &scanner = station.functions.scanner] {
+    commands.Tell(ScanText(scanner.state()));
+  };
+}
+
+}  // namespace kvx::console

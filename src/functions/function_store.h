@@ -1,0 +1,61 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "config/sqlite.h"
+#include "core/result.h"
+#include "functions/function_record.h"
+#include "platform/files.h"
+
+namespace kvx::functions {
+
+/// The criterion of a row, with no blank before its AND. A rig name with a quote in it breaks it.
+std::string RowCriterion(const std::string& rig, const std::string& freq);
+/// The same as an import writes it.
+std::string ImportCriterion(const std::string& rig, const std::string& freq);
+
+/// Table `rigfn` of the station's store. Every operation is done or not done as a whole, whatever happens meanwhile;
+/// kBusy when another program is writing just then, and then the call can be repeated. Never waits longer than 10 ms
+/// for that.
+class FunctionStore final {
+ public:
+  explicit FunctionStore(platform::Path file) : file_(std::move(file)) {}
+
+  /// The first row of that rig (in any case) and exactly that frequency text. Cheap enough for every step of the knob:
+  /// its connection stays open, which keeps nobody out, until the file changes.
+  Result<std::optional<FunctionRecord>> Find(const std::string& rig, const std::string& freq);
+  /// All rows, in the order in which they were stored.
+  Result<std::vector<FunctionRecord>> All() const { return Rows(""); }
+  Result<std::vector<FunctionRecord>> ToScan() const { return Rows(" WHERE Scan = 'Y' or Scan = 'y'"); }
+
+  /// Adds the row or changes it: texts, mode and description. `pressed_key` 1 to 9 is marked for pressing; no mark is
+  /// ever taken away, and `scan` stays.
+  Status Store(const FunctionRecord& record, int pressed_key);
+  /// Deletes the row of that rig and frequency: whether there was one.
+  Result<bool> Delete(const std::string& rig, const std::string& freq);
+  /// Deletes rows of a list, all or none. kNotFound when one is not there any more.
+  Status DeleteRows(const std::vector<FunctionRecord>& rows);
+  /// Turns a row of a list into `after`, writing only what differs. kNotFound when it is not there any more.
+  Status Change(const FunctionRecord& before, const FunctionRecord& after);
+  /// Adds the rows, or changes those that are there, all or none: texts and marks; mode, scan and description of a row
+  /// stay as they are.
+  Status Import(const std::vector<FunctionRecord>& records);
+
+  const platform::Path& file() const { return file_; }
+  /// Changes whenever the file does, by whomever.
+  std::string Stamp() const;
+
+ private:
+  Status InTransaction(const std::function<Status(config::Sqlite&)>& work) const;
+  Result<std::vector<FunctionRecord>> Rows(const std::string& where) const;
+
+  platform::Path file_;
+  std::optional<config::Sqlite> reader_;
+  std::string reader_stamp_;
+};
+
+}  // namespace kvx::functions

@@ -1,0 +1,85 @@
+#include "functions/memory_file.h"
+
+#include <optional>
+
+#include "core/csv.h"
+#include "core/lines.h"
+#include "core/text.h"
+
+namespace kvx::functions {
+namespace {
+
+constexpr std::string_view kFirstLine = "KVX memory channels 1";
+constexpr std::string_view kHeading = "# channel,name,frequency in kHz,mode,width,vfo,skip,comment";
+constexpr std::size_t kCells = 8;
+
+std::string FormatChannel(int number, const MemoryChannel& channel) {
+  return std::to_string(number) + ',' + CsvCell(channel.name) + ',' + KhzText(channel.frequency) + ',' +
+         CsvCell(channel.mode) + ',' + (channel.narrow ? "narrow" : "") + ',' +
+         (channel.vfo == 0 ? std::string() : std::string(1, channel.vfo)) + ',' + (channel.skip ? "skip" : "") + ',' +
+         CsvCell(channel.comment) + '\n';
+}
+
+/// "" or the word: whether the word; nothing for another text.
+std::optional<bool> Flag(const std::string& text, std::string_view word) {
+  if (text.empty()) return false;
+  return EqualNoCase(text, word) ? std::optional(true) : std::nullopt;
+}
+
+/// Puts one line into its channel. False, with nothing changed, when it is none, or the channel is taken already.
+bool TakeChannel(std::string_view line, MemoryFile& file) {
+  CsvReader reader(line);
+  const auto record = reader.Next();
+  if (!record || record->cells.size() != kCells) return false;
+  const auto& cells = record->cells;
+  const auto number = ParseNumber(cells[0], 1, kChannels);
+  const auto frequency = ParseKhz(cells[2]);
+  const auto narrow = Flag(cells[4], "narrow");
+  const auto skip = Flag(cells[6], "skip");
+  const std::string vfo = Upper(cells[5]);
+  if (!number || !frequency || frequency->decihertz <= 0 || !narrow || !skip) return false;
+  if (!vfo.empty() && vfo != "A" && vfo != "B") return false;
+  MemoryChannel& channel = file.channels[static_cast<std::size_t>(*number - 1)];
+  if (!channel.empty()) return false;
+  channel = {.name = FromVisible(cells[1]),
+             .frequency = *frequency,
+             .mode = FromVisible(cells[3]),
+             .narrow = *narrow,
+             .vfo = vfo.empty() ? '\0' : vfo[0],
+             .skip = *skip,
+             .comment = FromVisible(cells[7])};
+  return true;
+}
+
+}  // namespace
+
+std::string CsvCell(const std::string& text) {
+  const std::string visible = ToVisible(text);
+  const bool plain = visible.find_first_of(",\"") == std::string::npos && Trim(visible).size() == visible.size();
+  return plain ? visible : '"' + ReplaceAll(visible, "\"", "\"\"") + '"';
+}
+
+Result<MemoryFile> ParseMemories(std::string_view content) {
+  std::string_view rest = WithoutByteOrderMark(content);
+  if (!IsText(content) || Trim(TakeLine(rest).text) != kFirstLine)
+    return Error{ErrorCode::kDamaged, "it does not begin with \"" + std::string(kFirstLine) + "\""};
+  MemoryFile file;
+  while (!rest.empty()) {
+    const std::string_view line = TakeLine(rest).text;
+    if (Trim(line).empty() || line == kHeading) continue;
+    if (!TakeChannel(line, file)) file.other_lines.emplace_back(line);
+  }
+  return file;
+}
+
+std::string FormatMemories(const MemoryFile& file) {
+  std::string text = std::string(kFirstLine) + '\n' + std::string(kHeading) + '\n';
+  for (int number = 1; number <= kChannels; ++number) {
+    const MemoryChannel& channel = file.channels[static_cast<std::size_t>(number - 1)];
+    if (!channel.empty()) text += FormatChannel(number, channel);
+  }
+  for (const std::string& line : file.other_lines) text += line + '\n';
+  return text;
+}
+
+}  // namespace kvx::functions

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <array>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "core/result.h"
+#include "functions/memory_channel.h"
+
+namespace kvx::functions {
+
+/// What `RIGMEM.MEM` holds.
+///
+///   KVX memory channels 1
+///   # channel,name,frequency in kHz,mode,width,vfo,skip,comment
+///   7,Sunday net,3650.00,LSB,,A,,"Sundays, 10 UTC"
+///
+/// Empty channels are not written. Lines that are no channel are kept as they stand and written behind the channels.
+struct MemoryFile {
+  std::array<MemoryChannel, kChannels> channels;
+  std::vector<std::string> other_lines;
+};
+
+/// kDamaged for content that is no text or does not begin with the first line above.
+Result<MemoryFile> ParseMemories(std::string_view content);
+std::string FormatMemories(const MemoryFile& file);
+
+/// A text as one cell of CSV on one line: control characters visible, quotes where they are needed.
+std::string CsvCell(const std::string& text);
+
+}  // namespace kvx::functions

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "core/result.h"
+#include "functions/function_record.h"
+
+namespace kvx::functions {
+
+// Function-key records as CSV, one a line, without a heading: FNT1 to FNT9, FNP1 to FNP9 (True or False), RigName,
+// Freq, Mode, Scan, Desc. A field is written as it stands; only one that holds a comma, a quote or a control character
+// is put in quotes, with its quotes doubled and its control characters as <CR>, <0x07>, so that a record is always one
+// line.
+
+std::string FormatRecords(const std::vector<FunctionRecord>& records);
+
+/// Reads that form, and the plain one in which nothing was ever quoted: there a comma too many counts to the last
+/// field. What follows Freq may be absent. An error names the line and what is wrong with it, and then nothing is
+/// taken.
+Result<std::vector<FunctionRecord>> ParseRecords(std::string_view csv);
+
+}  // namespace kvx::functions

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "core/frequency.h"
+#include "functions/function_record.h"
+
+namespace kvx::functions {
+
+/// One stop of a scan.
+struct ScanStop {
+  Frequency frequency;
+  FunctionRecord row;
+};
+
+/// The stops of a scan between two frequencies, whichever is the higher, both included: in the order of their
+/// frequencies, downwards when `down`. Of several rows with one frequency it is that of `rig`, else the first; a row
+/// whose frequency cannot be read is no stop.
+std::vector<ScanStop> ScanStops(const std::vector<FunctionRecord>& rows, Frequency start, Frequency end, bool down,
+                                const std::string& rig);
+
+}  // namespace kvx::functions

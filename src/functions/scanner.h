@@ -1,0 +1,92 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "functions/function_memory.h"
+#include "functions/scan_list.h"
+
+namespace kvx::functions {
+
+/// How a scan goes.
+struct ScanSettings {
+  Duration dwell = std::chrono::seconds(2);          ///< on a row where nothing is heard
+  Duration hang = std::chrono::seconds(3);           ///< after the level has fallen, until the scan goes on
+  Duration settle = std::chrono::milliseconds(300);  ///< after tuning, until the level counts: what the meter tells
+                                                     ///< before is the row before
+  std::optional<int> level;                          ///< the mark above which the scan stays; nothing: it never stays
+  bool down = false;
+
+  bool operator==(const ScanSettings&) const = default;
+};
+
+/// Where a scan is.
+struct ScanState {
+  enum class Phase { kStopped, kListening, kHeld };
+  Phase phase = Phase::kStopped;
+  std::optional<ScanStop> stop;  ///< the row that is heard, or was last
+  std::string why;               ///< why it is stopped
+};
+
+/// Steps through the stored rows marked for scanning, between a start and an end frequency, round and round. Whatever
+/// the operator does to frequency, mode, VFO or band, here or at the rig, ends it; so does transmitting.
+class Scanner final {
+ public:
+  Scanner(Loop& loop, Console& console, FunctionMemory& functions, const FunctionStore& store, const Dialogs& dialogs);
+  Scanner(const Scanner&) = delete;
+  Scanner& operator=(const Scanner&) = delete;
+
+  /// The row where the scan begins or ends.
+  void SetStart(Frequency frequency);
+  void SetEnd(Frequency frequency);
+  std::optional<Frequency> start_frequency() const { return start_; }
+  std::optional<Frequency> end_frequency() const { return end_; }
+  void SetSettings(const ScanSettings& settings);
+  const ScanSettings& settings() const { return settings_; }
+
+  /// Begins with the row nearest to the beginning. What keeps it from beginning is shown and given back.
+  Status Start();
+  void Stop(const std::string& why = "stopped");
+  /// Goes on to the next row now, also from one where it stays.
+  void Skip();
+  bool running() const { return state_.phase != ScanState::Phase::kStopped; }
+  const ScanState& state() const { return state_; }
+
+  /// The operator is about to set something on the rig.
+  void OperatorActs();
+
+  /// What is heard, in the units of `settings().level`.
+  std::function<int()> level;
+  std::function<void()> on_change;
+
+ private:
+  Task Run();
+  Task Listen();
+  Status ReadStops();
+  bool TuneNext();
+  bool IsLoud() const;
+  void Follow(Field field);
+  void Enter(ScanState::Phase phase);
+
+  Loop& loop_;
+  Console& console_;
+  FunctionMemory& functions_;
+  const FunctionStore& store_;
+  const Dialogs& dialogs_;
+  std::optional<Frequency> start_;
+  std::optional<Frequency> end_;
+  ScanSettings settings_;
+  ScanState state_;
+  std::vector<ScanStop> stops_;
+  std::size_t next_ = 0;
+  TimePoint tuned_at_{};
+  bool acting_ = false;
+  Signal skip_;
+  Console::Subscription subscription_;
+  Task listen_;
+  Task run_;
+};
+
+}  // namespace kvx::functions

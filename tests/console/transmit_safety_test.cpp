@@ -1,0 +1,131 @@
+#include "console/rig_editor.h"
+#include "console/rig_test.h"
+#include "console_fixture.h"
+
+namespace kvx::console {
+namespace {
+
+/// The file is locked by another program, so that the shut-down has to wait, and somebody goes on pressing buttons.
+TEST(TransmitSafety, NothingPressedDuringTheShutDownReachesTheRig) {
+  const std::vector<std::pair<std::string, std::function<void(Station&)>>> ways{
+      {"transmit button", [](Station& station) { station.PressKey("XSETALPHA", "Alpha"); }},
+      {"literal command", [](Station& station) { station.engine.dispatcher.SendData("TX1;"); }},
+      {"frequency", [](Station& station) { station.engine.operations.TuneTo(*ParseKhz("14100")); }},
+      {"levels", [](Station& station) { station.AskLevels(); }},
+      {"rig address", [](Station& station) { station.Rig_Click(2); }},
+      {"another port", [](Station& station) { station.SetRigPort(4, 9600); }},
+      {"another rig", [](Station& station) { station.ChooseRig("FT-DX5000").ok(); }},
+  };
+  for (const auto& [name, press] : ways) {
+    Bench bench(RigIni("TS-2000"));
+    bench.Start();
+    bench.loop.RunFor(10s);
+    bench.folder.Put("Rig.$$$", "");
+    bench.station.engine.dispatcher.SendData("TX1;");
+    bench.port.written.clear();
+    const Task task = bench.station.ShutDown();
+    bench.loop.RunFor(1s);
+    ASSERT_FALSE(task.done()) << "the shut-down does not wait: the test shows nothing";
+    press(bench.station);
+    bench.loop.RunFor(20s);
+    EXPECT_TRUE(task.done()) << name;
+    EXPECT_EQ(bench.port.written, "RX;") << name;
+    EXPECT_FALSE(bench.port.is_open()) << name;
+    EXPECT_EQ(bench.loop.timers(), 0U) << name;
+  }
+}
+
+TEST(TransmitSafety, FiveMinutesAndThePortsReturnEndWhatAnyCommandBegan) {
+  Bench bench(RigIni("TS-2000"));
+  bench.Start();
+  bench.station.engine.dispatcher.SendData("FA00014025000;TX1;");
+  bench.port.written.clear();
+  bench.loop.RunFor(300s);
+  EXPECT_TRUE(bench.port.written.starts_with("RX;")) << bench.port.written;
+  bench.station.engine.dispatcher.SendData("TX1;");
+  bench.port.written.clear();
+  bench.port.Lose();
+  bench.loop.RunFor(2s);
+  EXPECT_TRUE(bench.port.written.starts_with("RX;")) << bench.port.written;
+}
+
+/// Two rigs on one line, CI-V 94 and 70: what waits for the first must not tune the second.
+TEST(TransmitSafety, AWaitingFrequencyGoesToTheRigThatItWasMeantFor) {
+  Bench bench(RigIni("IC-7300", 1200));
+  bench.Start();
+  config::RigRow row = bench.station.engine.rig().row;
+  row.Set("Add2", "70");
+  bench.station.engine.UseRig(config::LoadDefinition(row));
+  bench.station.console.Polling.Set(false);
+  bench.loop.RunFor(20s);
+  bench.port.written.clear();
+  for (const char* khz : {"14025.05", "14025.10"}) bench.station.engine.operations.TuneTo(*ParseKhz(khz));
+  EXPECT_EQ(bench.station.Rig_Click(2), cat::SendOutcome::kSent);
+  bench.loop.RunFor(5s);
+  const std::string hex = SpacedHex(bench.port.written);
+  EXPECT_NE(hex.find("FE FE 94 E0 05 00 51 02 14 00 FD"), std::string::npos) << hex;
+  EXPECT_EQ(hex.find("FE FE 70 E0 05"), std::string::npos) << hex;
+}
+
+TEST(TransmitSafety, ATestOfTheRigEndsWhenTheOperatorTransmits) {
+  Bench bench(RigIni("TS-2000"));
+  bench.Start();
+  bench.station.console.Polling.Set(false);
+  bench.loop.RunFor(20s);
+  RigTest test(bench.loop, bench.station);
+  const auto result = std::make_shared<RigTestResult>();
+  const Task task = test.Run(result);
+  bench.loop.RunFor(500ms);
+  bench.port.written.clear();
+  bench.station.engine.dispatcher.SendData("TX;");
+  bench.loop.RunFor(5s);
+  EXPECT_TRUE(task.done());
+  EXPECT_EQ(bench.port.written, "TX;");
+  EXPECT_NE(result->sentence.find("transmitting"), std::string::npos) << result->sentence;
+}
+
+TEST(TransmitSafety, TheEditorKnowsATransmitCommandInAnyField) {
+  Bench bench(RigIni("TS-2000"));
+  bench.Start();
+  RigEditor editor(bench.station, bench.files);
+  ASSERT_TRUE(editor.Open("TS-2000").ok());
+  ASSERT_TRUE(editor.Set("USER5", "TX1;").ok());
+  EXPECT_TRUE(editor.KeysTransmitter("USER5"));
+  EXPECT_FALSE(editor.KeysTransmitter("GetFreq"));
+  bench.port.written.clear();
+  EXPECT_FALSE(editor.Send("USER5").ok()) << "it is not saved";
+  EXPECT_EQ(bench.port.written, "");
+}
+
+class FakeGuard final : public platform::ReleaseGuard {
+ public:
+  void Arm(std::string_view bytes) override { armed = bytes; }
+  void Disarm() override { armed.clear(); }
+  std::string armed;
+};
+
+TEST(TransmitSafety, TheGuardHoldsTheReleaseForAsLongAsTheRigIsKeyed) {
+  TemporaryFolder folder;
+  folder.Put("rig.ini", RigIni("TS-2000"));
+  platform::PosixFiles files;
+  VirtualLoop loop;
+  FakeSerialPort port;
+  FakeGuard guard;
+  Station station{
+      {.loop = loop, .files = files, .rig_port = port, .folder = folder.path(), .data = KVX_DATA, .guard = &guard}};
+  station.Start();
+  loop.RunFor(1s);
+  EXPECT_EQ(guard.armed, "");
+  station.engine.dispatcher.SendData("XSETALPHA");
+  EXPECT_EQ(guard.armed, ";RX;");
+  station.engine.dispatcher.SendData("XSETBRAVO");
+  EXPECT_EQ(guard.armed, "");
+  station.engine.dispatcher.SendData("TX1;");
+  EXPECT_EQ(guard.armed, ";RX;");
+  port.absent = true;
+  port.Lose();
+  EXPECT_EQ(guard.armed, "") << "the device has gone";
+}
+
+}  // namespace
+}  // namespace kvx::console

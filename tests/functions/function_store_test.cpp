@@ -1,0 +1,161 @@
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+
+#include "functions_fixture.h"
+
+namespace kvx::functions {
+namespace {
+
+TEST(FunctionStore, TheCriteriaDifferByOneBlank) {
+  EXPECT_EQ(RowCriterion("TS-2000", "14025.00"), "RigName = 'TS-2000'AND Freq = '14025.00'");
+  EXPECT_EQ(ImportCriterion("TS-2000", "14025.00"), "RigName = 'TS-2000' AND Freq = '14025.00'");
+}
+
+TEST(FunctionStore, AQuoteInANameFindsNothingAndRunsNothing) {
+  Bench bench;
+  bench.Row("14025.00");
+  auto& store = bench.functions.store;
+  EXPECT_FALSE(store.Find("x' OR '1'='1", "14025.00").ok());
+  EXPECT_FALSE(store.Delete("x' OR RigName <> '", "14025.00").ok());
+  EXPECT_FALSE(store.Store({.rig = "O'Neill", .freq = "1.00"}, 0).ok());
+  EXPECT_EQ(bench.Query("SELECT count(*) FROM rigfn"), "1");
+}
+
+TEST(FunctionStore, FindSeesWhatOthersWriteAndAnotherFileUnderItsName) {
+  Bench bench;
+  auto& store = bench.functions.store;
+  EXPECT_FALSE(store.Find("T-1", "14025.00")->has_value());
+  bench.Row("14025.00");
+  EXPECT_EQ((*store.Find("t-1", "14025.00"))->scan, "Y");
+  bench.Sql("UPDATE rigfn SET Scan = 'n'");
+  EXPECT_EQ((*store.Find("T-1", "14025.00"))->scan, "n");
+  MakeStore(bench.folder / "rigsetup.sqlite", bench.files);
+  EXPECT_FALSE(store.Find("T-1", "14025.00")->has_value());
+}
+
+TEST(FunctionStore, RowsOfAListAreChangedAndDeletedOnlyWhileTheyAreThere) {
+  Bench bench;
+  for (const char* freq : {"1.00", "2.00", "3.00"}) bench.Row(freq, "");
+  auto& store = bench.functions.store;
+  const auto rows = *store.All();
+  FunctionRecord changed = rows[1];
+  changed.scan = "Y";
+  changed.presses[8] = true;
+  changed.texts[0] = "t";
+  bench.Sql("UPDATE rigfn SET Desc = 'by others'");
+  ASSERT_TRUE(store.Change(rows[1], changed).ok());
+  EXPECT_EQ(bench.Query("SELECT Scan || FNP9 || FNT1 || Desc FROM rigfn WHERE Freq = '2.00'"), "Y1tby others");
+  bench.Sql("DELETE FROM rigfn WHERE Freq = '3.00'");
+  EXPECT_EQ(store.DeleteRows({rows[0], rows[2]}).error().code, ErrorCode::kNotFound);
+  EXPECT_EQ(store.Change(rows[2], changed).error().code, ErrorCode::kNotFound);
+  EXPECT_EQ(bench.Query("SELECT count(*) FROM rigfn"), "2") << "all or none";
+  EXPECT_TRUE(store.DeleteRows({rows[0]}).ok());
+  EXPECT_EQ(bench.Query("SELECT group_concat(Freq) FROM rigfn"), "2.00");
+}
+
+TEST(FunctionStore, AStoreThatHasNoTableYetGetsIt) {
+  Bench bench;
+  bench.Sql("DROP TABLE rigfn");
+  EXPECT_EQ(bench.Tune("14025.00"), "FA00014025000;");
+  bench.functions.keys.StoreFN("note");
+  EXPECT_EQ(bench.Query("SELECT Desc FROM rigfn"), "note");
+}
+
+TEST(StoreQueue, AWriterAtTheSameMomentCostsNoRowAndHoldsNothingUp) {
+  Bench bench;
+  bench.Tune("14025.00");
+  config::Sqlite other = bench.Other();
+  ASSERT_TRUE(other.Run("BEGIN EXCLUSIVE; INSERT INTO rigfn (RigName, Freq) VALUES ('OTHER', '1.00')").ok());
+  bench.functions.keys.StoreFN("mine");
+  bench.rig.console.FreqDisp.Set(*ParseKhz("14030.00"));
+  bench.functions.keys.StoreFN("second");
+  bench.rig.loop.RunFor(1s);
+  EXPECT_FALSE(bench.functions.queue.idle());
+  ASSERT_TRUE(other.Run("COMMIT").ok());
+  bench.rig.loop.RunFor(1s);
+  EXPECT_TRUE(bench.functions.queue.idle());
+  EXPECT_EQ(bench.Query("SELECT group_concat(Freq || ifnull(Desc, '')) FROM rigfn"),
+            "1.00,14025.00mine,14030.00second");
+}
+
+TEST(StoreQueue, AWriterThatNeverEndsIsGivenUpAndARecallGoesOnWhenItEnds) {
+  Bench bench;
+  bench.Row("14025.00");
+  config::Sqlite other = bench.Other();
+  ASSERT_TRUE(other.Run("BEGIN EXCLUSIVE").ok());
+  auto code = ErrorCode::kIo;
+  bench.functions.keys.StoreFN("x",
+                               [&](const Result<std::string>& done) { code = done ? ErrorCode{} : done.error().code; });
+  EXPECT_EQ(bench.Tune("14025.00", 500ms), "FA00014025000;");
+  ASSERT_TRUE(other.Run("COMMIT").ok());
+  bench.rig.loop.RunFor(100ms);
+  EXPECT_EQ(bench.rig.Written(), "MU;");
+  EXPECT_EQ(code, ErrorCode{}) << "stored after all";
+  ASSERT_TRUE(other.Run("BEGIN EXCLUSIVE").ok());
+  bench.functions.keys.StoreFN("y",
+                               [&](const Result<std::string>& done) { code = done ? ErrorCode{} : done.error().code; });
+  bench.rig.loop.RunFor(6s);
+  EXPECT_EQ(code, ErrorCode::kBusy);
+  EXPECT_TRUE(bench.functions.queue.idle());
+}
+
+/// Runs `work` in a process of its own.
+template <class Work>
+pid_t Fork(const Work& work) {
+  const pid_t child = fork();
+  if (child == 0) {
+    work();
+    _exit(0);
+  }
+  return child;
+}
+
+TEST(FunctionStore, TwoProgramsThatWriteAtTheSameTimeLoseNoRow) {
+  Bench bench;
+  constexpr int kRows = 40;
+  const pid_t child = Fork([&] {
+    for (int i = 0; i < kRows; ++i) {
+      const std::string row = "INSERT INTO rigfn (RigName, Freq) VALUES ('OTHER', '" + std::to_string(i) + "')";
+      auto store = config::Sqlite::Open(bench.folder / "rigsetup.sqlite");
+      while (!store || !store->Run(row).ok()) store = config::Sqlite::Open(bench.folder / "rigsetup.sqlite");
+    }
+  });
+  int stored = 0;
+  for (int i = 1; i <= kRows; ++i) {
+    bench.rig.console.FreqDisp.Set(Frequency::FromKhz(i));
+    bench.functions.keys.StoreFN("", [&](const Result<std::string>& done) { stored += done ? 1 : 0; });
+    bench.rig.loop.RunFor(6s);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  EXPECT_EQ(stored, kRows);
+  EXPECT_EQ(bench.Query("SELECT count(*) || '/' || count(DISTINCT RigName || Freq) FROM rigfn"), "80/80");
+}
+
+TEST(FunctionStore, AStoreKilledAtAnyMomentLeavesWholeRowsOnly) {
+  Bench bench;
+  bench.functions.store.Store({.rig = "T-1", .freq = "0.00"}, 0).ok();
+  for (int round = 0; round < 8; ++round) {
+    const pid_t child = Fork([&] {
+      for (int i = 0;; ++i) {
+        FunctionRecord record{.rig = "T-1", .freq = std::to_string(i % 50), .mode = "CW"};
+        for (auto& text : record.texts) text = std::string(3000, static_cast<char>('a' + i % 26));
+        FunctionStore(bench.folder / "rigsetup.sqlite").Store(record, 9).ok();
+      }
+    });
+    usleep(static_cast<useconds_t>(7'000 + round * 9'000));
+    kill(child, SIGKILL);
+    int status = 0;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(bench.Query("PRAGMA integrity_check"), "ok");
+    EXPECT_EQ(
+        bench.Query("SELECT count(*) FROM rigfn WHERE Freq <> '0.00' AND (FNT1 IS NULL OR FNT1 <> FNT9 OR FNP9 <> 1)"),
+        "0");
+  }
+  EXPECT_NE(bench.Query("SELECT count(*) FROM rigfn"), "1") << "something was stored";
+}
+
+}  // namespace
+}  // namespace kvx::functions
