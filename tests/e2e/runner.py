@@ -1,4 +1,9 @@
-"""Runs the tests of a folder, each in a process of its own, several at a time."""
+"""Runs the tests of a folder, each in a process of its own, several at a time.
+
+These tests drive real programs in real time, and a machine that is busy with something else can be late for them. So a
+test that fails beside others is run once more by itself: it has failed when it fails again, and is named as unsteady, with
+what went wrong the first time, when it does not.
+"""
 
 import concurrent.futures
 import os
@@ -63,11 +68,24 @@ def main(script, arguments, at_a_time):
     if not names:
         print("there is no such test", file=sys.stderr)
         return 2
+    binary = os.path.abspath(arguments[0])
     count = dict.fromkeys(("ok", "FAILED", "skipped"), 0)
+    again, unsteady = [], []
     with concurrent.futures.ThreadPoolExecutor(at_a_time) as pool:
-        for word, text in pool.map(lambda name: run_apart(script, os.path.abspath(arguments[0]), name), names):
+        for name, (word, text) in zip(names, pool.map(lambda name: run_apart(script, binary, name), names)):
             print(text, end="", flush=True)
-            count[word] += 1
+            if word == "FAILED":
+                again.append(name)
+            else:
+                count[word] += 1
+    for name in again:
+        word, text = run_apart(script, binary, name)
+        print(f"again, by itself: {text}", end="", flush=True)
+        count[word] += 1
+        if word != "FAILED":
+            unsteady.append(name)
+    for name in unsteady:
+        print(f"unsteady: {name}")
     if count["skipped"]:
         print(f"{count['skipped']} skipped")
     print(f"{count['ok']} passed, {count['FAILED']} failed")
