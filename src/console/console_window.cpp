@@ -390,6 +390,7 @@ void ConsoleWindow::FitText() {
       if (!control->inherits("QAbstractButton") && !control->inherits("QLineEdit")) continue;
       control->style()->unpolish(control);
       control->style()->polish(control);
+      control->updateGeometry();
     }
   }
 }
