@@ -29,7 +29,8 @@ constexpr int kLayoutRounds = 4;
 bool Save(QWidget& window, const QDir& folder, const QString& name) {
   const QString file = folder.filePath(name + ".png");
   // A theme that has just been put on is laid out by events that are still waiting, the inner ones caused by the outer.
-  for (int round = 0; round < kLayoutRounds; ++round) QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
+  for (int round = 0; round < kLayoutRounds; ++round)
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
   if (window.grab().save(file)) return true;
   std::cerr << "kvx: cannot write " << file.toStdString() << '\n';
   return false;
