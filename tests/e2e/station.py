@@ -11,6 +11,7 @@ import threading
 import time
 
 BINARY = os.environ.get("KVX_BINARY", "")
+signal.signal(signal.SIGHUP, signal.SIG_DFL)  # a program inherits that it is ignored, as under nohup, and then heeds it
 
 
 def wait_until(condition, timeout, interval=0.01):
