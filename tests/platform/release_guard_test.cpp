@@ -16,6 +16,8 @@
 namespace kvx::platform {
 namespace {
 
+constexpr std::array kCrashes{SIGSEGV, SIGBUS, SIGABRT, SIGFPE, SIGILL};
+
 /// Runs `use` with a guard in a process of its own: what its device got, and how it ended.
 std::pair<std::string, int> WrittenBy(const std::function<void(PosixReleaseGuard&, int device)>& use) {
   std::array<int, 2> ends{};
@@ -25,6 +27,7 @@ std::pair<std::string, int> WrittenBy(const std::function<void(PosixReleaseGuard
     const rlimit none{0, 0};
     ::setrlimit(RLIMIT_CORE, &none);
     ::close(ends[0]);
+    for (const int number : kCrashes) ::signal(number, SIG_DFL);  // a sanitizer has its own actions
     PosixReleaseGuard guard([&] { return ends[1]; });
     use(guard, ends[1]);
     ::_exit(9);  // without anything that happens at exit
@@ -41,7 +44,7 @@ std::pair<std::string, int> WrittenBy(const std::function<void(PosixReleaseGuard
 }
 
 TEST(ReleaseGuard, ACrashAndAnExitWriteTheReleaseAndEndAsTheyWould) {
-  for (const int number : {SIGSEGV, SIGBUS, SIGABRT, SIGFPE, SIGILL}) {
+  for (const int number : kCrashes) {
     const auto [written, status] = WrittenBy([number](PosixReleaseGuard& guard, int) {
       guard.Arm(";RX;");
       ::raise(number);
