@@ -45,7 +45,6 @@ class Dispatcher {
   /// A query in the pieces that a binary rig's poll is written in; ArmPollQuery says that it has been written.
   std::vector<std::string> PollPieces(std::string_view key);
   void ArmPollQuery(std::string_view key);
-  /// Whether the rig takes Yaesu's five-byte commands, of which it acknowledges each with one byte.
 
   /// The value that stands for <F?VAL> in a mode button's command.
   void SetButtonValue(std::string_view key, std::string value) { button_values_[Upper(key)] = std::move(value); }

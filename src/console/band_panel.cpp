@@ -83,7 +83,7 @@ void BandPanel::ChartLines() {
   std::vector<widgets::ChartSegment> segments;
   const auto add = [&](const std::vector<cat::BandPlan::Segment>& found) {
     for (const cat::BandPlan::Segment& segment : found) {
-      segments.push_back({segment.from, segment.to, ColorOf(segment.use), Text(segment.text), segment.note});
+      segments.push_back({segment.from, segment.to, ColorOf(segment.use), ToQt(segment.text), segment.note});
     }
   };
   add(station_.bands.plan().Between(from, to));

@@ -448,20 +448,20 @@ void ConsoleWindow::Follow(Field field) {
 
 void ConsoleWindow::ApplyAppearance() {
   const config::StationSettings& settings = station_.settings();
-  appearance_.Use(widgets::MakeTheme(Text(*station_.console.Theme), {settings.body_color, settings.screen_color}),
+  appearance_.Use(widgets::MakeTheme(ToQt(*station_.console.Theme), {settings.body_color, settings.screen_color}),
                   *station_.console.TextSize);
   if (center_ != nullptr) FitText();
   if (theme_menu_ == nullptr) return;
-  for (QAction* action : theme_menu_->actions()) action->setChecked(action->data() == Text(*station_.console.Theme));
+  for (QAction* action : theme_menu_->actions()) action->setChecked(action->data() == ToQt(*station_.console.Theme));
 }
 
 void ConsoleWindow::ShowClock() {
-  clock_->SetText(Text(*station_.console.RIGGMT).left(kClockCharacters) + " UTC");
+  clock_->SetText(ToQt(*station_.console.RIGGMT).left(kClockCharacters) + " UTC");
 }
 
 void ConsoleWindow::ShowRig() {
   const config::StationSettings& settings = station_.settings();
-  QString text = Text(*station_.console.RigName);
+  QString text = ToQt(*station_.console.RigName);
   if (settings.rig_port != 0) text += QString("  ·  COM%1 %2").arg(settings.rig_port).arg(settings.rig_speed);
   ShowText(rig_, text + "  · ");
 }

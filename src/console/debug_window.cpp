@@ -20,6 +20,7 @@
 
 #include "console/questions.h"
 #include "core/text.h"
+#include "widgets/qt_text.h"
 
 namespace kvx::console {
 namespace {
@@ -29,12 +30,6 @@ constexpr int kTextCharacters = 42;  // a column wide enough for the longest sta
 constexpr int kWindowLines = 26;
 constexpr int kBytes = 40;  // of the same replies
 constexpr int kWindowCharacters = 140;
-
-QFont FixedFont() {
-  QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
-  font.setPointSizeF(QApplication::font().pointSizeF());
-  return font;
-}
 
 /// A control with its name, its tip and its shortcut, which the tip tells.
 template <class Control>
@@ -156,7 +151,7 @@ void DebugWindow::MakeTable() {
 }
 
 void DebugWindow::FitColumns() {
-  const QFont font = FixedFont();
+  const QFont font = widgets::FixedFont();
   model_.SetFont(font);
   const QFontMetrics metrics(font);
   const int margin = metrics.averageCharWidth() * 2;

@@ -58,12 +58,12 @@ void FooterPanel::Follow(Field field) {
       return announcement_->setVisible(*console.Announce);
     case Field::kSpkbx:
       announcement_->setVisible(!console.SPKBX->empty());
-      return announcement_->Show(Text(*console.SPKBX));
+      return announcement_->Show(ToQt(*console.SPKBX));
     case Field::kMsgArea:
-      message_->setToolTip(Text(*console.MsgArea));
-      return ShowText(message_, Text(*console.MsgArea));
+      message_->setToolTip(ToQt(*console.MsgArea));
+      return ShowText(message_, ToQt(*console.MsgArea));
     case Field::kErrorText:
-      if (!console.ErrorText->empty()) ShowText(message_, Text(*console.ErrorText));  // cleared: the last message stays
+      if (!console.ErrorText->empty()) ShowText(message_, ToQt(*console.ErrorText));  // cleared: the last message stays
       return;
     default:
       return;
@@ -82,8 +82,8 @@ void FooterPanel::ShowPort() {
                                  : open                 ? tr(" open")
                                                         : tr(" closed")))
                             .toHtmlEscaped());
-  port_->setToolTip(Text(*station_.console.Port));
-  port_->setAccessibleDescription(name + " " + Text(*station_.console.Port));
+  port_->setToolTip(ToQt(*station_.console.Port));
+  port_->setAccessibleDescription(name + " " + ToQt(*station_.console.Port));
 }
 
 void FooterPanel::ShowPolling() {

@@ -72,13 +72,13 @@ void FunctionPanel::ShowCaptions() {
   for (std::size_t i = 0; i < keys_.size(); ++i) {
     const std::string number = std::to_string(i + 1);
     const std::string key = "F" + number;
-    QString caption = Text(ToVisible(rig.captions[i])).simplified();
-    const QString description = Text(ToVisible(rig.row[key + "Desc"])).simplified();
-    if (caption == Text(number) && !description.isEmpty()) caption = description;
-    keys_[i]->setText(Text(key) + "   " + QString(caption).replace('&', "&&"));
+    QString caption = ToQt(ToVisible(rig.captions[i])).simplified();
+    const QString description = ToQt(ToVisible(rig.row[key + "Desc"])).simplified();
+    if (caption == ToQt(number) && !description.isEmpty()) caption = description;
+    keys_[i]->setText(ToQt(key) + "   " + QString(caption).replace('&', "&&"));
     keys_[i]->setAccessibleName(tr("Function key %1: %2").arg(i + 1).arg(caption));
-    keys_[i]->SetKeys(QKeySequence(Text(key)));
-    if (!description.isEmpty()) keys_[i]->setToolTip(description + " (" + Text(key) + ")");
+    keys_[i]->SetKeys(QKeySequence(ToQt(key)));
+    if (!description.isEmpty()) keys_[i]->setToolTip(description + " (" + ToQt(key) + ")");
     keys_[i]->setEnabled(Offers("XFN" + number));
     values_[i]->setEnabled(keys_[i]->isEnabled());
   }
@@ -86,7 +86,7 @@ void FunctionPanel::ShowCaptions() {
 
 void FunctionPanel::ShowTexts() {
   for (std::size_t i = 0; i < values_.size(); ++i) {
-    const QString text = Text(station_.console.Text5[i]);
+    const QString text = ToQt(station_.console.Text5[i]);
     if (values_[i]->text() != text) values_[i]->setText(text);
   }
 }

@@ -43,9 +43,9 @@ void KnobPanel::Follow(Field field) {
   const Console& console = station_.console;
   switch (field) {
     case Field::kVfoKnob:
-      return knob_->SetReadout(Text(*console.VFO));
+      return knob_->SetReadout(ToQt(*console.VFO));
     case Field::kRigNumber:
-      for (std::size_t i = 0; i < rigs_.size(); ++i) rigs_[i]->SetLit(Text(*console.RigNumber) == rigs_[i]->text());
+      for (std::size_t i = 0; i < rigs_.size(); ++i) rigs_[i]->SetLit(ToQt(*console.RigNumber) == rigs_[i]->text());
       return;
     case Field::kRigSlot:
     case Field::kSavedRigs:
@@ -60,7 +60,7 @@ void KnobPanel::ShowSavedRigs() {
   for (std::size_t i = 0; i < saved_rigs_.size(); ++i) {
     widgets::LampButton* button = saved_rigs_[i];
     const bool plain = i == 0;
-    const QString rig = plain ? tr("the rig of the settings") : Text(station_.settings().saved_rigs[i].name);
+    const QString rig = plain ? tr("the rig of the settings") : ToQt(station_.settings().saved_rigs[i].name);
     button->setAccessibleName(tr("Saved rig %1: %2").arg(i).arg(rig.isEmpty() ? tr("empty") : rig));
     button->SetKeys(button->shortcut());
     button->SetLit(static_cast<int>(i) == *station_.console.RigSlot);

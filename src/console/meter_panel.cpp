@@ -83,7 +83,7 @@ void MeterPanel::Follow(Field field) {
 
 void MeterPanel::ShowMeter() {
   const Console& console = station_.console;
-  dial_->SetMeter(Text(*console.Label10), *console.MeterValue, cat::SMeterFullScale(station_.engine.rig()));
+  dial_->SetMeter(ToQt(*console.Label10), *console.MeterValue, cat::SMeterFullScale(station_.engine.rig()));
 }
 
 void MeterPanel::ShowButtons() {

@@ -159,7 +159,7 @@ void ModePanel::ShowOffers() {
   vfo_b_->setEnabled(set_by_hand() || Offers("XVFOB"));
   for (const KeyButton& key : keys_) key.button->setEnabled(Offers(key.key));
   const auto caption = [](widgets::LampButton* button, const std::string& text, const QString& usual) {
-    const QString shown = text.empty() ? usual : Text(text).simplified();
+    const QString shown = text.empty() ? usual : ToQt(text).simplified();
     button->SetText(QString(shown).replace('&', "&&"));
     const QString name = shown == usual ? tr("User button %1").arg(usual) : tr("%1: user button %2").arg(shown, usual);
     button->setAccessibleName(name);

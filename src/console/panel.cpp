@@ -24,10 +24,6 @@ bool Panel::Offers(std::string_view key) const {
   return station_.engine.dispatcher.Has(key);
 }
 
-QString Text(std::string_view text) {
-  return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
-
 void ShowText(QLabel* label, const QString& text) {
   label->setText(text);
   label->setAccessibleDescription(text);

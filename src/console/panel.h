@@ -8,6 +8,7 @@
 #include "console/station.h"
 #include "widgets/appearance.h"
 #include "widgets/lamp_button.h"
+#include "widgets/qt_text.h"
 
 namespace kvx::console {
 
@@ -31,7 +32,7 @@ class Panel : public QFrame {
   Station& station_;
 };
 
-QString Text(std::string_view text);
+using widgets::ToQt;
 /// A label with a name for the screen reader and a role for the style sheet.
 QLabel* MakeLabel(const QString& name, const char* role);
 /// Shows a text, on the screen and for the screen reader.

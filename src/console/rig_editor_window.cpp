@@ -15,15 +15,12 @@
 #include "console/rig_field_form.h"
 #include "console/rig_list_panel.h"
 #include "widgets/appearance.h"
+#include "widgets/qt_text.h"
 
 namespace kvx::console {
 namespace {
 
 constexpr int kMostNamed = 12;  // rigs in a question
-
-QString ToQt(std::string_view text) {
-  return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
 
 /// A Field whose value goes into commands, or decides whether one can be sent.
 bool GoesIntoCommands(Field field) {
@@ -93,11 +90,7 @@ void RigEditorWindow::MakeLayout(const widgets::Appearance& appearance) {
   all->setContentsMargins(gap, gap, gap, gap);
   all->addWidget(splitter);
   setCentralWidget(center);
-  const auto fit = [this] {
-    QFont fixed = QFontDatabase::systemFont(QFontDatabase::FixedFont);
-    fixed.setPointSizeF(QApplication::font().pointSizeF());
-    preview_->setFont(fixed);
-  };
+  const auto fit = [this] { preview_->setFont(widgets::FixedFont()); };
   connect(&appearance, &widgets::Appearance::Changed, this, fit);
   fit();
   resize(QSize(62, 42) * fontMetrics().height());
@@ -180,7 +173,7 @@ void RigEditorWindow::Follow(Field field) {
 
 void RigEditorWindow::ListRigs() {
   const auto names = editor_.Names();
-  if (!names) return Tell(ToQt(names.error().message), true);
+  if (!names) return Tell(widgets::ToQt(names.error().message), true);
   list_->List(*names, *editor_.station().console.RigName);
   list_->Mark(editor_.is_new() ? "" : editor_.name());
 }
@@ -193,7 +186,7 @@ void RigEditorWindow::ShowRig() {
 
 void RigEditorWindow::ShowState() {
   const bool open = editor_.is_open();
-  const QString name = open ? ToQt(editor_.name()) : tr("No rig");
+  const QString name = open ? widgets::ToQt(editor_.name()) : tr("No rig");
   title_->setText(name);
   changed_->setVisible(editor_.modified());
   setWindowTitle(tr("%1[*] - Rig definitions").arg(QString(name).replace("[*]", "[*][*]")));
@@ -206,10 +199,11 @@ void RigEditorWindow::ShowState() {
 
 void RigEditorWindow::ShowPreview() {
   const config::RigField& field = form_->focused();
-  preview_caption_->setText(tr("%1 SENDS").arg(ToQt(field.label).toUpper()));
+  preview_caption_->setText(tr("%1 SENDS").arg(widgets::ToQt(field.label).toUpper()));
   const CommandPreview preview = editor_.is_open() ? editor_.Preview(field.name) : CommandPreview{};
-  const QString fault = ToQt(preview.fault);
-  const QString text = ToQt(preview.text) + (preview.text.empty() || fault.isEmpty() ? QString() : "   - " + fault);
+  const QString fault = widgets::ToQt(preview.fault);
+  const QString text =
+      widgets::ToQt(preview.text) + (preview.text.empty() || fault.isEmpty() ? QString() : "   - " + fault);
   if (preview_->text() != text) {
     preview_->setText(text);
     preview_->setCursorPosition(0);
@@ -230,7 +224,7 @@ void RigEditorWindow::Tell(const QString& text, bool error) {
 
 bool RigEditorWindow::Check(const Status& status) {
   if (status) return true;
-  Tell(ToQt(status.error().message), true);
+  Tell(widgets::ToQt(status.error().message), true);
   return false;
 }
 
@@ -239,7 +233,7 @@ void RigEditorWindow::LeaveThen(std::function<void()> then) {
   raise();
   activateWindow();
   if (!isEnabled()) return;  // a question stands before it
-  dialogs.ask(tr("%1 has changes that are not saved.").arg(ToQt(editor_.name())),
+  dialogs.ask(tr("%1 has changes that are not saved.").arg(widgets::ToQt(editor_.name())),
               {tr("Save"), tr("Discard"), tr("Cancel")}, [this, then = std::move(then)](int answer) {
                 if (answer == 2 || (answer == 0 && !TrySave())) return ShowRig();
                 if (answer == 1) editor_.Revert();
@@ -271,7 +265,7 @@ void RigEditorWindow::NewRig() {
 
 void RigEditorWindow::CopyRig() {
   LeaveThen([this] {
-    const QString name = ToQt(editor_.name());
+    const QString name = widgets::ToQt(editor_.name());
     if (!editor_.is_open()) return;
     dialogs.ask_name(tr("Copy %1").arg(name), tr("%1 copy").arg(name), [this, name](const QString& copy) {
       if (Check(editor_.CopyAs(copy.toStdString()))) Tell(tr("A copy of %1, not saved yet").arg(name));
@@ -281,7 +275,7 @@ void RigEditorWindow::CopyRig() {
 }
 
 void RigEditorWindow::RenameRig() {
-  const QString name = ToQt(editor_.name());
+  const QString name = widgets::ToQt(editor_.name());
   dialogs.ask_name(tr("Rename %1").arg(name), name, [this, name](const QString& new_name) {
     if (Check(editor_.Rename(name.toStdString(), new_name.toStdString()))) Tell(tr("%1 is now %2").arg(name, new_name));
     ShowRig();
@@ -290,7 +284,7 @@ void RigEditorWindow::RenameRig() {
 
 void RigEditorWindow::DeleteRig() {
   if (editor_.is_new()) return Revert();
-  const QString name = ToQt(editor_.name());
+  const QString name = widgets::ToQt(editor_.name());
   dialogs.ask(tr("Delete %1? Its definition is lost.").arg(name), {tr("Delete"), tr("Cancel")},
               [this, name](int answer) {
                 if (answer == 0 && Check(editor_.Delete(name.toStdString()))) Tell(tr("%1 is deleted").arg(name));
@@ -302,12 +296,12 @@ void RigEditorWindow::ImportRigs() {
   LeaveThen([this] {
     dialogs.ask_file(tr("Import rigs"), false, [this](const QString& file) {
       const auto rows = editor_.ReadCsv(file.toStdString());
-      if (!rows) return Tell(ToQt(rows.error().message), true);
+      if (!rows) return Tell(widgets::ToQt(rows.error().message), true);
       const auto existing = editor_.Existing(*rows);
-      if (!existing) return Tell(ToQt(existing.error().message), true);
+      if (!existing) return Tell(widgets::ToQt(existing.error().message), true);
       if (existing->empty()) return TakeRigs(*rows);
       QStringList names;
-      for (const std::string& name : *existing) names << ToQt(name);
+      for (const std::string& name : *existing) names << widgets::ToQt(name);
       const auto more = names.size() - kMostNamed;
       if (more > 0) names = names.mid(0, kMostNamed) << tr("and %1 more").arg(more);
       dialogs.ask(tr("These rigs are there already and would be replaced: %1").arg(names.join(", ")),
@@ -320,7 +314,7 @@ void RigEditorWindow::ImportRigs() {
 
 void RigEditorWindow::TakeRigs(const std::vector<config::RigRow>& rows) {
   const Result<int> count = editor_.Import(rows);
-  Tell(count ? tr("%n rig(s) imported", nullptr, *count) : ToQt(count.error().message), !count);
+  Tell(count ? tr("%n rig(s) imported", nullptr, *count) : widgets::ToQt(count.error().message), !count);
   ShowRig();
 }
 
@@ -328,13 +322,14 @@ void RigEditorWindow::ExportRigs() {
   const auto write = [this](const std::vector<std::string>& names) {
     dialogs.ask_file(tr("Export rigs"), true, [this, names](const QString& file) {
       const Result<int> count = editor_.ExportCsv(file.toStdString(), names);
-      Tell(count ? tr("%n rig(s) written to %1", nullptr, *count).arg(file) : ToQt(count.error().message), !count);
+      Tell(count ? tr("%n rig(s) written to %1", nullptr, *count).arg(file) : widgets::ToQt(count.error().message),
+           !count);
     });
   };
   if (editor_.is_new() || !editor_.is_open()) return write({});
   const std::string name = editor_.name();
-  dialogs.ask(tr("Which rigs, as they are saved?"), {tr("All rigs"), tr("Only %1").arg(ToQt(name)), tr("Cancel")},
-              [write, name](int answer) {
+  dialogs.ask(tr("Which rigs, as they are saved?"),
+              {tr("All rigs"), tr("Only %1").arg(widgets::ToQt(name)), tr("Cancel")}, [write, name](int answer) {
                 if (answer == 0) write({});
                 if (answer == 1) write({name});
               });
@@ -347,12 +342,12 @@ void RigEditorWindow::Save() {
 
 bool RigEditorWindow::TrySave() {
   if (!Check(editor_.Save())) return false;
-  Tell(tr("%1 is saved").arg(ToQt(editor_.name())));
+  Tell(tr("%1 is saved").arg(widgets::ToQt(editor_.name())));
   return true;
 }
 
 void RigEditorWindow::Revert() {
-  dialogs.ask(tr("Take back every edit of %1?").arg(ToQt(editor_.name())), {tr("Revert"), tr("Cancel")},
+  dialogs.ask(tr("Take back every edit of %1?").arg(widgets::ToQt(editor_.name())), {tr("Revert"), tr("Cancel")},
               [this](int answer) {
                 if (answer != 0) return;
                 editor_.Revert();
@@ -388,11 +383,7 @@ void RigEditorWindow::showEvent(QShowEvent* event) {
 }
 
 void RigEditorWindow::closeEvent(QCloseEvent* event) {
-  if (!editor_.modified()) {
-    event->accept();
-    if (on_closed) on_closed();
-    return;
-  }
+  if (!editor_.modified()) return event->accept();
   event->ignore();
   LeaveThen([this] { QMetaObject::invokeMethod(this, &QWidget::close, Qt::QueuedConnection); });
 }

@@ -36,7 +36,6 @@ class RigEditorWindow final : public QMainWindow {
   void LeaveThen(std::function<void()> then);
 
   RigEditorDialogs dialogs;
-  std::function<void()> on_closed;
 
  protected:
   void showEvent(QShowEvent* event) override;

@@ -2,7 +2,6 @@
 
 #include <QHBoxLayout>
 #include <QKeySequence>
-#include <QStyle>
 #include <QVBoxLayout>
 
 #include "core/text.h"
@@ -18,12 +17,12 @@ QString BandName(int number) {
 
 /// "14000.0": limits have one decimal.
 QString LimitText(Frequency frequency) {
-  return Text(KhzText(frequency)).chopped(1);
+  return ToQt(KhzText(frequency)).chopped(1);
 }
 
 /// "14 030.00"
 QString SpacedKhz(Frequency frequency) {
-  QString text = Text(KhzText(frequency));
+  QString text = ToQt(KhzText(frequency));
   if (text.size() > 6) text.insert(text.size() - 6, ' ');
   return text;
 }
@@ -90,7 +89,7 @@ void ScreenPanel::Follow(Field field) {
     case Field::kFreqDisp:
       return frequency_->SetFrequency(*console.FreqDisp);
     case Field::kMode:
-      return ShowText(mode_, Text(Trim(*console.Mode)));
+      return ShowText(mode_, ToQt(Trim(*console.Mode)));
     case Field::kXnarrow:
       return narrow_->setVisible(*console.Xnarrow);
     case Field::kActiveVfo:
@@ -102,8 +101,8 @@ void ScreenPanel::Follow(Field field) {
     case Field::kToF:
       return ShowBand();
     case Field::kChannel:
-      step_->setAccessibleName(tr("Tuning step %1 kHz").arg(Text(*console.Channel)));
-      return step_->SetText(tr("Step %1").arg(Text(*console.Channel)));
+      step_->setAccessibleName(tr("Tuning step %1 kHz").arg(ToQt(*console.Channel)));
+      return step_->SetText(tr("Step %1").arg(ToQt(*console.Channel)));
     case Field::kOffset:
       return ShowOffset();
     case Field::kTransmitting:
@@ -114,12 +113,8 @@ void ScreenPanel::Follow(Field field) {
 }
 
 void ScreenPanel::Light(QLabel* chip, bool lit) {
-  const char* role = lit ? "chip-on" : "chip";
   chip->setAccessibleDescription(lit ? tr("in use") : QString());
-  if (chip->property("role").toString() == role) return;
-  chip->setProperty("role", role);
-  chip->style()->unpolish(chip);
-  chip->style()->polish(chip);
+  widgets::SetRole(chip, lit ? "chip-on" : "chip");
 }
 
 void ScreenPanel::ShowVfos() {
@@ -138,7 +133,7 @@ void ScreenPanel::ShowBand() {
 
 void ScreenPanel::ShowOffset() {
   const Frequency offset = *station_.console.Offset;
-  ShowText(offset_, tr("Offset %1").arg(Text(KhzText(offset))));
+  ShowText(offset_, tr("Offset %1").arg(ToQt(KhzText(offset))));
   offset_->setVisible(offset.decihertz != 0);
 }
 

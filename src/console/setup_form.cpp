@@ -90,10 +90,6 @@ QScrollArea* MakeSetupScroll(QWidget* content) {
   return scroll;
 }
 
-void SetLabelRole(QWidget* widget, const char* role) {
-  widgets::SetRole(widget, role);
-}
-
 QPushButton* MakeSetupButton(const QString& text, const QString& tip, std::function<void()> action) {
   auto* button = new QPushButton(text);
   button->setAccessibleName(WithoutMnemonic(text));

@@ -46,7 +46,5 @@ QPushButton* MakeSetupButton(const QString& text, const QString& tip, std::funct
 QScrollArea* MakeSetupScroll(QWidget* content);
 /// A label that wraps; `role` as the style sheet has them.
 QLabel* MakeSetupLabel(const QString& text, const char* role);
-/// Gives a label another role of the style sheet.
-void SetLabelRole(QWidget* widget, const char* role);
 
 }  // namespace kvx::console

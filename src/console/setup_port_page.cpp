@@ -7,16 +7,13 @@
 #include "config/station_settings.h"
 #include "core/text.h"
 #include "platform/ports_file.h"
+#include "widgets/qt_text.h"
 
 namespace kvx::console {
 namespace {
 
 constexpr int kUsualSpeeds[] = {1200, 2400, 4800, 9600, 14400, 19200, 38400, 56000, 57600, 115200};
 constexpr int kShownDeviceCharacters = 16;
-
-QString Text(const std::string& text) {
-  return QString::fromStdString(text);
-}
 
 }  // namespace
 
@@ -113,8 +110,8 @@ void SetupPortPage::ListDevices() {
     const QSignalBlocker quiet(device_);
     device_->clear();
     for (const DeviceChoice& choice : listed_) {
-      const QString address = Text(choice.device.address);
-      device_->addItem(Text(choice.device.description) + "  \u2013  " + address, address);
+      const QString address = widgets::ToQt(choice.device.address);
+      device_->addItem(widgets::ToQt(choice.device.description) + "  \u2013  " + address, address);
       device_->setItemData(device_->count() - 1, address, Qt::ToolTipRole);
     }
     device_->setCurrentIndex(-1);
@@ -129,9 +126,10 @@ void SetupPortPage::DescribeDevice() {
   for (const DeviceChoice& choice : listed_) {
     const platform::Device& device = choice.device;
     if (device.address != address && (device.leads_to.empty() || device.leads_to != address)) continue;
-    text = Text(device.description);
-    if (!device.leads_to.empty() && device.leads_to != address) text += tr(", now %1").arg(Text(device.leads_to));
-    if (device.address != address) text += tr(", lasting name %1").arg(Text(device.address));
+    text = widgets::ToQt(device.description);
+    if (!device.leads_to.empty() && device.leads_to != address)
+      text += tr(", now %1").arg(widgets::ToQt(device.leads_to));
+    if (device.address != address) text += tr(", lasting name %1").arg(widgets::ToQt(device.address));
   }
   description_->setText(text);
   description_->setVisible(!text.isEmpty());
@@ -141,7 +139,7 @@ void SetupPortPage::Load(const RigPortChoice& choice) {
   applied_ = choice;
   loading_ = true;
   number_->setValue(choice.number);
-  device_->setEditText(Text(choice.address));
+  device_->setEditText(widgets::ToQt(choice.address));
   device_->lineEdit()->setCursorPosition(0);
   speed_->setEditText(QString::number(choice.speed));
   stop_bits_->setCurrentIndex(choice.stop_bits - 1);
@@ -156,7 +154,7 @@ void SetupPortPage::NumberChosen(int number) {
   if (loading_) return;
   const RigPortChoice stored = setup_.PortNumbered(number);
   loading_ = true;
-  device_->setEditText(Text(stored.address));
+  device_->setEditText(widgets::ToQt(stored.address));
   device_->lineEdit()->setCursorPosition(0);
   dtr_->setChecked(stored.dtr);
   rts_->setChecked(stored.rts);
@@ -189,10 +187,11 @@ void SetupPortPage::ShowState() {
   const config::StationSettings& settings = setup_.station().settings();
   const std::string& port = *setup_.station().console.Port;
   const bool open = port == "open";
-  SetLabelRole(state_, open || settings.rig_port == 0 ? "title" : "error");
-  state_->setText(settings.rig_port == 0
-                      ? tr("No port is chosen")
-                      : QString("COM%1  %2 Bd  %3").arg(settings.rig_port).arg(settings.rig_speed).arg(Text(port)));
+  widgets::SetRole(state_, open || settings.rig_port == 0 ? "title" : "error");
+  state_->setText(
+      settings.rig_port == 0
+          ? tr("No port is chosen")
+          : QString("COM%1  %2 Bd  %3").arg(settings.rig_port).arg(settings.rig_speed).arg(widgets::ToQt(port)));
 }
 
 bool SetupPortPage::Apply() {
@@ -209,7 +208,7 @@ void SetupPortPage::StartTest() {
   if (!test_.done()) return;
   if (Entered() != applied_ && !Apply()) return;
   form_.Show(Ok());
-  SetLabelRole(answer_, "quiet");
+  widgets::SetRole(answer_, "quiet");
   answer_->setText(tr("Asking the rig ..."));
   test_ = Test();
 }
@@ -218,8 +217,8 @@ Task SetupPortPage::Test() {
   const auto result = std::make_shared<RigTestResult>();
   Task asking = setup_.TestRig(result);
   co_await asking;
-  SetLabelRole(answer_, result->answered ? "title" : "error");
-  answer_->setText(Text(result->sentence));
+  widgets::SetRole(answer_, result->answered ? "title" : "error");
+  answer_->setText(widgets::ToQt(result->sentence));
 }
 
 }  // namespace kvx::console

@@ -7,9 +7,9 @@ namespace {
 
 /// As the rig's row spells it, "AF gain" rather than "af gain", where the definition has it from there.
 QString Description(const config::RigDefinition& rig, std::size_t index) {
-  const QString description = Text(rig.slider_descriptions[index]);
+  const QString description = ToQt(rig.slider_descriptions[index]);
   const QString spelled =
-      Text(rig.row["MEMO3"]).section(',', static_cast<int>(index), static_cast<int>(index)).trimmed();
+      ToQt(rig.row["MEMO3"]).section(',', static_cast<int>(index), static_cast<int>(index)).trimmed();
   return spelled.toLower() == description ? spelled : description;
 }
 
@@ -40,7 +40,7 @@ void SliderPanel::ShowControls() {
   const config::RigDefinition& rig = station_.engine.rig();
   for (std::size_t i = 0; i < sliders_.size(); ++i) {
     const config::SliderBounds bounds = station_.slider_bounds(static_cast<int>(i) + 1);
-    sliders_[i]->SetControl(Text(rig.slider_captions[i]), Description(rig, i), bounds.minimum, bounds.maximum);
+    sliders_[i]->SetControl(ToQt(rig.slider_captions[i]), Description(rig, i), bounds.minimum, bounds.maximum);
   }
   ShowValues();
 }
