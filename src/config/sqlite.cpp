@@ -105,6 +105,10 @@ void SqliteStatement::Bind(int index, std::int64_t number) {
   sqlite3_bind_int64(statement_.get(), index, number);
 }
 
+void SqliteStatement::BindNull(int index) {
+  sqlite3_bind_null(statement_.get(), index);
+}
+
 Result<bool> SqliteStatement::Step() {
   const int result = sqlite3_step(statement_.get());
   if (result == SQLITE_ROW) return true;

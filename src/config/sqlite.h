@@ -58,6 +58,7 @@ class SqliteStatement {
   /// Binds a value; texts by their length, NUL bytes included.
   void Bind(int index, std::string_view text);
   void Bind(int index, std::int64_t number);
+  void BindNull(int index);
   /// Goes to the next row: true when there is one. After the last row the statement can be bound and run again.
   Result<bool> Step();
 

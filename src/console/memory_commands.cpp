@@ -4,8 +4,8 @@
 #include <functional>
 #include <memory>
 
-#include "config/rig_row.h"
 #include "core/text.h"
+#include "functions/function_columns.h"
 
 namespace kvx::console {
 namespace {
@@ -59,7 +59,8 @@ std::string Json(std::string_view name, const std::string& value) {
 }
 
 std::string RowJson(const FunctionRecord& row) {
-  std::string json = "{" + Json("RigName", row.rig) + "," + Json("Freq", row.freq) + "," + Json("Mode", row.mode);
+  std::string json = "{\"row\":" + std::to_string(row.place) + "," + Json("RigName", row.rig) + "," +
+                     Json("Freq", row.freq) + "," + Json("Mode", row.mode);
   for (std::size_t i = 0; i < row.texts.size(); ++i) {
     const std::string number = std::to_string(i + 1);
     json += "," + JsonString("FNT" + number) + ":" + (row.texts[i] ? JsonString(*row.texts[i]) : "null");
@@ -76,55 +77,45 @@ std::string List(Station& station) {
   return "ok [" + json + "]";
 }
 
-/// The row of the rig in use on a frequency given in any form of kHz.
-Result<FunctionRecord> RowOf(Station& station, std::string_view khz) {
-  const auto frequency = ParseKhz(khz);
-  if (!frequency) return Error{ErrorCode::kInvalid, "\"" + OneLine(khz, 40) + "\" is no frequency in kHz"};
+/// A row of the list: "#12" as the list numbers it, or that of the rig in use on a frequency in any form of kHz.
+Result<FunctionRecord> RowOf(Station& station, std::string_view which) {
+  if (which.starts_with('#')) {
+    const auto rows = station.functions.keys.Rows();
+    if (!rows) return rows.error();
+    for (const FunctionRecord& row : *rows) {
+      if ("#" + std::to_string(row.place) == which) return row;
+    }
+    return Error{ErrorCode::kNotFound, "there is no row " + OneLine(which, 40)};
+  }
+  const auto frequency = ParseKhz(which);
+  if (!frequency) return Error{ErrorCode::kInvalid, "\"" + OneLine(which, 40) + "\" is no frequency in kHz"};
   auto found = station.functions.store.Find(*station.console.RigName, KhzText(*frequency));
   if (!found) return found.error();
   if (!*found) return Error{ErrorCode::kNotFound, "nothing is stored for " + KhzText(*frequency)};
   return **found;
 }
 
-/// Sets one field of a row by its name; false when there is no such field, or not with that value.
+/// Sets one field of a row by its name; false when it is none that can be set, or not to that value.
 bool SetField(FunctionRecord& row, std::string_view field, const std::string& text) {
-  struct Column {
-    std::string_view name;
-    std::string FunctionRecord::*value;
-  };
-  for (const Column& column : {Column{"Mode", &FunctionRecord::mode}, Column{"Scan", &FunctionRecord::scan},
-                               Column{"Desc", &FunctionRecord::description}}) {
-    if (!EqualNoCase(field, column.name)) continue;
-    row.*column.value = text;
-    return true;
-  }
-  const auto number = field.size() == 4 ? ParseNumber(field.substr(3), 1, 9) : std::nullopt;
-  if (!number) return false;
-  const auto index = static_cast<std::size_t>(*number - 1);
-  if (EqualNoCase(field.substr(0, 3), "FNT")) {
-    row.texts[index] = text;
-    return true;
-  }
-  const auto press = config::ParseYesNo(text);
-  if (!EqualNoCase(field.substr(0, 3), "FNP") || !press) return false;
-  row.presses[index] = *press;
-  return true;
+  const auto column = functions::ColumnOf(field);
+  return column && *column >= functions::kModeColumn && functions::SetFieldText(row, *column, text);
 }
 
 void SetRow(Station& station, const std::string& argument, const Done& done) {
-  const auto [khz, rest] = FirstWord(argument);
+  const auto [which, rest] = FirstWord(argument);
   const auto [field, text] = FirstWord(rest);
-  const auto row = RowOf(station, khz);
+  const auto row = RowOf(station, which);
   if (!row) return done(row.error());
   FunctionRecord changed = *row;
   if (!SetField(changed, field, std::string(text)))
-    return done(Error{ErrorCode::kInvalid, "fnset takes KHZ, Mode, Scan, Desc, FNT1..9 or FNP1..9, and a value"});
+    return done(
+        Error{ErrorCode::kInvalid, "fnset takes KHZ or #ROW, Mode, Scan, Desc, FNT1..9 or FNP1..9, and a value"});
   station.functions.keys.ChangeRow(*row, changed, done);
 }
 
-void DeleteRow(Station& station, const std::string& khz, const Done& done) {
-  if (khz.empty()) return station.functions.keys.DelFN(done);
-  const auto row = RowOf(station, khz);
+void DeleteRow(Station& station, const std::string& which, const Done& done) {
+  if (which.empty()) return station.functions.keys.DelFN(done);
+  const auto row = RowOf(station, which);
   return row ? station.functions.keys.DeleteRows({*row}, done) : done(row.error());
 }
 
@@ -133,6 +124,14 @@ std::string Recall(Station& station) {
   if (!row) return Fail(row.error().message);
   station.functions.keys.GetFN();
   return "ok recall " + row->freq + " " + OneLine(row->mode);
+}
+
+std::string Retrieve(Station& station, std::string_view which) {
+  const auto row = RowOf(station, Trim(which));
+  if (!row) return Fail(OneLine(row.error().message));
+  const auto outcome = station.functions.keys.Retrieve(*row);
+  if (!outcome) return Fail(OneLine(outcome.error().message));
+  return Say(*outcome, station, "retrieve " + OneLine(row->freq) + " " + OneLine(row->mode));
 }
 
 std::string SetText(Station& station, std::string_view argument) {
@@ -150,24 +149,20 @@ void AddFunctionCommands(CommandLine& commands, Station& station) {
   AddOperation(commands, station, "store", "[NOTE]: the boxes and the mode for this frequency; 1..9 marks that key",
                [&fn](const std::string& note, const Done& done) { fn.keys.StoreFN(note, done); });
   commands.Add("recall", "what is stored for this frequency", [&station](std::string_view) { return Recall(station); });
-  AddOperation(commands, station, "delete", "[KHZ]: what is stored for this frequency, or for that one",
-               [&station](const std::string& khz, const Done& done) { DeleteRow(station, khz, done); });
+  AddOperation(commands, station, "delete", "[KHZ|#ROW]: what is stored for this frequency, or for that one",
+               [&station](const std::string& which, const Done& done) { DeleteRow(station, which, done); });
+  AddOperation(commands, station, "undelete", "puts back what was deleted last",
+               [&fn](const std::string&, const Done& done) { fn.keys.UndoDelete(done); });
+  commands.Add("retrieve", "KHZ|#ROW: tunes to a row of the list and sets its mode",
+               [&station](std::string_view which) { return Retrieve(station, which); });
   commands.Add("fnlist", "all that is stored, of every rig", [&station](std::string_view) { return List(station); });
-  AddOperation(commands, station, "fnset", "KHZ FIELD TEXT: changes a field of a row: Mode, Scan, Desc, FNT1.., FNP1..",
+  AddOperation(commands, station, "fnset",
+               "KHZ|#ROW FIELD TEXT: changes a field of a row: Mode, Scan, Desc, FNT1.., FNP1..",
                [&station](const std::string& argument, const Done& done) { SetRow(station, argument, done); });
   AddOperation(commands, station, "fnexport", "all rows to RigFunctions.CSV",
                [&fn](const std::string&, const Done& done) { fn.exchange.Export(done); });
   AddOperation(commands, station, "fnimport", "RigFunctions.CSV, all lines or none",
                [&fn](const std::string&, const Done& done) { fn.exchange.Import(done); });
-}
-
-std::string ScanText(const functions::ScanState& state) {
-  using enum functions::ScanState::Phase;
-  const std::string phase = state.phase == kStopped ? "stopped" : state.phase == kHeld ? "held" : "listening";
-  std::string text = "scan " + phase;
-  if (state.stop && state.phase != kStopped) text += " " + KhzText(state.stop->frequency);
-  if (state.stop && state.phase != kStopped) text += " " + OneLine(state.stop->row.description);
-  return std::string(Trim(text + (state.phase == kStopped ? " " + state.why : "")));
 }
 
 /// One setting of the scan; false when there is none of that name, or not with that value.
@@ -190,7 +185,7 @@ bool ScanSetting(functions::ScanSettings& settings, std::string_view word, std::
 
 std::string Scan(functions::Scanner& scanner, std::string_view argument) {
   const auto [word, value] = FirstWord(argument);
-  if (word.empty()) return "ok " + ScanText(scanner.state());
+  if (word.empty()) return "ok " + functions::ScanText(scanner.state());
   if (EqualNoCase(word, "start")) return Say(scanner.Start(), "scan start");
   if (EqualNoCase(word, "stop")) return scanner.Stop(), "ok scan stop";
   if (EqualNoCase(word, "skip")) return scanner.Skip(), "ok scan skip";
@@ -297,9 +292,8 @@ void AddMemoryCommands(CommandLine& commands, Station& station) {
                "list|store N [NAME]|recall N|name N TEXT|comment N TEXT|skip N on|off|move N M|delete N|export FILE|"
                "import FILE [replace]|vfotomem|memtovfo|memch",
                [&station](std::string_view argument) { return Memory(station, argument); });
-  station.functions.scanner.on_change = [&commands, &scanner = station.functions.scanner] {
-    commands.Tell(ScanText(scanner.state()));
-  };
+  commands.Keep(station.functions.scanner.changed.Follow(
+      [&commands, &scanner = station.functions.scanner] { commands.Tell(functions::ScanText(scanner.state())); }));
 }
 
 }  // namespace kvx::console

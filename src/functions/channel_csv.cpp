@@ -6,14 +6,12 @@
 
 #include "core/csv.h"
 #include "core/text.h"
+#include "functions/channel_extras.h"
 #include "functions/memory_file.h"
 
 namespace kvx::functions {
 namespace {
 
-constexpr std::string_view kHeading =
-    "Location,Name,Frequency,Duplex,Offset,Tone,rToneFreq,cToneFreq,DtcsCode,DtcsPolarity,Mode,TStep,Skip,Comment\n";
-constexpr std::string_view kNoShiftNoTone = ",,0.000000,,88.5,88.5,023,NN,";
 constexpr int kMhzDigits = 6;
 constexpr int kDecihertzDigits = 7;  // behind the point of MHz
 
@@ -24,11 +22,11 @@ struct ModeName {
 };
 /// The first one of a mode and width is the one that is written.
 constexpr std::array kModeNames{
-    ModeName{"FM", "FM", false},    ModeName{"NFM", "FM", true},     ModeName{"WFM", "FM", false},
-    ModeName{"AM", "AM", false},    ModeName{"NAM", "AM", true},     ModeName{"USB", "USB", false},
-    ModeName{"LSB", "LSB", false},  ModeName{"CW", "CW", false},     ModeName{"NCW", "CW", true},
-    ModeName{"CWR", "CW", false},   ModeName{"RTTY", "RTTY", false}, ModeName{"RTTYR", "RTTY", false},
-    ModeName{"FSK", "RTTY", false}, ModeName{"FSKR", "RTTY", false},
+    ModeName{"FM", "FM", false},      ModeName{"NFM", "FM", true},    ModeName{"WFM", "FM", false},
+    ModeName{"AM", "AM", false},      ModeName{"NAM", "AM", true},    ModeName{"USB", "USB", false},
+    ModeName{"LSB", "LSB", false},    ModeName{"CW", "CW", false},    ModeName{"NCW", "CW", true},
+    ModeName{"CWR", "CW", false},     ModeName{"NCWR", "CW", true},   ModeName{"RTTY", "RTTY", false},
+    ModeName{"RTTYR", "RTTY", false}, ModeName{"FSK", "RTTY", false}, ModeName{"FSKR", "RTTY", false},
 };
 
 std::string_view ModeOf(const MemoryChannel& channel) {
@@ -66,28 +64,64 @@ struct Columns {
   std::vector<std::string> heading_;
 };
 
+/// What the line says in columns for which a channel has no place.
+ChannelExtras ExtrasOf(const Columns& columns, const CsvRecord& record) {
+  ChannelExtras extras;
+  for (const ExtraColumn& column : ExtraColumns()) {
+    const std::string value = columns.Of(record, column.name);
+    const bool means_nothing = !column.needs.empty() && columns.Of(record, column.needs).empty();
+    if (!value.empty() && value != column.none && !means_nothing) extras.push_back({std::string(column.name), value});
+  }
+  return extras;
+}
+
+/// Sets the mode, if the name is one of a mode of this station.
+bool TakeMode(const std::string& name, MemoryChannel& channel) {
+  const auto* row = std::find_if(kModeNames.begin(), kModeNames.end(),
+                                 [&](const ModeName& mode) { return EqualNoCase(mode.name, name); });
+  if (row == kModeNames.end()) return name.empty() || EqualNoCase(name, "Auto");
+  channel.mode = row->mode;
+  channel.narrow = row->narrow;
+  return true;
+}
+
 /// Puts a line into the channel; what is wrong with it, else empty.
 std::string TakeLine(const Columns& columns, const CsvRecord& record, NumberedChannel& numbered) {
   const std::string location = columns.Of(record, "Location");
   numbered.number = static_cast<int>(ParseNumber(location, 1, kChannels).value_or(0));
   MemoryChannel& channel = numbered.channel;
   const std::string mhz = columns.Of(record, "Frequency");
-  const auto frequency = ParseMhz(mhz);
-  if (!frequency || frequency->decihertz <= 0) return "\"" + OneLine(mhz, 40) + "\" is no frequency in MHz";
+  const auto frequency = mhz.empty() ? std::optional(Frequency()) : ParseMhz(mhz);
+  if (!frequency) return "\"" + OneLine(mhz, 40) + "\" is no frequency in MHz";
   channel.frequency = *frequency;
   channel.name = columns.Of(record, "Name");
-  channel.comment = columns.Of(record, "Comment");
   channel.skip = EqualNoCase(columns.Of(record, "Skip"), "S");
+  ChannelExtras extras = ExtrasOf(columns, record);
   const std::string mode = columns.Of(record, "Mode");
-  const auto* row = std::find_if(kModeNames.begin(), kModeNames.end(),
-                                 [&](const ModeName& name) { return EqualNoCase(name.name, mode); });
-  if (row != kModeNames.end()) {
-    channel.mode = row->mode;
-    channel.narrow = row->narrow;
-  } else if (!mode.empty() && !EqualNoCase(mode, "Auto")) {
-    return "the mode " + OneLine(mode, 20) + " is none of this station's";
-  }
+  if (!TakeMode(mode, channel)) extras.push_back({"Mode", mode});
+  numbered.has_extras = !extras.empty();
+  channel.comment = WithExtras(columns.Of(record, "Comment"), extras);
   return "";
+}
+
+/// The value that the channel keeps for a column, else the one that stands for none.
+std::string ValueOf(const ChannelExtras& extras, std::string_view name, std::string_view none) {
+  const auto kept =
+      std::find_if(extras.begin(), extras.end(), [&](const ChannelExtra& extra) { return extra.name == name; });
+  return CsvCell(kept == extras.end() ? std::string(none) : kept->value);
+}
+
+/// The columns that a file of these channels has of those that no channel has a place for.
+std::vector<ExtraColumn> ColumnsFor(const std::vector<NumberedChannel>& channels) {
+  std::vector<ExtraColumn> columns;
+  for (const ExtraColumn& column : ExtraColumns()) {
+    const bool used = std::any_of(channels.begin(), channels.end(), [&](const NumberedChannel& numbered) {
+      std::string comment = numbered.channel.comment;
+      return !ValueOf(TakeExtras(comment), column.name, "").empty();
+    });
+    if (column.always || used) columns.push_back(column);
+  }
+  return columns;
 }
 
 Error Fault(int line, const std::string& fault) {
@@ -109,11 +143,17 @@ std::optional<Frequency> ParseMhz(std::string_view text) {
 }
 
 std::string FormatChannels(const std::vector<NumberedChannel>& channels) {
-  std::string csv(kHeading);
-  for (const auto& [number, channel] : channels) {
-    csv += std::to_string(number) + ',' + CsvCell(channel.name) + ',' + MhzText(channel.frequency) +
-           std::string(kNoShiftNoTone) + std::string(ModeOf(channel)) + ",5.00," + (channel.skip ? "S" : "") + ',' +
-           CsvCell(channel.comment) + '\n';
+  const std::vector<ExtraColumn> columns = ColumnsFor(channels);
+  std::string csv = "Location,Name,Frequency,";
+  for (const ExtraColumn& column : columns) csv += std::string(column.name) + ',';
+  csv += "Mode,TStep,Skip,Comment\n";
+  for (const auto& [number, channel, has_extras] : channels) {
+    std::string comment = channel.comment;
+    const ChannelExtras extras = TakeExtras(comment);
+    csv += std::to_string(number) + ',' + CsvCell(channel.name) + ',' + MhzText(channel.frequency) + ',';
+    for (const ExtraColumn& column : columns) csv += ValueOf(extras, column.name, column.none) + ',';
+    csv += (channel.mode.empty() ? ValueOf(extras, "Mode", "Auto") : std::string(ModeOf(channel))) + ",5.00," +
+           (channel.skip ? "S" : "") + ',' + CsvCell(comment) + '\n';
   }
   return csv;
 }
@@ -129,6 +169,10 @@ Result<std::vector<NumberedChannel>> ParseChannels(std::string_view csv) {
     NumberedChannel& numbered = channels.emplace_back();
     const std::string fault = TakeLine(columns, *record, numbered);
     if (!fault.empty()) return Fault(record->line, fault);
+    if (numbered.channel.empty()) {
+      channels.pop_back();
+      continue;
+    }
     const bool twice = numbered.number != 0 &&
                        std::any_of(channels.begin(), channels.end() - 1,
                                    [&](const NumberedChannel& other) { return other.number == numbered.number; });

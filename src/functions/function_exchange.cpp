@@ -82,7 +82,7 @@ void FunctionExchange::ReadFile(const Done& done) {
   const auto attempt = [this, rows = std::move(*records)] { return store_.Import(rows); };
   queue_.Do(attempt, [this, sentence, done](const Status& status) {
     if (!status) return Fail(status.error(), done);
-    if (on_rows_changed) on_rows_changed();
+    store_.changed.Tell();
     Say("DONE");
     dialogs_.Show("DONE");
     if (done) done(sentence);

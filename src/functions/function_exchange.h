@@ -23,9 +23,6 @@ class FunctionExchange final {
   /// All lines or none.
   void Import(const Done& done = {});
 
-  /// Rows have been imported.
-  std::function<void()> on_rows_changed;
-
  private:
   Result<std::string> WriteFile() const;
   Result<platform::Path> FindFile() const;

@@ -15,6 +15,7 @@ using namespace std::chrono_literals;
 constexpr Duration kBetweenPresses = 50ms;
 constexpr Duration kRecallPatience = 1s;  // while another program writes
 constexpr Duration kRecallPause = 20ms;
+constexpr std::size_t kMostDeletions = 100;  // that can be undone
 constexpr const char* kDeleted = "All Functions have been deleted for this frequency";
 
 struct ModeRow {
@@ -45,6 +46,10 @@ Error NoRig() {
 /// 1 to 9 for exactly that digit, else 0.
 int KeyNumber(const std::string& argument) {
   return argument.size() == 1 && argument[0] >= '1' && argument[0] <= '9' ? argument[0] - '0' : 0;
+}
+
+std::string Count(std::size_t rows) {
+  return std::to_string(rows) + (rows == 1 ? " row" : " rows");
 }
 
 std::string Marks(const std::string& freq, const std::string& mode, int key) {
@@ -106,7 +111,7 @@ Task FunctionMemory::PressKeys(std::array<bool, kKeys> keys) {
 void FunctionMemory::Write(StoreQueue::Attempt attempt, std::function<std::string()> sentence, const Done& done) {
   queue_.Do(std::move(attempt), [this, sentence = std::move(sentence), done](const Status& status) {
     const Result<std::string> result = status ? Result<std::string>(sentence()) : status.error();
-    if (status && on_rows_changed) on_rows_changed();
+    if (status) store_.changed.Tell();
     if (done) done(result);
   });
 }
@@ -128,9 +133,10 @@ void FunctionMemory::DelFN(const Done& done) {
   if (!rig_chosen()) return done ? done(NoRig()) : void();
   const auto deleted = std::make_shared<bool>(false);
   const auto attempt = [this, deleted, rig = *console_.RigName, freq = KhzText(*console_.FreqDisp)]() -> Status {
-    const auto result = store_.Delete(rig, freq);
+    auto result = store_.Delete(rig, freq);
     if (!result) return result.error();
-    *deleted = *result;
+    *deleted = result->has_value();
+    if (*deleted) Remember({std::move(**result)});
     return Ok();
   };
   const auto sentence = [this, deleted] {
@@ -146,8 +152,40 @@ void FunctionMemory::ChangeRow(const FunctionRecord& before, const FunctionRecor
 }
 
 void FunctionMemory::DeleteRows(const std::vector<FunctionRecord>& rows, const Done& done) {
-  Write([this, rows] { return store_.DeleteRows(rows); },
-        [count = rows.size()] { return "deleted " + std::to_string(count) + (count == 1 ? " row" : " rows"); }, done);
+  const auto attempt = [this, rows]() -> Status {
+    auto deleted = store_.DeleteRows(rows);
+    if (!deleted) return deleted.error();
+    Remember(std::move(*deleted));
+    return Ok();
+  };
+  Write(
+      attempt, [count = rows.size()] { return "deleted " + Count(count); }, done);
+}
+
+void FunctionMemory::Remember(std::vector<FunctionRecord> deleted) {
+  if (deleted.empty()) return;
+  deleted_.push_back(std::move(deleted));
+  if (deleted_.size() > kMostDeletions) deleted_.pop_front();
+}
+
+void FunctionMemory::UndoDelete(const Done& done) {
+  const auto said = std::make_shared<std::string>();
+  const auto attempt = [this, said]() -> Status {
+    if (deleted_.empty()) return Error{ErrorCode::kNotFound, "nothing has been deleted"};
+    const auto behind = store_.PutBack(deleted_.back());
+    if (!behind) return behind.error();
+    *said = "put back " + Count(deleted_.back().size());
+    if (*behind > 0) *said += ", " + std::to_string(*behind) + " behind what has been stored since";
+    deleted_.pop_back();
+    return Ok();
+  };
+  Write(
+      attempt, [said] { return *said; }, done);
+}
+
+Result<std::optional<FunctionRecord>> FunctionMemory::Stored() {
+  if (!rig_chosen()) return std::optional<FunctionRecord>();
+  return store_.Find(*console_.RigName, KhzText(*console_.FreqDisp));
 }
 
 Result<cat::SendOutcome> FunctionMemory::Retrieve(const FunctionRecord& row) {

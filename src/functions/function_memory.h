@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <deque>
 #include <functional>
 #include <string>
 #include <vector>
@@ -35,6 +36,12 @@ class FunctionMemory final {
   void StoreFN(const std::string& argument, const Done& done = {});
   /// Deletes what is stored for the rig and the displayed frequency.
   void DelFN(const Done& done = {});
+  /// Puts back what the latest deletion took; then that of the one before is next. kNotFound when there is none.
+  void UndoDelete(const Done& done = {});
+  /// How many rows that would put back.
+  std::size_t deleted_rows() const { return deleted_.empty() ? 0 : deleted_.back().size(); }
+  /// What is stored for the rig and the displayed frequency.
+  Result<std::optional<FunctionRecord>> Stored();
   /// A row chosen from a list: tunes to its frequency and sets its mode. kInvalid when its frequency cannot be read.
   Result<cat::SendOutcome> Retrieve(const FunctionRecord& row);
 
@@ -51,8 +58,6 @@ class FunctionMemory final {
 
   /// Presses function key 1 to 9.
   std::function<void(int number)> press;
-  /// Rows have been stored, changed or deleted here.
-  std::function<void()> on_rows_changed;
 
  private:
   Task Recall();
@@ -60,6 +65,7 @@ class FunctionMemory final {
   void Apply(const FunctionRecord& record);
   bool rig_chosen() const { return *console_.RigName != "NONE"; }
   void Write(StoreQueue::Attempt attempt, std::function<std::string()> sentence, const Done& done);
+  void Remember(std::vector<FunctionRecord> deleted);
 
   Loop& loop_;
   Console& console_;
@@ -67,8 +73,9 @@ class FunctionMemory final {
   FunctionStore& store_;
   StoreQueue& queue_;
   const Dialogs& dialogs_;
-  std::string note_;      ///< of the last store that had one
-  TimePoint wait_end_{};  ///< of the wait before the last automatic press
+  std::deque<std::vector<FunctionRecord>> deleted_;  ///< what each deletion took, the latest last
+  std::string note_;                                 ///< of the last store that had one
+  TimePoint wait_end_{};                             ///< of the wait before the last automatic press
   int acting_ = 0;
   Task recall_;
   Task presses_;

@@ -1,6 +1,7 @@
 #include "functions/function_store.h"
 
 #include <filesystem>
+#include <fstream>
 
 #include "config/rig_row.h"
 #include "config/rig_store.h"
@@ -38,7 +39,7 @@ FunctionRecord Read(const SqliteStatement& row) {
   for (std::size_t i = 0; i < kKeys; ++i) {
     const int n = static_cast<int>(i);
     if (!row.IsNull(kFirstText + n)) record.texts[i] = row.Text(kFirstText + n);
-    record.presses[i] = config::ParseYesNo(row.Text(kFirstPress + n)).value_or(false);
+    record.presses[i] = config::ParseYesNo(row.Text(kFirstPress + n)).value_or(true);
   }
   return record;
 }
@@ -67,20 +68,23 @@ Result<std::optional<FunctionRecord>> FindRow(Sqlite& store, const std::string& 
   return rows->empty() ? std::nullopt : std::optional(rows->front());
 }
 
-/// The place of the row that the criterion finds, of a new one when there is none.
-Result<std::int64_t> FindOrAdd(Sqlite& store, const FunctionRecord& record, const std::string& criterion) {
+Result<SqliteStatement> PrepareAdd(Sqlite& store) {
+  return store.Prepare(
+      "INSERT INTO rigfn (RigName, Freq, FNP1, FNP2, FNP3, FNP4, FNP5, FNP6, FNP7, FNP8, FNP9)"
+      " VALUES (?, ?, 0, 0, 0, 0, 0, 0, 0, 0, 0) RETURNING rowid");
+}
+
+/// The place of the row that the criterion finds, of a new one when there is none. `add` is that of PrepareAdd.
+Result<std::int64_t> FindOrAdd(Sqlite& store, SqliteStatement& add, const FunctionRecord& record,
+                               const std::string& criterion) {
   const auto found = FindRow(store, criterion);
   if (!found) return found.error();
   if (*found) return (*found)->place;
-  auto add = store.Prepare(
-      "INSERT INTO rigfn (RigName, Freq, FNP1, FNP2, FNP3, FNP4, FNP5, FNP6, FNP7, FNP8, FNP9)"
-      " VALUES (?, ?, 0, 0, 0, 0, 0, 0, 0, 0, 0) RETURNING rowid");
-  if (!add) return add.error();
-  add->Bind(1, record.rig);
-  add->Bind(2, record.freq);
-  if (const auto row = add->Step(); !row) return row.error();
-  const std::int64_t place = add->Number(0);
-  if (const auto end = add->Step(); !end) return end.error();
+  add.Bind(1, record.rig);
+  add.Bind(2, record.freq);
+  if (const auto row = add.Step(); !row) return row.error();
+  const std::int64_t place = add.Number(0);
+  if (const auto end = add.Step(); !end) return end.error();
   return place;
 }
 
@@ -116,25 +120,101 @@ class Update {
   std::vector<std::optional<std::string>> values_;
 };
 
-/// The row of a list is still the one that the list showed.
-Status MustBeThere(Sqlite& store, const FunctionRecord& row) {
-  auto statement =
-      store.Prepare("SELECT 1 FROM rigfn WHERE rowid = ? AND ifnull(RigName, '') = ? AND ifnull(Freq, '') = ?");
-  if (!statement) return statement.error();
-  statement->Bind(1, row.place);
-  statement->Bind(2, row.rig);
-  statement->Bind(3, row.freq);
-  const auto there = statement->Step();
-  if (!there) return there.error();
-  if (*there) return Ok();
-  return Error{ErrorCode::kNotFound, "the row of " + OneLine(row.freq, 40) + " is not there any more"};
+Error IsGone(const FunctionRecord& row) {
+  return {ErrorCode::kNotFound, "the row of " + OneLine(row.freq, 40) + " is not there any more"};
 }
 
-Status DeleteAt(Sqlite& store, std::int64_t place) {
-  auto statement = store.Prepare("DELETE FROM rigfn WHERE rowid = ?");
-  if (!statement) return statement.error();
-  statement->Bind(1, place);
-  return Step(*statement);
+Result<SqliteStatement> PrepareRowAt(Sqlite& store) {
+  return store.Prepare(std::string(kRows) + " WHERE place = ?");
+}
+
+/// A row of a list as it is now; kNotFound when there is none, or another one, at its place. `row_at` is that of
+/// PrepareRowAt.
+Result<FunctionRecord> ReadAgain(SqliteStatement& row_at, const FunctionRecord& row) {
+  row_at.Bind(1, row.place);
+  const auto there = row_at.Step();
+  if (!there) return there.error();
+  if (!*there) return IsGone(row);
+  FunctionRecord now = Read(row_at);
+  if (const Status end = Step(row_at); !end) return end.error();
+  if (now.rig != row.rig || now.freq != row.freq) return IsGone(row);
+  return now;
+}
+
+Result<SqliteStatement> PrepareDelete(Sqlite& store) {
+  return store.Prepare("DELETE FROM rigfn WHERE rowid = ?");
+}
+
+Status DeleteAt(SqliteStatement& remove, std::int64_t place) {
+  remove.Bind(1, place);
+  return Step(remove);
+}
+
+/// Whether the statement, whose values are bound, gives a row; it can be bound again then.
+Result<bool> GivesRow(SqliteStatement& statement) {
+  const auto row = statement.Step();
+  if (!row || !*row) return row;
+  const auto end = statement.Step();
+  return end ? row : end;
+}
+
+/// The places that rows get when they are put back: that from which they were taken, as long as nothing has come into
+/// their stead; else 0, which is behind all others.
+Result<std::vector<std::int64_t>> PlacesFor(Sqlite& store, const std::vector<FunctionRecord>& rows) {
+  auto stead = store.Prepare("SELECT 1 FROM rigfn WHERE rowid = ?1 OR (RigName = ?2 COLLATE NOCASE AND Freq = ?3)");
+  if (!stead) return stead.error();
+  std::vector<std::int64_t> places;
+  for (const FunctionRecord& row : rows) {
+    stead->Bind(1, row.place);
+    stead->Bind(2, row.rig);
+    stead->Bind(3, row.freq);
+    const auto taken = GivesRow(*stead);
+    if (!taken) return taken.error();
+    places.push_back(*taken ? 0 : row.place);
+  }
+  return places;
+}
+
+Result<SqliteStatement> PrepareInsert(Sqlite& store) {
+  std::string names = "rowid, RigName, Freq, Mode, Scan, \"Desc\"";
+  std::string values = "?, ?, ?, ?, ?, ?";
+  for (const char* group : {"FNT", "FNP"}) {
+    for (std::size_t key = 1; key <= kKeys; ++key) {
+      names += std::string(", ") + group + std::to_string(key);
+      values += ", ?";
+    }
+  }
+  return store.Prepare("INSERT INTO rigfn (" + names + ") VALUES (" + values + ")");
+}
+
+Status InsertAt(SqliteStatement& insert, std::int64_t place, const FunctionRecord& row) {
+  int index = 0;
+  const auto bind = [&](bool there, const auto& value) {
+    there ? insert.Bind(++index, value) : insert.BindNull(++index);
+  };
+  bind(place > 0, place);
+  for (const std::string* text : {&row.rig, &row.freq, &row.mode, &row.scan, &row.description}) bind(true, *text);
+  for (const auto& text : row.texts) bind(text.has_value(), text.value_or(""));
+  for (const bool press : row.presses) bind(true, std::int64_t{press});
+  return Step(insert);
+}
+
+/// Writes the texts and marks of a row that is imported.
+Result<SqliteStatement> PrepareKeys(Sqlite& store) {
+  std::string sets;
+  for (const char* group : {"FNT", "FNP"}) {
+    for (std::size_t key = 1; key <= kKeys; ++key)
+      sets += (sets.empty() ? "" : ", ") + std::string(group) + std::to_string(key) + " = ?";
+  }
+  return store.Prepare("UPDATE rigfn SET " + sets + " WHERE rowid = ?");
+}
+
+Status UpdateKeys(SqliteStatement& keys, std::int64_t place, const FunctionRecord& record) {
+  int index = 0;
+  for (const auto& text : record.texts) keys.Bind(++index, text.value_or(""));
+  for (const bool press : record.presses) keys.Bind(++index, std::int64_t{press});
+  keys.Bind(++index, place);
+  return Step(keys);
 }
 
 Update Difference(const FunctionRecord& before, const FunctionRecord& after) {
@@ -169,7 +249,13 @@ std::string FunctionStore::Stamp() const {
   std::error_code error;
   const auto time = std::filesystem::last_write_time(file_, error);
   const auto size = std::filesystem::file_size(file_, error);
-  return error ? "" : std::to_string(time.time_since_epoch().count()) + ' ' + std::to_string(size);
+  if (error) return "";
+  // Two writes may come within one tick of the file's time: SQLite counts them in its header.
+  constexpr std::streamoff kCounter = 24;
+  char counter[4] = {};
+  std::ifstream(file_, std::ios::binary).seekg(kCounter).read(counter, sizeof(counter));
+  return std::to_string(time.time_since_epoch().count()) + ' ' + std::to_string(size) + ' ' +
+         std::string(counter, sizeof(counter));
 }
 
 Status FunctionStore::InTransaction(const std::function<Status(Sqlite&)>& work) const {
@@ -206,7 +292,9 @@ Result<std::vector<FunctionRecord>> FunctionStore::Rows(const std::string& where
 Status FunctionStore::Store(const FunctionRecord& record, int pressed_key) {
   if (const Status fit = MustHaveNoQuote(record.rig, record.freq); !fit) return fit;
   return InTransaction([&](Sqlite& store) -> Status {
-    const auto place = FindOrAdd(store, record, RowCriterion(record.rig, record.freq));
+    auto add = PrepareAdd(store);
+    if (!add) return add.error();
+    const auto place = FindOrAdd(store, *add, record, RowCriterion(record.rig, record.freq));
     if (!place) return place.error();
     Update update;
     for (std::size_t i = 0; i < kKeys; ++i) update.Key(i, record.texts[i]);
@@ -218,48 +306,77 @@ Status FunctionStore::Store(const FunctionRecord& record, int pressed_key) {
   });
 }
 
-Result<bool> FunctionStore::Delete(const std::string& rig, const std::string& freq) {
+Result<std::optional<FunctionRecord>> FunctionStore::Delete(const std::string& rig, const std::string& freq) {
   if (const Status fit = MustHaveNoQuote(rig, freq); !fit) return fit.error();
-  bool deleted = false;
+  std::optional<FunctionRecord> deleted;
   const Status done = InTransaction([&](Sqlite& store) -> Status {
-    const auto found = FindRow(store, RowCriterion(rig, freq));
+    auto found = FindRow(store, RowCriterion(rig, freq));
     if (!found) return found.error();
-    deleted = found->has_value();
-    return deleted ? DeleteAt(store, (*found)->place) : Ok();
+    deleted = std::move(*found);
+    if (!deleted) return Ok();
+    auto remove = PrepareDelete(store);
+    return remove ? DeleteAt(*remove, deleted->place) : Status(remove.error());
   });
   if (!done) return done.error();
   return deleted;
 }
 
-Status FunctionStore::DeleteRows(const std::vector<FunctionRecord>& rows) {
-  return InTransaction([&](Sqlite& store) {
+Result<std::vector<FunctionRecord>> FunctionStore::DeleteRows(const std::vector<FunctionRecord>& rows) {
+  std::vector<FunctionRecord> deleted;
+  const Status done = InTransaction([&](Sqlite& store) -> Status {
+    auto row_at = PrepareRowAt(store);
+    if (!row_at) return row_at.error();
+    auto remove = PrepareDelete(store);
+    if (!remove) return remove.error();
     for (const FunctionRecord& row : rows) {
-      if (const Status there = MustBeThere(store, row); !there) return there;
-      if (const Status deleted = DeleteAt(store, row.place); !deleted) return deleted;
+      auto now = ReadAgain(*row_at, row);
+      if (!now) return now.error();
+      if (const Status gone = DeleteAt(*remove, row.place); !gone) return gone;
+      deleted.push_back(std::move(*now));
     }
     return Ok();
   });
+  if (!done) return done.error();
+  return deleted;
+}
+
+Result<int> FunctionStore::PutBack(const std::vector<FunctionRecord>& rows) {
+  int doubled = 0;
+  const Status done = InTransaction([&](Sqlite& store) -> Status {
+    const auto places = PlacesFor(store, rows);
+    if (!places) return places.error();
+    auto insert = PrepareInsert(store);
+    if (!insert) return insert.error();
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+      if (const Status put = InsertAt(*insert, (*places)[i], rows[i]); !put) return put;
+      doubled += (*places)[i] == 0 ? 1 : 0;
+    }
+    return Ok();
+  });
+  if (!done) return done.error();
+  return doubled;
 }
 
 Status FunctionStore::Change(const FunctionRecord& before, const FunctionRecord& after) {
-  return InTransaction([&](Sqlite& store) {
-    if (const Status there = MustBeThere(store, before); !there) return there;
+  return InTransaction([&](Sqlite& store) -> Status {
+    auto row_at = PrepareRowAt(store);
+    if (!row_at) return row_at.error();
+    if (const auto now = ReadAgain(*row_at, before); !now) return now.error();
     return Difference(before, after).Run(store, before.place);
   });
 }
 
 Status FunctionStore::Import(const std::vector<FunctionRecord>& records) {
-  return InTransaction([&](Sqlite& store) {
+  return InTransaction([&](Sqlite& store) -> Status {
+    auto add = PrepareAdd(store);
+    if (!add) return add.error();
+    auto keys = PrepareKeys(store);
+    if (!keys) return keys.error();
     for (const FunctionRecord& record : records) {
       if (const Status fit = MustHaveNoQuote(record.rig, record.freq); !fit) return fit;
-      const auto place = FindOrAdd(store, record, ImportCriterion(record.rig, record.freq));
-      if (!place) return Status(place.error());
-      Update update;
-      for (std::size_t i = 0; i < kKeys; ++i) {
-        update.Key(i, record.texts[i].value_or(""));
-        update.Flag(i, record.presses[i]);
-      }
-      if (const Status updated = update.Run(store, *place); !updated) return updated;
+      const auto place = FindOrAdd(store, *add, record, ImportCriterion(record.rig, record.freq));
+      if (!place) return place.error();
+      if (const Status updated = UpdateKeys(*keys, *place, record); !updated) return updated;
     }
     return Ok();
   });

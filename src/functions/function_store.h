@@ -9,6 +9,7 @@
 #include "config/sqlite.h"
 #include "core/result.h"
 #include "functions/function_record.h"
+#include "functions/listeners.h"
 #include "platform/files.h"
 
 namespace kvx::functions {
@@ -35,15 +36,21 @@ class FunctionStore final {
   /// Adds the row or changes it: texts, mode and description. `pressed_key` 1 to 9 is marked for pressing; no mark is
   /// ever taken away, and `scan` stays.
   Status Store(const FunctionRecord& record, int pressed_key);
-  /// Deletes the row of that rig and frequency: whether there was one.
-  Result<bool> Delete(const std::string& rig, const std::string& freq);
-  /// Deletes rows of a list, all or none. kNotFound when one is not there any more.
-  Status DeleteRows(const std::vector<FunctionRecord>& rows);
+  /// Deletes the row of that rig and frequency: the row, if there was one.
+  Result<std::optional<FunctionRecord>> Delete(const std::string& rig, const std::string& freq);
+  /// Deletes rows of a list, all or none, and gives them as they were. kNotFound when one is not there any more.
+  Result<std::vector<FunctionRecord>> DeleteRows(const std::vector<FunctionRecord>& rows);
+  /// Puts deleted rows back, each to its place. Where another row has come into its stead meanwhile, that one goes on
+  /// counting and the old one comes behind all others; how many these are.
+  Result<int> PutBack(const std::vector<FunctionRecord>& rows);
   /// Turns a row of a list into `after`, writing only what differs. kNotFound when it is not there any more.
   Status Change(const FunctionRecord& before, const FunctionRecord& after);
   /// Adds the rows, or changes those that are there, all or none: texts and marks; mode, scan and description of a row
   /// stay as they are.
   Status Import(const std::vector<FunctionRecord>& records);
+
+  /// Told when rows have been stored, changed, deleted or imported by this program.
+  Listeners changed;
 
   const platform::Path& file() const { return file_; }
   /// Changes whenever the file does, by whomever.

@@ -12,6 +12,7 @@ constexpr const char* kFile = "RIGMEM.MEM";
 constexpr std::size_t kLargestFile = 4U << 20;
 constexpr std::size_t kLongestName = 100;
 constexpr std::size_t kLongestComment = 1000;
+constexpr std::size_t kMostUndone = 50;
 
 std::size_t Index(int number) {
   return static_cast<std::size_t>(number - 1);
@@ -24,22 +25,23 @@ void Bound(std::string& text, std::size_t limit) {
   text.resize(limit);
 }
 
-/// Puts the channels of a file in their places; what keeps one out, else empty.
-std::string Place(const std::vector<NumberedChannel>& from, bool replace, std::array<MemoryChannel, kChannels>& to) {
-  std::string taken;
-  for (const auto& [number, channel] : from) {
-    if (number == 0) continue;
-    if (!to[Index(number)].empty() && !replace) taken += (taken.empty() ? "" : ", ") + std::to_string(number);
-    to[Index(number)] = channel;
-  }
-  if (!taken.empty()) return "there already: " + taken + "; nothing is imported";
-  for (const auto& [number, channel] : from) {
-    if (number != 0) continue;
+std::string Join(const std::vector<int>& numbers) {
+  std::string text;
+  for (const int number : numbers) text += (text.empty() ? "" : ", ") + std::to_string(number);
+  return text;
+}
+
+/// Puts those without a number into free places. How many were put; nothing when there are not enough places.
+std::optional<int> PlaceFree(const std::vector<NumberedChannel>& from, std::array<MemoryChannel, kChannels>& to) {
+  int placed = 0;
+  for (const NumberedChannel& numbered : from) {
+    if (numbered.number != 0) continue;
     auto* free = std::find_if(to.begin(), to.end(), [](const MemoryChannel& c) { return c.empty(); });
-    if (free == to.end()) return "there are more channels than free places; nothing is imported";
-    *free = channel;
+    if (free == to.end()) return std::nullopt;
+    *free = numbered.channel;
+    ++placed;
   }
-  return "";
+  return placed;
 }
 
 }  // namespace
@@ -68,6 +70,19 @@ Status MemoryChannels::Load() {
 Status MemoryChannels::Save() {
   if (!writable_) return writable_;
   return files_.Write(folder_ / kFile, FormatMemories(file_));
+}
+
+Status MemoryChannels::Change(const Channels& channels) {
+  undo_.push_back(file_.channels);
+  if (undo_.size() > kMostUndone) undo_.pop_front();
+  return Keep(channels);
+}
+
+Status MemoryChannels::Undo() {
+  if (undo_.empty()) return Error{ErrorCode::kNotFound, "there is nothing to take back"};
+  const Channels before = std::move(undo_.back());
+  undo_.pop_back();
+  return Keep(before);
 }
 
 Status MemoryChannels::Keep(const Channels& channels) {
@@ -99,6 +114,15 @@ int MemoryChannels::first_free() const {
   return 0;
 }
 
+int MemoryChannels::Neighbour(int direction) const {
+  int number = current_ == 0 && direction < 0 ? 1 : current_;
+  for (int i = 0; i < kChannels; ++i) {
+    number = (number - 1 + direction + kChannels) % kChannels + 1;
+    if (!channel(number).empty()) return number;
+  }
+  return 0;
+}
+
 Status MemoryChannels::Store(int number, const std::optional<std::string>& name) {
   if (const Status there = MustExist(number); !there) return there;
   Channels channels = file_.channels;
@@ -108,12 +132,13 @@ Status MemoryChannels::Store(int number, const std::optional<std::string>& name)
   channel.narrow = *console_.Xnarrow && (channel.mode == "CW" || channel.mode == "FM");
   channel.vfo = *console_.ActiveVfo;
   if (name) channel.name = *name;
-  return Keep(channels);
+  return Change(channels);
 }
 
 Result<cat::SendOutcome> MemoryChannels::Recall(int number) {
   if (const Status holds = MustHold(number); !holds) return holds.error();
   const MemoryChannel wanted = channel(number);
+  current_ = number;
   if (wanted.vfo == 'A' && *console_.ActiveVfo != 'A') operations_.VFOA_Click();
   if (wanted.vfo == 'B' && *console_.ActiveVfo != 'B') operations_.VFOB_Click();
   const cat::SendOutcome outcome = operations_.TuneTo(wanted.frequency);
@@ -135,7 +160,7 @@ Status MemoryChannels::Change(int number, const MemoryChannel& channel) {
   if (const Status there = MustExist(number); !there) return there;
   Channels channels = file_.channels;
   channels[Index(number)] = channel.empty() ? MemoryChannel() : channel;
-  return Keep(channels);
+  return Change(channels);
 }
 
 Status MemoryChannels::Move(int from, int to) {
@@ -145,12 +170,21 @@ Status MemoryChannels::Move(int from, int to) {
   const auto at = [&](int number) { return channels.begin() + (number - 1); };
   if (from < to) std::rotate(at(from), at(from + 1), at(to + 1));
   if (from > to) std::rotate(at(to), at(from), at(from + 1));
-  return Keep(channels);
+  return Change(channels);
 }
 
 Status MemoryChannels::Delete(int number) {
   if (const Status holds = MustHold(number); !holds) return holds;
   return Change(number, {});
+}
+
+Status MemoryChannels::Delete(const std::vector<int>& numbers) {
+  Channels channels = file_.channels;
+  for (const int number : numbers) {
+    if (const Status there = MustExist(number); !there) return there;
+    channels[Index(number)] = {};
+  }
+  return channels == file_.channels ? Ok() : Change(channels);
 }
 
 Result<std::string> MemoryChannels::Export(const platform::Path& file) const {
@@ -163,17 +197,48 @@ Result<std::string> MemoryChannels::Export(const platform::Path& file) const {
   return std::to_string(held.size()) + " channels to " + path.string();
 }
 
-Result<std::string> MemoryChannels::Import(const platform::Path& file, bool replace) {
+Result<std::vector<NumberedChannel>> MemoryChannels::Read(const platform::Path& file) const {
   const platform::Path path = folder_ / file;
   const auto content = files_.Read(path, kLargestFile);
   if (!content) return content.error();
-  const auto parsed = ParseChannels(*content);
+  auto parsed = ParseChannels(*content);
   if (!parsed) return Error{parsed.error().code, path.string() + " " + parsed.error().message};
-  Channels channels = file_.channels;
-  if (const std::string fault = Place(*parsed, replace, channels); !fault.empty())
-    return Error{ErrorCode::kInvalid, fault};
-  if (const Status kept = Keep(channels); !kept) return kept.error();
-  return std::to_string(parsed->size()) + " channels from " + path.string();
+  return parsed;
+}
+
+std::vector<int> MemoryChannels::Conflicts(const std::vector<NumberedChannel>& channels) const {
+  std::vector<int> numbers;
+  for (const NumberedChannel& numbered : channels) {
+    if (numbered.number != 0 && !channel(numbered.number).empty()) numbers.push_back(numbered.number);
+  }
+  return numbers;
+}
+
+Result<std::string> MemoryChannels::Take(const std::vector<NumberedChannel>& channels, Conflict conflict,
+                                         const platform::Path& file) {
+  const std::vector<int> taken = Conflicts(channels);
+  if (conflict == Conflict::kRefuse && !taken.empty())
+    return Error{ErrorCode::kInvalid, "there already: " + Join(taken) + "; nothing is imported"};
+  Channels changed = file_.channels;
+  int count = 0;
+  for (const NumberedChannel& numbered : channels) {
+    if (numbered.number == 0) continue;
+    if (conflict == Conflict::kKeep && !channel(numbered.number).empty()) continue;
+    changed[Index(numbered.number)] = numbered.channel;
+    ++count;
+  }
+  const auto placed = PlaceFree(channels, changed);
+  if (!placed) return Error{ErrorCode::kInvalid, "there are more channels than free places; nothing is imported"};
+  if (const Status kept = Change(changed); !kept) return kept.error();
+  const auto extras = std::count_if(channels.begin(), channels.end(), [](const auto& c) { return c.has_extras; });
+  return std::to_string(count + *placed) + " channels from " + (folder_ / file).string() +
+         (extras == 0 ? "" : "; shifts, tones or modes of " + std::to_string(extras) + " are kept in their comments");
+}
+
+Result<std::string> MemoryChannels::Import(const platform::Path& file, bool replace) {
+  const auto channels = Read(file);
+  if (!channels) return channels.error();
+  return Take(*channels, replace ? Conflict::kReplace : Conflict::kRefuse, file);
 }
 
 }  // namespace kvx::functions

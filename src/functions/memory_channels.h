@@ -1,8 +1,10 @@
 #pragma once
 
+#include <deque>
 #include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "cat/operations.h"
 #include "core/console.h"
@@ -11,6 +13,9 @@
 #include "platform/files.h"
 
 namespace kvx::functions {
+
+/// What becomes of a channel that is there already when another one is imported.
+enum class Conflict { kRefuse, kReplace, kKeep };
 
 /// The hundred memory channels of the station, kept in `RIGMEM.MEM`: every change is written at once. Channels are
 /// counted from 1; kInvalid for another number, kNotFound for an empty channel where one has to hold something.
@@ -32,7 +37,7 @@ class MemoryChannels final {
   /// Stores frequency, mode, width and VFO in use. The name, skip mark and comment that the channel has stay, unless
   /// `name` says otherwise.
   Status Store(int number, const std::optional<std::string>& name = {});
-  /// Chooses its VFO, tunes and sets its mode.
+  /// Chooses its VFO, tunes and sets its mode. It then is the current one.
   Result<cat::SendOutcome> Recall(int number);
   Status SetName(int number, const std::string& name);
   /// Replaces what it holds, as a table's cells are edited.
@@ -40,6 +45,17 @@ class MemoryChannels final {
   /// Takes a channel out and puts it in at `to`; those between move by one.
   Status Move(int from, int to);
   Status Delete(int number);
+  /// Empties several in one step; those that are empty are left alone.
+  Status Delete(const std::vector<int>& numbers);
+  /// Takes back the last change, up to a bounded number of them. kNotFound when there is none.
+  Status Undo();
+  bool can_undo() const { return !undo_.empty(); }
+
+  /// The channel that was recalled last; 0: none.
+  int current() const { return current_; }
+  /// The next channel that holds something, upwards (1) or downwards (-1) from the current one, round and round; 0 when
+  /// all are empty.
+  int Neighbour(int direction) const;
 
   // The rig's own memories: the row's commands.
 
@@ -52,6 +68,12 @@ class MemoryChannels final {
   /// Takes the channels of a CSV file, all or none. One without a usable number goes to the first free channel; one
   /// that is there already is replaced only when `replace`.
   Result<std::string> Import(const platform::Path& file, bool replace);
+  /// The same in steps, for who has to ask in between: what the file holds, the numbers that are there already, and
+  /// taking it.
+  Result<std::vector<NumberedChannel>> Read(const platform::Path& file) const;
+  std::vector<int> Conflicts(const std::vector<NumberedChannel>& channels) const;
+  /// `file`: where they come from, for the sentence that it gives.
+  Result<std::string> Take(const std::vector<NumberedChannel>& channels, Conflict conflict, const platform::Path& file);
 
   std::function<void()> on_change;
 
@@ -60,6 +82,7 @@ class MemoryChannels final {
 
   Status MustExist(int number) const;
   Status MustHold(int number) const;
+  Status Change(const Channels& channels);
   Status Keep(const Channels& channels);
 
   Console& console_;
@@ -68,6 +91,8 @@ class MemoryChannels final {
   platform::Files& files_;
   platform::Path folder_;
   MemoryFile file_;
+  std::deque<Channels> undo_;  ///< what was there before each change, the latest last
+  int current_ = 0;
   Status writable_ = Ok();  ///< why the file must not be written: it holds what could not be read or moved
 };
 

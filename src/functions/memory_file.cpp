@@ -26,21 +26,23 @@ std::optional<bool> Flag(const std::string& text, std::string_view word) {
   return EqualNoCase(text, word) ? std::optional(true) : std::nullopt;
 }
 
-/// Puts one line into its channel. False, with nothing changed, when it is none, or the channel is taken already.
-bool TakeChannel(std::string_view line, MemoryFile& file) {
+enum class LineKind { kChannel, kSecond, kOther };
+
+/// Puts one line into its channel. Nothing is changed when it is none, or the channel is taken already.
+LineKind TakeChannel(std::string_view line, MemoryFile& file) {
   CsvReader reader(line);
   const auto record = reader.Next();
-  if (!record || record->cells.size() != kCells) return false;
+  if (!record || record->cells.size() != kCells) return LineKind::kOther;
   const auto& cells = record->cells;
   const auto number = ParseNumber(cells[0], 1, kChannels);
   const auto frequency = ParseKhz(cells[2]);
   const auto narrow = Flag(cells[4], "narrow");
   const auto skip = Flag(cells[6], "skip");
   const std::string vfo = Upper(cells[5]);
-  if (!number || !frequency || frequency->decihertz <= 0 || !narrow || !skip) return false;
-  if (!vfo.empty() && vfo != "A" && vfo != "B") return false;
+  if (!number || !frequency || frequency->decihertz <= 0 || !narrow || !skip) return LineKind::kOther;
+  if (!vfo.empty() && vfo != "A" && vfo != "B") return LineKind::kOther;
   MemoryChannel& channel = file.channels[static_cast<std::size_t>(*number - 1)];
-  if (!channel.empty()) return false;
+  if (!channel.empty()) return LineKind::kSecond;
   channel = {.name = FromVisible(cells[1]),
              .frequency = *frequency,
              .mode = FromVisible(cells[3]),
@@ -48,7 +50,7 @@ bool TakeChannel(std::string_view line, MemoryFile& file) {
              .vfo = vfo.empty() ? '\0' : vfo[0],
              .skip = *skip,
              .comment = FromVisible(cells[7])};
-  return true;
+  return LineKind::kChannel;
 }
 
 }  // namespace
@@ -67,7 +69,10 @@ Result<MemoryFile> ParseMemories(std::string_view content) {
   while (!rest.empty()) {
     const std::string_view line = TakeLine(rest).text;
     if (Trim(line).empty() || line == kHeading) continue;
-    if (!TakeChannel(line, file)) file.other_lines.emplace_back(line);
+    const LineKind kind = TakeChannel(line, file);
+    if (kind == LineKind::kOther) file.other_lines.emplace_back(line);
+    // It must not step into the place of the first one when that is deleted.
+    if (kind == LineKind::kSecond) file.other_lines.push_back("# " + std::string(line));
   }
   return file;
 }

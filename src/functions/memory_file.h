@@ -16,7 +16,8 @@ namespace kvx::functions {
 ///   # channel,name,frequency in kHz,mode,width,vfo,skip,comment
 ///   7,Sunday net,3650.00,LSB,,A,,"Sundays, 10 UTC"
 ///
-/// Empty channels are not written. Lines that are no channel are kept as they stand and written behind the channels.
+/// Empty channels are not written. Lines that are no channel are kept as they stand and written behind the channels, a
+/// channel's second line as a remark.
 struct MemoryFile {
   std::array<MemoryChannel, kChannels> channels;
   std::vector<std::string> other_lines;

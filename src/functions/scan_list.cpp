@@ -1,25 +1,27 @@
 #include "functions/scan_list.h"
 
 #include <algorithm>
-#include <map>
 #include <utility>
 
 #include "core/text.h"
 
 namespace kvx::functions {
 
-std::vector<ScanStop> ScanStops(const std::vector<FunctionRecord>& rows, Frequency start, Frequency end, bool down,
+std::vector<ScanStop> ScanStops(std::vector<FunctionRecord> rows, Frequency start, Frequency end, bool down,
                                 const std::string& rig) {
   const auto [low, high] = std::minmax(start, end);
-  std::map<Frequency, FunctionRecord> by_frequency;
-  for (const FunctionRecord& row : rows) {
-    const auto frequency = ParseKhz(row.freq);
-    if (!frequency || *frequency < low || *frequency > high) continue;
-    const auto [place, added] = by_frequency.emplace(*frequency, row);
-    if (!added && EqualNoCase(row.rig, rig) && !EqualNoCase(place->second.rig, rig)) place->second = row;
-  }
   std::vector<ScanStop> stops;
-  for (auto& [frequency, row] : by_frequency) stops.push_back({frequency, std::move(row)});
+  for (FunctionRecord& row : rows) {
+    const auto frequency = ParseKhz(row.freq);
+    if (frequency && *frequency >= low && *frequency <= high) stops.push_back({*frequency, std::move(row)});
+  }
+  // Of one frequency the wanted row first, which is the one that stays.
+  std::stable_sort(stops.begin(), stops.end(), [&rig](const ScanStop& a, const ScanStop& b) {
+    if (a.frequency != b.frequency) return a.frequency < b.frequency;
+    return EqualNoCase(a.row.rig, rig) && !EqualNoCase(b.row.rig, rig);
+  });
+  const auto same = [](const ScanStop& a, const ScanStop& b) { return a.frequency == b.frequency; };
+  stops.erase(std::unique(stops.begin(), stops.end(), same), stops.end());
   if (down) std::reverse(stops.begin(), stops.end());
   return stops;
 }

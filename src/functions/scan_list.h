@@ -17,7 +17,7 @@ struct ScanStop {
 /// The stops of a scan between two frequencies, whichever is the higher, both included: in the order of their
 /// frequencies, downwards when `down`. Of several rows with one frequency it is that of `rig`, else the first; a row
 /// whose frequency cannot be read is no stop.
-std::vector<ScanStop> ScanStops(const std::vector<FunctionRecord>& rows, Frequency start, Frequency end, bool down,
+std::vector<ScanStop> ScanStops(std::vector<FunctionRecord> rows, Frequency start, Frequency end, bool down,
                                 const std::string& rig);
 
 }  // namespace kvx::functions

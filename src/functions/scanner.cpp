@@ -28,6 +28,14 @@ bool Near(Frequency a, Frequency b) {
 
 }  // namespace
 
+std::string ScanText(const ScanState& state) {
+  const bool stopped = state.phase == Phase::kStopped;
+  std::string text = stopped ? "scan stopped" : state.phase == Phase::kHeld ? "scan held" : "scan listening";
+  if (stopped) return std::string(Trim(text + " " + state.why));
+  if (state.stop) text += " " + KhzText(state.stop->frequency) + " " + OneLine(state.stop->row.description);
+  return std::string(Trim(text));
+}
+
 Scanner::Scanner(Loop& loop, Console& console, FunctionMemory& functions, const FunctionStore& store,
                  const Dialogs& dialogs)
     : loop_(loop), console_(console), functions_(functions), store_(store), dialogs_(dialogs) {
@@ -36,11 +44,13 @@ Scanner::Scanner(Loop& loop, Console& console, FunctionMemory& functions, const 
 
 void Scanner::SetStart(Frequency frequency) {
   start_ = frequency;
+  stamp_.clear();
   dialogs_.Show("Start Freq set at " + KhzText(frequency));
 }
 
 void Scanner::SetEnd(Frequency frequency) {
   end_ = frequency;
+  stamp_.clear();
   dialogs_.Show("End Freq set at " + KhzText(frequency));
 }
 
@@ -72,11 +82,13 @@ Status Scanner::Start() {
 }
 
 Status Scanner::ReadStops() {
-  const auto rows = store_.ToScan();
+  std::string stamp = store_.Stamp();
+  auto rows = store_.ToScan();
   if (!rows) return rows.error();
-  auto stops = ScanStops(*rows, *start_, *end_, settings_.down, *console_.RigName);
+  auto stops = ScanStops(std::move(*rows), *start_, *end_, settings_.down, *console_.RigName);
   if (stops.empty()) return Error{ErrorCode::kNotFound, kNoRow};
   stops_ = std::move(stops);
+  stamp_ = std::move(stamp);
   next_ = 0;
   return Ok();
 }
@@ -91,7 +103,7 @@ void Scanner::Stop(const std::string& why) {
 
 void Scanner::Enter(Phase phase) {
   state_.phase = phase;
-  if (on_change) on_change();
+  changed.Tell();
 }
 
 void Scanner::Skip() {
@@ -104,7 +116,7 @@ Task Scanner::Run() {
     co_await listen_;
     if (next_ < stops_.size()) continue;
     // Rows may have been marked or deleted meanwhile. A store that another program is writing is read next time.
-    const Status read = ReadStops();
+    const Status read = store_.Stamp() == stamp_ ? Ok() : ReadStops();
     if (!read && read.error().code == ErrorCode::kNotFound) {
       dialogs_.Show(kNoRow);
       break;
@@ -172,6 +184,8 @@ void Scanner::Follow(Field field) {
     case Field::kRigName:
     case Field::kRigRow:
       return Stop("another rig was chosen");
+    case Field::kFunctionText:
+      return Stop("a function key was set");
     case Field::kTransmitting:
     case Field::kTuning:
       return *console_.Transmitting || *console_.Tuning ? Stop("the rig transmits") : void();

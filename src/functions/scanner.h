@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "functions/function_memory.h"
+#include "functions/listeners.h"
 #include "functions/scan_list.h"
 
 namespace kvx::functions {
@@ -30,8 +31,12 @@ struct ScanState {
   std::string why;               ///< why it is stopped
 };
 
+/// "scan held 14200.00 net", "scan stopped the mode was changed".
+std::string ScanText(const ScanState& state);
+
 /// Steps through the stored rows marked for scanning, between a start and an end frequency, round and round. Whatever
-/// the operator does to frequency, mode, VFO or band, here or at the rig, ends it; so does transmitting.
+/// the operator does to frequency, mode, VFO or band, here or at the rig, ends it; so do transmitting, a function key
+/// and a text typed for one.
 class Scanner final {
  public:
   Scanner(Loop& loop, Console& console, FunctionMemory& functions, const FunctionStore& store, const Dialogs& dialogs);
@@ -59,7 +64,10 @@ class Scanner final {
 
   /// What is heard, in the units of `settings().level`.
   std::function<int()> level;
-  std::function<void()> on_change;
+  /// The highest that this can be.
+  std::function<int()> full_scale;
+  /// Told whenever the state is another one.
+  Listeners changed;
 
  private:
   Task Run();
@@ -80,6 +88,7 @@ class Scanner final {
   ScanSettings settings_;
   ScanState state_;
   std::vector<ScanStop> stops_;
+  std::string stamp_;  ///< of the store when they were read; empty: they are to be read anew
   std::size_t next_ = 0;
   TimePoint tuned_at_{};
   bool acting_ = false;

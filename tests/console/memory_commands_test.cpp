@@ -58,6 +58,15 @@ TEST(MemoryCommands, StoreRecallChangeAndDelete) {
   EXPECT_EQ(line.Answer("fnimport").substr(0, 14), "ok 1 row from ");
   EXPECT_EQ(line.Answer("delete 14000"), "ok deleted 1 row");
   EXPECT_EQ(line.Answer("delete"), "ok nothing is stored for this frequency");
+  EXPECT_EQ(line.Answer("undelete"), "ok put back 1 row");
+  EXPECT_EQ(line.Answer("undelete"), "ok put back 1 row, 1 behind what has been stored since");
+  EXPECT_EQ(line.Answer("undelete"), "error: nothing has been deleted");
+  line.Say("freq 7000");
+  line.Written();
+  EXPECT_EQ(line.Answer("retrieve #2").substr(0, 20), "ok retrieve 14000.00");
+  EXPECT_EQ(line.Written().substr(0, 14), "FA00014000000;");
+  EXPECT_EQ(line.Answer("fnset #2 Desc second"), "ok changed 14000.00");
+  EXPECT_EQ(line.Answer("delete #9"), "error: there is no row #9");
 }
 
 TEST(MemoryCommands, AScanTellsWhatIsHeard) {

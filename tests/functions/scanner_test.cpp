@@ -18,10 +18,10 @@ struct ScanBench : Bench {
     Row("junk");
     functions.scanner.SetStart(Frequency::FromKhz(14'000));
     functions.scanner.SetEnd(Frequency::FromKhz(15'000));
-    functions.scanner.on_change = [this] {
+    following = functions.scanner.changed.Follow([this] {
       const ScanState& state = functions.scanner.state();
       if (state.phase == Phase::kListening) visits += KhzText(state.stop->frequency) + " ";
-    };
+    });
     rig.loop.RunFor(1s);
   }
   void Start(const ScanSettings& settings = {}) {
@@ -35,6 +35,7 @@ struct ScanBench : Bench {
   Phase phase() const { return functions.scanner.state().phase; }
 
   std::string visits;
+  Listeners::Following following;
 };
 
 TEST(Scanner, StepsThroughTheMarkedRowsRoundAndRound) {
@@ -113,6 +114,7 @@ TEST(Scanner, AnyOperatorActionEndsIt) {
       {"a VFO", [](ScanBench& b) { b.rig.engine.operations.VFOB_Click(); }},
       {"a band", [](ScanBench& b) { b.rig.console.BandNumber.Set(40); }},
       {"transmitting", [](ScanBench& b) { b.rig.console.Transmitting.Set(true); }},
+      {"a text typed for a function key", [](ScanBench& b) { b.rig.console.Text5.Set(2, "0744"); }},
       {"another rig", [](ScanBench& b) { b.rig.console.RigName.Set("OTHER"); }},
       {"the rig's knob", [](ScanBench& b) { b.rig.engine.operations.UpdateFreq(*ParseKhz("14100.20")); }},
       {"the rig's mode key",
