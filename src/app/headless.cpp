@@ -5,6 +5,8 @@
 
 #include "app/program.h"
 #include "console/command_line.h"
+#include "console/cw_commands.h"
+#include "console/link_commands.h"
 #include "console/memory_commands.h"
 #include "console/rig_editor_commands.h"
 #include "console/setup_commands.h"
@@ -25,6 +27,8 @@ int RunHeadless(int argc, char** argv, const Options& options) {
                                 [&](const std::string& line) { output.WriteLine(line); });
   console::AddSetupCommands(commands, program.setup());
   console::AddMemoryCommands(commands, program.station());
+  console::AddCwCommands(commands, program.loop(), program.station());
+  console::AddLinkCommands(commands, program.setup());
   console::AddRigEditorCommands(commands, program.station(), program.files());
   platform::StandardInput input;
   commands.on_quit = [&] { program.Stop(); };

@@ -88,7 +88,8 @@ std::string HelpText() {
          "  kvx --station DIR      another station folder (default: $XDG_DATA_HOME/kvx)\n"
          "  kvx --grab DIR         write a picture of every window to DIR and end\n"
          "  kvx rigsim KIND [--link PATH] [--speed BAUD]\n"
-         "                         one simulated rig on a pseudo-terminal whose path it prints; its front panel is "
+         "                         one simulated rig or keyer on a pseudo-terminal whose path it prints; its front "
+         "panel is "
          "standard input\n"
          "                         (KIND: " +
          kinds +

@@ -1,10 +1,14 @@
 #include "app/program.h"
 
 #include <QGuiApplication>
+#include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <utility>
 
+#include "keyer/port_key_line.h"
 #include "platform/ports_file.h"
+#include "platform/posix/thread_key_line.h"
 #include "platform/qt/pty_port.h"
 #include "platform/qt/qt_serial_device.h"
 #include "platform/qt/tcp_port.h"
@@ -23,6 +27,17 @@ platform::Path StationFolder(const Options& options) {
   return base / (options.demo ? "kvx-demo" : "kvx");
 }
 
+/// Of the device behind a port; -1 for another kind of port.
+int DescriptorOf(const platform::NumberedPort& port) {
+  const auto* device = dynamic_cast<const platform::QtSerialDevice*>(port.backend());
+  return device == nullptr ? -1 : device->descriptor();
+}
+
+bool IsDevice(const std::string& address) {
+  constexpr std::array kOthers{"pty:", "tcp:", "sim:"};
+  return std::none_of(kOthers.begin(), kOthers.end(), [&](const char* other) { return address.starts_with(other); });
+}
+
 }  // namespace
 
 platform::Path DataFolder() {
@@ -38,7 +53,16 @@ Program::Program(const Options& options)
       with_window_(qobject_cast<QGuiApplication*>(QCoreApplication::instance()) != nullptr),
       rig_port_([this] { return platform::ReadPortTable(files_, folder_); },
                 [this](const std::string& address) { return MakePort(address); }),
-      release_guard_([this] { return RigDescriptor(); }) {
+      keyer_port_([this] { return platform::ReadPortTable(files_, folder_); },
+                  [this](const std::string& address) { return MakePort(address); }),
+      logger_port_([this] { return platform::ReadPortTable(files_, folder_); },
+                   [this](const std::string& address) { return MakeLoggerPort(address); }),
+      logger_winkey_port_([this] { return platform::ReadPortTable(files_, folder_); },
+                          [this](const std::string& address) { return MakePort(address); }),
+      key_line_port_([this] { return platform::ReadPortTable(files_, folder_); },
+                     [this](const std::string& address) { return MakePort(address); }),
+      release_guard_([this] { return DescriptorOf(rig_port_); }),
+      keyer_guard_([this] { return DescriptorOf(keyer_port_); }) {
   signals_.on_stop = [this](int) { Stop(); };
 }
 
@@ -46,12 +70,27 @@ Status Program::Prepare() {
   auto lock = platform::StationLock::Take(folder_);
   if (!lock) return lock.error();
   lock_ = std::move(*lock);
-  if (with_window_) speech_ = std::make_unique<platform::QtSpeech>();
-  station_ = std::make_unique<console::Station>(
-      console::StationParts{loop_, files_, rig_port_, folder_, DataFolder(), speech_.get(), &release_guard_});
+  if (with_window_) {
+    speech_ = std::make_unique<platform::QtSpeech>();
+    sound_ = std::make_unique<platform::QtSoundOutput>();
+  }
+  station_ = std::make_unique<console::Station>(console::StationParts{
+      .loop = loop_,
+      .files = files_,
+      .rig_port = rig_port_,
+      .folder = folder_,
+      .data = DataFolder(),
+      .speech = speech_.get(),
+      .guard = &release_guard_,
+      .keyer_port = &keyer_port_,
+      .keyer_guard = &keyer_guard_,
+      .key_line = [this](const keyer::KeyerSettings& settings) { return MakeKeyLine(settings); },
+      .net = &net_server_,
+      .loggers = {.cat = &logger_port_, .winkey = &logger_winkey_port_, .processes = &processes_}});
   if (speech_) speech_->on_notice = [this](const std::string& line) { station_->Notice(line); };
   setup_ = std::make_unique<console::StationSetup>(loop_, *station_, files_, devices_);
   editor_ = std::make_unique<console::RigEditor>(*station_, files_);
+  tone_ = std::make_unique<console::LocalTone>(loop_, files_, *setup_, sound_.get());
   return Ok();
 }
 
@@ -68,10 +107,35 @@ std::unique_ptr<platform::SerialPort> Program::MakePort(const std::string& addre
   return std::make_unique<platform::QtSerialDevice>(address);
 }
 
-/// Of the device behind the rig port; -1 for another kind of port.
-int Program::RigDescriptor() const {
-  const auto* device = dynamic_cast<const platform::QtSerialDevice*>(rig_port_.backend());
-  return device == nullptr ? -1 : device->descriptor();
+/// A virtual port tells when the logger has closed its end.
+std::unique_ptr<platform::SerialPort> Program::MakeLoggerPort(const std::string& address) {
+  auto port = MakePort(address);
+  if (auto* pty = dynamic_cast<platform::PtyPort*>(port.get())) {
+    pty->on_visit_ended = [this] { station_->loggers->logger.FarEndClosed(); };
+  }
+  return port;
+}
+
+/// A device of this machine is keyed by a thread of its own, any other port by the loop.
+std::unique_ptr<platform::KeyLine> Program::MakeKeyLine(const keyer::KeyerSettings& settings) {
+  using keyer::KeyerKind;
+  const platform::KeyLines lines{settings.key_on_rts, settings.use_ptt, settings.inverted};
+  const auto thread = [this](std::unique_ptr<platform::KeyOutput> output) {
+    return std::make_unique<platform::ThreadKeyLine>(loop_, std::move(output));
+  };
+  if (settings.kind == KeyerKind::kLptPin) {
+    const std::string path = "/dev/parport" + std::to_string(settings.port - 1);
+    return thread(std::make_unique<platform::ParallelKeyOutput>(path, lines));
+  }
+  if (settings.kind == KeyerKind::kRigLine) {
+    if (IsDevice(platform::ReadPortTable(files_, folder_).AddressOf(station_->settings().rig_port)))
+      return thread(std::make_unique<platform::SerialKeyOutput>([this] { return DescriptorOf(rig_port_); }, lines));
+    return std::make_unique<keyer::PortKeyLine>(loop_, rig_port_, lines, std::nullopt);
+  }
+  const std::string address = platform::ReadPortTable(files_, folder_).AddressOf(settings.port);
+  if (IsDevice(address)) return thread(std::make_unique<platform::SerialKeyOutput>(address, lines));
+  return std::make_unique<keyer::PortKeyLine>(loop_, key_line_port_, lines,
+                                              platform::PortSettings{.number = settings.port});
 }
 
 void Program::Speak(const std::string& sentence) {
@@ -85,6 +149,7 @@ bool Program::unconfigured() const {
 
 void Program::UseSimulatedRig() {
   if (auto used = setup_->UseSimulatedRig(); !used) station_->Notice(used.error().message);
+  if (auto used = setup_->UseSimulatedKeyer(); !used) station_->Notice(used.error().message);
 }
 
 std::string Program::OperateSimulatedRig(std::string_view command) {

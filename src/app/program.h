@@ -5,16 +5,20 @@
 #include <optional>
 
 #include "app/options.h"
+#include "console/local_tone.h"
 #include "console/rig_editor.h"
 #include "console/station.h"
 #include "console/station_setup.h"
 #include "platform/numbered_port.h"
 #include "platform/posix/device_list.h"
 #include "platform/posix/files.h"
+#include "platform/posix/process_list.h"
 #include "platform/posix/release_guard.h"
 #include "platform/posix/station_lock.h"
 #include "platform/qt/qt_loop.h"
+#include "platform/qt/qt_sound_output.h"
 #include "platform/qt/qt_speech.h"
+#include "platform/qt/qt_tcp_server.h"
 #include "platform/qt/stop_signals.h"
 
 namespace kvx::app {
@@ -35,6 +39,7 @@ class Program {
   console::Station& station() { return *station_; }
   console::StationSetup& setup() { return *setup_; }
   console::RigEditor& editor() { return *editor_; }
+  console::LocalTone* local_tone() { return tone_.get(); }
   platform::Files& files() { return files_; }
   Loop& loop() { return loop_; }
   /// Says a sentence aloud where there is a voice.
@@ -50,7 +55,8 @@ class Program {
 
  private:
   std::unique_ptr<platform::SerialPort> MakePort(const std::string& address);
-  int RigDescriptor() const;
+  std::unique_ptr<platform::SerialPort> MakeLoggerPort(const std::string& address);
+  std::unique_ptr<platform::KeyLine> MakeKeyLine(const keyer::KeyerSettings& settings);
   Task ShutDown();
 
   platform::QtLoop loop_;
@@ -60,12 +66,21 @@ class Program {
   bool with_window_;
   std::optional<platform::StationLock> lock_;
   platform::NumberedPort rig_port_;
+  platform::NumberedPort keyer_port_;     ///< of the WinKeyer
+  platform::NumberedPort logger_port_;
+  platform::NumberedPort logger_winkey_port_;
+  platform::NumberedPort key_line_port_;  ///< keyed in software, when it is no device of this machine
   platform::PosixDeviceList devices_;
+  platform::PosixProcessList processes_;
   platform::PosixReleaseGuard release_guard_;
-  std::unique_ptr<platform::QtSpeech> speech_;  ///< for windows only
+  platform::PosixReleaseGuard keyer_guard_;
+  platform::QtTcpServer net_server_;
+  std::unique_ptr<platform::QtSpeech> speech_;       ///< for windows only
+  std::unique_ptr<platform::QtSoundOutput> sound_;  ///< the same
   std::unique_ptr<console::Station> station_;
   std::unique_ptr<console::StationSetup> setup_;
   std::unique_ptr<console::RigEditor> editor_;
+  std::unique_ptr<console::LocalTone> tone_;
   platform::StopSignals signals_;
   Task shut_down_;
   bool stopping_ = false;

@@ -5,6 +5,9 @@
 #include <iostream>
 
 #include "console/debug_window.h"
+#include "console/function_list_window.h"
+#include "console/key_screen.h"
+#include "console/memory_window.h"
 #include "console/rig_editor_window.h"
 #include "console/setup_dialog.h"
 #include "core/text.h"
@@ -41,7 +44,7 @@ bool Save(QWidget& window, const QDir& folder, const QString& name) {
 void AddWindows(console::ConsoleWindow& console, Program& program, widgets::Appearance& appearance) {
   program.setup().on_redraw = [&console] { console.Redraw(); };
   console.AddWindow(Tr("&Setup"), {}, "setup", [&](QWidget* parent) {
-    auto* setup = new console::SetupDialog(program.setup(), appearance, parent);
+    auto* setup = new console::SetupDialog(program.setup(), appearance, program.local_tone(), parent);
     setup->resize(InText(*setup, 54, 40));
     setup->on_use_simulated_rig = [&] { program.UseSimulatedRig(); };
     setup->on_edit_definition = [&] { console.OpenWindow("rig-editor"); };
@@ -53,6 +56,26 @@ void AddWindows(console::ConsoleWindow& console, Program& program, widgets::Appe
     console.AddQuestionBeforeEnd([editor](std::function<void()> then) { editor->LeaveThen(std::move(then)); });
     return editor;
   });
+  console.AddWindow(Tr("Stored &function keys"), QKeySequence("Ctrl+L"), "functions", [&](QWidget* parent) {
+    auto* frame = new QMainWindow(parent);
+    auto* list = new console::FunctionListWindow(program.station(), appearance);
+    frame->setWindowTitle(list->windowTitle());
+    frame->resize(list->size());
+    frame->setCentralWidget(list);
+    return frame;
+  });
+  console.AddWindow(Tr("&Memory channels"), QKeySequence("Ctrl+M"), "memories", [&](QWidget* parent) {
+    return new console::MemoryWindow(program.station(), appearance, parent);
+  });
+  const auto make_key_screen = [&](QWidget* parent) {
+    auto* frame = new QMainWindow(parent);
+    auto* screen = new console::KeyScreen(program.station(), program.loop(), program.local_tone(), appearance);
+    frame->setWindowTitle(screen->windowTitle());
+    frame->setCentralWidget(screen);
+    frame->resize(InText(*frame, 58, 32));
+    return frame;
+  };
+  console.AddWindow(Tr("Send &CW"), QKeySequence("Ctrl+K"), "key-screen", make_key_screen, "KeyScreen.pos");
   console.AddWindow(Tr("&Debug view"), QKeySequence("Ctrl+D"), "debug", [&](QWidget* parent) {
     auto* frame = new QMainWindow(parent);  // what a screen reader takes for a window
     auto* debug = new console::DebugWindow(program.station(), appearance);

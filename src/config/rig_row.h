@@ -11,7 +11,7 @@
 namespace kvx::config {
 
 /// The text fields of table `RigSetup`, in the order of the table. Names are matched without regard to case.
-inline constexpr std::array<std::string_view, 116> kRigTextFields{"RigName",
+inline constexpr std::array<std::string_view, 118> kRigTextFields{"RigName",
                                                                   "RigType",
                                                                   "Add1",
                                                                   "Add2",
@@ -126,7 +126,9 @@ inline constexpr std::array<std::string_view, 116> kRigTextFields{"RigName",
                                                                   "SET CHAR",
                                                                   "GET ALPHA",
                                                                   "GET BRAVO",
-                                                                  "GET CHAR"};
+                                                                  "GET CHAR",
+                                                                  "CWText",
+                                                                  "CWStop"};
 
 /// Its Yes/No fields.
 inline constexpr std::string_view kHexField = "SendAsHEX";

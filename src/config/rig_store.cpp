@@ -5,6 +5,9 @@
 namespace kvx::config {
 namespace {
 
+constexpr std::string_view kCwTextField = "CWText";
+constexpr std::string_view kCwStopField = "CWStop";
+
 struct Column {
   std::string name;
   std::string type;
@@ -59,7 +62,8 @@ std::string InsertStatement(const std::string& table, const std::vector<Column>&
   std::string marks;
   for (const Column& column : columns) {
     names += (names.empty() ? "\"" : ", \"") + column.name + '"';
-    marks += marks.empty() ? "?" : ", ?";
+    const bool null = column.name == kCwTextField || column.name == kCwStopField;  // nobody has said anything yet
+    marks += std::string(marks.empty() ? "" : ", ") + (null ? "NULLIF(?, '')" : "?");
   }
   return "INSERT INTO " + table + " (" + names + ") VALUES (" + marks + ")";
 }
@@ -174,6 +178,21 @@ Result<int> InsertRigs(Sqlite& store, const std::vector<RigRow>& rows, bool repl
     ++count;
   }
   return count;
+}
+
+Status FillCwCommands(Sqlite& store, const std::vector<RigRow>& rows) {
+  Result<SqliteStatement> update = store.Prepare(
+      "UPDATE RigSetup SET CWText = ?, CWStop = ? WHERE RigName = ? COLLATE NOCASE AND CWText IS NULL AND CWStop IS "
+      "NULL");
+  if (!update) return update.error();
+  for (const RigRow& row : rows) {
+    if (row[kCwTextField].empty()) continue;
+    update->Bind(1, row[kCwTextField]);
+    update->Bind(2, row[kCwStopField]);
+    update->Bind(3, row.name());
+    if (const Status updated = Finish(*update); !updated) return updated;
+  }
+  return Ok();
 }
 
 Status InsertFunctionRecords(Sqlite& store, const std::vector<TextRow>& rows) {

@@ -31,6 +31,8 @@ RigRow RigFromText(const TextRow& columns);
 /// Inserts rows that have a name; those whose name is there replace the old ones when `replace`, else are skipped.
 /// Gives their number.
 Result<int> InsertRigs(Sqlite& store, const std::vector<RigRow>& rows, bool replace);
+/// Gives the rows' CW text commands to rigs of those names that never had any: of an older store, or imported.
+Status FillCwCommands(Sqlite& store, const std::vector<RigRow>& rows);
 /// Inserts function-key records, each in place of one with the same rig and frequency.
 Status InsertFunctionRecords(Sqlite& store, const std::vector<TextRow>& rows);
 

@@ -12,17 +12,19 @@ constexpr int kFunctionKeys = 9;
 constexpr std::size_t kTitleColumn = 7;  // F1Title= to F9Title=: the value begins with the "=" of the line
 
 constexpr std::array<std::string_view, 4> kBeforeFunctionKeys{"BODYCOLOR=", "SCREENCOLOR=", "SCREENMETER=", "GMT="};
-constexpr std::array<std::string_view, 66> kAfterFunctionKeys{
-    "PDOFFSET=",    "CWSKIMMER=",    "XRIG=",         "RIGTYPE=",    "RIGSPEED=",   "RIGPORT=",     "RIGSTART=",
-    "RIGSTOP=",     "RIGNUMBER=",    "PADDLECOM=",    "PADDLELPT=",  "INVERT=",     "WINKEY1=",     "WINKEY2=",
-    "KYMODX=",      "SIDETONE=",     "SIDETONE2=",    "POT2=",       "IGNOREPOT=",  "PIN5=",        "REVPADDLE=",
-    "PADONLYSIDE=", "USE2ND=",       "HANGTIME=",     "XLEADTIME=",  "XTAILTIME=",  "PTTLEADTIME=", "PTTTAILTIME=",
-    "FIRSTCHARZ=",  "KEYINGCOMPX=",  "XPADJUST=",     "COMMSPEED=",  "COMMPORT=",   "HOSTNAME=",    "SPOTPATH=",
-    "SERIALPATH=",  "PACKETUSERIG=", "FontName=",     "FontSize=",   "ANTPORT=",    "ANTSPEED=",    "ANTSTART=",
-    "ANTSTOP=",     "ANTUSERIG=",    "ANTLPT1=",      "ANTLPT2=",    "ANTCOMMSTR=", "ANT1FROM=",    "ANT2FROM=",
-    "ANT3FROM=",    "ANT4FROM=",     "ANT1TO=",       "ANT2TO=",     "ANT3TO=",     "ANT4TO=",      "MICROSEC=",
-    "DIRECTTEXT=",  "DIRECTTEXT1=",  "DIRECTINVERT=", "DIRECTOPT1=", "DIRECTOPT2=", "POLLTIME=",    "BANDPLAN=",
-    "THEME=",       "TEXTSIZE=",     "ANNOUNCEMENTS="};
+constexpr std::array<std::string_view, 83> kAfterFunctionKeys{
+    "PDOFFSET=",    "CWSKIMMER=",    "XRIG=",          "RIGTYPE=",    "RIGSPEED=",   "RIGPORT=",     "RIGSTART=",
+    "RIGSTOP=",     "RIGNUMBER=",    "PADDLECOM=",     "PADDLELPT=",  "INVERT=",     "WINKEY1=",     "WINKEY2=",
+    "KYMODX=",      "SIDETONE=",     "SIDETONE2=",     "POT2=",       "IGNOREPOT=",  "PIN5=",        "REVPADDLE=",
+    "PADONLYSIDE=", "USE2ND=",       "HANGTIME=",      "XLEADTIME=",  "XTAILTIME=",  "PTTLEADTIME=", "PTTTAILTIME=",
+    "FIRSTCHARZ=",  "KEYINGCOMPX=",  "XPADJUST=",      "COMMSPEED=",  "COMMPORT=",   "HOSTNAME=",    "SPOTPATH=",
+    "SERIALPATH=",  "PACKETUSERIG=", "FontName=",      "FontSize=",   "ANTPORT=",    "ANTSPEED=",    "ANTSTART=",
+    "ANTSTOP=",     "ANTUSERIG=",    "ANTLPT1=",       "ANTLPT2=",    "ANTCOMMSTR=", "ANT1FROM=",    "ANT2FROM=",
+    "ANT3FROM=",    "ANT4FROM=",     "ANT1TO=",        "ANT2TO=",     "ANT3TO=",     "ANT4TO=",      "MICROSEC=",
+    "DIRECTTEXT=",  "DIRECTTEXT1=",  "DIRECTINVERT=",  "DIRECTOPT1=", "DIRECTOPT2=", "POLLTIME=",    "BANDPLAN=",
+    "THEME=",       "TEXTSIZE=",     "ANNOUNCEMENTS=", "KEYERPORT=",  "KEYERSTOP=",  "CWSPEED=",     "KEYLINE=",
+    "KEYPTT=",      "TUNETIME=",     "CWTONE=",        "CWVOLUME=",   "LOCALCW=",    "NETSERVER=",   "NETPORT=",
+    "NETADDRESS=",  "NETWRITE=",     "WINKEYIN=",      "LOGGERLINK=", "KEYERLINK=",  "N1MMEXE="};
 constexpr std::array<std::string_view, 7> kSavedRigWords{"KEYERPORT", "RTSON",    "DTRON",  "RIG",
                                                          "SPEED",     "STARTBIT", "STOPBIT"};
 constexpr std::array<std::string_view, 2> kBandWords{"BANDREM", "BANDMODE"};

@@ -211,6 +211,7 @@ Result<int> StoreMaker::Apply(Sqlite& store, const Work& work) {
   }
   const Result<int> added = InsertRigs(store, work.shipped, false);
   if (!added) return added.error();
+  if (const Status filled = FillCwCommands(store, work.shipped); !filled) return filled.error();
   const Status old_noted = work.old_mark.empty() ? Ok() : WriteMark(store, std::string(kOldName), work.old_mark);
   if (!old_noted.ok()) return old_noted.error();
   const Status shipped_noted = work.shipped_mark.empty() ? Ok() : WriteMark(store, kShippedSource, work.shipped_mark);

@@ -5,6 +5,7 @@
 #include <iterator>
 #include <utility>
 
+#include "cat/reply.h"
 #include "core/appearance_limits.h"
 #include "core/text.h"
 
@@ -16,9 +17,6 @@ using namespace std::chrono_literals;
 constexpr Duration kLongestTransmission = 5min;
 constexpr std::size_t kLongestNotice = 400;
 constexpr int kLargestSlider = 99'999;
-constexpr Duration kBeforeLevels = 1500ms;  // the display comes first
-constexpr Duration kBetweenLevels = 400ms;
-constexpr Duration kLineCheck = 20ms;
 
 bool IsTheme(std::string_view name) {
   return std::find(kThemeNames.begin(), kThemeNames.end(), name) != kThemeNames.end();
@@ -39,7 +37,18 @@ Station::Station(const StationParts& parts)
       announcer(parts.loop, console, engine.rig(), bands.plan(), parts.speech),
       functions(parts.loop, console, engine.operations, parts.files, parts.folder),
       memories(console, engine.operations, engine.dispatcher, parts.files, parts.folder),
+      keyer({.loop = parts.loop,
+             .console = console,
+             .engine = engine,
+             .files = parts.files,
+             .folder = parts.folder,
+             .port = parts.keyer_port,
+             .make_line = parts.key_line,
+             .guard = parts.keyer_guard,
+             .make_backend = {}}),
       clock_(parts.loop, console) {
+  if (parts.net != nullptr) StartNetServer(*parts.net);
+  if (parts.loggers.cat != nullptr && parts.keyer_port != nullptr) StartLoggerLinks(parts);
   engine.link.on_notice = [this](const std::string& line) { Notice(line); };
   engine.link.on_opened = [this] { PortOpened(); };
   engine.operations.SetOnNotSent([this](cat::SendOutcome outcome) {
@@ -48,6 +57,9 @@ Station::Station(const StationParts& parts)
   engine.poller.on_cycle_end = [this] { bands.SetPriv(); };
   functions.keys.press = [this](int number) { PressFunction(number); };
   functions.scanner.level = [this] { return *console.SMeter; };
+  functions.scanner.full_scale = [this] { return cat::SMeterFullScale(engine.rig()); };
+  keyer.on_notice = [this](const std::string& line) { Notice(line); };
+  keyer.keep = [this](std::vector<config::SettingChange> lines) { KeepInFile(std::move(lines)); };
   functions.dialogs.show = [this](const std::string& text) { Notice(text); };
   if (parts.guard != nullptr) {
     engine.dispatcher.on_keyed = [guard = parts.guard](std::string_view release) { guard->Arm(release); };
@@ -89,6 +101,9 @@ void Station::Start() {
   if (const Status loaded = memories.Load(); !loaded) Notice(loaded.error().message);
   PrepareStore();
   InitRig(" ").ok();
+  if (const Status loaded = keyer.functions.Load(); !loaded) Notice(loaded.error().message);
+  FollowKeyer();
+  FollowLinks();
   ReadBandPlan();
   engine.poller.Start();
   OpenRigPort();
@@ -156,6 +171,7 @@ Status Station::InitRig(const std::string& slot) {
   if (auto known = FindRig(wanted.rig); !known && !start_up) return known.error();
   if (!start_up) GiveUpRig(true);
   const auto texts_before = std::exchange(settings_, std::move(wanted)).function_texts;
+  keyer_slot_ = number;
   console.RigNumber.Set(settings_.rig_number);
   for (std::size_t i = 0; i < console.Text5.size(); ++i) {
     const std::string& of_rig = engine.rig().row["FNT" + std::to_string(i + 1)];
@@ -174,6 +190,7 @@ Status Station::InitRig(const std::string& slot) {
   if (!start_up) {  // the same rig again as well: its meter begins on ALC, which the opened port sends
     console.MeterOn.Set(false);
     console.Label10.Set("ALC");
+    FollowKeyer();
     OpenRigPort();
   }
   return loaded;
@@ -300,6 +317,8 @@ void Station::SetRigPort(int number, int speed) {
   settings_.rig_port = number;
   settings_.rig_speed = speed;
   KeepInFile(config::RigPortChanges(settings_));
+  FollowKeyer();
+  FollowLinks();
   OpenRigPort();
 }
 
@@ -308,6 +327,49 @@ void Station::ChangeSettings(
     const std::function<std::vector<config::SettingChange>(const config::StationSettings&)>& lines) {
   change(settings_);
   KeepInFile(lines(settings_));
+  FollowKeyer();
+  FollowLinks();
+}
+
+void Station::StartNetServer(platform::TcpServer& server) {
+  net = std::make_unique<links::NetServer>(loop_, console, engine, server);
+  net->on_notice = [this](const std::string& line) { Notice(line); };
+  net->rig.send_morse = [this](std::string_view text) -> Status {
+    const auto taken = keyer.Send(text);
+    if (!taken) return taken.error();
+    return Ok();
+  };
+  net->rig.stop_morse = [this] { keyer.Escape(); };
+  net->rig.set_key_speed = [this](int wpm) { return keyer.SetSpeed(wpm); };
+}
+
+void Station::StartLoggerLinks(const StationParts& parts) {
+  loggers = std::make_unique<links::LoggerLinks>(loop_, console, engine, keyer, *parts.keyer_port, parts.loggers);
+  loggers->logger.on_notice = loggers->winkey.on_notice = [this](const std::string& line) { Notice(line); };
+}
+
+void Station::FollowLinks() {
+  if (stopping_) return;
+  const config::Settings stored = settings_file_.Read();
+  if (net) net->Use(links::NetSettings::From(stored));
+  if (loggers) loggers->Use(stored, settings_.rig_port, position.logger_program);
+}
+
+void Station::FollowKeyer() {
+  if (!stopping_) keyer.Use(keyer::KeyerSettings::From(settings_file_.Read(), keyer_slot_), settings_.rig_port);
+}
+
+bool Station::Escape() {
+  keyer.Escape();
+  return !*console.Transmitting || engine.dispatcher.ReleaseTransmitter();
+}
+
+/// A line of the rig port that keys the transmitter is not raised by the port's own switches.
+void Station::RestKeyingLines(platform::PortSettings& port) const {
+  const keyer::KeyerSettings& keying = keyer.settings();
+  if (keying.kind != keyer::KeyerKind::kRigLine) return;
+  (keying.key_on_rts ? port.rts : port.dtr) = keying.inverted;
+  if (keying.use_ptt) (keying.key_on_rts ? port.dtr : port.rts) = keying.inverted;
 }
 
 void Station::SetPace() {
@@ -354,6 +416,8 @@ void Station::SetAnnounce(bool on) {
 /// Before another rig or another port: the transmitter is released, and nothing that is meant for the next rig reaches
 /// this one.
 void Station::GiveUpRig(bool for_another_rig) {
+  if (for_another_rig) keyer.Escape();
+  keyer.ReleaseRigPort();
   const bool released = engine.dispatcher.ReleaseTransmitter();
   if (*console.Transmitting && for_another_rig) {
     // Its release must not go to the next rig.
@@ -379,6 +443,7 @@ void Station::OpenRigPort() {
     port.dtr = settings_.dtr_on[static_cast<std::size_t>(port.number)];
     port.rts = settings_.rts_on[static_cast<std::size_t>(port.number)];
   }
+  RestKeyingLines(port);
   SetPace();
   engine.link.OpenRigPort(port, !EqualNoCase(*console.RigName, "NONE"));
 }
@@ -393,80 +458,10 @@ void Station::PortOpened() {
   AskLevels();
 }
 
-cat::SendOutcome Station::PressFunction(int number) {
-  const cat::SendOutcome outcome = engine.dispatcher.SendData("XFN" + std::to_string(number));
-  if (outcome == cat::SendOutcome::kSent) announcer.FunctionPressed(number);
-  return outcome;
-}
-
-cat::SendOutcome Station::PressMeter(const std::string& key) {
-  if (*console.MeterOn && *console.Label10 == key) {
-    console.MeterOn.Set(false);
-    return cat::SendOutcome::kSent;
-  }
-  const cat::SendOutcome outcome = engine.dispatcher.SendData(key);
-  if (outcome == cat::SendOutcome::kSent) console.MeterOn.Set(true);
-  return outcome;
-}
-
-cat::SendOutcome Station::PressAgc(const std::string& key) {
-  const cat::SendOutcome outcome = PressKey(key, "AGC " + Lower(key.substr(3)));
-  if (outcome == cat::SendOutcome::kSent) console.Agc.Set(key);
-  return outcome;
-}
-
-cat::SendOutcome Station::PressKey(std::string_view key, const std::string& name) {
-  const cat::SendOutcome outcome = engine.dispatcher.SendData(key);
-  if (outcome == cat::SendOutcome::kSent) announcer.Operated(name);
-  return outcome;
-}
-
-cat::SendOutcome Station::PressRit() {
-  const std::string& off = engine.rig().row["RITOFF"];
-  const bool was_on = *console.Rit && !off.empty();
-  const cat::SendOutcome outcome = PressKey(was_on ? off : "XRITON", was_on ? "RIT off" : "RIT on");
-  if (outcome == cat::SendOutcome::kSent) console.Rit.Set(!was_on);
-  return outcome;
-}
-
-cat::SendOutcome Station::PressXit() {
-  const cat::SendOutcome outcome = PressKey("XXITON", "XIT on");
-  if (outcome == cat::SendOutcome::kSent) console.Xit.Set(true);
-  return outcome;
-}
-
-Task Station::ReadLevels() {
-  co_await loop_.Sleep(kBeforeLevels);
-  const Announcer::Hush hush(announcer);  // what the sliders are is no news
-  // A rig whose replies name their VFO also tells where the other one is.
-  const bool asks_vfo_b = !engine.rig().binary() && console.FreqB->decihertz == 0;
-  for (const std::string_view key : {"XGETFREQB", "XGETALPHA", "XGETBRAVO", "XGETCHAR", "XGETMISC", "XGETAF", "XGETRF",
-                                     "XGETPOWER", "XGETFILTER", "XGETNOTCH"}) {
-    if (!engine.dispatcher.Has(key) || (key == "XGETFREQB" && !asks_vfo_b)) continue;
-    while (*console.Transmitting || *console.Tuning || engine.link.bytes_unsent() > 0 ||
-           engine.parser.reply_under_way()) {
-      co_await loop_.Sleep(kLineCheck);
-    }
-    engine.dispatcher.SendData(key);
-    co_await loop_.Sleep(kBetweenLevels);
-  }
-}
-
-config::SliderBounds Station::slider_bounds(int number) const {
-  config::SliderBounds bounds = engine.rig().slider_bounds.at(static_cast<std::size_t>(number - 1));
-  if (number == 1) bounds.maximum = engine.rig().cw_full_scale;
-  return bounds;
-}
-
-cat::SendOutcome Station::MoveSlider(int number, int value) {
-  const auto index = static_cast<std::size_t>(number - 1);
-  const auto [maximum, minimum] = slider_bounds(number);
-  const auto [low, high] = std::minmax(minimum, maximum);
-  console.Slider.Set(index, std::clamp(value, low, high));
-  return engine.operations.SendSlider(number);
-}
-
 Task Station::ShutDown() {
+  keyer.Stop();
+  if (net) net->Close();
+  if (loggers) loggers->Close();
   engine.dispatcher.ReleaseTransmitter();
   functions.scanner.Stop();
   engine.operations.SendWaiting();
@@ -478,6 +473,8 @@ Task Station::ShutDown() {
   clock_.Stop();
   if (MaxAllForms) MaxAllForms();
   WritePosition();
+  Task keying = keyer.Finish();
+  co_await keying;
   bands.RememberBand();
   Task saved = SaveRig("");
   co_await saved;

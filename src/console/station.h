@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -16,6 +17,9 @@
 #include "core/console.h"
 #include "functions/function_keys.h"
 #include "functions/memory_channels.h"
+#include "keyer/keyer.h"
+#include "links/logger_links.h"
+#include "links/net_server.h"
 #include "platform/release_guard.h"
 
 namespace kvx::console {
@@ -29,6 +33,12 @@ struct StationParts {
   platform::Path data;                 ///< the shipped data
   platform::Speech* speech = nullptr;  ///< null: no voice
   platform::ReleaseGuard* guard = nullptr;
+  platform::SerialPort* keyer_port = nullptr;  ///< of the WinKeyer; null: there is none
+  platform::ReleaseGuard* keyer_guard = nullptr;
+  /// Makes the line that software keying keys; unset or null answer: there is none.
+  std::function<std::unique_ptr<platform::KeyLine>(const keyer::KeyerSettings&)> key_line;
+  platform::TcpServer* net = nullptr;  ///< of the NET rigctl server; null: there is none
+  links::LoggerPorts loggers = {};
 };
 
 /// The station: one console with its rig, from start-up to the orderly shut-down. Windows and the headless command line
@@ -64,6 +74,11 @@ class Station {
   /// The rig port dialog: changes the settings, keeps them in rig.ini and opens the port anew.
   void SetRigPort(int number, int speed);
   void OpenRigPort();
+  /// Stops everything that the console transmits, text and tuning and the rig. False when the rig's transmitter is
+  /// keyed and cannot be released.
+  bool Escape();
+  /// The saved rig whose keyer port counts; 0: the plain one.
+  int keyer_slot() const { return keyer_slot_; }
 
   /// Presses function key 1 to 9.
   cat::SendOutcome PressFunction(int number);
@@ -130,6 +145,11 @@ class Station {
   void PortOpened();
   cat::SendOutcome SendRaw(const std::string& command);
   void KeepInFile(std::vector<config::SettingChange> changes);
+  void FollowKeyer();
+  void FollowLinks();
+  void StartNetServer(platform::TcpServer& server);
+  void StartLoggerLinks(const StationParts& parts);
+  void RestKeyingLines(platform::PortSettings& port) const;
 
   Loop& loop_;
   platform::Files& files_;
@@ -151,9 +171,13 @@ class Station {
   Announcer announcer;
   functions::FunctionKeys functions;
   functions::MemoryChannels memories;
+  keyer::Keyer keyer;
+  std::unique_ptr<links::NetServer> net;        ///< null: there is none
+  std::unique_ptr<links::LoggerLinks> loggers;  ///< the same
 
  private:
   Clock clock_;
+  int keyer_slot_ = 0;
   bool stopping_ = false;    ///< the shut-down has begun: the rig gets nothing more but its release
   std::vector<Task> saves_;  ///< rewrites of rig.ini under way
   Console::Subscription transmission_;

@@ -14,6 +14,7 @@ constexpr int kFastest = 921'600;
 constexpr std::string_view kSimulated = "sim:";
 constexpr const char* kSimulatedRig = "TS-2000";
 constexpr const char* kSimulatedAddress = "sim:ts2000";
+constexpr const char* kSimulatedKeyer = "sim:winkey";
 constexpr int kSimulatedSpeed = 57'600;
 
 Status Wrong(const std::string& why) {
@@ -44,7 +45,8 @@ std::vector<DeviceChoice> StationSetup::Devices() const {
   }
   for (const std::string& name : sim::DeviceNames()) {
     const std::string address = std::string(kSimulated) + name;
-    choices.push_back({{address, "", "simulated rig"}, EqualNoCase(address, used)});
+    const char* what = sim::IsKeyer(name) ? "simulated keyer" : "simulated rig";
+    choices.push_back({{address, "", what}, EqualNoCase(address, used)});
   }
   return choices;
 }
@@ -62,7 +64,7 @@ Status StationSetup::CheckDevice(const std::string& address) const {
     if (EqualNoCase(candidate, name)) return Ok();
     known += (known.empty() ? "" : " ") + candidate;
   }
-  return Wrong("There is no simulated rig " + OneLine(name, 40) + " (" + known + ")");
+  return Wrong("There is no simulated device " + OneLine(name, 40) + " (" + known + ")");
 }
 
 Status StationSetup::SetDevice(int number, const std::string& address) {
@@ -96,6 +98,8 @@ Status StationSetup::CheckRigPort(const RigPortChoice& choice) const {
   if (choice.speed < kSlowest || choice.speed > kFastest) return Wrong("The speed is 300 to 921600 baud");
   if (choice.stop_bits != 1 && choice.stop_bits != 2) return Wrong("There are 1 or 2 stop bits");
   if (choice.number == 0) return Ok();
+  const Status apart = keyer::CheckPorts(station_.keyer.settings(), choice.number);
+  if (!apart) return apart;
   if ((choice.dtr || choice.rts) && !HasSwitches(choice.number))
     return Wrong("DTR and RTS can be raised on ports 1 to 8 only");
   return CheckDevice(choice.address);
@@ -125,11 +129,12 @@ Status StationSetup::ApplyRigPort(const RigPortChoice& choice) {
   return Ok();
 }
 
-/// The number that leads to the simulated rig already, else the first one that nobody has a use for; 0: there is none.
-int StationSetup::PortForSimulatedRig() const {
+/// The number that leads to the simulated device already, else the first one that nobody has a use for; 0: there is
+/// none.
+int StationSetup::PortForSimulated(const std::string& address) const {
   const auto addresses = platform::ReadPortTable(files_, station_.folder()).addresses;
-  for (const auto& [number, address] : addresses) {
-    if (EqualNoCase(address, kSimulatedAddress)) return number;
+  for (const auto& [number, known] : addresses) {
+    if (EqualNoCase(known, address)) return number;
   }
   const config::Settings stored = Stored();
   const auto is_named = [&stored](int number) {  // by the keyer, the antenna switch, a link
@@ -137,7 +142,8 @@ int StationSetup::PortForSimulatedRig() const {
     const auto& keys = config::SettingKeys();
     return std::any_of(keys.begin(), keys.end(), [&](const std::string& key) {
       const std::string_view value = Trim(stored.text(key));
-      return key.find("PORT") != std::string::npos && (value == digits || value == "COM" + digits);
+      const bool port = key.find("PORT") != std::string::npos || key == "PADDLECOM=";
+      return port && (value == digits || value == "COM" + digits);
     });
   };
   for (int number = 1; number <= platform::kHighestPort; ++number) {
@@ -151,7 +157,7 @@ Status StationSetup::UseSimulatedRig() {
   if (!names) return names.error();
   if (std::find(names->begin(), names->end(), kSimulatedRig) == names->end())
     return Wrong("There is no rig definition " + std::string(kSimulatedRig) + " for the simulated rig");
-  const int number = PortForSimulatedRig();
+  const int number = PortForSimulated(kSimulatedAddress);
   if (number == 0) return Wrong("Every port number has a device: there is none left for the simulated rig");
   if (AddressOf(number) != kSimulatedAddress) {
     const Status written = platform::WriteAddress(files_, station_.folder(), number, kSimulatedAddress);
@@ -165,6 +171,18 @@ Status StationSetup::UseSimulatedRig() {
       },
       config::RigPortChanges);
   return station_.ChooseRig(kSimulatedRig);  // gives the rig in use up before the other port is opened
+}
+
+Status StationSetup::UseSimulatedKeyer() {
+  const config::Settings stored = Stored();
+  const std::string own = config::SavedRigKey("KEYERPORT", 1);
+  if (!Trim(stored.text("KEYERPORT=")).empty() || !Trim(stored.text(own)).empty()) return Ok();
+  const int number = PortForSimulated(kSimulatedKeyer);
+  if (number == 0) return Wrong("Every port number has a device: there is none left for the simulated keyer");
+  Status done = platform::WriteAddress(files_, station_.folder(), number, kSimulatedKeyer);
+  if (done) done = SetSetting("PADDLECOM=", std::to_string(number));
+  if (done) done = SetSetting("WINKEY1=", "on");
+  return done ? SetSetting("KEYERPORT=", "WINKEY") : done;
 }
 
 Status StationSetup::ChangeSavedRig(int slot, const std::function<void(config::StationSettings&)>& change) {
@@ -251,14 +269,27 @@ Result<std::string> StationSetup::Setting(const std::string& key) const {
   return config::ShownValue(*setting, Stored());
 }
 
+/// The keyer as it would be with that line. Only what chooses a port or an output can be in another's way.
+Status StationSetup::CheckKeyer(const config::KeptSetting& setting, const std::string& value) const {
+  const std::string& key = setting.key;
+  const bool chooses = key.starts_with("KEYERPORT") || key == "PADDLECOM=" || key.starts_with("WINKEY");
+  if (!chooses) return Ok();
+  int slot = station_.keyer_slot();
+  if (key == "KEYERPORT=") slot = 0;
+  for (int saved = 1; saved <= config::kSavedRigs; ++saved) {
+    if (key == config::SavedRigKey("KEYERPORT", saved)) slot = saved;
+  }
+  const std::string content = station_.ReadFile("rig.ini").ok() ? *station_.ReadFile("rig.ini") : std::string();
+  const auto would_be = config::Settings::Parse(config::RewriteSettings(content, {{key, value}}));
+  return keyer::CheckChoice(keyer::KeyerSettings::From(would_be, slot), station_.settings().rig_port);
+}
+
 Status StationSetup::SetSetting(const std::string& key, const std::string& value) {
   const config::KeptSetting* setting = config::FindKeptSetting(key);
   if (setting == nullptr) return Setting(key).error();
   const Result<std::string> line = config::ValueForFile(*setting, value);
   if (!line) return line.error();
-  const int rig_port = station_.settings().rig_port;
-  if (setting->kind == config::SettingKind::kChoice && *line == "COM" + std::to_string(rig_port))
-    return Wrong("You can not set the keyer port the same as the rig port");
+  if (const Status possible = CheckKeyer(*setting, *line); !possible) return possible;
   station_.ChangeSettings(
       [&](config::StationSettings& settings) {
         for (int slot = 1; slot <= config::kSavedRigs; ++slot) {

@@ -54,6 +54,8 @@ class StationSetup {
   /// Turns this station into one with a simulated TS-2000, on a port number that nothing else uses: a number with a
   /// device behind it keeps its device, and the rig in use until now hears nothing but its release.
   Status UseSimulatedRig();
+  /// Makes the simulated keyer the station's, unless rig.ini names a keyer.
+  Status UseSimulatedKeyer();
   /// Asks the rig and says what it answered.
   Task TestRig(std::shared_ptr<RigTestResult> result) { return test_.Run(std::move(result)); }
 
@@ -85,7 +87,8 @@ class StationSetup {
  private:
   Status CheckDevice(const std::string& address) const;
   Status CheckRigPort(const RigPortChoice& choice) const;
-  int PortForSimulatedRig() const;
+  int PortForSimulated(const std::string& address) const;
+  Status CheckKeyer(const config::KeptSetting& setting, const std::string& value) const;
   Status ChangeSavedRig(int slot, const std::function<void(config::StationSettings&)>& change);
   void Keep(const std::function<void(config::StationSettings&)>& change, const std::string& key,
             const std::string& value);

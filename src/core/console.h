@@ -58,8 +58,12 @@ enum class Field {
   kXit,
   kBandPlan,
   kSavedRigs,
+  kCwSpeed,
+  kTune,
+  kKeyer,
+  kCwProgress,
 };
-inline constexpr Field kLastField = Field::kSavedRigs;
+inline constexpr Field kLastField = Field::kCwProgress;
 
 /// What the console shows and what its modules share. Every field is observed: whoever sets one to a new value
 /// announces it, and windows, servers and the logger bridge follow from that one signal. Engine thread only.
@@ -184,6 +188,12 @@ class Console {
   Cells<int, 11> Slider{*this, Field::kSlider};
   Cells<std::string, 9> Text5{*this, Field::kFunctionText};    ///< the texts of the function-key boxes
   Cells<bool, 9> FunctionState{*this, Field::kFunctionState};  ///< a two-state button's second command is next
+
+  // CW keying.
+  Cell<int> CWSpeed{*this, Field::kCwSpeed, 25};                ///< words a minute
+  Cell<bool> Tune{*this, Field::kTune};                         ///< the key is held down for tuning
+  Cell<std::string> KeyerState{*this, Field::kKeyer, "none"};   ///< "none", "closed", "starting", "ready", "busy", "failed"
+  Cell<int> CwProgress{*this, Field::kCwProgress};              ///< counts changes of the text being sent
 
   // Rig selection and its port.
   Cell<std::string> RigName{*this, Field::kRigName, "NONE"};

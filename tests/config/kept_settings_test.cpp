@@ -41,8 +41,19 @@ TEST(KeptSettings, AValueIsWrittenAsReadersTakeItOrRefusedInOneSentence) {
            Row{"XPADJUST", "no", "NO"},
            Row{"XPADJUST", "", "error: XPADJUST is YES or NO"},
            Row{"POT2", "maybe", "error: POT2 is True or False"},
-           Row{"WINKEY1", "-1", "-1"},
-           Row{"WINKEY1", "1.5", "error: WINKEY1 is a whole number"},
+           Row{"WINKEY1", "-1", " 1"},
+           Row{"WINKEY2", "off", " 0"},
+           Row{"WINKEY1", "1.5", "error: WINKEY1 is True or False"},
+           Row{"KYMODX", "ultimatic", " 2"},
+           Row{"KYMODX", "48", " 3"},
+           Row{"KYMODX", "1", " 1"},
+           Row{"KYMODX", "5", "error: KYMODX is one of IAMBIC B, IAMBIC A,"},
+           Row{"PIN5", "Side Tone", " 2"},
+           Row{"PIN5", "32", "error: PIN5 is one of NONE, PTT,"},
+           Row{"HANGTIME", "1.5", "error: HANGTIME is a whole number"},
+           Row{"CWSPEED", "4", "error: CWSPEED is a whole number from 5 to 99"},
+           Row{"KEYERPORT", "rigport", "RIGPORT"},
+           Row{"KEYLINE", "rts", "RTS"},
            Row{"COMMSPEED", " 9600 ", " 9600"},
            Row{"COMMSPEED", "-9600", "error: COMMSPEED is a whole number, 0 or more"},
            Row{"HANGTIME", "", " 0"},
@@ -69,7 +80,8 @@ TEST(KeptSettings, AValueIsWrittenAsReadersTakeItOrRefusedInOneSentence) {
 
 TEST(KeptSettings, WhatAnOldFileHoldsIsShownAsItStandsAndWhatItLacksAsReadersTakeIt) {
   const Settings old = Settings::Parse(
-      "POT2=TRUE \nREVPADDLE=\nXPADJUST=YES\nSIDETONE= 4711\nXLEADTIME= 0.5\nKEYERPORT 2=Com12\nHOSTNAME= dx\n");
+      "POT2=TRUE \nREVPADDLE=\nXPADJUST=YES\nSIDETONE= 4711\nXLEADTIME= 0.5\nKEYERPORT 2=Com12\nHOSTNAME= dx\n"
+      "WINKEY1=-1\nKYMODX= 32\nPIN5= 9\nKEYPTT=False\n");
   const auto shown = [](const Settings& settings, const char* key) {
     return ShownValue(*FindKeptSetting(key), settings);
   };
@@ -84,6 +96,14 @@ TEST(KeptSettings, WhatAnOldFileHoldsIsShownAsItStandsAndWhatItLacksAsReadersTak
   EXPECT_EQ(shown(old, "KEYERPORT 1"), "NONE");
   EXPECT_EQ(shown(old, "SPOTPATH"), "");
   EXPECT_EQ(shown({}, "XPADJUST"), "NO");
+  EXPECT_EQ(shown(old, "WINKEY1"), "True");
+  EXPECT_EQ(shown(old, "WINKEY2"), "False");
+  EXPECT_EQ(shown(old, "KYMODX"), "ULTIMATIC");
+  EXPECT_EQ(shown(old, "PIN5"), "9");
+  EXPECT_EQ(shown({}, "PIN5"), "NONE");
+  EXPECT_EQ(shown(old, "KEYPTT"), "False");
+  EXPECT_EQ(shown({}, "KEYPTT"), "True");
+  EXPECT_EQ(shown({}, "TUNETIME"), "10");
 }
 
 }  // namespace

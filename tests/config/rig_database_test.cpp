@@ -71,7 +71,7 @@ TEST(RigDatabase, ANewStoreHoldsTheShippedRigsAndASecondStartSaysNothing) {
   EXPECT_EQ(station.SetFreq("Orio"), "none");
   EXPECT_EQ(station.SetFreq("Orion' OR 'a'='a"), "none");
   EXPECT_EQ(station.database.Names().value(), (std::vector<std::string>{"Orion", "TS-850S"}));
-  EXPECT_EQ(station.Query("SELECT count(*) FROM pragma_table_info('RigSetup')"), "118");
+  EXPECT_EQ(station.Query("SELECT count(*) FROM pragma_table_info('RigSetup')"), "120");
   EXPECT_EQ(station.Query("SELECT count(*) FROM pragma_table_info('rigfn')"), "23");
   const std::string before = station.Get("station/rigsetup.sqlite");
   ASSERT_TRUE(station.Prepare().ok());
@@ -94,6 +94,27 @@ TEST(RigDatabase, AddKeepsOrReplacesAndEveryFieldSurvives) {
   named.Set("RigName", "Full");
   EXPECT_EQ(station.database.Add({named}, true).value(), 1);
   EXPECT_EQ(station.database.Find("full").value(), named);
+}
+
+TEST(RigDatabase, AStoreWithoutTheCwCommandsGetsThemOnceAndKeepsWhatIsTheOperators) {
+  Station station;
+  ASSERT_TRUE(station.Prepare().ok());
+  station.Run(
+      "ALTER TABLE RigSetup DROP COLUMN CWText; ALTER TABLE RigSetup DROP COLUMN CWStop;"
+      "ALTER TABLE RigSetup ADD COLUMN Extra; UPDATE RigSetup SET Extra = 'x'; DELETE FROM imported");
+  EXPECT_EQ((*station.database.Find("Orion").value())["CWText"], "");
+  station.Put("data/rigs/a.csv", "RigName,Orion\nSetFreq,other\nCWText,/<CW-1><CR>\nCWStop,stop\n");
+  ASSERT_TRUE(station.Prepare().ok());
+  const RigRow filled = *station.database.Find("Orion").value();
+  EXPECT_EQ(filled["CWText"] + filled["CWStop"] + filled["SetFreq"], "/<CW-1>\rstop*AF<FREQ8>\r");
+  EXPECT_EQ(station.Query("SELECT Extra FROM RigSetup WHERE RigName = 'Orion'"), "x");
+  RigRow emptied = filled;
+  emptied.Set("CWText", "");
+  emptied.Set("CWStop", "");
+  ASSERT_TRUE(station.database.Change(filled, emptied).ok());
+  station.Put("data/rigs/a.csv", "RigName,Orion\nCWText,new\n");
+  ASSERT_TRUE(station.Prepare().ok());
+  EXPECT_EQ((*station.database.Find("Orion").value())["CWText"], "") << "the operator wants none";
 }
 
 TEST(RigDatabase, AnOldDatabaseFillsANewStoreFirst) {

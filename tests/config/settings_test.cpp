@@ -50,6 +50,22 @@ TEST(Settings, NumberedKeysDifferInTheirBlankAndBothFormsOfABandModeReadAlike) {
   EXPECT_EQ(Settings::Parse("BANDMODE03=USB").text("BANDMODE03="), "USB");
 }
 
+TEST(Settings, ThePlainKeyerPortAndThoseOfTheSavedRigsDoNotDisturbEachOther) {
+  const Settings settings = Settings::Parse("KEYERPORT=WINKEY\nKEYERPORT 1=COM3\nKEYERPORT 8=NONE\nKEYERSTOP=2\n");
+  EXPECT_EQ(settings.text("KEYERPORT="), "WINKEY");
+  EXPECT_EQ(settings.text("KEYERPORT 1="), "COM3");
+  EXPECT_FALSE(settings.has("KEYERPORT 2=") || Settings::Parse("KEYERPORT 1=COM3\n").has("KEYERPORT="));
+  EXPECT_EQ(RewriteSettings("KEYERPORT 1=COM3\nKEYERPORT=LPT1\n", {{"KEYERPORT=", "NONE"}, {"KEYERPORT 1=", "COM4"}}),
+            "KEYERPORT 1=COM4\nKEYERPORT=NONE\n");
+  // Readers look for a key anywhere in a line.
+  for (const std::string& key : SettingKeys()) {
+    for (const std::string& other : SettingKeys()) {
+      const bool known = key == "INVERT=" && other == "DIRECTINVERT=";
+      EXPECT_TRUE(key == other || known || other.find(key) == std::string::npos) << key << " is in " << other;
+    }
+  }
+}
+
 TEST(Settings, ZeroHoursMeanFive) {
   for (const char* five : {"", "GMT=0", "GMT= 0", "GMT=", "GMT=x"})
     EXPECT_EQ(Settings::Parse(five).gmt_offset(), 5) << five;

@@ -67,6 +67,23 @@ TEST(ReleaseGuard, ACrashAndAnExitWriteTheReleaseAndEndAsTheyWould) {
   EXPECT_TRUE(WIFEXITED(ended) && WEXITSTATUS(ended) == 1) << ended;
 }
 
+TEST(ReleaseGuard, SeveralReleaseEachItsOwnAndOnlyWhatIsArmed) {
+  const auto [written, status] = WrittenBy([](PosixReleaseGuard& rig, int device) {
+    PosixReleaseGuard keyer([=] { return device; });
+    PosixReleaseGuard other([=] { return device; });
+    rig.Arm(";RX;");
+    keyer.Arm(std::string("\x0A\x0B\0", 3));
+    other.Arm("never");
+    other.Disarm();
+    {
+      PosixReleaseGuard gone([=] { return device; });
+    }  // takes the handler away from nobody
+    ::raise(SIGBUS);
+  });
+  EXPECT_EQ(written, std::string(";RX;\x0A\x0B\0", 7));
+  EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGBUS) << status;
+}
+
 TEST(ReleaseGuard, WritesToNothingButTheDeviceThatIsKeyed) {
   const auto disarmed = WrittenBy([](PosixReleaseGuard& guard, int) {
     guard.Arm(";RX;");

@@ -20,6 +20,8 @@ class DeviceClaim {
   /// Where the device really is: the path with its links followed.
   const std::string& device() const { return device_; }
 
+  int descriptor() const { return descriptor_.get(); }
+
   /// Sets both lines, lowering before raising. A pseudo-terminal has none, which is no fault.
   void SetLines(bool dtr, bool rts);
   void SetDtr(bool on);

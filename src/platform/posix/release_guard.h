@@ -1,31 +1,24 @@
 #pragma once
 
 #include <functional>
-#include <memory>
 
+#include "platform/posix/crash_release.h"
 #include "platform/release_guard.h"
 
 namespace kvx::platform {
 
-/// Writes the release to the device from a crash signal's handler, which then lets the signal take its course, and at
-/// exit. Holds the device open by a descriptor of its own while it is armed, so that the number cannot have become that
-/// of another file. One object at a time.
+/// Writes the release to a serial device at a crash and at exit. One for each device that can be keyed by bytes.
 class PosixReleaseGuard final : public ReleaseGuard {
  public:
-  /// `device` gives the descriptor of the rig's device at the moment of arming, -1 when there is none.
+  /// `device` gives the descriptor of the device at the moment of arming, -1 when there is none.
   explicit PosixReleaseGuard(std::function<int()> device);
-  ~PosixReleaseGuard() override;
-  PosixReleaseGuard(const PosixReleaseGuard&) = delete;
-  PosixReleaseGuard& operator=(const PosixReleaseGuard&) = delete;
 
   void Arm(std::string_view bytes) override;
   void Disarm() override;
 
  private:
-  struct Stack;
-
   std::function<int()> device_;
-  std::unique_ptr<Stack> stack_;
+  CrashRelease release_;
 };
 
 }  // namespace kvx::platform

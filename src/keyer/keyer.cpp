@@ -1,0 +1,353 @@
+#include "keyer/keyer.h"
+
+#include <algorithm>
+
+#include "core/text.h"
+#include "keyer/cw_text.h"
+#include "keyer/morse.h"
+#include "keyer/rig_keyer.h"
+#include "keyer/software_keyer.h"
+
+namespace kvx::keyer {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr Duration kSpeedSettled = 2s;  // then it is kept
+
+Error Closed(const std::string& why) {
+  return {ErrorCode::kClosed, why};
+}
+
+/// Settings that a keyer in use need not be made anew for.
+KeyerSettings WithoutTaste(KeyerSettings settings) {
+  settings.speed = 0;
+  settings.tone_hertz = 0;
+  settings.tone_volume = 0;
+  return settings;
+}
+
+}  // namespace
+
+Status CheckPorts(const KeyerSettings& settings, int rig_port) {
+  const bool has_port = settings.kind == KeyerKind::kWinkey || settings.kind == KeyerKind::kComLine;
+  if (has_port && rig_port > 0 && settings.port == rig_port)
+    return Error{ErrorCode::kInvalid, "You can not set the keyer port the same as the rig port"};
+  return Ok();
+}
+
+Status CheckChoice(const KeyerSettings& settings, int rig_port) {
+  if (settings.kind == KeyerKind::kWinkey && !settings.key1 && !settings.key2)
+    return Error{ErrorCode::kInvalid, "Please select Winkey KEY1 or KEY2"};
+  return CheckPorts(settings, rig_port);
+}
+
+Keyer::Keyer(const KeyerParts& parts)
+    : functions(parts.files, parts.folder),
+      loop_(parts.loop),
+      console_(parts.console),
+      engine_(parts.engine),
+      parts_(parts),
+      sender_(parts.loop) {
+  if (parts.port != nullptr && !parts.make_backend)
+    winkeyer_ = std::make_unique<WinKeyer>(loop_, console_, *parts.port, parts.guard);
+  sender_.on_change = [this] {
+    console_.CwProgress.Set(*console_.CwProgress + 1);
+    ShowState();
+  };
+  sender_.on_notice = [this](const std::string& line) { Notice(line); };
+  sender_.on_symbol = [this](const std::string& symbol, int wpm) {
+    if (on_symbol) on_symbol(symbol, wpm);
+  };
+  sender_.on_silence = [this] {
+    if (on_silence) on_silence();
+  };
+  sender_.on_ready = [this] { Ready(); };
+  sender_.on_gone = [this] { Gone(); };
+  console_changes_ = console_.Subscribe([this](Field field) { Follow(field); });
+}
+
+Keyer::~Keyer() {
+  loop_.StopTimer(tune_limit_);
+  loop_.StopTimer(keep_speed_);
+  sender_.Use(nullptr);
+}
+
+void Keyer::Use(const KeyerSettings& settings, int rig_port) {
+  if (stopping_) return;
+  const bool speed_chosen = !used_ || settings.speed != settings_.speed;
+  const bool same = used_ && rig_port == rig_port_ && WithoutTaste(settings) == WithoutTaste(settings_);
+  const bool changed = !used_ || !(settings == settings_);
+  settings_ = settings;
+  rig_port_ = rig_port;
+  if (speed_chosen) console_.CWSpeed.Set(settings.speed);
+  sender_.SetSpeed(std::clamp(*console_.CWSpeed, kSlowest, kFastest));
+  if (speed_chosen) {
+    loop_.StopTimer(keep_speed_);
+    keep_speed_ = 0;
+  }
+  used_ = true;
+  if (!same) Replace();
+  if (changed && on_settings) on_settings();
+}
+
+/// What is sent now is not what the new keyer was chosen for: it is stopped.
+void Keyer::Replace() {
+  replacing_ = true;  // what is between the two keyers is no state to show
+  StopSending();
+  sender_.Use(nullptr);
+  if (backend_ != nullptr) backend_->Close();
+  if (made_) retired_ = std::move(made_);
+  failed_ = false;
+  backend_ = Choose();
+  sender_.Use(backend_);
+  // A line is opened as well, so that it stands at rest. The rig's own keyer and a line of the rig port wait for that.
+  if (backend_ != nullptr && (!with_rig() || engine_.link.is_open())) backend_->Open();
+  replacing_ = false;
+  ShowState();
+}
+
+/// The keyer of the settings' kind; null when there is none.
+CwBackend* Keyer::Choose() {
+  if (const Status ports = CheckPorts(settings_, rig_port_); !ports) {
+    Notice(ports.error().message);
+    return nullptr;
+  }
+  if (settings_.kind == KeyerKind::kWinkey && winkeyer_) {
+    winkeyer_->Configure(settings_);
+    return winkeyer_.get();
+  }
+  made_ = Make();
+  return made_.get();
+}
+
+std::unique_ptr<CwBackend> Keyer::Make() {
+  if (settings_.kind == KeyerKind::kNone) return nullptr;
+  if (parts_.make_backend) return parts_.make_backend(settings_);
+  if (settings_.kind == KeyerKind::kRigKeyer) return std::make_unique<RigKeyer>(loop_, console_, engine_);
+  return MakeSoftwareKeyer();
+}
+
+std::unique_ptr<CwBackend> Keyer::MakeSoftwareKeyer() {
+  auto line = parts_.make_line ? parts_.make_line(settings_) : nullptr;
+  if (!line) {
+    Notice("There is no line to key on " + KeyerWord(settings_.kind, settings_.port));
+    return nullptr;
+  }
+  auto keyer = std::make_unique<SoftwareKeyer>(loop_, std::move(line), settings_);
+  keyer->on_notice = [this](const std::string& text) { Notice(text); };
+  return keyer;
+}
+
+void Keyer::Open() {
+  if (backend_ != nullptr && !stopping_) backend_->Open();
+  ShowState();
+}
+
+void Keyer::Close() {
+  StopSending();
+  if (backend_ != nullptr) backend_->Close();
+  ShowState();
+}
+
+void Keyer::ReleaseRigPort() {
+  if (settings_.kind == KeyerKind::kRigLine) Close();
+}
+
+void Keyer::Stop() {
+  StopSending();
+  stopping_ = true;
+}
+
+Task Keyer::Finish() {
+  Stop();
+  KeepSpeed();
+  if (winkeyer_) {  // also one that has just been given up
+    Task closing = winkeyer_->HostClose();
+    co_await closing;
+  }
+  if (made_) made_->Close();
+  ShowState();
+}
+
+Status Keyer::MayType() const {
+  if (stopping_) return Closed("the console is closing");
+  if (backend_ == nullptr) return Closed(kNoKeyer);
+  if (settings_.kind == KeyerKind::kRigKeyer && Trim(*console_.Mode) != "CW")
+    return Error{ErrorCode::kInvalid, "The rig's own keyer sends in mode CW only"};
+  return Ok();
+}
+
+Result<CwTaken> Keyer::Take(std::string_view text) {
+  if (const Status may = MayType(); !may) return may.error();
+  const CwText parsed = ParseCwText(text);
+  CwTaken taken{.characters = static_cast<int>(parsed.symbols.size()), .left_out = parsed.complaint()};
+  for (const std::string& symbol : parsed.symbols) taken.length += MorseLength(symbol, *console_.CWSpeed);
+  if (*console_.Tune) KeyUp();
+  tune_when_ready_ = false;
+  if (const Status typed = sender_.Type(parsed.symbols); !typed) return typed.error();
+  return taken;
+}
+
+Result<CwTaken> Keyer::Send(std::string_view text) {
+  MacroValues values = functions.values();
+  values.frequency = *console_.FreqDisp;
+  const Result<MacroText> expanded = ExpandMacros(text, values);
+  if (!expanded) return expanded.error();
+  Result<CwTaken> taken = Take(expanded->text);
+  if (!taken) return taken;
+  if (const Status counted = functions.SetNumber(expanded->next_number); !counted) Notice(counted.error().message);
+  return taken;
+}
+
+Result<CwTaken> Keyer::Type(std::string_view text) {
+  Result<CwTaken> taken = Take(text);
+  if (taken && !taken->left_out.empty()) Notice(taken->left_out);
+  return taken;
+}
+
+Result<CwTaken> Keyer::SendFunction(int number) {
+  if (number < 1 || number > kCwFunctions) return Error{ErrorCode::kInvalid, "The functions are 1 to 12"};
+  const std::string message = functions.message(number);
+  if (Trim(message).empty()) return Error{ErrorCode::kNotFound, "Function " + std::to_string(number) + " is empty"};
+  return Send(message);
+}
+
+void Keyer::SendChar1(int code) {
+  switch (code) {
+    case kKeyDownCode:
+    case kKeyUpCode:
+      if (const Status done = Tune(code == kKeyDownCode); !done) Notice(done.error().message);
+      return;
+    case kClearCode:
+      return Escape();
+    case kBackspaceCode:
+      Backspace();
+      return;
+    default:
+      break;
+  }
+  if (code < 0 || code > 0x7F) return Notice("SendChar1 has no code " + std::to_string(code));
+  if (const auto typed = Type(std::string(1, static_cast<char>(code))); !typed) Notice(typed.error().message);
+}
+
+/// Also what the keyer may have from elsewhere.
+void Keyer::Escape() {
+  StopTuning();
+  sender_.Abort();
+}
+
+void Keyer::StopSending() {
+  StopTuning();
+  if (sender_.sending()) sender_.Abort();
+}
+
+void Keyer::StopTuning() {
+  tune_when_ready_ = false;
+  if (*console_.Tune) KeyUp();
+}
+
+Status Keyer::SetSpeed(int wpm) {
+  if (wpm < kSlowest || wpm > kFastest) return Error{ErrorCode::kInvalid, "The CW speed is 5 to 99 words a minute"};
+  console_.CWSpeed.Set(wpm);
+  return Ok();
+}
+
+void Keyer::TuneIt() {
+  const Status done = Tune(!*console_.Tune && !tune_when_ready_);
+  if (!done) Notice(done.error().message);
+}
+
+Status Keyer::Tune(bool on) {
+  if (!on) {
+    StopTuning();
+    return Ok();
+  }
+  if (stopping_) return Closed("the console is closing");
+  if (backend_ == nullptr) return Closed(kNoKeyer);
+  if (*console_.Tune) return Ok();
+  if (sender_.sending()) sender_.Abort();
+  if (backend_->ready()) return KeyDown();
+  tune_when_ready_ = true;
+  backend_->Open();
+  ShowState();
+  return Ok();
+}
+
+Status Keyer::KeyDown() {
+  tune_when_ready_ = false;
+  if (!backend_->Key(true)) return Error{ErrorCode::kInvalid, "This keyer cannot hold the key down"};
+  console_.Tune.Set(true);
+  loop_.StopTimer(tune_limit_);
+  tune_limit_ = loop_.StartTimer(loop_.Now() + settings_.tune_limit, [this] {
+    tune_limit_ = 0;
+    KeyUp();
+  });
+  Notice("Transmitter ON");
+  if (on_key) on_key(true);
+  return Ok();
+}
+
+void Keyer::KeyUp() {
+  loop_.StopTimer(tune_limit_);
+  tune_limit_ = 0;
+  if (backend_ != nullptr) backend_->Key(false);
+  console_.Tune.Set(false);
+  Notice("Transmitter Off");
+  if (on_key) on_key(false);
+}
+
+void Keyer::Ready() {
+  failed_ = false;
+  if (tune_when_ready_) {
+    if (const Status down = KeyDown(); !down) Notice(down.error().message);
+  }
+  ShowState();
+}
+
+void Keyer::Gone() {
+  failed_ = true;
+  tune_when_ready_ = false;
+  if (*console_.Tune) KeyUp();
+  ShowState();
+}
+
+void Keyer::Follow(Field field) {
+  if (field == Field::kPort && with_rig() && backend_ != nullptr) {
+    if (engine_.link.is_open()) {
+      Open();
+    } else if (settings_.kind == KeyerKind::kRigLine) {
+      Close();
+    }
+    ShowState();
+  }
+  if (field != Field::kCwSpeed) return;
+  sender_.SetSpeed(std::clamp(*console_.CWSpeed, kSlowest, kFastest));
+  loop_.StopTimer(keep_speed_);
+  keep_speed_ = loop_.StartTimer(loop_.Now() + kSpeedSettled, [this] {
+    keep_speed_ = 0;
+    KeepSpeed();
+  });
+}
+
+/// The speed of the moment, as the settings keep it.
+void Keyer::KeepSpeed() {
+  loop_.StopTimer(keep_speed_);
+  keep_speed_ = 0;
+  const int speed = std::clamp(*console_.CWSpeed, kSlowest, kFastest);
+  if (!used_ || speed == settings_.speed) return;
+  settings_.speed = speed;
+  if (keep) keep({{"CWSPEED=", NumberText(speed)}});
+}
+
+void Keyer::ShowState() {
+  if (replacing_) return;
+  const std::string_view missing = settings_.kind == KeyerKind::kNone ? "none" : "failed";
+  console_.KeyerState.Set(std::string(backend_ == nullptr ? missing : backend_->state()));
+}
+
+void Keyer::Notice(const std::string& line) const {
+  if (on_notice) on_notice(line);
+}
+
+}  // namespace kvx::keyer

@@ -1,0 +1,450 @@
+#include "keyer/winkeyer.h"
+
+#include <gtest/gtest.h>
+
+#include "winkeyer_bench.h"
+
+namespace kvx::keyer {
+namespace {
+
+using namespace std::chrono_literals;
+using namespace std::string_literals;
+using Lines = std::vector<std::string>;
+
+constexpr const char* kSilent = "Unable to initialize Winkey";
+constexpr const char* kEchoTest = "13 13 13 00 04 41";
+constexpr const char* kDefaults = "07 00 0B 0F 02 19 05 32 00 00 05 14 00 00 12 32 32 06 FF 07 15";
+
+TEST(WinkeyBytes, PairsGoFromLeftToRightAndTheQuirksStay) {
+  EXPECT_EQ(WinkeyBytes(" 00 04 41 "), "\0\x04\x41"s);
+  EXPECT_EQ(WinkeyBytes("A"), "\x0A");
+  EXPECT_EQ(WinkeyBytes(""), "");
+  for (const auto& [value, byte] :
+       {std::pair{0, '\x00'}, {8, '\x08'}, {16, '\x16'}, {24, '\x24'}, {56, '\x56'}, {94, '\x94'}})
+    EXPECT_EQ(WinkeyDecimalAsHex(value), std::string(1, byte)) << value;
+}
+
+TEST(WinkeyBytes, ASymbolIsItsSignAndNeverACommand) {
+  struct Row {
+    std::string symbol, bytes;
+  };
+  for (const Row& row : {
+           Row{"A", "A"},
+           Row{"q", "Q"},
+           Row{" ", " "},
+           Row{"/", "/"},
+           Row{"AR",
+               "\x1B"
+               "AR"},
+           Row{"!",
+               "\x1B"
+               "CM"},
+           Row{":",
+               "\x1B"
+               "MB"},
+           Row{"SOS",
+               "\x1B"
+               "V7"},
+           Row{"#", ""},
+           Row{"<", ""},
+           Row{"ARSK", ""},
+           Row{"A\x0B", ""},
+           Row{"", ""},
+       }) {
+    EXPECT_EQ(SpacedHex(WinkeySymbol(row.symbol)), SpacedHex(row.bytes)) << row.symbol;
+  }
+  for (int code = 0; code < 256; ++code) {
+    const char c = static_cast<char>(code);
+    const std::string bytes = WinkeySymbol(std::string(1, c));
+    const bool merged = bytes.size() == 3 && bytes[0] == 0x1B;
+    EXPECT_TRUE(bytes.empty() || merged || (bytes.size() == 1 && code >= 0x20 && code < 0x7F)) << code;
+    EXPECT_EQ(MorsePattern(merged ? bytes.substr(1) : bytes), bytes.empty() ? "" : MorsePattern(std::string(1, c)));
+  }
+}
+
+TEST(WinKeyer, IsStartedUpByteForByte) {
+  struct Row {
+    std::string name;
+    KeyerSettings settings;
+    std::string configured;
+  };
+  KeyerSettings full{.mode = PaddleMode::kSemiAutomatic, .reversed = true, .second_output = SecondOutput::kSideTone};
+  full.key1 = full.key2 = true;
+  full.side_tone = 7;
+  full.ptt_lead = 10;
+  full.ptt_tail = 255;
+  full.compensation = 3;
+  for (const Row& row : {
+           Row{"plain", {}, "02 19|0E 00|04 00 00|11 00|92|05 05 32 00"},
+           Row{"reversed", {.reversed = true}, "02 19|0E 08|04 00 00|11 00|92|05 05 32 00"},
+           Row{"A", {.mode = PaddleMode::kIambicA}, "02 19|0E 16|04 00 00|11 00|92|05 05 32 00"},
+           Row{"A reversed",
+               {.mode = PaddleMode::kIambicA, .reversed = true},
+               "02 19|0E 24|04 00 00|11 00|92|05 05 32 00"},
+           Row{"ultimatic", {.mode = PaddleMode::kUltimatic}, "02 19|0E 32|04 00 00|11 00|92|05 05 32 00"},
+           Row{"ultimatic reversed",
+               {.mode = PaddleMode::kUltimatic, .reversed = true},
+               "02 19|0E 40|04 00 00|11 00|92|05 05 32 00"},
+           Row{"bug", {.mode = PaddleMode::kSemiAutomatic}, "02 19|0E 48|04 00 00|11 00|92|05 05 32 00"},
+           Row{"PTT",
+               {.second_output = SecondOutput::kPtt, .key1 = true},
+               "02 19|0E 00|04 00 00|11 00|93|1D 00|05 05 32 00"},
+           Row{"KEY2", {.key2 = true}, "02 19|0E 00|04 00 00|11 00|92|1D 01|05 05 32 00"},
+           Row{"all", full, "01 07|02 19|0E 56|04 0A FF|11 03|94|1D 00|1D 01|05 05 32 00"},
+       }) {
+    WinkeyerBench bench(row.settings);
+    bench.keyer.Open();
+    bench.loop.RunFor(1ms);
+    EXPECT_EQ(bench.port.opened, (platform::PortSettings{.number = 5, .speed = 1200, .stop_bits = 1, .dtr = true}));
+    EXPECT_TRUE(bench.port.dtr && !bench.port.rts);
+    EXPECT_EQ(bench.Writes(), kEchoTest);
+    bench.port.Arrive("A");
+    EXPECT_EQ(bench.Writes(), "00 02") << "an answer ends a wait at once";
+    bench.port.Arrive("\x17");
+    EXPECT_EQ(bench.Writes(), kDefaults);
+    bench.port.Arrive("\x8A\x8A");
+    EXPECT_EQ(bench.Writes(), "");
+    EXPECT_FALSE(bench.keyer.ready());
+    bench.port.Arrive("\xC0");
+    EXPECT_EQ(bench.Writes(), row.configured) << row.name;
+    EXPECT_TRUE(bench.keyer.ready() && !bench.keyer.keyer_failed() && bench.readies == 1);
+  }
+}
+
+TEST(WinKeyer, TheThreeWaitsOfAStartUpShareThreeSeconds) {
+  for (const int answered : {0, 1, 2}) {
+    WinkeyerBench bench;
+    bench.keyer.Open();
+    for (int i = 0; i < answered; ++i) {
+      bench.loop.RunFor(1200ms);
+      bench.port.Arrive(i == 0 ? "A" : "\x17");
+    }
+    bench.loop.RunFor(3s - answered * 1200ms - 1ms);
+    EXPECT_TRUE(bench.lines.empty()) << answered;
+    bench.loop.RunFor(10s);
+    EXPECT_EQ(bench.lines, Lines{kSilent}) << answered;
+    EXPECT_TRUE(bench.keyer.keyer_failed());
+    EXPECT_EQ(bench.keyer.state(), "failed");
+    const Lines expected{kEchoTest, kEchoTest + "|00 02"s, kEchoTest + "|00 02|"s + kDefaults};
+    EXPECT_EQ(bench.Writes(), expected[static_cast<std::size_t>(answered)]);
+    bench.port.Arrive("A\x17\xC0");  // too late
+    bench.loop.RunFor(10s);
+    EXPECT_EQ(bench.Writes(), "");
+    bench.keyer.Open();
+    bench.loop.RunFor(1ms);
+    EXPECT_EQ(bench.Writes(), kEchoTest) << "the next wish starts it anew";
+  }
+}
+
+TEST(WinKeyer, RepliesMayComeLateInPiecesAndWithGarbageFirst) {
+  WinkeyerBench bench;
+  bench.keyer.Open();
+  bench.loop.RunFor(900ms);
+  bench.port.Arrive("\xFF\x12");
+  bench.loop.RunFor(600ms);
+  EXPECT_EQ(bench.Writes(), kEchoTest) << "garbage is no echo";
+  bench.port.Arrive("A");
+  bench.port.Arrive("\xF8");  // no version: after a silence it counts all the same
+  bench.loop.RunFor(299ms);
+  EXPECT_EQ(bench.Writes(), "00 02");
+  bench.loop.RunFor(1ms);
+  EXPECT_EQ(bench.Writes(), kDefaults);
+  for (const char* piece : {"\x8A", "\x10", "\xC4"}) {
+    bench.loop.RunFor(250ms);
+    bench.port.Arrive(piece);
+  }
+  EXPECT_TRUE(bench.keyer.ready());
+  EXPECT_TRUE(bench.lines.empty());
+  EXPECT_EQ(bench.Writes(), "02 19|0E 00|04 00 00|11 00|92|05 05 32 00");
+}
+
+TEST(WinKeyer, TheReadyFlagFollowsTheStatusBytes) {
+  WinkeyerBench bench;
+  bench.Start();
+  struct Row {
+    const char* bytes;
+    bool ready;
+  };
+  for (const Row& row : {Row{"\xC4", false}, Row{"A", false}, Row{"\xBD", false}, Row{"\xBE", true}, Row{"\xC4", false},
+                         Row{"\xC0", true}, Row{"A", true}, Row{"\xC0\xC4", false}, Row{"\xC4\xC5", true}}) {
+    bench.port.Arrive(row.bytes);
+    EXPECT_EQ(bench.keyer.keyer_ready(), row.ready) << SpacedHex(row.bytes);
+  }
+}
+
+TEST(WinKeyer, ThePotSetsTheSpeedWhenItIsTurned) {
+  WinkeyerBench bench;
+  bench.keyer.Open();
+  bench.loop.RunFor(1ms);
+  for (const char* reply : {"A", "\x17", "\x8A\x8A\xC0"}) bench.port.Arrive(reply);
+  EXPECT_EQ(*bench.console.CWSpeed, 25) << "what it stands at is no wish";
+  bench.port.Arrive("\x8A");
+  EXPECT_EQ(*bench.console.CWSpeed, 25);
+  bench.port.Arrive("\x8B");
+  EXPECT_EQ(*bench.console.CWSpeed, 16);
+  bench.settings.ignore_pot = true;
+  bench.keyer.Configure(bench.settings);
+  bench.port.Arrive("\x8F");
+  EXPECT_EQ(*bench.console.CWSpeed, 16);
+}
+
+TEST(WinKeyer, ALoggerSharesItWithoutAByteChanged) {
+  WinkeyerBench bench;
+  FakeSerialPort logger;
+  ASSERT_TRUE(logger.Open({}).ok());
+  logger.on_data = [&bench] { bench.keyer.GetWInkey(); };
+  bench.Start();
+  bench.keyer.SetLogger(&logger);
+  logger.Arrive("\x02\x14");
+  EXPECT_EQ(*bench.console.CWSpeed, 20);
+  EXPECT_EQ(bench.Writes(), "") << "not passed through";
+  bench.keyer.SetPassThrough(true);
+  for (const char* slow : {"\x02\x01", "\x02\x05"}) logger.Arrive(slow);
+  EXPECT_EQ(*bench.console.CWSpeed, 20);
+  EXPECT_FALSE(bench.keyer.clear_request());
+  logger.Arrive(
+      "\x0A"
+      "CQ D\x1E\x02");
+  EXPECT_TRUE(bench.keyer.clear_request());
+  logger.Arrive("\x06");
+  EXPECT_EQ(*bench.console.CWSpeed, 20) << "the command text began with another command";
+  logger.Arrive("\x02");
+  logger.Arrive("\x06");
+  EXPECT_EQ(*bench.console.CWSpeed, 6) << "in two pieces";
+  logger.Arrive("\x02\x23");
+  EXPECT_EQ(*bench.console.CWSpeed, 6) << "a printable byte is text";
+  EXPECT_EQ(bench.keyer.logger_text(), "CQD#");
+  EXPECT_EQ(bench.Writes(), "02 01|02 05|0A 43 51 20 44 1E 02|06|02|06|02 23");
+  bench.port.Arrive("\x00\xC4\x43\xBE"s);
+  EXPECT_EQ(logger.written, "\x00\xC4\x43\xBE"s);
+  logger.Arrive(std::string(5000, 'V'));
+  EXPECT_EQ(bench.keyer.logger_text().size(), 1000u);
+}
+
+TEST(WinKeyer, ASpeedIsToldAtOnceAndInATextBufferedAsWell) {
+  WinkeyerBench bench;
+  bench.keyer.SetSpeed(30);
+  EXPECT_EQ(bench.Writes(), "") << "closed";
+  bench.Start();
+  bench.keyer.SetSpeed(25);
+  bench.keyer.SetSpeed(200);
+  EXPECT_EQ(bench.Writes(), "02 63");
+  bench.keyer.SetSpeed(20);
+  bench.Type("TTTTT");
+  EXPECT_EQ(bench.Writes(), "02 14|54|54|54|54");
+  bench.loop.RunFor(200ms);
+  bench.keyer.SetSpeed(15);
+  EXPECT_EQ(bench.Writes(), "02 0F");
+  bench.loop.RunFor(10s);
+  EXPECT_EQ(bench.Writes(), "1C 0F|54");
+  EXPECT_EQ(bench.keyer.pending(), 0u);
+}
+
+TEST(WinKeyer, TheKeyIsLetGoWhateverHappens) {
+  WinkeyerBench bench;
+  EXPECT_FALSE(bench.keyer.Key(true)) << "closed";
+  bench.Start();
+  EXPECT_TRUE(bench.keyer.Key(true));
+  EXPECT_EQ(bench.guard.armed, "\x0A\x0B\0"s);
+  EXPECT_EQ(bench.keyer.room(), 0u);
+  bench.loop.RunFor(9999ms);
+  EXPECT_EQ(bench.Writes(), "0B 01");
+  bench.loop.RunFor(1ms);
+  EXPECT_EQ(bench.Writes(), "0B 00") << "the limit";
+  EXPECT_EQ(bench.guard.armed, "");
+
+  bench.keyer.Key(true);
+  bench.keyer.Abort();
+  EXPECT_EQ(bench.Writes(), "0B 01|0A|0B 00");
+  bench.Type("V");
+  bench.keyer.Key(true);
+  bench.port.unsent = 1;
+  bench.keyer.Close();
+  EXPECT_EQ(bench.Writes(), "56|0A|0B 01|0B 00|00 03");
+  EXPECT_EQ(bench.keyer.state(), "closed");
+  bench.loop.RunFor(50ms);
+  EXPECT_TRUE(bench.port.is_open()) << "the device does not have it yet";
+  EXPECT_EQ(bench.guard.armed, "\x0A\x0B\0"s);
+  bench.port.unsent = 0;
+  bench.loop.RunFor(100ms);
+  EXPECT_FALSE(bench.port.is_open() || bench.keyer.closing());
+  EXPECT_EQ(bench.guard.armed, "");
+  bench.loop.RunFor(1min);
+  EXPECT_EQ(bench.Writes(), "");
+}
+
+TEST(WinKeyer, OpeningAnewWaitsUntilTheReleaseIsDelivered) {
+  WinkeyerBench bench;
+  bench.Start();
+  bench.keyer.Key(true);
+  bench.keyer.OpenPort(6);
+  EXPECT_EQ(bench.Writes(), "0B 01|0B 00|00 03");
+  EXPECT_EQ(bench.port.opened.number, 5);
+  bench.loop.RunFor(100ms);
+  EXPECT_EQ(bench.port.opened.number, 6);
+  EXPECT_EQ(bench.Writes(), kEchoTest);
+}
+
+TEST(WinKeyer, FiveHundredCharactersArePlayedWithoutAGapOrAnIllegalByte) {
+  struct Row {
+    int wpm;
+    int rate;
+    PaddleMode mode;
+  };
+  const std::string words = "CQ TEST DE KV1X/P EEEE ISH 599 0055 = QTH? TT, ";
+  for (const Row& row :
+       {Row{25, 1000, PaddleMode::kIambicB}, Row{25, 990, PaddleMode::kIambicB}, Row{25, 1010, PaddleMode::kIambicB},
+        Row{5, 1000, PaddleMode::kIambicB}, Row{99, 1000, PaddleMode::kIambicB}, Row{25, 960, PaddleMode::kIambicA},
+        Row{40, 1060, PaddleMode::kIambicA}, Row{99, 1000, PaddleMode::kIambicA}}) {
+    WinkeyerBench bench({.mode = row.mode, .key1 = true});
+    PlayingKeyer device(bench.loop, bench.port);
+    device.rate = row.rate;
+    bench.console.CWSpeed.Set(row.wpm);
+    std::string sent;
+    while (sent.size() < 500) sent += words;
+    sent.resize(500);
+    bench.Type(sent);
+    bench.keyer.Open();
+    bench.loop.RunFor(1min);
+    ASSERT_TRUE(bench.keyer.ready());
+    std::size_t farthest = 0;
+    while (device.idles == 0 && bench.loop.Now() < TimePoint(12h)) {
+      bench.loop.RunFor(100ms);
+      const std::size_t given = 500 - bench.text.size();
+      const std::size_t told = given - bench.keyer.pending();
+      farthest = std::max(farthest, told > device.symbols ? told - device.symbols : device.symbols - told);
+    }
+    bench.loop.RunFor(5s);
+    const std::string name = std::to_string(row.wpm) + " wpm, clock " + std::to_string(row.rate);
+    EXPECT_EQ(device.played, sent) << name;
+    EXPECT_EQ(device.idles, 1) << name << ": ran dry";
+    EXPECT_EQ(device.illegal, Lines{"92"}) << name;
+    EXPECT_EQ(bench.keyer.pending(), 0u) << name;
+    EXPECT_LE(farthest, device.echo ? 2u : 15u) << name << ": symbols told wrong";
+    EXPECT_LE(device.deepest, row.wpm == 99 ? 30u : 17u) << name;
+    EXPECT_TRUE(bench.lines.empty()) << name;
+  }
+}
+
+TEST(WinKeyer, TheClockOfAKeyerIsLearnt) {
+  WinkeyerBench bench;
+  PlayingKeyer device(bench.loop, bench.port);
+  device.rate = 950;
+  bench.keyer.Open();
+  bench.loop.RunFor(1s);
+  const std::string text(200, 'K');
+  bench.Type(text);
+  bench.loop.RunFor(5min);
+  const int first = device.idles;
+  EXPECT_GT(first, 1) << "too fast for what was known of it";
+  bench.Type(text);
+  bench.loop.RunFor(5min);
+  EXPECT_EQ(device.idles, first + 1);
+  EXPECT_EQ(device.played, text + text);
+}
+
+TEST(WinKeyer, AnAbortStopsAtOnceAndWhatFollowsIsWhole) {
+  WinkeyerBench bench;
+  PlayingKeyer device(bench.loop, bench.port);
+  bench.keyer.Open();
+  bench.loop.RunFor(1s);
+  bench.Type("PARIS PARIS");
+  bench.loop.RunFor(2s);
+  bench.port.TakeWrites();
+  bench.text.clear();
+  bench.keyer.Abort();
+  EXPECT_EQ(bench.Writes(), "0A");
+  EXPECT_EQ(bench.keyer.pending(), 0u);
+  EXPECT_EQ(bench.guard.armed, "");
+  bench.loop.RunFor(1s);
+  const std::size_t before = device.played.size();
+  EXPECT_LE(before, 5u);
+  bench.Type("73");
+  EXPECT_NE(bench.guard.armed, "");
+  bench.loop.RunFor(10s);
+  EXPECT_EQ(device.played.substr(before), "73");
+  EXPECT_EQ(bench.guard.armed, "");
+}
+
+TEST(WinKeyer, AFullKeyerIsGivenNoMoreButNotForEver) {
+  WinkeyerBench bench;
+  bench.Start();
+  bench.port.Arrive("\xC5");
+  EXPECT_EQ(bench.keyer.room(), 0u);
+  bench.Type("A");
+  EXPECT_EQ(bench.Writes(), "");
+  bench.port.Arrive("\xC4");
+  EXPECT_EQ(bench.Writes(), "41");
+  bench.port.Arrive("\xC5");
+  bench.Type("B");
+  bench.loop.RunFor(4999ms);
+  EXPECT_EQ(bench.Writes(), "");
+  bench.loop.RunFor(1ms);
+  EXPECT_EQ(bench.Writes(), "42") << "the status byte that ends it was lost";
+}
+
+TEST(WinKeyer, APaddleThatBreaksInEndsTheText) {
+  WinkeyerBench bench;
+  bench.Start();
+  bench.port.Arrive("\xC2\xC0");
+  EXPECT_TRUE(bench.lines.empty()) << "there was none";
+  bench.Type("CQ CQ CQ CQ");
+  bench.port.TakeWrites();
+  bench.port.Arrive("\xC6");
+  EXPECT_EQ(bench.lines, Lines{"The paddle has taken over"});
+  EXPECT_EQ(bench.keyer.pending(), 0u);
+  bench.port.Arrive("\xC0");
+  bench.loop.RunFor(1min);
+  EXPECT_EQ(bench.Writes(), "");
+  EXPECT_TRUE(bench.keyer.ready());
+}
+
+TEST(WinKeyer, OneThatVanishesInATextComesBackWithoutRepeatingAnything) {
+  WinkeyerBench bench;
+  bench.Start();
+  bench.Type("CQ CQ CQ");
+  bench.port.TakeWrites();
+  bench.port.absent = true;
+  bench.port.Lose();
+  EXPECT_EQ(bench.lines, Lines{"the device has gone"});
+  EXPECT_EQ(bench.keyer.pending(), 0u);
+  EXPECT_EQ(bench.guard.armed, "");
+  bench.loop.RunFor(1min);
+  EXPECT_EQ(bench.lines.size(), 1u) << "said once";
+  EXPECT_LT(bench.port.opens, 70);
+  bench.port.absent = false;
+  bench.loop.RunFor(1s);
+  EXPECT_EQ(bench.Writes(), kEchoTest);
+  for (const char* reply : {"A", "\x17", "\xC0"}) bench.port.Arrive(reply);
+  EXPECT_TRUE(bench.keyer.ready());
+  EXPECT_EQ(bench.Writes(), "00 02|"s + kDefaults + "|02 19|0E 00|04 00 00|11 00|92|05 05 32 00");
+  bench.loop.RunFor(1min);
+  EXPECT_EQ(bench.Writes(), "");
+
+  bench.keyer.Key(true);
+  bench.port.Lose();
+  EXPECT_EQ(bench.lines.size(), 2u);
+  bench.loop.RunFor(1min);
+  EXPECT_EQ(bench.lines.size(), 2u) << "a keyer that is silent at its return is no news";
+  EXPECT_EQ(bench.Writes(), "0B 01|"s + kEchoTest) << "the tune is over";
+  EXPECT_EQ(bench.keyer.state(), "failed");
+}
+
+TEST(WinKeyer, APortThatIsNotThereIsToldOnceAndTriedAgain) {
+  WinkeyerBench bench;
+  bench.port.absent = true;
+  bench.keyer.Open();
+  EXPECT_TRUE(bench.lines.empty()) << "nothing is told from inside a call";
+  bench.loop.RunFor(1min);
+  EXPECT_EQ(bench.lines, Lines{"COM5: no such device"});
+  EXPECT_TRUE(bench.keyer.keyer_failed());
+  bench.port.absent = false;
+  bench.loop.RunFor(1s);
+  EXPECT_EQ(bench.Writes(), kEchoTest);
+  bench.keyer.Close();
+  bench.loop.RunFor(1min);
+  EXPECT_FALSE(bench.port.is_open());
+}
+
+}  // namespace
+}  // namespace kvx::keyer
