@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <array>
 
 #include "core/text.h"
@@ -5,6 +6,7 @@
 #include "sim/kenwood_rig.h"
 #include "sim/orion_rig.h"
 #include "sim/simulated_device.h"
+#include "sim/winkey_device.h"
 #include "sim/yaesu_five_byte_rig.h"
 #include "sim/yaesu_status_rig.h"
 #include "sim/yaesu_text_rig.h"
@@ -15,6 +17,7 @@ namespace {
 struct Kind {
   std::string_view name;
   std::unique_ptr<SimulatedDevice> (*make)(Loop&);
+  bool keyer = false;
 };
 
 template <class Rig>
@@ -22,10 +25,29 @@ std::unique_ptr<SimulatedDevice> Make(Loop& loop) {
   return std::make_unique<Rig>(loop);
 }
 
+template <WinkeyDevice::Model model>
+std::unique_ptr<SimulatedDevice> MakeWinkey(Loop& loop) {
+  return std::make_unique<WinkeyDevice>(loop, model);
+}
+
 constexpr std::array kKinds{
-    Kind{"ts2000", Make<KenwoodRig>},     Kind{"ft857", Make<YaesuFiveByteRig>}, Kind{"ft1000d", Make<YaesuStatusRig>},
-    Kind{"ftdx5000", Make<YaesuTextRig>}, Kind{"ic7300", Make<IcomRig>},         Kind{"orion", Make<OrionRig>},
+    Kind{"ts2000", Make<KenwoodRig>},
+    Kind{"ft857", Make<YaesuFiveByteRig>},
+    Kind{"ft1000d", Make<YaesuStatusRig>},
+    Kind{"ftdx5000", Make<YaesuTextRig>},
+    Kind{"ic7300", Make<IcomRig>},
+    Kind{"orion", Make<OrionRig>},
+    Kind{"winkey", MakeWinkey<WinkeyDevice::Model::kWinkey2>, true},
+    Kind{"winkey3", MakeWinkey<WinkeyDevice::Model::kWinkey3>, true},
 };
+
+std::vector<std::string> Names(bool with_keyers) {
+  std::vector<std::string> names;
+  for (const Kind& kind : kKinds) {
+    if (with_keyers || !kind.keyer) names.emplace_back(kind.name);
+  }
+  return names;
+}
 
 }  // namespace
 
@@ -37,12 +59,18 @@ std::unique_ptr<SimulatedDevice> MakeDevice(std::string_view name, Loop& loop) {
 }
 
 const std::vector<std::string>& DeviceNames() {
-  static const std::vector<std::string> names = [] {
-    std::vector<std::string> result;
-    for (const Kind& kind : kKinds) result.emplace_back(kind.name);
-    return result;
-  }();
+  static const std::vector<std::string> names = Names(true);
   return names;
+}
+
+const std::vector<std::string>& RigNames() {
+  static const std::vector<std::string> names = Names(false);
+  return names;
+}
+
+bool IsKeyer(std::string_view name) {
+  return std::any_of(kKinds.begin(), kKinds.end(),
+                     [name](const Kind& kind) { return kind.keyer && EqualNoCase(name, kind.name); });
 }
 
 }  // namespace kvx::sim

@@ -10,8 +10,8 @@
 
 namespace kvx::sim {
 
-/// A device that exists only here: a rig (later: a keyer, ...) at the far end of a byte pipe, with a front panel that a
-/// person can operate. Strict: what the real device would refuse is refused and counted. Engine thread only.
+/// A device that exists only here: a rig or a keyer at the far end of a byte pipe, with a front panel that a person can
+/// operate. Strict: what the real device would refuse is refused and counted. Engine thread only.
 class SimulatedDevice {
  public:
   virtual ~SimulatedDevice() = default;
@@ -27,9 +27,11 @@ class SimulatedDevice {
   std::function<void(const std::string& line)> complain;
 };
 
-/// A simulated device by name ("ts2000", "ft857", ...); null for an unknown name.
+/// A simulated device by name ("ts2000", "winkey", ...); null for an unknown name.
 std::unique_ptr<SimulatedDevice> MakeDevice(std::string_view name, Loop& loop);
-/// The names that MakeDevice knows.
+/// The names that MakeDevice knows: rigs, then keyers.
 const std::vector<std::string>& DeviceNames();
+const std::vector<std::string>& RigNames();
+bool IsKeyer(std::string_view name);
 
 }  // namespace kvx::sim

@@ -125,6 +125,13 @@ class Rig(threading.Thread):
     def knob_turned(self):
         pass
 
+    def turn(self, now):
+        """Does what is due by now without a byte from the line."""
+
+    def next_turn(self):
+        """When `turn` is due next, or None."""
+        return None
+
     def tunes(self, hz):
         return any(low <= hz <= high for low, high in self.ranges)
 
@@ -152,6 +159,7 @@ class Rig(threading.Thread):
                 self._transfer()
                 watched = [self._wake_read] + ([self.master] if self.master is not None else [])
                 due = [queue[0][0] for queue in (self._incoming, self._outgoing) if queue]
+                due += [at for at in (self.next_turn(),) if at is not None]
             wait = max(0.0005, min(due) - time.monotonic()) if due else 1.0
             try:
                 ready, _, _ = select.select(watched, [], [], wait)
@@ -180,6 +188,7 @@ class Rig(threading.Thread):
             at, byte = self._incoming.popleft()
             if not self.silent:
                 self.take(byte, at)
+        self.turn(now)
         due = bytearray()
         while self._outgoing and self._outgoing[0][0] <= now:
             due.append(self._outgoing.popleft()[1])

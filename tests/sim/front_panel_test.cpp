@@ -11,7 +11,7 @@ namespace {
 using namespace std::chrono_literals;
 
 TEST(FrontPanel, EveryRigUnderstandsTheSameWords) {
-  for (const std::string& name : DeviceNames()) {
+  for (const std::string& name : RigNames()) {
     Bench bench(name);
     for (const char* command : {"knob 7030.12", "mode LSB", "vfo B", "KNOB 14100", "mode CW", "vfo A", "smeter 20",
                                 "ptt on", "af 77", " ptt  off "}) {
@@ -91,7 +91,7 @@ TEST(FrontPanel, TheMeterLivesTheSameLifeInEveryRun) {
 
 TEST(FrontPanel, NoBytesFromTheLineBreakARig) {
   const std::string_view likely = ";\r*?ABFIMRSTUXCGK0129\xFE\xFD\x94\xE0\x05\x10\x0A";
-  for (const std::string& name : DeviceNames()) {
+  for (const std::string& name : RigNames()) {
     Bench bench(name);
     std::mt19937 random(17);
     for (int i = 0; i < 30'000; ++i) {
