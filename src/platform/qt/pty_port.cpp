@@ -103,6 +103,7 @@ void PtyPort::VisitEnded() {
   while (::read(visits_.get(), events.data(), events.size()) > 0) continue;
   // A program that took the far end for itself and crashed would lock out its own restart.
   ::ioctl(slave_.get(), TIOCNXCL);
+  if (const auto handler = on_visit_ended) handler();
 }
 
 void PtyPort::RemoveLink() {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QSocketNotifier>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -32,6 +33,8 @@ class PtyPort final : public SerialPort {
 
   /// The device name of the far end; empty while closed.
   const std::string& slave_path() const { return slave_path_; }
+
+  std::function<void()> on_visit_ended;  ///< another program has closed the far end; the port stays open
 
  private:
   Status MakePair();

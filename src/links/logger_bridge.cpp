@@ -1,0 +1,214 @@
+#include "links/logger_bridge.h"
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+#include "cat/transmit.h"
+
+namespace kvx::links {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr std::size_t kPiece = 1024;
+constexpr std::size_t kLongestUnfinished = 1024;
+constexpr std::size_t kMostUnsent = 4096;  // who does not take its answers gets no more of them
+constexpr Duration kGoneTime = 1s;         // programs close a port and open it again
+
+}  // namespace
+
+LoggerBridge::LoggerBridge(Loop& loop, Console& console, cat::Engine& engine, platform::SerialPort& port)
+    : loop_(loop),
+      console_(console),
+      engine_(engine),
+      port_(port),
+      rig_(console, engine),
+      waiting_(0, loop, engine.dispatcher),
+      subscription_(console.Subscribe([this](Field field) { Follow(field); })) {
+  port_.on_data = [this] { Receive(); };
+  port_.on_lost = [this](const std::string& why) {
+    failure_ = why;
+    Forget();
+    if (on_notice) on_notice("The port of the logger has gone: " + why);
+  };
+}
+
+LoggerBridge::~LoggerBridge() {
+  port_.on_data = nullptr;
+  port_.on_lost = nullptr;
+  loop_.StopTimer(gone_);
+}
+
+void LoggerBridge::Use(const LinkPort& settings) {
+  const bool switched_on = used_ && settings.on && !settings_.on;
+  if (switched_on && !settings.is_chosen() && on_notice) on_notice(kNoLoggerPort);
+  const bool same = std::exchange(used_, true) && settings.same_port(settings_);
+  settings_ = settings;
+  if (!is_on()) Forget();
+  if (same) return;
+  Close();
+  InitComm2();
+}
+
+void LoggerBridge::InitComm2() {
+  failure_.clear();
+  if (!settings_.is_chosen()) return;
+  const Status opened = OpenLinkPort(port_, settings_);
+  if (opened) return;
+  failure_ = opened.error().message;
+  if (on_notice) on_notice(kNoLoggerPortOpens);
+}
+
+Status LoggerBridge::Switch(bool on) {
+  if (on && !settings_.is_chosen()) {
+    if (on_notice) on_notice(kNoLoggerPort);
+    return Error{ErrorCode::kInvalid, kNoLoggerPort};
+  }
+  settings_.on = on;
+  if (!on) {
+    Forget();
+    return Ok();
+  }
+  if (!is_open()) InitComm2();
+  if (!failure_.empty()) return Error{ErrorCode::kIo, kNoLoggerPortOpens};
+  return Ok();
+}
+
+void LoggerBridge::Close() {
+  Forget();
+  port_.Close();
+}
+
+void LoggerBridge::Forget() {
+  unfinished_.clear();
+  waiting_.waiting.Forget();
+  Release();
+}
+
+void LoggerBridge::FarEndClosed() {
+  if (!keyed_ || gone_ != 0) return;
+  gone_ = loop_.StartTimer(loop_.Now() + kGoneTime, [this] {
+    gone_ = 0;
+    Forget();
+  });
+}
+
+void LoggerBridge::Follow(Field field) {
+  if (field == Field::kTransmitting && !*console_.Transmitting) keyed_ = false;
+  if (field != Field::kRigName && field != Field::kRigRow) return;
+  told_b_ = false;
+  waiting_.waiting.Forget();
+}
+
+void LoggerBridge::Receive() {
+  const std::string bytes = port_.Read();
+  if (bytes.empty()) return;
+  loop_.StopTimer(std::exchange(gone_, 0));
+  if (on_received) on_received(bytes);
+  for (std::string_view left = bytes; !left.empty() && is_on(); left.remove_prefix(std::min(kPiece, left.size()))) {
+    unfinished_ += left.substr(0, kPiece);
+    Serve();
+  }
+}
+
+/// All that is whole is dealt with now and answered in one write.
+void LoggerBridge::Serve() {
+  const std::size_t whole = unfinished_.rfind(';') + 1;
+  const std::string text = unfinished_.substr(0, whole);
+  unfinished_.erase(0, whole);
+  if (unfinished_.size() > kLongestUnfinished) unfinished_.erase(0, unfinished_.size() - kLongestUnfinished);
+  const std::vector<LoggerCommand> commands = ReadLoggerCommands(text);
+  std::vector<bool> done(commands.size());
+  std::string replies;
+  for (const LoggerCommand& command : commands) {
+    // A reply tells what was ordered before it was asked for.
+    for (const LoggerCommand& order : commands) {
+      if (order.request >= LoggerRequest::kSetA && order.place <= command.place && !done[order.place]) {
+        done[order.place] = true;
+        Do(order);
+      }
+    }
+    replies += ReplyTo(command);
+  }
+  if (!replies.empty() && port_.is_open() && port_.bytes_unsent() < kMostUnsent) port_.Write(replies);
+}
+
+void LoggerBridge::Do(const LoggerCommand& command) {
+  switch (command.request) {
+    case LoggerRequest::kSetA:
+      engine_.operations.TuneTo(command.frequency);
+      return;
+    case LoggerRequest::kSetB:
+      // Where VFO B is not in use it is set without leaving the other one.
+      told_b_ = rig_.SetFrequency(waiting_, 'B', command.frequency) == Rprt::kOk || told_b_;
+      return;
+    case LoggerRequest::kTransmit:
+      return Transmit();
+    case LoggerRequest::kReceive:
+      return End();
+    default:
+      return;
+  }
+}
+
+std::string LoggerBridge::ReplyTo(const LoggerCommand& command) const {
+  switch (command.request) {
+    case LoggerRequest::kAutoInformation:
+      return command.query ? "AI0;" : "";
+    case LoggerRequest::kPower:
+      return command.query ? "PS1;" : "";
+    case LoggerRequest::kReadA:
+      return FrequencyReply("FA", *console_.FreqDisp);
+    case LoggerRequest::kReadB:
+      return FrequencyReply("FB", frequency_b());
+    case LoggerRequest::kReadStatus:
+      return StatusReply({.frequency = *console_.FreqDisp,
+                          .mode = *console_.Mode,
+                          .transmitting = *console_.Transmitting,
+                          .vfo = *console_.ActiveVfo,
+                          .split = rig_.split()});
+    default:
+      return {};
+  }
+}
+
+/// Programs that follow one frequency find it under either name.
+Frequency LoggerBridge::frequency_b() const {
+  return told_b_ && *console_.ActiveVfo != 'B' ? *console_.FreqB : *console_.FreqDisp;
+}
+
+/// Whether the rig's two commands are what keys and releases its transmitter.
+bool LoggerBridge::may_key() const {
+  const config::RigRow& row = engine_.rig().row;
+  return cat::ButtonsKeyTransmitter(row) && !row["Alpha"].empty() && !row["Bravo"].empty();
+}
+
+void LoggerBridge::Transmit() {
+  const bool in_cw = console_.Mode->find("CW") != std::string::npos;  // there the keyer transmits
+  if (in_cw || !may_key()) return;
+  // What was set before is what to transmit on: it waits for its turn no longer.
+  engine_.operations.SendWaiting();
+  waiting_.waiting.Flush();
+  const bool keyed_before = *console_.Transmitting;
+  if (engine_.dispatcher.SendData("XSETALPHA") == cat::SendOutcome::kSent) engine_.dispatcher.SendData("XSETALPHA");
+  keyed_ = *console_.Transmitting && (keyed_ || !keyed_before);
+}
+
+/// What the logger has keyed ends in every mode, and on a line that is busy as well.
+void LoggerBridge::End() {
+  const bool was_keyed = keyed_;
+  const bool in_cw = console_.Mode->find("CW") != std::string::npos;
+  if (may_key() && (was_keyed || !in_cw)) {
+    engine_.dispatcher.SendData("XSETBRAVO");
+    engine_.dispatcher.SendData("XSETBRAVO");
+  }
+  if (was_keyed && *console_.Transmitting) engine_.dispatcher.ReleaseTransmitter();
+}
+
+void LoggerBridge::Release() {
+  loop_.StopTimer(std::exchange(gone_, 0));
+  if (std::exchange(keyed_, false) && *console_.Transmitting) engine_.dispatcher.ReleaseTransmitter();
+}
+
+}  // namespace kvx::links

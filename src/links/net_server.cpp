@@ -1,0 +1,136 @@
+#include "links/net_server.h"
+
+#include <algorithm>
+
+#include "core/text.h"
+
+namespace kvx::links {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr std::size_t kMostClients = 64;
+constexpr std::size_t kBite = 4096;            // read from a client at a time
+constexpr std::size_t kMostUnsent = 64 << 10;  // a client with more than this unsent is not read from
+constexpr Duration kPatience = 10s;
+constexpr int kHighestPort = 65'535;
+constexpr int kDefaultPort = 4532;
+
+std::string ValueOf(const config::Settings& settings, std::string_view key) {
+  return std::string(Trim(settings.text(key)));
+}
+
+}  // namespace
+
+NetSettings NetSettings::From(const config::Settings& settings) {
+  NetSettings net;
+  net.on = settings.flag("NETSERVER=");
+  net.write = settings.flag("NETWRITE=");
+  net.port = static_cast<int>(ParseNumber(ValueOf(settings, "NETPORT="), 1, kHighestPort).value_or(kDefaultPort));
+  const std::string address = Lower(ValueOf(settings, "NETADDRESS="));
+  if (!address.empty()) net.address = address == "localhost" ? "127.0.0.1" : address;
+  return net;
+}
+
+NetServer::NetServer(Loop& loop, Console& console, cat::Engine& engine, platform::TcpServer& server)
+    : rig(console, engine),
+      loop_(loop),
+      dispatcher_(engine.dispatcher),
+      server_(server),
+      subscription_(console.Subscribe([this](Field field) { Follow(field); })) {
+  server_.on_connection = [this](std::unique_ptr<platform::TcpConnection> connection) {
+    Welcome(std::move(connection));
+  };
+}
+
+NetServer::~NetServer() {
+  Close();
+  server_.on_connection = nullptr;
+}
+
+void NetServer::Use(const NetSettings& settings) {
+  if (settings == settings_) return;
+  const bool same_place =
+      settings.on && is_listening() && settings.port == settings_.port && settings.address == settings_.address;
+  settings_ = settings;
+  rig.writable = settings.write || platform::IsLoopback(settings.address);
+  if (same_place) return;
+  Close();
+  if (settings.on) Listen();
+}
+
+void NetServer::Retry() {
+  if (settings_.on && !is_listening()) Listen();
+}
+
+void NetServer::Listen() {
+  failure_.clear();
+  const std::string place = settings_.address + ":" + std::to_string(settings_.port);
+  const Status listening = server_.Listen(settings_.address, settings_.port);
+  if (listening) return;
+  failure_ = listening.error().code == ErrorCode::kBusy
+                 ? "NET rigctl server: port " + std::to_string(settings_.port) + " on " + settings_.address +
+                       " is taken by another program"
+                 : "NET rigctl server: cannot listen on " + place + ": " + listening.error().message;
+  if (on_notice) on_notice(failure_);
+}
+
+void NetServer::Close() {
+  failure_.clear();
+  server_.Close();
+  while (!clients_.empty()) Drop(clients_.back()->id);
+}
+
+std::string NetServer::state() const {
+  if (!failure_.empty()) return failure_;
+  if (!is_listening()) return "off";
+  return "on " + settings_.address + ":" + std::to_string(settings_.port) + ", " + std::to_string(clients_.size()) +
+         (clients_.size() == 1 ? " client" : " clients") + (rig.writable ? "" : ", reading only");
+}
+
+void NetServer::Welcome(std::unique_ptr<platform::TcpConnection> connection) {
+  if (clients_.size() >= kMostClients) {
+    if (on_notice)
+      on_notice("NET rigctl server: " + std::to_string(kMostClients) + " clients are there, no further one is let in");
+    return;
+  }
+  const int id = ++last_id_;
+  clients_.push_back(std::make_unique<Client>(id, loop_, rig, dispatcher_, std::move(connection)));
+  Client& client = *clients_.back();
+  client.connection->on_ready = [this, &client] { Serve(client); };
+  client.connection->on_lost = [this, id] { Drop(id); };
+}
+
+void NetServer::Serve(Client& client) {
+  if (client.session.ended()) return;
+  while (client.connection->bytes_unsent() < kMostUnsent && !client.session.ended()) {
+    if (!client.session.has_line()) {
+      const std::string bytes = client.connection->Read(kBite);
+      if (bytes.empty()) break;
+      client.session.Take(bytes);
+    }
+    if (const std::string answer = client.session.Answer(kMostUnsent); !answer.empty())
+      client.connection->Write(answer);
+  }
+  if (client.session.ended()) client.connection->Close();
+  // Every time it takes something, its time begins anew.
+  loop_.StopTimer(std::exchange(client.patience, 0));
+  if (client.connection->bytes_unsent() == 0) return;
+  client.patience = loop_.StartTimer(loop_.Now() + kPatience, [this, id = client.id] { Drop(id); });
+}
+
+void NetServer::Drop(int id) {
+  const auto place =
+      std::find_if(clients_.begin(), clients_.end(), [id](const auto& client) { return client->id == id; });
+  if (place == clients_.end()) return;
+  const std::unique_ptr<Client> client = std::move(*place);
+  clients_.erase(place);
+  loop_.StopTimer(client->patience);
+}
+
+void NetServer::Follow(Field field) {
+  if (field != Field::kRigRow && field != Field::kPort) return;
+  for (const auto& client : clients_) client->session.Forget();
+}
+
+}  // namespace kvx::links

@@ -1,0 +1,81 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "cat/engine.h"
+#include "config/settings.h"
+#include "core/console.h"
+#include "core/loop.h"
+#include "links/rigctl_rig.h"
+#include "links/rigctl_session.h"
+#include "platform/tcp_server.h"
+
+namespace kvx::links {
+
+/// The NET rigctl server's lines of rig.ini.
+struct NetSettings {
+  bool on = false;                    ///< "NETSERVER="
+  int port = 4532;                    ///< "NETPORT="
+  std::string address = "127.0.0.1";  ///< "NETADDRESS="
+  bool write = false;  ///< "NETWRITE=": clients may change things although others than this machine can come
+
+  static NetSettings From(const config::Settings& settings);
+  bool operator==(const NetSettings&) const = default;
+};
+
+/// The NET rigctl server: any number of clients, up to a bound, each with a session of its own. A client that does not
+/// take its answers is not read from and, after a while, dropped; an idle one costs nothing.
+class NetServer {
+ public:
+  NetServer(Loop& loop, Console& console, cat::Engine& engine, platform::TcpServer& server);
+  ~NetServer();
+  NetServer(const NetServer&) = delete;
+  NetServer& operator=(const NetServer&) = delete;
+
+  /// Follows the settings. What is wrong with them is said once, in one line.
+  void Use(const NetSettings& settings);
+  /// Tries again to listen where that was not possible.
+  void Retry();
+  /// Ends all connections and listens no more, until Use.
+  void Close();
+
+  bool is_listening() const { return server_.is_listening(); }
+  std::size_t clients() const { return clients_.size(); }
+  const NetSettings& settings() const { return settings_; }
+  /// One line: "off", "on 127.0.0.1:4532, 2 clients", or why it is not on.
+  std::string state() const;
+
+  RigctlRig rig;
+  std::function<void(const std::string& line)> on_notice;
+
+ private:
+  struct Client {
+    Client(int client_id, Loop& loop, RigctlRig& rig, const cat::Dispatcher& dispatcher,
+           std::unique_ptr<platform::TcpConnection> tcp)
+        : connection(std::move(tcp)), session(client_id, loop, rig, dispatcher), id(client_id) {}
+    std::unique_ptr<platform::TcpConnection> connection;
+    RigctlSession session;
+    int id;
+    Loop::TimerId patience = 0;  ///< runs while its answers wait
+  };
+
+  void Listen();
+  void Welcome(std::unique_ptr<platform::TcpConnection> connection);
+  void Serve(Client& client);
+  void Drop(int id);
+  void Follow(Field field);
+
+  Loop& loop_;
+  const cat::Dispatcher& dispatcher_;
+  platform::TcpServer& server_;
+  NetSettings settings_;
+  std::string failure_;
+  std::vector<std::unique_ptr<Client>> clients_;
+  int last_id_ = 0;
+  Console::Subscription subscription_;
+};
+
+}  // namespace kvx::links

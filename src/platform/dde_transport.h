@@ -1,0 +1,77 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <string_view>
+
+namespace kvx::platform {
+
+/// The platform's transaction types.
+enum class DdeType : unsigned {
+  kError = 0x8002,
+  kAdviseRequest = 0x2022,
+  kAdviseStart = 0x1030,
+  kAdviseStop = 0x8040,
+  kExecute = 0x4050,
+  kConnect = 0x1062,
+  kConnectConfirm = 0x8072,
+  kTransactionComplete = 0x8080,
+  kPoke = 0x4090,
+  kRegister = 0x80A2,
+  kRequest = 0x20B0,
+  kDisconnect = 0x80C2,
+  kUnregister = 0x80D2,
+  kWildConnect = 0x20E2,
+  kMonitor = 0x80F2,
+};
+
+inline constexpr unsigned kDdeText = 1;  ///< the format of all data: CF_TEXT
+
+/// One transaction of a client. Its texts are in the one-byte code page of the platform.
+struct DdeCall {
+  DdeType type = DdeType::kError;
+  unsigned format = kDdeText;
+  std::string topic = {};
+  std::string item = {};
+  std::string data = {};  ///< of an execute and a poke: bounded, up to its first NUL
+};
+
+/// What a transaction is answered.
+struct DdeAnswer {
+  bool accepted = false;  ///< for those that ask for data: whether there is some
+  std::string data = {};  ///< the block of data as the client gets it, NULs at its end included
+};
+
+/// How far the service has come.
+enum class DdeService {
+  kStopped,
+  kStarting,
+  kRegistered,     ///< clients find it
+  kFound,          ///< another program has it already; it was not registered again
+  kNotRegistered,  ///< the platform refuses the name
+  kFailed,         ///< the platform's DDE cannot be used: tried again where that may help
+  kMissing,        ///< there is no such platform here, and there will be none
+};
+
+/// Dynamic Data Exchange as the platform has it, for one service with one topic. Engine thread only. Adapters: the
+/// platform's DDE library on Windows; elsewhere a gateway program under Wine. Tests have a scripted one.
+class DdeTransport {
+ public:
+  virtual ~DdeTransport() = default;
+  /// Looks for the service and registers it when nobody has it; on_service tells how that ended, perhaps during this
+  /// call.
+  virtual void Start(const std::string& service, const std::string& topic) = 0;
+  /// Ends conversations and the service, and releases what Start took.
+  virtual void Stop() = 0;
+  /// Every advise link on the item asks for its data anew.
+  virtual void PostAdvise(const std::string& item) = 0;
+  /// Conversations under way.
+  virtual int conversations() const = 0;
+  /// Whether it starts at once and leaves nothing behind, so that nobody has to ask for it.
+  virtual bool is_at_hand() const = 0;
+
+  std::function<DdeAnswer(const DdeCall& call)> on_call;
+  std::function<void(DdeService service, const std::string& why)> on_service;
+};
+
+}  // namespace kvx::platform

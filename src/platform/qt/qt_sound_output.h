@@ -1,0 +1,62 @@
+#pragma once
+
+#include <QIODevice>
+#include <QTimer>
+#include <deque>
+#include <memory>
+
+#include "platform/sound_output.h"
+
+QT_BEGIN_NAMESPACE
+class QAudioSink;
+QT_END_NAMESPACE
+
+namespace kvx::platform {
+
+/// What waits to be heard, as the system's sound service takes it: silence where nothing waits, so that the stream goes
+/// on and the next sound begins at once.
+class SoundQueue final : public QIODevice {
+ public:
+  void Append(std::span<const std::int16_t> samples);
+  /// Drops what waits, but for so many samples in which a sound that is under way fades out: it ends without a click.
+  void Fade(std::size_t samples);
+  void Clear() { samples_.clear(); }
+  std::size_t waiting() const { return samples_.size(); }
+
+  bool isSequential() const override { return true; }
+  qint64 bytesAvailable() const override;
+
+ protected:
+  qint64 readData(char* bytes, qint64 limit) override;
+  qint64 writeData(const char*, qint64) override { return -1; }
+
+ private:
+  std::deque<std::int16_t> samples_;
+};
+
+/// The system's usual sound output through Qt. The stream rests while nothing has been played for some seconds.
+class QtSoundOutput final : public QObject, public SoundOutput {
+ public:
+  QtSoundOutput();
+  ~QtSoundOutput() override;
+
+  Status Open(int samples_per_second) override;
+  void Close() override;
+  bool is_open() const override { return open_; }
+  void Play(std::span<const std::int16_t> samples) override;
+  void Stop() override;
+  Duration remaining() const override;
+
+ private:
+  Status StartStream();
+  void StopStream();
+  void Lose();
+
+  SoundQueue queue_;
+  QTimer rest_;
+  std::unique_ptr<QAudioSink> sink_;  ///< null while the stream rests
+  int rate_ = 0;
+  bool open_ = false;
+};
+
+}  // namespace kvx::platform
