@@ -15,9 +15,11 @@ ARROWS = {
     "sim": {"core", "platform"},
     "cat": {"core", "platform", "config"},
     "functions": {"core", "platform", "config", "cat"},
+    "keyer": {"core", "platform", "config", "cat"},
+    "links": {"core", "platform", "config", "cat", "keyer"},
     "widgets": {"core"},
-    "console": {"core", "platform", "config", "sim", "cat", "functions", "widgets"},
-    "app": {"core", "platform", "config", "sim", "cat", "functions", "widgets", "console"},
+    "console": {"core", "platform", "config", "sim", "cat", "functions", "keyer", "links", "widgets"},
+    "app": {"core", "platform", "config", "sim", "cat", "functions", "keyer", "links", "widgets", "console"},
 }
 # Adapters, which the program alone links, and what an adapter may use of the others.
 ADAPTERS = {"posix": set(), "qt": {"posix"}, "windows": set()}

@@ -68,7 +68,8 @@ const CommandLine::Command CommandLine::kCommands[] = {
     {"slot", &CommandLine::DoSlot, "0..8: choose a saved rig"},
     {"rignumber", &CommandLine::DoRigNumber, "1..7: choose the rig address"},
     {"port", &CommandLine::DoPort, "0..99: the rig port's number, 0 for none"},
-    {"speed", &CommandLine::DoSpeed, "BAUD: the rig port's speed"},
+    {"speed", &CommandLine::DoSpeed,
+     "5..99: the CW speed in words a minute; 300 and above: the rig port's speed in baud"},
     {"freq", &CommandLine::DoFreq, "KHZ: tune"},
     {"base", &CommandLine::DoBase, "KHZ: tune, and count the knob from there"},
     {"band", &CommandLine::DoBand, "160|80|60|40|30|20|17|15|12|10|6|2|220|440|902"},
@@ -83,7 +84,7 @@ const CommandLine::Command CommandLine::kCommands[] = {
     {"fnval", &CommandLine::DoFunctionValue, "1..9 TEXT: the value of a function key (or of a mode key, as XCWW)"},
     {"slider", &CommandLine::DoSlider, "NAME VALUE"},
     {"limits", &CommandLine::DoLimits, "on|off: keep the knob within the band's limits"},
-    {"escape", &CommandLine::DoEscape, "release the transmitter"},
+    {"escape", &CommandLine::DoEscape, "stop CW text and tuning, release the transmitter"},
     {"levels", &CommandLine::DoLevels, "ask the rig for the values of the sliders"},
     {"announce", &CommandLine::DoAnnounce, "on|off: spoken announcements"},
     {"poll", &CommandLine::DoPoll, "on|off: ask the rig for its state"},
@@ -250,8 +251,12 @@ std::string CommandLine::DoPort(std::string_view argument) {
 }
 
 std::string CommandLine::DoSpeed(std::string_view argument) {
+  if (const auto wpm = ParseNumber(argument, keyer::kSlowest, keyer::kFastest)) {
+    const Status set = station_.keyer.SetSpeed(static_cast<int>(*wpm));
+    return set ? "ok speed " + std::to_string(*wpm) + " words a minute" : Fail(set.error().message);
+  }
   const auto speed = ParseNumber(argument, 300, 921'600);
-  if (!speed) return Fail("speed takes 300 to 921600 baud");
+  if (!speed) return Fail("speed takes 5 to 99 words a minute, or 300 to 921600 baud for the rig port");
   station_.SetRigPort(station_.settings().rig_port, static_cast<int>(*speed));
   return "ok speed " + std::to_string(*speed) + " " + *station_.console.Port;
 }
@@ -357,8 +362,10 @@ std::string CommandLine::DoLimits(std::string_view argument) {
 }
 
 std::string CommandLine::DoEscape(std::string_view) {
-  return station_.engine.dispatcher.ReleaseTransmitter() ? "ok escape"
-                                                         : "ok escape: the transmitter was not keyed from here";
+  const Console& console = station_.console;
+  const bool keyed = *console.Transmitting || *console.Tune || station_.keyer.sender().sending();
+  if (!station_.Escape()) return Fail(*console.MsgArea);
+  return keyed ? "ok escape" : "ok escape: nothing was being transmitted from here";
 }
 
 std::string CommandLine::DoLevels(std::string_view) {

@@ -35,6 +35,8 @@ class CommandLine {
   void Add(std::string name, std::string usage, std::function<std::string(std::string_view argument)> handler);
   void AddProcedure(std::string name, std::string usage, Procedure procedure);
 
+  /// Keeps something as long as the command line: what follows a module's events.
+  void Keep(std::shared_ptr<const void> something) { kept_.push_back(std::move(something)); }
   /// An event, one line; what happens before "ready" is told behind it.
   void Tell(const std::string& event);
 
@@ -97,6 +99,7 @@ class CommandLine {
   Station& station_;
   Output output_;
   std::vector<Added> added_;
+  std::vector<std::shared_ptr<const void>> kept_;
   bool ready_ = false;
   std::deque<std::string> early_events_;
   std::deque<std::string> lines_;

@@ -20,6 +20,7 @@
 #include "console/footer_panel.h"
 #include "console/function_panel.h"
 #include "console/knob_panel.h"
+#include "console/memory_menu.h"
 #include "console/meter_panel.h"
 #include "console/mode_panel.h"
 #include "console/questions.h"
@@ -37,7 +38,6 @@ constexpr Frequency kSliderUnit{100};  // of the tuning slider: 10 Hz
 constexpr int kWide = 80;              // heights of text: a console of its usual size
 constexpr int kHigh = 50;
 constexpr int kLargestTenths = 22;  // of the usual text
-constexpr const char* kPlacesFile = "Windows.pos";
 constexpr const char* kConsoleName = "console";
 
 QFrame* Plain(const char* role) {
@@ -89,6 +89,7 @@ QWidget* ConsoleWindow::MakeCenter() {
   auto* mode = new ModePanel(station_);
   auto* knob = new KnobPanel(station_, appearance_);
   auto* functions = new FunctionPanel(station_);
+  functions->on_list = [this] { OpenWindow("functions"); };
   auto* sliders = new SliderPanel(station_, appearance_);
   footer_ = new FooterPanel(station_, appearance_);
   panels_ = {screen_, meter, band_, mode, knob, functions, sliders, footer_};
@@ -170,6 +171,9 @@ void ConsoleWindow::MakeMenus() {
     polling->setChecked(*station_.console.Polling);
     limits->setChecked(*station_.console.NoLimits);
   });
+  auto* memories = new MemoryMenu(station_, this);
+  memories->on_open_table = [this] { OpenWindow("memories"); };
+  menus_->addMenu(memories);
   windows_menu_ = menus_->addMenu(tr("&Windows"));
   MakeViewMenu();
   QMenu* help = menus_->addMenu(tr("&Help"));
@@ -239,6 +243,8 @@ void ConsoleWindow::MakeKeys() {
   AddKey(QKeySequence("Ctrl+Down"), [this] { band_->PressNeighbour(-1); });
   AddKey(QKeySequence("Ctrl+Right"), [this] { Turn(1); });
   AddKey(QKeySequence("Ctrl+Left"), [this] { Turn(-1); });
+  AddKey(QKeySequence("Ctrl+Shift+PgUp"), [this] { (void)station_.keyer.SetSpeed(*station_.console.CWSpeed + 1); });
+  AddKey(QKeySequence("Ctrl+Shift+PgDown"), [this] { (void)station_.keyer.SetSpeed(*station_.console.CWSpeed - 1); });
   AddKey(QKeySequence("F10"), [this] {
     menus_->setFocus(Qt::MenuBarFocusReason);
     menus_->setActiveAction(menus_->actions().first());
@@ -269,16 +275,24 @@ void ConsoleWindow::ShowHelp() {
          "Alt+0\tthe other tuning step\n"
          "F1 to F9\tfunction keys\n"
          "F12\tsays frequency, mode and signal\n"
+         "Ctrl+PgDn, Ctrl+PgUp\tthe memory channel before, the next one\n"
+         "Ctrl+Shift+1 to Ctrl+Shift+0\tthe first ten memory channels with a name\n"
+         "Ctrl+Shift+M, Ctrl+M\tstores a memory channel, opens their table\n"
+         "Ctrl+K\tsends CW\n"
+         "Ctrl+T\ttunes: holds the key down, or lets it go\n"
+         "Ctrl+Shift+PgDn, Ctrl+Shift+PgUp\tone word a minute slower, faster\n"
          "Ctrl+1 to Ctrl+7\trig numbers\n"
          "Ctrl+Alt+0 to Ctrl+Alt+8\tsaved rigs\n"
-         "Escape\treleases the transmitter"));
+         "Ctrl+L\tlist of stored function keys\n"
+         "Escape\treleases the transmitter, stops CW, ends a scan"));
   ShowQuestion({.window = this, .title = tr("Keys and mouse")}, help_, [](int) {});
 }
 
 void ConsoleWindow::AddWindow(const QString& menu_text, const QKeySequence& keys, const QString& file_name,
-                              Maker maker) {
+                              Maker maker, const std::string& places) {
   windows_menu_->addAction(menu_text, keys, this, [this, file_name] { OpenWindow(file_name); });
-  others_.push_back({file_name, std::move(maker), {}});
+  others_.push_back({file_name, std::move(maker), places, {}});
+  ReadPlaces(places);
 }
 
 QWidget* ConsoleWindow::OpenWindow(const QString& file_name) {
@@ -288,7 +302,7 @@ QWidget* ConsoleWindow::OpenWindow(const QString& file_name) {
       other.window = other.maker(this);
       other.window->resize(
           other.window->sizeHint().expandedTo(other.window->size()).boundedTo(screen()->availableSize()));
-      Restore(other.window, file_name.toStdString());
+      Restore(other.window, file_name.toStdString(), other.places);
     }
     other.window->show();
     other.window->raise();
@@ -308,20 +322,26 @@ void ConsoleWindow::OfferSimulatedRig(bool offer) {
   offer_->setVisible(offer);
 }
 
+void ConsoleWindow::ReadPlaces(const std::string& file) {
+  if (places_.contains(file)) return;
+  const auto content = station_.ReadFile(file);
+  places_[file] = content ? ParseWindowPlaces(*content) : WindowPlaces();
+}
+
 void ConsoleWindow::PutInPlace() {
-  if (const auto content = station_.ReadFile(kPlacesFile)) places_ = ParseWindowPlaces(*content);
+  ReadPlaces(kPlacesFile);
   const int em = fontMetrics().height();
   const QRect screen = QGuiApplication::primaryScreen()->availableGeometry();
   resize(std::min(kWide * em, screen.width()), std::min(kHigh * em, screen.height()));
-  Restore(this, kConsoleName);
+  Restore(this, kConsoleName, kPlacesFile);
   const QPoint place(station_.position.left, station_.position.top);
   if (!place.isNull() && QGuiApplication::screenAt(place + QPoint(em, em)) != nullptr) move(place);
 }
 
 /// A place that is on no screen any more is not taken.
-void ConsoleWindow::Restore(QWidget* window, const std::string& name) {
-  const auto place = places_.find(name);
-  if (place == places_.end()) return;
+void ConsoleWindow::Restore(QWidget* window, const std::string& name, const std::string& file) {
+  const auto place = places_[file].find(name);
+  if (place == places_[file].end()) return;
   const QRect rectangle(place->second.left, place->second.top, place->second.width, place->second.height);
   const QScreen* screen = QGuiApplication::screenAt(rectangle.topLeft() + QPoint(1, 1));
   if (screen == nullptr) return;
@@ -330,29 +350,32 @@ void ConsoleWindow::Restore(QWidget* window, const std::string& name) {
   if (place->second.maximized) window->setWindowState(Qt::WindowMaximized);
 }
 
-void ConsoleWindow::NotePlace(QWidget* window, const std::string& name) {
+void ConsoleWindow::NotePlace(QWidget* window, const std::string& name, const std::string& file) {
   // A window that fills the screen keeps the place that it goes back to.
   const bool fills = window->windowState() & (Qt::WindowMaximized | Qt::WindowFullScreen);
   const QRect normal = window->normalGeometry();
   const bool known = fills && normal.isValid();
   const QPoint corner = known ? normal.topLeft() - FrameOf(*window) : window->pos();
   const QSize size = known ? normal.size() : window->size();
-  places_[name] = {corner.x(), corner.y(), size.width(), size.height(), window->isMaximized()};
+  places_[file][name] = {corner.x(), corner.y(), size.width(), size.height(), window->isMaximized()};
 }
 
 void ConsoleWindow::MaxAllForms() {
-  NotePlace(this, kConsoleName);
+  NotePlace(this, kConsoleName, kPlacesFile);
   for (const OtherWindow& other : others_) {
-    if (other.window) NotePlace(other.window, other.file_name.toStdString());
+    if (other.window) NotePlace(other.window, other.file_name.toStdString(), other.places);
   }
-  if (auto written = station_.WriteFile(kPlacesFile, FormatWindowPlaces(places_)); !written)
-    station_.Notice(written.error().message);
+  for (const auto& [file, places] : places_) {
+    if (places.empty()) continue;
+    if (auto written = station_.WriteFile(file, FormatWindowPlaces(places)); !written)
+      station_.Notice(written.error().message);
+  }
   for (QWidget* window : QApplication::topLevelWidgets()) {
     if (window->isWindow() && window->isVisible() && window->windowState() != Qt::WindowNoState)
       window->setWindowState(Qt::WindowNoState);
   }
-  station_.position.top = places_[kConsoleName].top;
-  station_.position.left = places_[kConsoleName].left;
+  station_.position.top = places_[kPlacesFile][kConsoleName].top;
+  station_.position.left = places_[kPlacesFile][kConsoleName].left;
 }
 
 void ConsoleWindow::UnloadStuff() {

@@ -31,9 +31,11 @@ class ConsoleWindow final : public QMainWindow {
  public:
   ConsoleWindow(Station& station, widgets::Appearance& appearance);
 
-  /// Makes a window that the menu "Windows" opens. It is made at its first opening and kept.
+  /// Makes a window that the menu "Windows" opens. It is made at its first opening and kept. `places`: the file of the
+  /// station folder that has its place.
   using Maker = std::function<QWidget*(QWidget* parent)>;
-  void AddWindow(const QString& menu_text, const QKeySequence& keys, const QString& file_name, Maker maker);
+  void AddWindow(const QString& menu_text, const QKeySequence& keys, const QString& file_name, Maker maker,
+                 const std::string& places = kPlacesFile);
   /// Opens the window of that file name ("setup"), or brings it to the front.
   QWidget* OpenWindow(const QString& file_name);
   QStringList window_names() const;
@@ -64,8 +66,10 @@ class ConsoleWindow final : public QMainWindow {
   struct OtherWindow {
     QString file_name;
     Maker maker;
+    std::string places;
     QPointer<QWidget> window;
   };
+  static constexpr const char* kPlacesFile = "Windows.pos";
 
   QWidget* MakeCenter();
   QWidget* MakeOffer();
@@ -86,8 +90,9 @@ class ConsoleWindow final : public QMainWindow {
   void FitText();
   void AskBeforeEnd(std::size_t first);
   void PutInPlace();
-  void Restore(QWidget* window, const std::string& name);
-  void NotePlace(QWidget* window, const std::string& name);
+  void ReadPlaces(const std::string& file);
+  void Restore(QWidget* window, const std::string& name, const std::string& file);
+  void NotePlace(QWidget* window, const std::string& name, const std::string& file);
 
   Station& station_;
   widgets::Appearance& appearance_;
@@ -107,7 +112,7 @@ class ConsoleWindow final : public QMainWindow {
   QPointer<QMessageBox> help_;
   std::vector<OtherWindow> others_;
   std::vector<Question> before_end_;
-  WindowPlaces places_;
+  std::map<std::string, WindowPlaces> places_;  ///< by file
   int wheel_ = 0;  ///< eighths of a degree that are not yet a notch
   Console::Subscription subscription_;
 };

@@ -10,7 +10,8 @@ EscapeRelease::EscapeRelease(Station& station) : station_(station) {
 }
 
 void EscapeRelease::Release() {
-  if (!*station_.console.Transmitting || station_.engine.dispatcher.ReleaseTransmitter()) return;
+  station_.functions.scanner.OperatorActs();
+  if (station_.Escape()) return;
   station_.Notice(tr("The transmitter cannot be released: the rig port is closed").toStdString());
 }
 

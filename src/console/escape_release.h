@@ -6,13 +6,14 @@
 
 namespace kvx::console {
 
-/// Releases the transmitter by Escape in every window, box and menu of the program, whatever else Escape does there.
+/// Stops all transmitting by Escape in every window, box and menu of the program, whatever else Escape does there.
 class EscapeRelease final : public QObject {
   Q_OBJECT
 
  public:
   explicit EscapeRelease(Station& station);
-  /// Releases it if the console has keyed it, and tells the operator when that cannot be done.
+  /// Stops CW text and tuning and releases the rig if the console has keyed it, and tells the operator when that cannot
+  /// be done.
   void Release();
 
  protected:

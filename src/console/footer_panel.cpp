@@ -4,6 +4,8 @@
 #include <QPainter>
 #include <QPixmap>
 
+#include "console/keyer_lamp.h"
+#include "console/scan_panel.h"
 #include "core/text.h"
 
 namespace kvx::console {
@@ -39,11 +41,18 @@ FooterPanel::FooterPanel(Station& station, const widgets::Appearance& appearance
   message_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
   row->addWidget(port_);
   row->addWidget(polling_);
+  keyer_ = MakeLabel(tr("Keyer"), "lamp");
+  keyer_->setTextFormat(Qt::RichText);
+  row->addWidget(keyer_);
   announcement_ = new widgets::AnnouncementLabel;
   announcement_->setProperty("role", "quiet");
   row->addWidget(announcement_);
+  scan_ = MakeLabel(tr("Scan"), "chip-on");
+  scan_->hide();
+  row->addWidget(scan_);
+  following_ = station.functions.scanner.changed.Follow([this] { ShowScan(); });
   row->addWidget(message_, 1);
-  connect(&appearance_, &widgets::Appearance::Changed, this, [this] { ShowPort(), ShowPolling(); });
+  connect(&appearance_, &widgets::Appearance::Changed, this, [this] { ShowPort(), ShowPolling(), ShowKeyer(); });
 }
 
 void FooterPanel::Follow(Field field) {
@@ -54,6 +63,9 @@ void FooterPanel::Follow(Field field) {
       return ShowPort();
     case Field::kPolling:
       return ShowPolling();
+    case Field::kKeyer:
+    case Field::kCwSpeed:
+      return ShowKeyer();
     case Field::kAnnounce:
       return announcement_->setVisible(*console.Announce);
     case Field::kSpkbx:
@@ -68,6 +80,23 @@ void FooterPanel::Follow(Field field) {
     default:
       return;
   }
+}
+
+void FooterPanel::ShowKeyer() {
+  const bool good = *station_.console.KeyerState == "ready" || *station_.console.KeyerState == "busy";
+  const QString speed = good ? tr(" · %1 wpm").arg(*station_.console.CWSpeed) : QString();
+  keyer_->setText(KeyerLamp(station_, appearance_.theme()) + speed);
+  keyer_->setAccessibleDescription(KeyerState(station_) + speed);
+  keyer_->setVisible(station_.keyer.settings().kind != keyer::KeyerKind::kNone);
+}
+
+void FooterPanel::ShowScan() {
+  const functions::Scanner& scanner = station_.functions.scanner;
+  const QString line = ScanLine(scanner.state());
+  ShowText(scan_, line);
+  scan_->setToolTip(tr("%1 (Esc ends the scan)").arg(line));
+  scan_->setVisible(scanner.running());
+  if (!scanner.running()) station_.Notice(tr("Scan: %1").arg(line).toStdString());
 }
 
 /// A lamp is told by its colour and by its words.

@@ -8,7 +8,7 @@
 
 namespace kvx::console {
 
-/// The foot of the console: what is connected, the announcement, the message area.
+/// The foot of the console: what is connected, the announcement, where a scan is, the message area.
 class FooterPanel final : public Panel {
  public:
   FooterPanel(Station& station, const widgets::Appearance& appearance);
@@ -19,12 +19,17 @@ class FooterPanel final : public Panel {
  private:
   void ShowPort();
   void ShowPolling();
+  void ShowKeyer();
+  void ShowScan();
 
   const widgets::Appearance& appearance_;
   QLabel* port_;
   widgets::LampButton* polling_;
+  QLabel* keyer_;  ///< only where there is one
   widgets::AnnouncementLabel* announcement_;
+  QLabel* scan_;  ///< only while the station scans
   QLabel* message_;
+  functions::Listeners::Following following_;
 };
 
 }  // namespace kvx::console

@@ -3,6 +3,8 @@
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QKeySequence>
+#include <QLineEdit>
+#include <QSignalBlocker>
 
 namespace kvx::console {
 
@@ -37,6 +39,31 @@ KnobPanel::KnobPanel(Station& station, const widgets::Appearance& appearance) : 
           [this](int number) { Report(station_.Rig_Click(number)); });
   add_row(2, tr("SAVED"), tr("Saved rig"), saved_rigs_, 0, "Ctrl+Alt+%1",
           [this](int slot) { Report(station_.xRig_Click(slot)); });
+  QLabel* cw = MakeLabel(tr("CW keying"), "caption");
+  cw->setText(tr("CW"));
+  grid->addWidget(cw, 3, 0);
+  grid->addLayout(MakeKeying(), 3, 1);
+}
+
+QHBoxLayout* KnobPanel::MakeKeying() {
+  speed_ = new QSpinBox;
+  speed_->setObjectName("CWSpeed");
+  speed_->setRange(keyer::kSlowest, keyer::kFastest);
+  speed_->setSuffix(tr(" wpm"));
+  speed_->setAccessibleName(tr("CW speed, words a minute"));
+  speed_->findChild<QLineEdit*>()->setAccessibleName(speed_->accessibleName());
+  speed_->setToolTip(tr("CW speed in words a minute (Ctrl+Shift+PgUp, Ctrl+Shift+PgDown)"));
+  speed_->setFocusPolicy(Qt::StrongFocus);
+  connect(speed_, &QSpinBox::valueChanged, this, [this](int wpm) { Report(station_.keyer.SetSpeed(wpm)); });
+  tune_ = new widgets::LampButton(tr("TUNE"), tr("Tune: hold the key down, or let it go"));
+  tune_->SetRole("transmit");
+  tune_->SetKeys(QKeySequence("Ctrl+T"));
+  connect(tune_, &QPushButton::clicked, this, [this] { station_.keyer.TuneIt(); });
+  auto* row = new QHBoxLayout;
+  row->setSpacing(fontMetrics().height() / 4);
+  row->addWidget(speed_);
+  row->addWidget(tune_, 1);
+  return row;
 }
 
 void KnobPanel::Follow(Field field) {
@@ -51,6 +78,12 @@ void KnobPanel::Follow(Field field) {
     case Field::kSavedRigs:
     case Field::kRigName:
       return ShowSavedRigs();
+    case Field::kCwSpeed: {
+      const QSignalBlocker quiet(speed_);
+      return speed_->setValue(*console.CWSpeed);
+    }
+    case Field::kTune:
+      return tune_->SetLit(*console.Tune);
     default:
       return;
   }

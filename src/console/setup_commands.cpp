@@ -81,15 +81,17 @@ std::string Color(StationSetup& setup, std::string_view argument) {
   return Answer(status, "color " + Lower(name) + " " + setup.ColorText(part));
 }
 
-/// The key that the argument begins with (a saved rig's has a blank in it), and the rest.
+/// The longest key that the argument begins with (a saved rig's has a blank in it), and the rest.
 std::pair<const config::KeptSetting*, std::string_view> KeyAndValue(std::string_view argument) {
+  std::pair<const config::KeptSetting*, std::string_view> found{nullptr, argument};
   for (const config::KeptSetting& setting : config::KeptSettings()) {
     const std::string name = setting.name();
     if (!EqualNoCase(argument.substr(0, name.size()), name)) continue;
     const std::string_view rest = argument.substr(name.size());
-    if (rest.empty() || rest.front() == ' ' || rest.front() == '=') return {&setting, Trim(rest)};
+    const bool ends = rest.empty() || rest.front() == ' ' || rest.front() == '=';
+    if (ends && (found.first == nullptr || name.size() > found.first->name().size())) found = {&setting, Trim(rest)};
   }
-  return {nullptr, argument};
+  return found;
 }
 
 std::string SettingNames() {

@@ -9,6 +9,7 @@
 #include <algorithm>
 
 #include "console/setup_appearance_page.h"
+#include "console/setup_keyer_page.h"
 #include "console/setup_keys_page.h"
 #include "console/setup_port_page.h"
 #include "console/setup_rig_page.h"
@@ -24,7 +25,7 @@ constexpr double kScreenShare = 0.95;
 
 }  // namespace
 
-SetupDialog::SetupDialog(StationSetup& setup, const widgets::Appearance& appearance, QWidget* parent)
+SetupDialog::SetupDialog(StationSetup& setup, const widgets::Appearance& appearance, LocalTone* tone, QWidget* parent)
     : QDialog(parent), list_(new QListWidget), pages_(new QStackedWidget) {
   setWindowTitle(tr("Setup"));
   setModal(false);
@@ -50,9 +51,9 @@ SetupDialog::SetupDialog(StationSetup& setup, const widgets::Appearance& appeara
   rig->on_edit_definition = [this] { on_edit_definition ? on_edit_definition() : void(); };
   AddPage(tr("Port"), new SetupPortPage(setup));
   AddPage(tr("Station"), new SetupStationPage(setup));
-  auto* keyer = new SetupKeysPage(setup, config::SettingOwner::kKeyer);
+  auto* keyer = new SetupKeyerPage(setup, tone);
   Add(tr("Keyer"), keyer, keyer);
-  auto* links = new SetupKeysPage(setup, config::SettingOwner::kLinks);
+  auto* links = new SetupKeysPage(setup);
   Add(tr("Links"), links, links);
   AddPage(tr("Appearance"), new SetupAppearancePage(setup, appearance));
   SetupSpeechPage* speech = AddPage(tr("Announcements"), new SetupSpeechPage(setup));

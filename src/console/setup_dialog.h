@@ -11,6 +11,8 @@
 
 namespace kvx::console {
 
+class LocalTone;
+
 /// The setup of the station: a list of pages, and the chosen one beside it. Not modal: the console goes on, and what is
 /// changed here counts without a restart. Everything is borrowed.
 class SetupDialog final : public QDialog {
@@ -19,7 +21,9 @@ class SetupDialog final : public QDialog {
  public:
   enum Page { kRig, kPort, kStation, kKeyer, kLinks, kAppearance, kAnnouncements };
 
-  SetupDialog(StationSetup& setup, const widgets::Appearance& appearance, QWidget* parent = nullptr);
+  /// `tone` null: there is no local side tone.
+  SetupDialog(StationSetup& setup, const widgets::Appearance& appearance, LocalTone* tone = nullptr,
+              QWidget* parent = nullptr);
 
   /// Shows the dialog at a page, in front of the other windows.
   void Open(Page page);

@@ -1,38 +1,32 @@
 #pragma once
 
-#include <QCheckBox>
-#include <QComboBox>
-#include <QLineEdit>
-#include <functional>
-#include <map>
-#include <string>
+#include <QWidget>
 
 #include "console/setup_form.h"
+#include "console/setup_key_rows.h"
 #include "console/station_setup.h"
 
 namespace kvx::console {
 
-/// The settings that are kept for the keyer, or for the links to other programs: a control for each, grouped as their
-/// table has them. What is refused stays in its control to be corrected; coming back to the page shows what is stored.
+/// The settings that are kept for the links to other programs, grouped as their table has them.
 class SetupKeysPage final : public QWidget {
   Q_OBJECT
 
  public:
-  SetupKeysPage(StationSetup& setup, config::SettingOwner owner);
+  explicit SetupKeysPage(StationSetup& setup);
 
   void Refresh();
   void Follow(Field) {}
 
  private:
-  void AddSwitch(const config::KeptSetting& setting);
-  void AddChoice(const config::KeptSetting& setting);
-  void AddLine(const config::KeptSetting& setting);
-  void Keep(const config::KeptSetting& setting, const QString& value);
+  void AddLoggerState();
+  void ShowLoggerState();
 
   StationSetup& setup_;
   QWidget* rows_;
   SetupForm form_;
-  std::map<std::string, std::function<void(const config::Settings& stored)>> show_;  ///< by key
+  SetupKeyRows keys_;
+  QLabel* logger_ = nullptr;  ///< the links to a logger, and whether it runs
 };
 
 }  // namespace kvx::console

@@ -1,6 +1,7 @@
 #include "console/status.h"
 
 #include "core/text.h"
+#include "keyer/cw_text.h"
 
 namespace kvx::console {
 namespace {
@@ -23,11 +24,57 @@ class JsonObject {
     out_ += json;
     return *this;
   }
-  std::string str() const { return out_ + "}"; }
+  std::string str() const { return (out_.empty() ? "{" : out_) + "}"; }
 
  private:
   std::string out_;
 };
+
+std::string KeyerJson(const Station& station) {
+  const keyer::Keyer& keyer = station.keyer;
+  const keyer::CwSender& sender = keyer.sender();
+  const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(sender.left());
+  return JsonObject()
+      .Text("kind", keyer::KeyerWord(keyer.settings().kind, keyer.settings().port))
+      .Number("port", keyer.settings().port)
+      .Text("state", *station.console.KeyerState)
+      .Flag("ready", keyer.ready())
+      .Flag("failed", keyer.failed())
+      .Number("speed", *station.console.CWSpeed)
+      .Flag("tune", *station.console.Tune)
+      .Text("sending", keyer::ShownSymbol(sender.current()))
+      .Number("waiting", static_cast<std::int64_t>(sender.waiting_count()))
+      .Number("left_ms", left.count())
+      .str();
+}
+
+std::string NetJson(const links::NetServer& net) {
+  return JsonObject()
+      .Flag("on", net.is_listening())
+      .Number("clients", static_cast<std::int64_t>(net.clients()))
+      .Text("state", net.state())
+      .str();
+}
+
+/// Of one of the links to a logger.
+template <class Link>
+std::string LoggerJson(const Link& link) {
+  return JsonObject()
+      .Flag("on", link.is_on())
+      .Flag("open", link.is_open())
+      .Number("port", link.settings().number)
+      .Text("state", link.state())
+      .str();
+}
+
+std::string LinksJson(const Station& station) {
+  JsonObject links;
+  if (station.loggers) {
+    links.Raw("logger", LoggerJson(station.loggers->logger)).Raw("keyer", LoggerJson(station.loggers->winkey));
+  }
+  if (station.net) links.Raw("net", NetJson(*station.net));
+  return links.str();
+}
 
 }  // namespace
 
@@ -67,8 +114,8 @@ std::string StatusJson(const Station& station) {
       .Text("msg", *console.MsgArea)
       .Text("error", *console.ErrorText)
       .Text("spk", *console.SPKBX)
-      .Raw("keyer", "null")
-      .Raw("links", "{}")
+      .Raw("keyer", KeyerJson(station))
+      .Raw("links", LinksJson(station))
       .Number("rx", static_cast<std::int64_t>(engine.link.received_bytes()))
       .Number("tx", static_cast<std::int64_t>(engine.link.sent_bytes()))
       .Number("replies", static_cast<std::int64_t>(engine.parser.replies_read()))

@@ -83,15 +83,6 @@ QColor InkOn(const QColor& ground) {
 
 constexpr double kReadable = 4.5;  // the least contrast of text
 
-/// As much of the ink mixed into the ground as text needs to be read.
-QColor QuietInkOn(const QColor& ground, const QColor& ink) {
-  for (double share = 0.6; share < 1; share += 0.05) {
-    const QColor mixed = Mixed(ground, ink, share);
-    if (Contrast(ground, mixed) >= kReadable) return mixed;
-  }
-  return ink;
-}
-
 /// The color, brought as near to the ink as text in it needs to be read.
 QColor ReadableOn(const QColor& ground, const QColor& ink, const QColor& color) {
   for (double share = 0; share < 1; share += 0.05) {
@@ -180,6 +171,14 @@ QColor Mixed(const QColor& from, const QColor& to, double share) {
   return {mix(from.red(), to.red()), mix(from.green(), to.green()), mix(from.blue(), to.blue())};
 }
 
+QColor QuietInkOn(const QColor& ground, const QColor& ink) {
+  for (double share = 0.6; share < 1; share += 0.05) {
+    const QColor mixed = Mixed(ground, ink, share);
+    if (Contrast(ground, mixed) >= kReadable) return mixed;
+  }
+  return ink;
+}
+
 double Contrast(const QColor& first, const QColor& second) {
   const double a = Luminance(first);
   const double b = Luminance(second);
@@ -262,6 +261,8 @@ QString StyleSheet(const Theme& theme) {
     QPushButton[role="lamp"]:focus { border: @focus; }
     QPushButton[role="flat"] { background: transparent; border-color: transparent; }
     QPushButton[role="danger"] { color: @red; }
+    QPushButton[role="transmit"]:checked { background: @red; color: @background; border-color: @red; font-weight: 600; }
+    QPushButton[role="transmit"]:checked:focus { border: @focus; }
     QLineEdit, QPlainTextEdit, QTextEdit, QSpinBox, QDoubleSpinBox, QComboBox { background: @screen; color: @digits; border: @border; border-radius: 5px;
       padding: 2px 6px; min-height: 1.4em; selection-background-color: @accent; selection-color: @accentink; }
     QLineEdit:focus, QPlainTextEdit:focus, QTextEdit:focus, QSpinBox:focus, QDoubleSpinBox:focus, QComboBox:focus { border: @focus; }

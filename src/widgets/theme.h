@@ -39,6 +39,8 @@ QColor ColorOfStored(std::int64_t stored, const QColor& fallback);
 std::int64_t StoredOfColor(const QColor& color);
 /// So much of `to` mixed into `from`, a share from 0 to 1.
 QColor Mixed(const QColor& from, const QColor& to, double share);
+/// As much of the ink mixed into the ground as quiet text needs to be read.
+QColor QuietInkOn(const QColor& ground, const QColor& ink);
 /// WCAG contrast of two opaque colours, 1 to 21.
 double Contrast(const QColor& first, const QColor& second);
 

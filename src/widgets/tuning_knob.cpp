@@ -15,7 +15,7 @@ namespace {
 
 // In the size of usual text.
 constexpr double kUsualEms = 12;
-constexpr double kSmallestEms = 6;
+constexpr double kSmallestEms = 5;
 constexpr double kStepEms = 0.3;  // one step of a drag: a hand's width tunes a few hundred hertz to some kilohertz
 // In the knob's radius.
 constexpr double kFace = 0.83;  // the disc inside the ring

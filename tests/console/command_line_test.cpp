@@ -86,7 +86,7 @@ TEST(CommandLine, EachCommandHasOneAnswerAndItsBytes) {
            Row{"slot 9", "error: slot takes", ""},
            Row{"port x", "error: port takes", ""},
            Row{"port 100", "error: port takes", ""},
-           Row{"speed 10", "error: speed takes", ""},
+           Row{"speed 200", "error: speed takes", ""},
            Row{"poll off", "ok poll off", ""},
            Row{"poll", "error: poll takes", ""},
            Row{"meter 3", "ok meter 3", ""},

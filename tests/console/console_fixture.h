@@ -56,7 +56,13 @@ struct BenchOn {
   platform::PosixFiles files;
   VirtualLoop loop;
   Port port;
-  Station station{{.loop = loop, .files = files, .rig_port = port, .folder = folder.path(), .data = KVX_DATA}};
+  FakeSerialPort keyer_port;
+  Station station{{.loop = loop,
+                   .files = files,
+                   .rig_port = port,
+                   .folder = folder.path(),
+                   .data = KVX_DATA,
+                   .keyer_port = &keyer_port}};
 };
 using Bench = BenchOn<FakeSerialPort>;
 

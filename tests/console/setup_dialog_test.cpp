@@ -229,11 +229,11 @@ TEST(SetupDialog, StationSettingsCountAtOnce) {
 }
 
 TEST(SetupDialog, KeyerSettingsAreKeptOneByOne) {
-  DialogBench bench(RigIni("TS-2000", 38400, "PIN5= 0.5\nKEYERPORT 2=COM12\nIGNOREPOT=True\n"), SetupDialog::kKeyer);
-  EXPECT_TRUE(bench.Says("the keyer itself is not part of this version yet", "quiet"));
-  EXPECT_EQ(bench.Find<QLineEdit>("Function of pin 5")->text(), "0.5") << "as it stands";
+  DialogBench bench(RigIni("TS-2000", 38400, "PIN5= 1\nKEYERPORT 2=COM12\nIGNOREPOT=True\n"), SetupDialog::kKeyer);
+  EXPECT_FALSE(bench.Says("not part of this version yet", "quiet"));
+  EXPECT_EQ(bench.Find<QComboBox>("Pin 5")->currentText(), "PTT");
   EXPECT_TRUE(bench.Find<QCheckBox>("Ignore the speed potentiometer")->isChecked());
-  auto* tone = bench.Find<QLineEdit>("Side tone");
+  auto* tone = bench.Find<QLineEdit>("Side tone of the WinKeyer");
   bench.Type(tone, "5");
   EXPECT_FALSE(bench.Ini("SIDETONE= 5")) << "not while it is being typed";
   QTest::keyClick(tone, Qt::Key_Tab);
@@ -252,13 +252,48 @@ TEST(SetupDialog, KeyerSettingsAreKeptOneByOne) {
   bench.dialog.Open(SetupDialog::kLinks);
   bench.dialog.Open(SetupDialog::kKeyer);
   EXPECT_EQ(tone->text(), "5");
-  EXPECT_TRUE(bench.Ini("PIN5= 0.5")) << "what was not touched";
+  EXPECT_TRUE(bench.Ini("PIN5= 1")) << "what was not touched";
+}
+
+TEST(SetupDialog, AWinkeyerIsChosenOnceItsOutputIsAndTried) {
+  DialogBench bench(RigIni("TS-2000", 38400, "PADDLECOM= 5\n"), SetupDialog::kKeyer);
+  auto* kind = bench.Find<QComboBox>("What sends CW");
+  QStringList captions;
+  for (int i = 0; i < kind->count(); ++i) captions << kind->itemText(i);
+  EXPECT_EQ(
+      captions.join("|"),
+      "none|WinKeyer|COM 1|COM 2|COM 3|COM 4|Com 5|Com 6|Com 7|Com 8|L P T 1|L P T 2|Use Rig Port|Rig's own keyer");
+  bench.Click("Test");
+  EXPECT_TRUE(bench.Says("Please select a keyer port in the config setup.", "error"));
+  kind->setFocus();
+  QTest::keyClick(kind, Qt::Key_Down);
+  EXPECT_TRUE(bench.Says("Please select Winkey KEY1 or KEY2", "error"));
+  EXPECT_FALSE(bench.Ini("KEYERPORT=WINKEY"));
+  bench.Click("KEY1");
+  EXPECT_TRUE(bench.Ini("KEYERPORT=WINKEY")) << "what had been refused";
+  auto* device = bench.Find<QComboBox>("Device");
+  bench.Type(device->lineEdit(), "/dev/ttyUSB7");
+  QTest::keyClick(device->lineEdit(), Qt::Key_Return);
+  EXPECT_NE(bench.bench.folder.Get("ports.ini").find("COM5=/dev/ttyUSB7"), std::string::npos);
+  FakeSerialPort& port = bench.bench.keyer_port;
+  port.on_write = [&](std::string_view bytes) {
+    const char reply = bytes == "\x13\x13\x13\0\x04\x41"s ? 'A' : bytes == "\0\x02"s ? '\x17' : '\xC0';
+    bench.bench.loop.StartTimer(bench.bench.loop.Now() + 20ms, [&port, reply] { port.Arrive(std::string(1, reply)); });
+  };
+  bench.Click("Test");
+  bench.bench.loop.RunFor(4s);
+  EXPECT_TRUE(bench.Says("The WinKeyer answers, version 23", "title"));
+  port.on_write = nullptr;
+  bench.Click("Test");
+  bench.bench.loop.RunFor(5s);
+  EXPECT_TRUE(bench.Says("Unable to initialize Winkey", "error"));
 }
 
 TEST(SetupDialog, AKeyerPortIsChosenButNotTheRigPort) {
-  DialogBench bench(RigIni("TS-2000", 38400, "KEYERPORT 2=COM12\n"), SetupDialog::kKeyer);
+  DialogBench bench(RigIni("TS-2000", 38400, "KEYERPORT 2=COM12\nWINKEY1= 1\n"), SetupDialog::kKeyer);
   auto* port = bench.Find<QComboBox>("Saved rig 2");
   EXPECT_EQ(port->currentText(), "COM12");
+  EXPECT_EQ(port->itemText(2), "COM 1");
   port->setFocus();
   QTest::keyClick(port, Qt::Key_Home);
   EXPECT_TRUE(bench.Ini("KEYERPORT 2=NONE"));

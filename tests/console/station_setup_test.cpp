@@ -90,6 +90,20 @@ TEST(StationSetup, TheSimulatedRigTakesNoPortFromADeviceAndIsNotLookedForOnOne) 
   }
 }
 
+TEST(StationSetup, TheSimulatedKeyerIsForAStationWithoutOne) {
+  for (const char* ini : {"KEYERPORT=COM4\n", "KEYERPORT 1=NONE\n"}) {
+    SetupBench bench(ini);
+    ASSERT_TRUE(bench.setup.UseSimulatedKeyer().ok());
+    EXPECT_EQ(bench.bench.folder.Get("ports.ini"), "") << ini;
+  }
+  SetupBench bench(RigIni("FT-857", 4800));
+  bench.bench.folder.Put("ports.ini", "COM1=/dev/ttyUSB7\n");
+  ASSERT_TRUE(bench.setup.UseSimulatedKeyer().ok());
+  EXPECT_EQ(bench.bench.folder.Get("ports.ini"), "COM1=/dev/ttyUSB7\nCOM2=sim:winkey\n");
+  EXPECT_TRUE(bench.Ini("KEYERPORT=WINKEY") && bench.Ini("WINKEY1= 1")) << bench.bench.folder.Get("rig.ini");
+  EXPECT_EQ(bench.setup.Setting("PADDLECOM").value(), "2");
+}
+
 TEST(StationSetup, WhatIsWrongIsNamedAndNothingIsChanged) {
   SetupBench bench;
   const std::string ini = bench.bench.folder.Get("rig.ini");
@@ -185,8 +199,20 @@ TEST(StationSetup, EveryKeptSettingGoesToItsLineAndBackAndLeavesTheOthers) {
     std::vector<Value> values{{"7", " 7", "7"}, {"21", " 21", "21"}};
     if (setting.kind == config::SettingKind::kFlag) values = {{"on", "True", "True"}, {"False", "False", "False"}};
     if (setting.kind == config::SettingKind::kYesNo) values = {{"yes", "YES", "YES"}, {"no", "NO", "NO"}};
-    if (setting.kind == config::SettingKind::kChoice) values = {{"lpt2", "LPT2", "LPT2"}, {"None", "NONE", "NONE"}};
-    if (setting.kind == config::SettingKind::kText) values = {{"/a b/c?d=E", "/a b/c?d=E", "/A B/C?D=E"}, {"", "", ""}};
+    if (setting.kind == config::SettingKind::kOnOff) values = {{"on", " 1", "True"}, {"False", " 0", "False"}};
+    if (setting.is_bounded()) {
+      const std::string low = std::to_string(setting.low), high = std::to_string(setting.high);
+      values = {{high, " " + high, high}, {low, " " + low, low}};
+    }
+    if (setting.choices != nullptr) {
+      const std::string &first = setting.choices->front(), &last = setting.choices->back();
+      values = {{Lower(last), last, last}, {first, first, first}};
+      if (setting.kind == config::SettingKind::kWord)
+        values = {{Lower(last), NumberText(static_cast<int>(setting.choices->size()) - 1), last}, {"0", " 0", first}};
+    }
+    if (setting.kind == config::SettingKind::kText)
+      values = {{"/a b/c?d=E", "/a b/c?d=E", "/A B/C?D=E"},
+                {"", "", setting.missing != nullptr ? setting.missing : ""}};
     SetupBench bench(RigIni("TS-2000", 38400, foreign));
     const std::string before = bench.bench.folder.Get("rig.ini");
     for (const Value& value : values) {  // the first makes the line, the second replaces it
@@ -205,10 +231,10 @@ TEST(StationSetup, AKeptSettingThatCannotBeSetChangesNothing) {
     std::string command, answer;
   };
   for (const Row& row : {
-           Row{"setting", "ok setting WINKEY1, WINKEY2, KYMODX,"},
+           Row{"setting", "ok setting KEYERPORT, CWSPEED, TUNETIME,"},
            Row{"setting KEYERPORT 2", "ok setting KEYERPORT 2=COM7"},
            Row{"setting KEYERPORT 2 COM3", "error: You can not set the keyer port the same as the rig port"},
-           Row{"setting KEYERPORT 9 COM4", "error: There is no keyer or link setting KEYERPORT"},
+           Row{"setting KEYERPORT 9 COM4", "error: KEYERPORT is one of NONE, WINKEY,"},
            Row{"setting XRIG FT-857", "error: There is no keyer or link setting XRIG"},
            Row{"setting WINKEY12 1", "error: There is no keyer or link setting WINKEY12"},
            Row{"setting PTTTAILTIME 256", "error: PTTTAILTIME is a whole number from 0 to 255"},
@@ -257,11 +283,11 @@ TEST(StationSetup, AKeptSettingThatIsNotOnTheDiskIsNotCalledKept) {
                              .BeginReplace(bench.bench.folder / "rig.ini", bench.bench.folder / "Rig.$$$",
                                            platform::Files::Stale::kTakeOver)
                              .value());
-  EXPECT_EQ(bench.Ask("setting PIN5 3"), "error: PIN5 is not in rig.ini yet: see the messages");
-  EXPECT_FALSE(bench.Ini("PIN5= 3"));
+  EXPECT_EQ(bench.Ask("setting HANGTIME 3"), "error: HANGTIME is not in rig.ini yet: see the messages");
+  EXPECT_FALSE(bench.Ini("HANGTIME= 3"));
   other.reset();
   bench.bench.loop.RunFor(1s);
-  EXPECT_EQ(bench.Ask("setting PIN5"), "ok setting PIN5=3");
+  EXPECT_EQ(bench.Ask("setting HANGTIME"), "ok setting HANGTIME=3");
 }
 
 TEST(StationSetup, TheStationFollowsAtOnce) {
