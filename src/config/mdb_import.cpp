@@ -2,6 +2,7 @@
 
 #include <mdbtools.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <memory>
 #include <optional>
@@ -58,16 +59,19 @@ class TableReader {
     mdb_rewind_table(table_);
   }
 
-  /// Appends every row, packed: the table's name, the number of fields, then names and values. What is wrong, else
-  /// empty.
+  /// Appends every row, packed: the table's name, the number of fields that are not Null, then their names and values.
+  /// What is wrong, else empty.
   std::string PackRows(std::string& packed) {
     if (buffers_.empty()) return "the columns of its table cannot be read";
     std::size_t rows = 0;
     while (mdb_fetch_row(table_) != 0) {
       if (++rows > kMostRows) return "its rows have no end";
+      const auto nulls = Nulls();
+      if (!nulls) return "a row of it is lost";
       Pack(packed, table_->name);
-      Pack(packed, std::to_string(table_->num_cols));
+      Pack(packed, std::to_string(std::count(nulls->begin(), nulls->end(), false)));
       for (unsigned i = 0; i < table_->num_cols; ++i) {
+        if ((*nulls)[i]) continue;
         const auto value = Value(i);
         if (!value) return "a text of it is lost";
         Pack(packed, column(i)->name);
@@ -79,6 +83,25 @@ class TableReader {
 
  private:
   MdbColumn* column(unsigned i) const { return static_cast<MdbColumn*>(g_ptr_array_index(table_->columns, i)); }
+
+  /// Which fields of the row in hand are Null: what is bound is the same for a Null and an empty text. A Yes/No has its
+  /// value where others say whether they are Null.
+  std::optional<std::vector<bool>> Nulls() const {
+    constexpr int kStartBits = 0x1FFF;  // above: the row is deleted, is kept elsewhere
+    int start = 0;
+    std::size_t size = 0;
+    if (mdb_find_row(mdb(), static_cast<int>(table_->cur_row) - 1, &start, &size) != 0) return std::nullopt;
+    std::vector<MdbField> fields(table_->num_cols);
+    const int count = mdb_crack_row(table_, start & kStartBits, size, fields.data());
+    std::vector<bool> nulls(table_->num_cols, true);
+    for (int i = 0; i < count; ++i) {
+      const auto at = static_cast<unsigned>(fields[static_cast<std::size_t>(i)].colnum);
+      if (at >= table_->num_cols) return std::nullopt;
+      const bool null = fields[static_cast<std::size_t>(i)].is_null != 0;
+      nulls[at] = null && column(at)->col_type != MDB_BOOL;
+    }
+    return count < 0 ? std::nullopt : std::optional(nulls);
+  }
 
   /// The field's text; nothing when it has one that cannot be read whole.
   std::optional<std::string> Value(unsigned i) const {

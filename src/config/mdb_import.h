@@ -9,7 +9,7 @@
 
 namespace kvx::config {
 
-/// What an old Jet database holds: rows as column name -> text (Yes/No as "1" or "0"), a Null as empty text.
+/// What an old Jet database holds: rows as column name -> text (Yes/No as "1" or "0"), without those that are Null.
 struct MdbContent {
   using Row = std::map<std::string, std::string>;
   std::vector<Row> rig_setup;  ///< table RigSetup

@@ -110,22 +110,29 @@ void SetField(RigRow& row, const std::string& column, std::string value) {
   }
 }
 
-const std::string& ValueOf(const TextRow& row, std::string_view column) {
-  static const std::string kEmpty;
+/// The value of a column; null for a column that the row does not have.
+const std::string* FindValue(const TextRow& row, std::string_view column) {
   for (const auto& [name, value] : row) {
-    if (EqualNoCase(name, column)) return value;
+    if (EqualNoCase(name, column)) return &value;
   }
-  return kEmpty;
+  return nullptr;
+}
+
+std::string ValueOf(const TextRow& row, std::string_view column) {
+  const std::string* value = FindValue(row, column);
+  return value != nullptr ? *value : std::string();
 }
 
 void BindFunctionRecord(SqliteStatement& insert, const TextRow& row) {
   int index = 0;
   for (const Column& column : FunctionColumns()) {
-    const std::string& value = ValueOf(row, column.name);
-    if (column.type == "TEXT") {
-      insert.Bind(++index, value);
+    const std::string* value = FindValue(row, column.name);
+    if (column.type != "TEXT") {
+      insert.Bind(++index, std::int64_t{value != nullptr && IsYes(*value)});
+    } else if (value != nullptr) {
+      insert.Bind(++index, *value);
     } else {
-      insert.Bind(++index, std::int64_t{IsYes(value)});
+      insert.BindNull(++index);
     }
   }
 }

@@ -1,8 +1,11 @@
 #pragma once
 
 #include <QObject>
+#include <cstdint>
 
 #include "console/station.h"
+
+class QKeyEvent;
 
 namespace kvx::console {
 
@@ -20,7 +23,10 @@ class EscapeRelease final : public QObject {
   bool eventFilter(QObject* watched, QEvent* event) override;
 
  private:
+  bool IsNew(const QKeyEvent& event);
+
   Station& station_;
+  std::uint64_t pressed_at_ = 0;  ///< the system's time of the latest press
 };
 
 }  // namespace kvx::console

@@ -224,8 +224,7 @@ void KeyScreen::Backspace() {
 void KeyScreen::UseLine(bool on) {
   line_->setVisible(on);
   send_->setVisible(on);
-  setFocusProxy(on ? static_cast<QWidget*>(line_) : text_);
-  setFocus();
+  (on ? static_cast<QWidget*>(line_) : text_)->setFocus();
 }
 
 void KeyScreen::SendX() {
@@ -344,7 +343,7 @@ void KeyScreen::ChangeSpeed(int by) {
 
 void KeyScreen::showEvent(QShowEvent* event) {
   QWidget::showEvent(event);
-  if (!event->spontaneous()) setFocus();
+  if (!event->spontaneous()) UseLine(by_line_->isChecked());
   ShowTimes();
 }
 

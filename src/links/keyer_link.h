@@ -10,7 +10,6 @@
 
 namespace kvx::links {
 
-inline constexpr const char* kKeyerLinkToolTip = "Communicate with Winkeyer through a virtual pair of comm ports.";
 inline constexpr const char* kNoKeyerLinkPort = "Please select a comm port for Winkeyin in the config menu.";
 inline constexpr const char* kNoKeyerLinkPortOpens = "Unable to open WINKEY INPUT port";
 inline constexpr const char* kNoKeyerPortOpens = "Unable to open WINKEYER output port";

@@ -14,8 +14,6 @@
 
 namespace kvx::links {
 
-inline constexpr const char* kLoggerToolTip =
-    "Communicate with N1MM or CWSkimmer through a virtual pair of comm ports.";
 inline constexpr const char* kNoLoggerPort = "Please select a comm port for N1MM or CWSkimmer in the config menu.";
 inline constexpr const char* kNoLoggerPortOpens = "Unable to open N1MM/CWSkimmer port";
 

@@ -11,7 +11,7 @@ namespace kvx::platform {
 // parted by one blank, a text is the rest of its line, in the one-byte code page of the platform.
 //
 //   to the gateway                          from the gateway
-//     item NAME [advise]                      registered, found, refused or failed WHY
+//     item NAME [advise]                      registered, found, or failed WHY
 //     data NAME SIZE TEXT                     clients N
 //     service NAME TOPIC                      call N execute TEXT
 //     done N yes, done N no                   call N poke NAME TEXT

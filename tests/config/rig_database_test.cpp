@@ -129,6 +129,9 @@ TEST(RigDatabase, AnOldDatabaseFillsANewStoreFirst) {
   EXPECT_EQ(station.Query("SELECT count(*) || sum(FNP1) || sum(FNP2) || sum(FNP9) FROM rigfn"), "2011");
   EXPECT_EQ(station.Query("SELECT Mode || Desc || Scan FROM rigfn WHERE RigName = 'ts-850s' COLLATE NOCASE"),
             "CWbeaconY");
+  EXPECT_EQ(station.Query("SELECT quote(FNT2) || quote(FNT3) || quote(FNT9) FROM rigfn WHERE Desc = 'beacon'"),
+            "'0744'NULLNULL")
+      << "a box that is Null is left alone by a recall, an empty one is emptied";
   ASSERT_TRUE(station.Prepare().ok());
   EXPECT_TRUE(station.notices.empty());
 }
@@ -143,7 +146,7 @@ TEST(RigDatabase, AnOldDatabaseFoundLaterIsImportedOnce) {
   EXPECT_EQ(station.notices.size(), 1U);
   EXPECT_EQ(station.SetFreq("TS-850S"), "FA<FREQ11>;");
   EXPECT_EQ(station.count(), 46U);
-  EXPECT_EQ(station.Query("SELECT group_concat(Desc) FROM (SELECT Desc FROM rigfn ORDER BY Desc)"), ",beacon,kept");
+  EXPECT_EQ(station.Query("SELECT group_concat(Desc) FROM (SELECT Desc FROM rigfn ORDER BY Desc)"), "beacon,kept");
   ASSERT_TRUE(station.database.Add({Rig("TS-850S", "changed since")}, true).ok());
   ASSERT_TRUE(station.Prepare().ok());
   EXPECT_TRUE(station.notices.empty());

@@ -139,8 +139,10 @@ class LoggerTest(unittest.TestCase):
         program = self.station.path("N1MMLogger.net.exe")
         shutil.copy(shutil.which("sleep"), program)
         with subprocess.Popen([program, "30"]) as running:
-            self.assertEqual(kvx.command("link logger"), "ok link logger on COM7; N1MMLogger.net.exe is running")
+            answer = "ok link logger on COM7; N1MMLogger.net.exe is running"
+            seen = wait_until(lambda: kvx.command("link logger") == answer, 2)
             running.kill()
+        self.assertTrue(seen, kvx.command("link logger"))
         self.assertTrue(kvx.command("link logger off").startswith("ok link logger off COM7"))
         logger = self.logger()
         logger.write(b"FA;")
@@ -169,7 +171,35 @@ class LoggerTest(unittest.TestCase):
         self.assertEqual(stale, 0)
         self.assertTrue(wait_until(lambda: self.rig.shown == hertz, 3))
         self.assertEqual(kvx.quit(), 0)
-        self.assertLess(median, 5000)
+        other = self.measure_rigctlcom()
+        if other is not None:
+            self.assertLess(median, other)
+
+    def measure_rigctlcom(self):
+        """The same of another program of this kind on the same rig, where it is installed; microseconds."""
+        if shutil.which("rigctlcom") is None:
+            return None
+        master, slave = os.openpty()
+        tty.setraw(slave)
+        for descriptor in (master, slave):
+            self.addCleanup(os.close, descriptor)
+        client = Pty(master)
+        arguments = ["-m", "2014", "-r", self.station.device, "-s", "38400", "-R", os.ttyname(slave), "-S", "115200"]
+        with subprocess.Popen(["rigctlcom", *arguments], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL) as program:
+            try:
+                begin = now = time.monotonic()  # what it is asked while it starts is lost
+                while not client.read(14, 0.5) and now < begin + 10:
+                    client.write(b"FA;")
+                    now = time.monotonic()
+                client.drain()
+                times = []
+                for _ in range(200):
+                    taken, reply = took(lambda: client.write(b"FA;"), client.read, 14)
+                    self.assertEqual(len(reply), 14)
+                    times.append(taken)
+            finally:
+                program.kill()
+        return tell("FA; answered by rigctlcom", times)
 
     def test_noise_leaves_the_rig_alone(self):
         kvx = self.start(mode="CW")
@@ -177,7 +207,7 @@ class LoggerTest(unittest.TestCase):
         noise = random.Random(6)
         before = self.memory_of(kvx)
         sent = 0
-        while sent < 3_000_000:
+        while sent < 10_000_000:
             piece = bytearray(noise.randbytes(2000))
             for _ in range(20):
                 word = noise.choice((b"IF;", b"FA;", b"FB00007010000;", b"TX;", b"RX;", b"FA000140", b";", b"AI;"))

@@ -45,7 +45,7 @@ class CwTest(WindowTest):
         self.desktop.type("paris paris paris paris")
         self.assertTrue(wait_until(lambda: len(self.keyer.sent) > 3, 10))
         self.desktop.key("Escape")
-        self.assertTrue(wait_until(lambda: "0a" in self.keyer.commands, 2), self.keyer.commands)
+        self.got("0a")
         stopped = self.keyer.sent
         self.settle(3)
         self.assertLessEqual(len(self.keyer.sent), len(stopped) + 1)

@@ -13,7 +13,7 @@ namespace kvx::platform {
 /// a poke wait for their outcome without holding up anything else. Its thread runs the platform's message loop.
 class DdeWindow final {
  public:
-  enum class Outcome { kRegistered, kFound, kRefused, kFailed };
+  enum class Outcome { kRegistered, kFound, kFailed };
 
   DdeWindow();
   ~DdeWindow();
