@@ -95,7 +95,11 @@ if [[ $all == yes ]]; then
     skip "benchmarks" "there is no bench/CMakeLists.txt"
   fi
   skip "fuzzing" "there are no fuzz targets yet"
-  skip "programs under Wine" "there is no Windows part yet"
+  if reason=$(python3 tests/wine/run.py --check "$PWD/build/dev/kvx"); then
+    step "programs under Wine" python3 tests/wine/run.py "$PWD/build/dev/kvx"
+  else
+    skip "programs under Wine" "$reason"
+  fi
 fi
 
 if [[ ${#skipped[@]} -gt 0 ]]; then printf 'skipped: %s\n' "${skipped[@]}"; fi

@@ -31,6 +31,7 @@ int RunHeadless(int argc, char** argv, const Options& options) {
   console::AddLinkCommands(commands, program.setup());
   console::AddRigEditorCommands(commands, program.station(), program.files());
   platform::StandardInput input;
+  commands.answer = [&](const std::string& line) { output.WriteAnswer(line); };
   commands.on_quit = [&] { program.Stop(); };
   commands.simulated_rig = [&](std::string_view command) { return program.OperateSimulatedRig(command); };
   input.on_line = [&](const std::string& line) { commands.Take(line); };

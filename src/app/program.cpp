@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <utility>
 
+#include "console/demo_content.h"
 #include "keyer/port_key_line.h"
 #include "platform/ports_file.h"
 #include "platform/posix/thread_key_line.h"
@@ -27,10 +28,24 @@ platform::Path StationFolder(const Options& options) {
   return base / (options.demo ? "kvx-demo" : "kvx");
 }
 
-/// Of the device behind a port; -1 for another kind of port.
-int DescriptorOf(const platform::NumberedPort& port) {
+/// The program that runs under Wine: with an installed console's libraries, else where it has been built.
+platform::Path DdeGateway() {
+  const platform::Path program(QCoreApplication::applicationDirPath().toStdString());
+  const platform::Path installed = program / ".." / "lib" / "kvx" / "kvx-dde.exe";
+  std::error_code error;
+  return std::filesystem::exists(installed, error) ? installed.lexically_normal() : program / "kvx-dde.exe";
+}
+
+/// Of the serial device behind a port; -1 for another kind of port.
+int DeviceOf(const platform::NumberedPort& port) {
   const auto* device = dynamic_cast<const platform::QtSerialDevice*>(port.backend());
   return device == nullptr ? -1 : device->descriptor();
+}
+
+/// Of the device or connection behind a port to which bytes can be written past it; -1 for another kind of port.
+int DescriptorOf(const platform::NumberedPort& port) {
+  const auto* connection = dynamic_cast<const platform::TcpPort*>(port.backend());
+  return connection == nullptr ? DeviceOf(port) : connection->descriptor();
 }
 
 bool IsDevice(const std::string& address) {
@@ -61,9 +76,12 @@ Program::Program(const Options& options)
                           [this](const std::string& address) { return MakePort(address); }),
       key_line_port_([this] { return platform::ReadPortTable(files_, folder_); },
                      [this](const std::string& address) { return MakePort(address); }),
+      released_(watch_.event(), QSocketNotifier::Read),
       release_guard_([this] { return DescriptorOf(rig_port_); }),
-      keyer_guard_([this] { return DescriptorOf(keyer_port_); }) {
+      keyer_guard_([this] { return DescriptorOf(keyer_port_); }),
+      dde_gateway_(DdeGateway().string()) {
   signals_.on_stop = [this](int) { Stop(); };
+  QObject::connect(&released_, &QSocketNotifier::activated, &released_, [this] { StopKeying(); });
 }
 
 Status Program::Prepare() {
@@ -74,19 +92,20 @@ Status Program::Prepare() {
     speech_ = std::make_unique<platform::QtSpeech>();
     sound_ = std::make_unique<platform::QtSoundOutput>();
   }
-  station_ = std::make_unique<console::Station>(console::StationParts{
-      .loop = loop_,
-      .files = files_,
-      .rig_port = rig_port_,
-      .folder = folder_,
-      .data = DataFolder(),
-      .speech = speech_.get(),
-      .guard = &release_guard_,
-      .keyer_port = &keyer_port_,
-      .keyer_guard = &keyer_guard_,
-      .key_line = [this](const keyer::KeyerSettings& settings) { return MakeKeyLine(settings); },
-      .net = &net_server_,
-      .loggers = {.cat = &logger_port_, .winkey = &logger_winkey_port_, .processes = &processes_}});
+  station_ = std::make_unique<console::Station>(
+      console::StationParts{.loop = loop_,
+                            .files = files_,
+                            .rig_port = rig_port_,
+                            .folder = folder_,
+                            .data = DataFolder(),
+                            .speech = speech_.get(),
+                            .guard = &release_guard_,
+                            .keyer_port = &keyer_port_,
+                            .keyer_guard = &keyer_guard_,
+                            .key_line = [this](const keyer::KeyerSettings& settings) { return MakeKeyLine(settings); },
+                            .net = &net_server_,
+                            .loggers = {.cat = &logger_port_, .winkey = &logger_winkey_port_, .processes = &processes_},
+                            .dde = &dde_gateway_});
   if (speech_) speech_->on_notice = [this](const std::string& line) { station_->Notice(line); };
   setup_ = std::make_unique<console::StationSetup>(loop_, *station_, files_, devices_);
   editor_ = std::make_unique<console::RigEditor>(*station_, files_);
@@ -97,7 +116,10 @@ Status Program::Prepare() {
 void Program::Start() {
   for (const std::string& complaint : platform::ReadPortTable(files_, folder_).complaints) station_->Notice(complaint);
   station_->Start();
-  if (demo_ && unconfigured()) UseSimulatedRig();
+  if (demo_ && unconfigured()) {
+    UseSimulatedRig();
+    console::FillForDemonstration(*station_);
+  }
 }
 
 std::unique_ptr<platform::SerialPort> Program::MakePort(const std::string& address) {
@@ -129,7 +151,7 @@ std::unique_ptr<platform::KeyLine> Program::MakeKeyLine(const keyer::KeyerSettin
   }
   if (settings.kind == KeyerKind::kRigLine) {
     if (IsDevice(platform::ReadPortTable(files_, folder_).AddressOf(station_->settings().rig_port)))
-      return thread(std::make_unique<platform::SerialKeyOutput>([this] { return DescriptorOf(rig_port_); }, lines));
+      return thread(std::make_unique<platform::SerialKeyOutput>([this] { return DeviceOf(rig_port_); }, lines));
     return std::make_unique<keyer::PortKeyLine>(loop_, rig_port_, lines, std::nullopt);
   }
   const std::string address = platform::ReadPortTable(files_, folder_).AddressOf(settings.port);
@@ -155,6 +177,13 @@ void Program::UseSimulatedRig() {
 std::string Program::OperateSimulatedRig(std::string_view command) {
   auto* port = dynamic_cast<sim::SimulatedPort*>(rig_port_.backend());
   return port == nullptr || port->device() == nullptr ? std::string() : port->device()->Operate(command);
+}
+
+/// The transmitter has been released behind the station's back.
+void Program::StopKeying() {
+  if (station_) station_->Escape();
+  const std::string why = watch_.Resume();
+  if (station_ && !why.empty()) station_->Notice(why);
 }
 
 void Program::Stop() {

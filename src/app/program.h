@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QSocketNotifier>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -14,12 +15,14 @@
 #include "platform/posix/files.h"
 #include "platform/posix/process_list.h"
 #include "platform/posix/release_guard.h"
+#include "platform/posix/release_watch.h"
 #include "platform/posix/station_lock.h"
 #include "platform/qt/qt_loop.h"
 #include "platform/qt/qt_sound_output.h"
 #include "platform/qt/qt_speech.h"
 #include "platform/qt/qt_tcp_server.h"
 #include "platform/qt/stop_signals.h"
+#include "platform/qt/wine_gateway.h"
 
 namespace kvx::app {
 
@@ -57,6 +60,7 @@ class Program {
   std::unique_ptr<platform::SerialPort> MakePort(const std::string& address);
   std::unique_ptr<platform::SerialPort> MakeLoggerPort(const std::string& address);
   std::unique_ptr<platform::KeyLine> MakeKeyLine(const keyer::KeyerSettings& settings);
+  void StopKeying();
   Task ShutDown();
 
   platform::QtLoop loop_;
@@ -66,16 +70,19 @@ class Program {
   bool with_window_;
   std::optional<platform::StationLock> lock_;
   platform::NumberedPort rig_port_;
-  platform::NumberedPort keyer_port_;     ///< of the WinKeyer
+  platform::NumberedPort keyer_port_;  ///< of the WinKeyer
   platform::NumberedPort logger_port_;
   platform::NumberedPort logger_winkey_port_;
   platform::NumberedPort key_line_port_;  ///< keyed in software, when it is no device of this machine
   platform::PosixDeviceList devices_;
   platform::PosixProcessList processes_;
+  platform::ReleaseWatch watch_;
+  QSocketNotifier released_;  ///< by the watch
   platform::PosixReleaseGuard release_guard_;
   platform::PosixReleaseGuard keyer_guard_;
   platform::QtTcpServer net_server_;
-  std::unique_ptr<platform::QtSpeech> speech_;       ///< for windows only
+  platform::WineGateway dde_gateway_;
+  std::unique_ptr<platform::QtSpeech> speech_;      ///< for windows only
   std::unique_ptr<platform::QtSoundOutput> sound_;  ///< the same
   std::unique_ptr<console::Station> station_;
   std::unique_ptr<console::StationSetup> setup_;

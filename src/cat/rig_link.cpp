@@ -64,6 +64,15 @@ Task RigLink::DeliverThenReopen() {
   Reopen();
 }
 
+void RigLink::SetSwitches(bool dtr, bool rts) {
+  const bool dtr_changes = settings_.dtr != dtr;
+  const bool rts_changes = settings_.rts != rts;
+  settings_.dtr = wanted_.dtr = dtr;
+  settings_.rts = wanted_.rts = rts;
+  if (dtr_changes) port_.SetDtr(dtr);
+  if (rts_changes) port_.SetRts(rts);
+}
+
 void RigLink::Reopen() {
   deliver_first_ = false;
   retired_ = false;

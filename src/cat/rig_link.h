@@ -22,6 +22,8 @@ class RigLink {
 
   /// Opens the rig port, anew if it is open. A port number of 0, or no rig selected, leaves it closed.
   void OpenRigPort(const platform::PortSettings& settings, bool rig_selected);
+  /// How the lines stand from now on, and when the port is opened again.
+  void SetSwitches(bool dtr, bool rts);
   /// Waits, half a second at most, until the device has what was written.
   Task Deliver();
   /// The rig at this port is given up: nothing more is written, and what has been written by now is delivered if

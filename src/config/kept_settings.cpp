@@ -27,6 +27,7 @@ constexpr const char* kKept = "Settings of older programs";
 constexpr const char* kSavedRigPorts = "Keyer port of each saved rig";
 constexpr const char* kLogger = "Logger and skimmer";
 constexpr const char* kNet = "Network (NET rigctl)";
+constexpr const char* kDde = "DDE";
 constexpr const char* kCluster = "DX cluster";
 
 const std::vector<std::string>& KeyerPorts() {
@@ -98,6 +99,7 @@ const std::vector<KeptSetting>& FixedSettings() {
       {kLinks, kNet, "NETPORT=", "TCP port", "Where it listens; 4532 is what programs try first", kNumber, 1, 65535, nullptr, 0, "4532"},
       {kLinks, kNet, "NETADDRESS=", "Address", "127.0.0.1: programs on this computer alone; 0.0.0.0: everybody who can reach this computer", kText, 0, 0, nullptr, 0, "127.0.0.1"},
       {kLinks, kNet, "NETWRITE=", "Other computers may operate the rig", "Where the address lets other computers in: without this they can only read", kFlag},
+      {kLinks, kDde, "DDESERVER=", "Serve programs by DDE", "Programs written for HRD's DDE server find this console. On Linux by Wine; without a choice where Wine has been used", kFlag},
       {kLinks, kCluster, "HOSTNAME=", "Host", "Name or address of the cluster", kText},
       {kLinks, kCluster, "COMMPORT=", "Serial port", "Number of the packet link's port, 0 for none", kPort, 0, kPorts},
       {kLinks, kCluster, "COMMSPEED=", "Speed", "Speed of the packet link's port", kNumber, 0, kAnyNumber},

@@ -262,7 +262,13 @@ void Announcer::Flush() {
 }
 
 bool Announcer::Tell(const Waiting& waiting) {
-  if (!waiting.sentence.empty()) return Put(waiting.key.first, waiting.sentence);
+  const auto [topic, index] = waiting.key;
+  if (!waiting.sentence.empty()) {
+    if (Put(topic, waiting.sentence)) return true;
+    // A message that comes again is spoken again; a screen reader is given it again by the message line.
+    if (topic == Topic::kMessage && speech_ != nullptr) speech_->Say(static_cast<int>(topic), waiting.sentence);
+    return false;
+  }
   const std::string sentence = StateSentence(waiting.key);
   if (sentence.empty() || std::exchange(known_[waiting.key], sentence) == sentence) return false;
   return Put(waiting.key.first, sentence);

@@ -27,7 +27,7 @@ std::pair<std::string_view, std::string_view> FirstWord(std::string_view text) {
   return {text.substr(0, end), Trim(text.substr(end))};
 }
 
-std::string Answer(cat::SendOutcome outcome, const Station& station, const std::string& done) {
+std::string Said(cat::SendOutcome outcome, const Station& station, const std::string& done) {
   return outcome == cat::SendOutcome::kSent ? "ok " + done : Fail(station.WhyNotSent(outcome));
 }
 
@@ -109,7 +109,7 @@ void CommandLine::Ready() {
 }
 
 void CommandLine::Take(std::string line) {
-  if (lines_.size() >= kMostWaitingLines) return output_(Fail("too many commands are waiting"));
+  if (lines_.size() >= kMostWaitingLines) return Answer(Fail("too many commands are waiting"));
   lines_.push_back(std::move(line));
   line_taken_.Notify();
 }
@@ -123,14 +123,14 @@ Task CommandLine::Run() {
     lines_.pop_front();
     const std::string word = Lower(Trim(line));
     if (word == "quit") {
-      output_("ok quit");
+      Answer("ok quit");
       if (on_quit) on_quit();
       co_return;
     }
     if (word == "save") {
       Task save = station_.SaveRig("");
       co_await save;
-      output_(station_.saved() ? "ok saved" : Fail(*station_.console.MsgArea));
+      Answer(station_.saved() ? "ok saved" : Fail(*station_.console.MsgArea));
       continue;
     }
     if (const Added* added = FindAdded(FirstWord(line).first); added != nullptr && added->procedure) {
@@ -138,13 +138,18 @@ Task CommandLine::Run() {
       const auto answer = std::make_shared<std::string>();
       Task procedure = added->procedure(std::string(FirstWord(line).second), answer);
       co_await procedure;
-      output_(*answer);
+      Answer(*answer);
       continue;
     }
-    if (!word.empty()) output_(Execute(line));
+    if (!word.empty()) Answer(Execute(line));
     // Output and other events get their turn even when a script pours in commands.
     co_await loop_.Pass();
   }
+}
+
+void CommandLine::Answer(const std::string& line) {
+  const Output& take = answer ? answer : output_;
+  take(line.size() <= kLongestAnswer ? line : Fail("the answer is longer than 16 MB"));
 }
 
 std::string CommandLine::Execute(std::string_view line) {
@@ -240,7 +245,7 @@ std::string CommandLine::DoRigNumber(std::string_view argument) {
   if (!number) return Fail("rignumber takes 1 to 7");
   const cat::SendOutcome outcome = station_.Rig_Click(static_cast<int>(*number));
   const bool refused = outcome == cat::SendOutcome::kRefused;
-  return refused ? Answer(outcome, station_, {}) : "ok rignumber " + *station_.console.RigNumber;
+  return refused ? Said(outcome, station_, {}) : "ok rignumber " + *station_.console.RigNumber;
 }
 
 std::string CommandLine::DoPort(std::string_view argument) {
@@ -266,7 +271,7 @@ std::string CommandLine::DoFreq(std::string_view argument) {
   if (!frequency || frequency->decihertz <= 0)
     return Fail("freq takes kHz, as in 14025.00; not " + OneLine(argument, 40));
   const cat::SendOutcome outcome = station_.engine.operations.TuneTo(*frequency);
-  return Answer(outcome, station_, "freq " + KhzText(*station_.console.FreqDisp));
+  return Said(outcome, station_, "freq " + KhzText(*station_.console.FreqDisp));
 }
 
 std::string CommandLine::DoBase(std::string_view argument) {
@@ -274,7 +279,7 @@ std::string CommandLine::DoBase(std::string_view argument) {
   if (!frequency || frequency->decihertz <= 0)
     return Fail("base takes kHz, as in 14025.00; not " + OneLine(argument, 40));
   const cat::SendOutcome outcome = station_.bands.SetBaseFrequency(*frequency);
-  return Answer(outcome, station_, "base " + KhzText(*station_.console.Reference));
+  return Said(outcome, station_, "base " + KhzText(*station_.console.Reference));
 }
 
 std::string CommandLine::DoBand(std::string_view argument) {
@@ -284,7 +289,7 @@ std::string CommandLine::DoBand(std::string_view argument) {
       number ? station_.bands.PressBand(*number == 902 ? 35 : static_cast<int>(*number)) : std::nullopt;
   if (!outcome)
     return Fail("there is no band " + OneLine(argument, 40) + " (160 80 60 40 30 20 17 15 12 10 6 2 220 440 902)");
-  return Answer(*outcome, station_, "band " + std::string(argument) + " " + KhzText(*station_.console.FreqDisp));
+  return Said(*outcome, station_, "band " + std::string(argument) + " " + KhzText(*station_.console.FreqDisp));
 }
 
 std::string CommandLine::DoStep(std::string_view) {
@@ -296,13 +301,13 @@ std::string CommandLine::DoWheel(std::string_view argument) {
   const auto steps = ParseNumber(argument, -10'000, 10'000);
   if (!steps) return Fail("wheel takes a number of steps");
   const cat::SendOutcome outcome = station_.bands.TurnKnob(static_cast<int>(*steps));
-  return Answer(outcome, station_, "freq " + KhzText(*station_.console.FreqDisp));
+  return Said(outcome, station_, "freq " + KhzText(*station_.console.FreqDisp));
 }
 
 std::string CommandLine::DoMode(std::string_view argument) {
   const auto outcome = station_.engine.operations.SetModeByName(argument);
   if (!outcome) return Fail(outcome.error().message);
-  return Answer(*outcome, station_, "mode " + std::string(Trim(*station_.console.Mode)));
+  return Said(*outcome, station_, "mode " + std::string(Trim(*station_.console.Mode)));
 }
 
 std::string CommandLine::DoNarrow(std::string_view argument) {
@@ -313,21 +318,21 @@ std::string CommandLine::DoNarrow(std::string_view argument) {
 }
 
 std::string CommandLine::DoVfo(std::string_view argument) {
-  if (EqualNoCase(argument, "A")) return Answer(station_.engine.operations.VFOA_Click(), station_, "vfo A");
-  if (EqualNoCase(argument, "B")) return Answer(station_.engine.operations.VFOB_Click(), station_, "vfo B");
+  if (EqualNoCase(argument, "A")) return Said(station_.engine.operations.VFOA_Click(), station_, "vfo A");
+  if (EqualNoCase(argument, "B")) return Said(station_.engine.operations.VFOB_Click(), station_, "vfo B");
   return Fail("vfo takes A or B");
 }
 
 std::string CommandLine::DoSend(std::string_view argument) {
   if (argument.empty()) return Fail("send takes a key or a command");
-  return Answer(station_.engine.dispatcher.SendData(FromVisible(argument)), station_, "sent");
+  return Said(station_.SendCommand(FromVisible(argument)), station_, "sent");
 }
 
 std::string CommandLine::DoFunction(std::string_view argument) {
   const auto number = ParseNumber(argument, 1, config::kFunctions);
   if (!number) return Fail("fn takes 1 to 9");
   const cat::SendOutcome outcome = station_.PressFunction(static_cast<int>(*number));
-  return Answer(outcome, station_, "fn " + std::to_string(*number));
+  return Said(outcome, station_, "fn " + std::to_string(*number));
 }
 
 std::string CommandLine::DoFunctionValue(std::string_view argument) {
@@ -350,7 +355,7 @@ std::string CommandLine::DoSlider(std::string_view argument) {
   if (!value) return Fail("slider takes a name and a whole number");
   const cat::SendOutcome outcome = station_.MoveSlider(number, static_cast<int>(*value));
   const int set = station_.console.Slider[static_cast<std::size_t>(number - 1)];
-  return Answer(outcome, station_, "slider " + std::string(name) + " " + std::to_string(set));
+  return Said(outcome, station_, "slider " + std::string(name) + " " + std::to_string(set));
 }
 
 std::string CommandLine::DoLimits(std::string_view argument) {

@@ -16,6 +16,9 @@ namespace kvx::console {
 /// "ready".
 class CommandLine {
  public:
+  /// The longest answer; what would be longer is answered by an error.
+  static constexpr std::size_t kLongestAnswer = 16U << 20;
+
   /// Takes one line of output, without its end.
   using Output = std::function<void(const std::string& line)>;
 
@@ -26,8 +29,10 @@ class CommandLine {
   /// Takes a line of input. Commands are carried out in order, a later one when the earlier one is done.
   void Take(std::string line);
   /// An input line that was too long to take.
-  void Refuse(const std::string& why) { output_("error: " + why); }
+  void Refuse(const std::string& why) { Answer("error: " + why); }
 
+  /// Takes answers; unset: the output does. An answer must arrive, an event that a slow reader cannot take may be lost.
+  Output answer;
   std::function<void()> on_quit;
   /// A command of another module: a procedure that leaves its answer ("ok ...", "error: ...") in `answer`.
   using Procedure = std::function<Task(std::string argument, std::shared_ptr<std::string> answer)>;
@@ -59,6 +64,7 @@ class CommandLine {
   };
 
   Task Run();
+  void Answer(const std::string& line);
   std::string Execute(std::string_view line);
   const Added* FindAdded(std::string_view name) const;
   void Follow(Field field);

@@ -48,7 +48,7 @@ std::string Taken(const Result<keyer::CwTaken>& taken) {
 }
 
 std::string CwState(const keyer::CwSender& sender) {
-  if (!sender.sending()) return "ok cw idle";
+  if (!sender.sending()) return sender.paused() ? "ok cw idle, paused" : "ok cw idle";
   return std::string("ok cw ") + (sender.paused() ? "paused" : "sending") + " " + keyer::ShownSymbol(sender.current()) +
          ", " + std::to_string(sender.waiting_count()) + " waiting, " + Seconds(sender.left());
 }
@@ -62,8 +62,7 @@ std::string KeyerText(const Station& station) {
 std::string Back(keyer::Keyer& keyer, std::string_view argument) {
   const auto count = ParseNumber(argument.empty() ? "1" : argument, 1, keyer::CwSender::kMostWaiting);
   if (!count) return Fail("cwback takes a number of characters");
-  std::int64_t taken = 0;
-  while (taken < *count && keyer.Backspace()) ++taken;
+  const std::size_t taken = keyer.Backspace(static_cast<std::size_t>(*count));
   return taken > 0 ? "ok cwback " + std::to_string(taken) : Fail("nothing waits that could be taken back");
 }
 

@@ -254,7 +254,7 @@ void DebugWindow::Copy() {
 
 void DebugWindow::Send(const QString& command) {
   station_.console.ErrorText.Set("");
-  const cat::SendOutcome outcome = station_.engine.dispatcher.SendData(FromVisible(command.trimmed().toStdString()));
+  const cat::SendOutcome outcome = station_.SendCommand(FromVisible(command.trimmed().toStdString()));
   const bool sent = outcome == cat::SendOutcome::kSent;
   Say(sent ? tr("Sent") : QString::fromStdString(station_.WhyNotSent(outcome)), !sent);
 }

@@ -11,7 +11,6 @@ EscapeRelease::EscapeRelease(Station& station) : station_(station) {
 }
 
 void EscapeRelease::Release() {
-  station_.functions.scanner.OperatorActs();
   if (station_.Escape()) return;
   station_.Notice(tr("The transmitter cannot be released: the rig port is closed").toStdString());
 }

@@ -87,7 +87,7 @@ QVariant FunctionListModel::data(const QModelIndex& index, int role) const {
 
 QVariant FunctionListModel::headerData(int section, Qt::Orientation orientation, int role) const {
   if (orientation != Qt::Horizontal) return {};
-  if (role == Qt::ToolTipRole) return HeaderTip(section);
+  if (role == Qt::ToolTipRole || role == Qt::WhatsThisRole) return HeaderTip(section);
   if (role != Qt::DisplayRole) return {};
   if (const auto key = functions::PressKey(section)) return QString("P%1").arg(*key + 1);
   return ToQt(functions::ColumnName(section));
@@ -102,7 +102,7 @@ QString FunctionListModel::HeaderTip(int column) const {
   const QString caption = captions_.value(static_cast<qsizetype>(*key));
   const QString named = caption.isEmpty() ? name : name + "  " + caption;
   return text ? tr("%1: the text of F%2").arg(named).arg(*key + 1)
-              : tr("%1: F%2 is pressed on arrival").arg(named).arg(*key + 1);
+              : tr("%1: F%2 is pressed on arrival; -1 is true").arg(named).arg(*key + 1);
 }
 
 Qt::ItemFlags FunctionListModel::flags(const QModelIndex& index) const {

@@ -92,6 +92,7 @@ FunctionListWindow::FunctionListWindow(Station& station, const widgets::Appearan
   following_scan_ = functions_.scanner.changed.Follow([this] { FollowScan(); });
   ShowCaptions();
   FitColumns();
+  table_->setFocus();
   resize(fontMetrics().averageCharWidth() * kWindowCharacters, fontMetrics().height() * kWindowLines);
 }
 
@@ -103,8 +104,8 @@ FunctionListWindow::~FunctionListWindow() {
 void FunctionListWindow::TakeDialogs() {
   functions_.dialogs.ask = [this](const functions::Question& question, std::function<void(bool)> answer) {
     const QString title = question.title.empty() ? windowTitle() : ToQt(question.title);
-    AskChoice({.window = this, .title = title}, ToQt(question.text), {tr("&Yes"), tr("&No")},
-              [answer = std::move(answer)](int choice) { answer(choice == 0); });
+    AskChoice({.window = this, .title = title, .help_file = ToQt(question.help_file)}, ToQt(question.text),
+              {tr("&Yes"), tr("&No")}, [answer = std::move(answer)](int choice) { answer(choice == 0); });
   };
   functions_.dialogs.show = [this](const std::string& text) {
     dialogs_before_.Show(text);

@@ -61,8 +61,23 @@ std::string DoSwitchKeyer(StationSetup& setup, bool on) {
   return Answer(done, "keyer " + KeyerState(setup.station()));
 }
 
+std::string DdeState(const Station& station) {
+  return station.dde ? station.dde->state() : "not in this program";
+}
+
+/// The setting is kept. "on" tries again at once where it could not be started.
+std::string SwitchDde(StationSetup& setup, bool on) {
+  Station& station = setup.station();
+  if (!station.dde) return "error: " + DdeState(station);
+  if (const Status kept = setup.SetSetting("DDESERVER=", on ? "on" : "off"); !kept)
+    return "error: " + kept.error().message;
+  if (on && DdeState(station).starts_with("off")) station.dde->INITDDE();  // else the setting has started it
+  const std::string state = DdeState(station);
+  return (state.starts_with("off") == on ? "error: link dde " : "ok link dde ") + state;
+}
+
 constexpr std::array kLinks{Link{"logger", DoSwitchLogger, LoggerState}, Link{"keyer", DoSwitchKeyer, KeyerState},
-                            Link{"net", SwitchNet, NetState}};
+                            Link{"dde", SwitchDde, DdeState}, Link{"net", SwitchNet, NetState}};
 
 std::string DoLink(StationSetup& setup, std::string_view argument) {
   argument = Trim(argument);
@@ -102,7 +117,7 @@ Status SwitchLoggerKeyer(StationSetup& setup, bool on) {
 }
 
 void AddLinkCommands(CommandLine& commands, StationSetup& setup) {
-  commands.Add("link", "[logger|keyer|net on|off]: the links to other programs, or switches one",
+  commands.Add("link", "[logger|keyer|dde|net on|off]: the links to other programs, or switches one",
                [&setup](std::string_view argument) { return DoLink(setup, argument); });
 }
 

@@ -30,6 +30,11 @@ std::string Say(const Result<std::string>& done) {
   return done ? "ok " + OneLine(*done) : Fail(OneLine(done.error().message));
 }
 
+std::optional<bool> OnOff(std::string_view text) {
+  if (EqualNoCase(text, "on")) return true;
+  return EqualNoCase(text, "off") ? std::optional(false) : std::nullopt;
+}
+
 std::string Say(const Status& status, const std::string& done) {
   return status ? "ok " + done : Fail(OneLine(status.error().message));
 }
@@ -69,11 +74,22 @@ std::string RowJson(const FunctionRecord& row) {
   return json + "," + Json("Scan", row.scan) + "," + Json("Desc", row.description) + "}";
 }
 
-std::string List(Station& station) {
+/// All rows, or a page of them: "101 50" are fifty from the 101st on.
+std::string List(Station& station, std::string_view page) {
+  constexpr std::int64_t kMost = 1'000'000'000;
+  const auto [from_text, count_text] = FirstWord(page);
+  const auto from = from_text.empty() ? std::optional<std::int64_t>(1) : ParseNumber(from_text, 1, kMost);
+  const auto count = count_text.empty() ? std::optional(kMost) : ParseNumber(count_text, 1, kMost);
+  if (!from || !count) return Fail("fnlist takes nothing, or the first row and how many: fnlist 101 50");
   const auto rows = station.functions.keys.Rows();
   if (!rows) return Fail(rows.error().message);
+  const auto first = std::min(static_cast<std::size_t>(*from - 1), rows->size());
+  const auto end = std::min(first + static_cast<std::size_t>(*count), rows->size());
   std::string json;
-  for (const FunctionRecord& row : *rows) json += (json.empty() ? "" : ",") + RowJson(row);
+  for (std::size_t i = first; i < end && json.size() <= CommandLine::kLongestAnswer; ++i)
+    json += (json.empty() ? "" : ",") + RowJson((*rows)[i]);
+  if (json.size() + 5 > CommandLine::kLongestAnswer)
+    return Fail(std::to_string(end - first) + " rows are more than an answer of 16 MB holds: fnlist FROM COUNT");
   return "ok [" + json + "]";
 }
 
@@ -122,6 +138,7 @@ void DeleteRow(Station& station, const std::string& which, const Done& done) {
 std::string Recall(Station& station) {
   const auto row = RowOf(station, KhzText(*station.console.FreqDisp));
   if (!row) return Fail(row.error().message);
+  station.functions.scanner.OperatorActs();
   station.functions.keys.GetFN();
   return "ok recall " + row->freq + " " + OneLine(row->mode);
 }
@@ -155,7 +172,8 @@ void AddFunctionCommands(CommandLine& commands, Station& station) {
                [&fn](const std::string&, const Done& done) { fn.keys.UndoDelete(done); });
   commands.Add("retrieve", "KHZ|#ROW: tunes to a row of the list and sets its mode",
                [&station](std::string_view which) { return Retrieve(station, which); });
-  commands.Add("fnlist", "all that is stored, of every rig", [&station](std::string_view) { return List(station); });
+  commands.Add("fnlist", "[FROM COUNT]: all that is stored, of every rig, or so many rows from that one on",
+               [&station](std::string_view page) { return List(station, page); });
   AddOperation(commands, station, "fnset",
                "KHZ|#ROW FIELD TEXT: changes a field of a row: Mode, Scan, Desc, FNT1.., FNP1..",
                [&station](const std::string& argument, const Done& done) { SetRow(station, argument, done); });
@@ -167,12 +185,17 @@ void AddFunctionCommands(CommandLine& commands, Station& station) {
 
 /// One setting of the scan; false when there is none of that name, or not with that value.
 bool ScanSetting(functions::ScanSettings& settings, std::string_view word, std::string_view value) {
-  constexpr std::int64_t kLongest = 3'600'000;
-  const auto milliseconds = ParseNumber(value, 0, kLongest);
+  const auto bounded = [value = value](Duration least) {
+    using std::chrono::milliseconds;
+    constexpr auto kLongest = std::chrono::duration_cast<milliseconds>(functions::kLongestScanTime);
+    return ParseNumber(value, std::chrono::duration_cast<milliseconds>(least).count(), kLongest.count());
+  };
+  const auto dwell = bounded(functions::kShortestDwell);
+  const auto milliseconds = bounded({});
   if (EqualNoCase(word, "up") || EqualNoCase(word, "down")) {
     settings.down = EqualNoCase(word, "down");
-  } else if (EqualNoCase(word, "dwell") && milliseconds) {
-    settings.dwell = std::chrono::milliseconds(*milliseconds);
+  } else if (EqualNoCase(word, "dwell") && dwell) {
+    settings.dwell = std::chrono::milliseconds(*dwell);
   } else if (EqualNoCase(word, "hang") && milliseconds) {
     settings.hang = std::chrono::milliseconds(*milliseconds);
   } else if (EqualNoCase(word, "level") && (milliseconds || EqualNoCase(value, "off"))) {
@@ -186,7 +209,10 @@ bool ScanSetting(functions::ScanSettings& settings, std::string_view word, std::
 std::string Scan(functions::Scanner& scanner, std::string_view argument) {
   const auto [word, value] = FirstWord(argument);
   if (word.empty()) return "ok " + functions::ScanText(scanner.state());
-  if (EqualNoCase(word, "start")) return Say(scanner.Start(), "scan start");
+  if (EqualNoCase(word, "start") && (value.empty() || EqualNoCase(value, "memories"))) {
+    const auto source = value.empty() ? functions::ScanSource::kRows : functions::ScanSource::kMemories;
+    return Say(scanner.Start(source), "scan " + Lower(argument));
+  }
   if (EqualNoCase(word, "stop")) return scanner.Stop(), "ok scan stop";
   if (EqualNoCase(word, "skip")) return scanner.Skip(), "ok scan skip";
   const auto frequency = ParseKhz(value);
@@ -197,7 +223,9 @@ std::string Scan(functions::Scanner& scanner, std::string_view argument) {
   }
   functions::ScanSettings settings = scanner.settings();
   if (!ScanSetting(settings, word, value))
-    return Fail("scan takes start, stop, skip, up, down, from KHZ, to KHZ, dwell MS, hang MS, level N or level off");
+    return Fail(
+        "scan takes start, start memories, stop, skip, up, down, from KHZ, to KHZ, dwell 100..3600000, hang "
+        "0..3600000 (ms), level N or level off");
   scanner.SetSettings(settings);
   return "ok scan " + Lower(argument);
 }
@@ -234,7 +262,11 @@ Status EditChannel(functions::MemoryChannels& memories, int number, std::string_
   MemoryChannel channel = memories.channel(number);
   if (EqualNoCase(word, "name")) channel.name = text;
   if (EqualNoCase(word, "comment")) channel.comment = text;
-  if (EqualNoCase(word, "skip")) channel.skip = !EqualNoCase(text, "off");
+  if (EqualNoCase(word, "skip")) {
+    const auto skip = OnOff(text);
+    if (!skip) return Error{ErrorCode::kInvalid, "memory skip takes a channel and on or off"};
+    channel.skip = *skip;
+  }
   return memories.Change(number, channel);
 }
 
@@ -256,6 +288,20 @@ std::string ChannelCommand(Station& station, std::string_view word, int number, 
   return Say(EditChannel(memories, number, word, text), done + " " + OneLine(text));
 }
 
+/// "FILE", "FILE replace", "FILE keep".
+std::string ImportChannels(functions::MemoryChannels& memories, std::string_view file) {
+  using functions::Conflict;
+  auto conflict = Conflict::kRefuse;
+  const auto take = [&](std::string_view word, Conflict meant) {
+    if (conflict != Conflict::kRefuse || !file.ends_with(word)) return;
+    file.remove_suffix(word.size());
+    conflict = meant;
+  };
+  take(" replace", Conflict::kReplace);
+  take(" keep", Conflict::kKeep);
+  return Say(memories.Import(platform::Path(Trim(file)), conflict));
+}
+
 std::string Memory(Station& station, std::string_view argument) {
   static constexpr std::array kOfChannel{"store", "recall", "name", "comment", "skip", "move", "delete"};
   functions::MemoryChannels& memories = station.memories;
@@ -263,10 +309,9 @@ std::string Memory(Station& station, std::string_view argument) {
   if (word.empty() || EqualNoCase(word, "list")) return ListChannels(memories);
   if (EqualNoCase(word, "export") && !rest.empty()) return Say(memories.Export(platform::Path(rest)));
   if (EqualNoCase(word, "import") && !rest.empty()) {
-    constexpr std::string_view kReplace = " replace";
-    const bool replace = rest.ends_with(kReplace);
-    return Say(memories.Import(Trim(replace ? rest.substr(0, rest.size() - kReplace.size()) : rest), replace));
+    return ImportChannels(memories, rest);
   }
+  if (EqualNoCase(word, "undo")) return Say(memories.Undo(), "memory undo");
   if (EqualNoCase(word, "vfotomem")) return Say(memories.VfoToMemory(), station, "memory vfotomem");
   if (EqualNoCase(word, "memtovfo")) return Say(memories.MemoryToVfo(), station, "memory memtovfo");
   if (EqualNoCase(word, "memch")) return Say(memories.MemoryChannelKey(), station, "memory memch");
@@ -276,7 +321,7 @@ std::string Memory(Station& station, std::string_view argument) {
                                  [word = word](std::string_view name) { return EqualNoCase(name, word); });
   if (!known)
     return Fail(
-        "memory takes list, store, recall, name, comment, skip, move, delete, export, import, "
+        "memory takes list, store, recall, name, comment, skip, move, delete, undo, export, import, "
         "vfotomem, memtovfo or memch");
   if (!channel) return Fail("memory channels are 1 to 100");
   return ChannelCommand(station, word, static_cast<int>(*channel), text);
@@ -286,12 +331,13 @@ std::string Memory(Station& station, std::string_view argument) {
 
 void AddMemoryCommands(CommandLine& commands, Station& station) {
   AddFunctionCommands(commands, station);
-  commands.Add("scan", "start|stop|skip|up|down|from KHZ|to KHZ|dwell MS|hang MS|level N|level off",
+  commands.Add("scan", "start [memories]|stop|skip|up|down|from KHZ|to KHZ|dwell MS|hang MS|level N|level off",
                [&station](std::string_view argument) { return Scan(station.functions.scanner, argument); });
-  commands.Add("memory",
-               "list|store N [NAME]|recall N|name N TEXT|comment N TEXT|skip N on|off|move N M|delete N|export FILE|"
-               "import FILE [replace]|vfotomem|memtovfo|memch",
-               [&station](std::string_view argument) { return Memory(station, argument); });
+  commands.Add(
+      "memory",
+      "list|store N [NAME]|recall N|name N TEXT|comment N TEXT|skip N on|off|move N M|delete N|undo|export FILE|"
+      "import FILE [replace|keep]|vfotomem|memtovfo|memch",
+      [&station](std::string_view argument) { return Memory(station, argument); });
   commands.Keep(station.functions.scanner.changed.Follow(
       [&commands, &scanner = station.functions.scanner] { commands.Tell(functions::ScanText(scanner.state())); }));
 }

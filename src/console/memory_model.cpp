@@ -14,6 +14,7 @@ using widgets::ToQt;
 namespace {
 
 constexpr double kReadable = 4.5;  // contrast
+constexpr double kHeardTint = 0.22;
 
 /// Of the rows that hold nothing, as far as it can be read on the table's ground.
 QColor QuietInk(const widgets::Theme& theme) {
@@ -103,11 +104,24 @@ QVariant MemoryModel::data(const QModelIndex& index, int role) const {
       return column == kNumber || column == kFrequency ? QVariant(Qt::AlignRight | Qt::AlignVCenter) : QVariant();
     case Qt::ForegroundRole:
       return channel.empty() ? QVariant(QuietInk(appearance_.theme())) : QVariant();
+    case Qt::BackgroundRole:
+      return GroundOf(number);
     case Qt::FontRole:
       return FontOf(channel, column);
     default:
       return {};
   }
+}
+
+int MemoryModel::heard() const {
+  const functions::ScanState& state = station_.functions.scanner.state();
+  return station_.functions.scanner.running() && state.stop ? state.stop->channel : 0;
+}
+
+QVariant MemoryModel::GroundOf(int number) const {
+  const widgets::Theme& theme = appearance_.theme();
+  if (number != heard()) return {};
+  return widgets::Mixed(theme.screen, theme.accent, kHeardTint);
 }
 
 /// Figures stand below each other; what is tuned is bold.
@@ -145,6 +159,7 @@ QString MemoryModel::Describe(int number) const {
   if (channel.narrow) parts << tr("narrow");
   if (channel.skip) parts << tr("skipped in scans");
   if (IsTuned(channel)) parts << tr("tuned");
+  if (number == heard()) parts << tr("heard in the scan");
   return parts.join(", ");
 }
 

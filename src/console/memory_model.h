@@ -23,8 +23,10 @@ class MemoryModel final : public QAbstractTableModel {
   const MemoryFilter& filter() const { return filter_; }
   /// Follows the channels; rows that stay keep their selection.
   void Update();
-  /// Another frequency is the present one.
+  /// Another frequency is the present one, or another channel is heard in a scan.
   void ShowTuned();
+  /// The channel that a scan hears; 0: none.
+  int heard() const;
 
   /// The channel in that row; 0 when there is none.
   int NumberAt(int row) const;
@@ -45,6 +47,7 @@ class MemoryModel final : public QAbstractTableModel {
 
  private:
   const functions::MemoryChannel& ChannelAt(int row) const;
+  QVariant GroundOf(int number) const;
   QVariant FontOf(const functions::MemoryChannel& channel, int column) const;
   QString CellText(const functions::MemoryChannel& channel, int number, int column) const;
   QString SpokenCell(int number, int column) const;

@@ -41,6 +41,7 @@ class MemoryTable final : public QTableView {
 
   /// The channel in hand; 0: none.
   int current() const { return model_.NumberAt(currentIndex().row()); }
+  bool is_editing() const { return state() == EditingState; }
   /// All that are marked.
   std::vector<int> marked() const;
   /// Goes to a channel, or as near to it as is shown.

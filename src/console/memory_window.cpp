@@ -13,6 +13,7 @@
 #include <algorithm>
 
 #include "console/questions.h"
+#include "console/scan_panel.h"
 #include "core/text.h"
 #include "widgets/qt_text.h"
 
@@ -79,10 +80,12 @@ MemoryWindow::MemoryWindow(Station& station, const widgets::Appearance& appearan
   station_.memories.on_change = [this] { FollowChannels(); };
   subscription_ = station_.console.Subscribe([this](Field field) { Follow(field); });
   connect(new QShortcut(QKeySequence("Ctrl+W"), this), &QShortcut::activated, this, &QWidget::close);
+  following_scan_ = station_.functions.scanner.changed.Follow([this] { FollowScan(); });
   table_->GoTo(std::max(1, station_.memories.current()));
   table_->setFocus();
   ShowPresent();
   ShowState();
+  FollowScan();
   resize(QSize(kWide, kHigh) * fontMetrics().height());
 }
 
@@ -174,6 +177,8 @@ void MemoryWindow::MakeEditing(QVBoxLayout& column) {
   recall_ =
       MakeButton(column, tr("Recall"), tr("Tunes to this channel; Return in the table, or a double click, does too"),
                  QKeySequence("Ctrl+Return"), &MemoryWindow::RecallCurrent);
+  scan_ = MakeButton(column, tr("Stop scan"), tr("Scans the channels that are not to be skipped, or stops scanning"),
+                     QKeySequence("Ctrl+G"), &MemoryWindow::TurnScan);
   column.addSpacing(fontMetrics().height() / 3);
   column.addWidget(Caption(tr("CHANNELS")));
   delete_ = MakeButton(column, tr("Delete"), tr("Empties the marked channels; Del in the table does too"),
@@ -238,6 +243,25 @@ void MemoryWindow::FollowChannels() {
   model_.Update();
   if (marked.size() < 2 || keep_ != 0 || table_->current() == 0) table_->GoTo(number);
   ShowState();
+}
+
+void MemoryWindow::TurnScan() {
+  functions::Scanner& scanner = station_.functions.scanner;
+  if (scanner.running()) return scanner.Stop("stopped by the operator");
+  Check(scanner.Start(functions::ScanSource::kMemories));
+}
+
+/// The channel that is heard is kept in sight; the one in hand stays that.
+void MemoryWindow::FollowScan() {
+  const functions::ScanState& state = station_.functions.scanner.state();
+  const bool running = station_.functions.scanner.running();
+  const QString text = running ? tr("Stop scan") : tr("Scan");
+  scan_->setText(text);
+  scan_->setAccessibleName(text);
+  model_.ShowTuned();
+  const int row = model_.RowOf(model_.heard());
+  if (row >= 0 && !table_->is_editing()) table_->scrollTo(model_.index(row, MemoryModel::kName));
+  if (state.stop && state.stop->channel != 0) Tell(ScanLine(state));
 }
 
 void MemoryWindow::ApplyFilter() {

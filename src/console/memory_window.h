@@ -56,6 +56,8 @@ class MemoryWindow final : public QMainWindow {
 
   void Follow(Field field);
   void FollowChannels();
+  void FollowScan();
+  void TurnScan();
   void ApplyFilter();
   void ShowPresent();
   void ShowState();
@@ -86,11 +88,13 @@ class MemoryWindow final : public QMainWindow {
   QPushButton* recall_ = nullptr;
   QPushButton* store_ = nullptr;
   QPushButton* store_free_ = nullptr;
+  QPushButton* scan_ = nullptr;
   QPushButton* delete_ = nullptr;
   QPushButton* undo_ = nullptr;
   std::vector<RigKey> rig_keys_;
   int keep_ = 0;  ///< the channel that stays in hand while channels change; 0: the one that is
   Console::Subscription subscription_;
+  functions::Listeners::Following following_scan_;
 };
 
 }  // namespace kvx::console

@@ -32,6 +32,7 @@ void ShowQuestion(const Asker& asker, QDialog* dialog, std::function<void(int re
   dialog->setAttribute(Qt::WA_DeleteOnClose);
   dialog->setWindowModality(Qt::NonModal);  // one that stands under another window must not keep that one from tuning
   dialog->setWindowTitle(asker.title);
+  if (!asker.help_file.isEmpty()) dialog->setProperty("helpFile", asker.help_file);
   QObject::connect(dialog, &QDialog::finished, asker.window, [asker, then = std::move(then)](int result) {
     if (asker.held) asker.window->setEnabled(true);
     then(result);

@@ -13,7 +13,8 @@ namespace kvx::console {
 struct Asker {
   QWidget* window;  ///< outlives the question
   QString title;
-  bool held = false;  ///< the window itself takes nothing until there is an answer
+  QString help_file = {};  ///< named for a question that has one; the box carries it as its property "helpFile"
+  bool held = false;       ///< the window itself takes nothing until there is an answer
 };
 
 /// Shows a dialog that deletes itself; `then` gets its result.

@@ -15,7 +15,10 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr Duration kLongestTransmission = 5min;
+constexpr Duration kGrace = 2s;  // then the guard takes the engine to hang
+constexpr Duration kDeliveryCheck = 20ms;
 constexpr std::size_t kLongestNotice = 400;
+constexpr Duration kSameNotice = 1s;  // one that comes again sooner is of the same moment
 constexpr int kLargestSlider = 99'999;
 
 bool IsTheme(std::string_view name) {
@@ -49,6 +52,10 @@ Station::Station(const StationParts& parts)
       clock_(parts.loop, console) {
   if (parts.net != nullptr) StartNetServer(*parts.net);
   if (parts.loggers.cat != nullptr && parts.keyer_port != nullptr) StartLoggerLinks(parts);
+  if (parts.dde != nullptr) {
+    dde = std::make_unique<links::DdeServer>(loop_, console, engine.operations, *parts.dde);
+    dde->on_notice = [this](const std::string& line) { Notice(line); };
+  }
   engine.link.on_notice = [this](const std::string& line) { Notice(line); };
   engine.link.on_opened = [this] { PortOpened(); };
   engine.operations.SetOnNotSent([this](cat::SendOutcome outcome) {
@@ -57,17 +64,29 @@ Station::Station(const StationParts& parts)
   engine.poller.on_cycle_end = [this] { bands.SetPriv(); };
   functions.keys.press = [this](int number) { PressFunction(number); };
   functions.scanner.level = [this] { return *console.SMeter; };
+  functions.scanner.sending = [this] { return keyer.sender().sending(); };
+  functions.scanner.deaf = [this]() -> std::string {
+    if (!*console.Polling) return "the rig is not polled";
+    return *console.MeterOn ? "another meter is polled instead of the S-meter" : "";
+  };
   functions.scanner.full_scale = [this] { return cat::SMeterFullScale(engine.rig()); };
+  functions.scanner.channels = [this] { return functions::ChannelStops(memories); };
+  functions.scanner.recall = [this](int channel) { return memories.Recall(channel); };
   keyer.on_notice = [this](const std::string& line) { Notice(line); };
   keyer.keep = [this](std::vector<config::SettingChange> lines) { KeepInFile(std::move(lines)); };
   functions.dialogs.show = [this](const std::string& text) { Notice(text); };
+  guard_ = parts.guard;
   if (parts.guard != nullptr) {
-    engine.dispatcher.on_keyed = [guard = parts.guard](std::string_view release) { guard->Arm(release); };
+    engine.dispatcher.on_keyed = [this, guard = parts.guard](std::string_view release) {
+      disarm_ = Task();
+      guard->Arm(release);
+      guard->ReleaseAfter(kLongestTransmission + kGrace);
+    };
   }
-  transmission_ = console.Subscribe([this, guard = parts.guard](Field field) {
+  transmission_ = console.Subscribe([this](Field field) {
     const bool port_gone = field == Field::kPort && *console.Port != "open";
     const bool released = field == Field::kTransmitting && !*console.Transmitting;
-    if (guard != nullptr && (port_gone || released)) guard->Disarm();
+    if (guard_ != nullptr && (port_gone || released)) disarm_ = DisarmWhenDelivered();
     if (field != Field::kTransmitting) return;
     limit_ = *console.Transmitting ? LimitTransmission() : Task();
   });
@@ -78,7 +97,11 @@ void Station::Notice(const std::string& line) {
   // so here.
   const bool fits =
       line.size() <= kLongestNotice && std::none_of(line.begin(), line.end(), [](unsigned char c) { return c < 0x20; });
-  console.MsgArea.Set(fits ? line : OneLine(line, kLongestNotice));
+  const std::string text = fits ? line : OneLine(line, kLongestNotice);
+  const bool again = text == *console.MsgArea && loop_.Now() - noticed_at_ >= kSameNotice;
+  if (again) console.MsgArea.Set("");  // so that whoever follows it hears of it
+  noticed_at_ = loop_.Now();
+  console.MsgArea.Set(text);
 }
 
 std::string Station::WhyNotSent(cat::SendOutcome outcome) const {
@@ -268,6 +291,7 @@ void Station::KeepInFile(std::vector<config::SettingChange> changes) {
 
 Status Station::ChooseRig(const std::string& name) {
   if (auto known = FindRig(name); !known) return known.error();
+  functions.scanner.OperatorActs();
   GiveUpRig(true);
   const Status loaded = SetRig(name);
   if (loaded && EqualNoCase(name, "NONE")) {
@@ -280,6 +304,7 @@ Status Station::ChooseRig(const std::string& name) {
 }
 
 cat::SendOutcome Station::Rig_Click(int number) {
+  functions.scanner.OperatorActs();
   const std::string before = *console.RigNumber;
   engine.operations.SendWaiting();
   engine.dispatcher.ReleaseTransmitter();
@@ -306,6 +331,7 @@ cat::SendOutcome Station::SendRaw(const std::string& command) {
 Status Station::xRig_Click(int slot) {
   if (slot < 0 || slot > config::kSavedRigs)
     return Error{ErrorCode::kInvalid, "there is no saved rig " + std::to_string(slot)};
+  functions.scanner.OperatorActs();
   if (auto applied = InitRig(std::to_string(slot)); !applied) return applied;
   console.NoLimits.Set(false);
   console.RigSlot.Set(slot);
@@ -314,6 +340,7 @@ Status Station::xRig_Click(int slot) {
 }
 
 void Station::SetRigPort(int number, int speed) {
+  functions.scanner.OperatorActs();
   settings_.rig_port = number;
   settings_.rig_speed = speed;
   KeepInFile(config::RigPortChanges(settings_));
@@ -353,23 +380,36 @@ void Station::FollowLinks() {
   const config::Settings stored = settings_file_.Read();
   if (net) net->Use(links::NetSettings::From(stored));
   if (loggers) loggers->Use(stored, settings_.rig_port, position.logger_program);
+  if (dde) dde->Use(links::DdeSettings::From(stored));
 }
 
 void Station::FollowKeyer() {
-  if (!stopping_) keyer.Use(keyer::KeyerSettings::From(settings_file_.Read(), keyer_slot_), settings_.rig_port);
+  if (stopping_) return;
+  keyer.Use(keyer::KeyerSettings::From(settings_file_.Read(), keyer_slot_), settings_.rig_port);
+  const platform::PortSettings port = RigPort();
+  if (port.number == engine.link.settings().number) engine.link.SetSwitches(port.dtr, port.rts);
 }
 
 bool Station::Escape() {
+  functions.scanner.OperatorActs();
+  functions.keys.StopPresses();
   keyer.Escape();
   return !*console.Transmitting || engine.dispatcher.ReleaseTransmitter();
 }
 
-/// A line of the rig port that keys the transmitter is not raised by the port's own switches.
-void Station::RestKeyingLines(platform::PortSettings& port) const {
+/// A line that keys the transmitter is not raised by the port's own switches.
+platform::PortSettings Station::RigPort() const {
+  platform::PortSettings port{
+      .number = settings_.rig_port, .speed = settings_.rig_speed, .stop_bits = settings_.stop_bits()};
+  if (port.number < config::kSwitchedPorts) {
+    port.dtr = settings_.dtr_on[static_cast<std::size_t>(port.number)];
+    port.rts = settings_.rts_on[static_cast<std::size_t>(port.number)];
+  }
   const keyer::KeyerSettings& keying = keyer.settings();
-  if (keying.kind != keyer::KeyerKind::kRigLine) return;
+  if (keying.kind != keyer::KeyerKind::kRigLine) return port;
   (keying.key_on_rts ? port.rts : port.dtr) = keying.inverted;
   if (keying.use_ptt) (keying.key_on_rts ? port.dtr : port.rts) = keying.inverted;
+  return port;
 }
 
 void Station::SetPace() {
@@ -434,18 +474,19 @@ Task Station::LimitTransmission() {
     Notice("The transmitter was keyed for five minutes and has been released");
 }
 
+/// The release has been written, and may still be on its way to the device.
+Task Station::DisarmWhenDelivered() {
+  while (*console.Port == "open" && engine.link.bytes_unsent() > 0) {
+    co_await loop_.Sleep(kDeliveryCheck);
+  }
+  guard_->Disarm();
+}
+
 void Station::OpenRigPort() {
   if (stopping_) return;
   GiveUpRig(false);
-  platform::PortSettings port{
-      .number = settings_.rig_port, .speed = settings_.rig_speed, .stop_bits = settings_.stop_bits()};
-  if (port.number < config::kSwitchedPorts) {
-    port.dtr = settings_.dtr_on[static_cast<std::size_t>(port.number)];
-    port.rts = settings_.rts_on[static_cast<std::size_t>(port.number)];
-  }
-  RestKeyingLines(port);
   SetPace();
-  engine.link.OpenRigPort(port, !EqualNoCase(*console.RigName, "NONE"));
+  engine.link.OpenRigPort(RigPort(), !EqualNoCase(*console.RigName, "NONE"));
 }
 
 /// The follow-up of a freshly opened port. A transmitter that was keyed when the port went is released before anything
@@ -462,6 +503,7 @@ Task Station::ShutDown() {
   keyer.Stop();
   if (net) net->Close();
   if (loggers) loggers->Close();
+  if (dde) dde->DDEUnload();
   engine.dispatcher.ReleaseTransmitter();
   functions.scanner.Stop();
   engine.operations.SendWaiting();

@@ -18,6 +18,7 @@
 #include "functions/function_keys.h"
 #include "functions/memory_channels.h"
 #include "keyer/keyer.h"
+#include "links/dde_server.h"
 #include "links/logger_links.h"
 #include "links/net_server.h"
 #include "platform/release_guard.h"
@@ -39,6 +40,7 @@ struct StationParts {
   std::function<std::unique_ptr<platform::KeyLine>(const keyer::KeyerSettings&)> key_line;
   platform::TcpServer* net = nullptr;  ///< of the NET rigctl server; null: there is none
   links::LoggerPorts loggers = {};
+  platform::DdeTransport* dde = nullptr;  ///< null: there is none
 };
 
 /// The station: one console with its rig, from start-up to the orderly shut-down. Windows and the headless command line
@@ -80,6 +82,8 @@ class Station {
   /// The saved rig whose keyer port counts; 0: the plain one.
   int keyer_slot() const { return keyer_slot_; }
 
+  /// Sends what the operator has typed: a key of the row or a command.
+  cat::SendOutcome SendCommand(std::string_view key_or_command);
   /// Presses function key 1 to 9.
   cat::SendOutcome PressFunction(int number);
   /// Sets slider #1 to #11 within its bounds and sends its command.
@@ -115,7 +119,7 @@ class Station {
   /// Keeps the console's state in rig.ini now.
   void Save() { KeepInFile(config::ConsoleChanges(settings_)); }
 
-  /// Shows one line to the operator.
+  /// Shows one line to the operator; the same one again is told again.
   void Notice(const std::string& line);
   /// Whether the last rewrite of rig.ini reached the disk.
   bool saved() const { return settings_file_.saved(); }
@@ -142,6 +146,7 @@ class Station {
   Result<config::RigRow> FindRig(const std::string& name) const;
   void GiveUpRig(bool for_another_rig);
   Task LimitTransmission();
+  Task DisarmWhenDelivered();
   void PortOpened();
   cat::SendOutcome SendRaw(const std::string& command);
   void KeepInFile(std::vector<config::SettingChange> changes);
@@ -149,7 +154,7 @@ class Station {
   void FollowLinks();
   void StartNetServer(platform::TcpServer& server);
   void StartLoggerLinks(const StationParts& parts);
-  void RestKeyingLines(platform::PortSettings& port) const;
+  platform::PortSettings RigPort() const;
 
   Loop& loop_;
   platform::Files& files_;
@@ -174,10 +179,12 @@ class Station {
   keyer::Keyer keyer;
   std::unique_ptr<links::NetServer> net;        ///< null: there is none
   std::unique_ptr<links::LoggerLinks> loggers;  ///< the same
+  std::unique_ptr<links::DdeServer> dde;        ///< the same
 
  private:
   Clock clock_;
   int keyer_slot_ = 0;
+  TimePoint noticed_at_{};
   bool stopping_ = false;    ///< the shut-down has begun: the rig gets nothing more but its release
   std::vector<Task> saves_;  ///< rewrites of rig.ini under way
   Console::Subscription transmission_;
@@ -185,6 +192,8 @@ class Station {
 
   Task levels_;
   Task limit_;  ///< of the transmission under way
+  platform::ReleaseGuard* guard_ = nullptr;
+  Task disarm_;
 };
 
 }  // namespace kvx::console

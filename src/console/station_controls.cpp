@@ -39,6 +39,11 @@ cat::SendOutcome Station::PressAgc(const std::string& key) {
   return outcome;
 }
 
+cat::SendOutcome Station::SendCommand(std::string_view key_or_command) {
+  functions.scanner.OperatorActs();
+  return engine.dispatcher.SendData(key_or_command);
+}
+
 cat::SendOutcome Station::PressKey(std::string_view key, const std::string& name) {
   const cat::SendOutcome outcome = engine.dispatcher.SendData(key);
   if (outcome == cat::SendOutcome::kSent) announcer.Operated(name);

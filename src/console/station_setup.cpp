@@ -72,6 +72,7 @@ Status StationSetup::SetDevice(int number, const std::string& address) {
   if (auto checked = CheckDevice(address); !checked) return checked;
   if (address != AddressOf(number)) {
     if (auto written = platform::WriteAddress(files_, station_.folder(), number, address); !written) return written;
+    station_.keyer.PortMoved(number);
   }
   if (number == station_.settings().rig_port) station_.OpenRigPort();
   return Ok();
@@ -110,6 +111,7 @@ Status StationSetup::ApplyRigPort(const RigPortChoice& choice) {
   if (choice.number > 0 && choice.address != AddressOf(choice.number)) {
     auto written = platform::WriteAddress(files_, station_.folder(), choice.number, choice.address);
     if (!written) return written;
+    station_.keyer.PortMoved(choice.number);
   }
   station_.ChangeSettings(
       [&](config::StationSettings& settings) {
@@ -269,10 +271,10 @@ Result<std::string> StationSetup::Setting(const std::string& key) const {
   return config::ShownValue(*setting, Stored());
 }
 
-/// The keyer as it would be with that line. Only what chooses a port or an output can be in another's way.
+/// The keyer as it would be with that line. Only what chooses a port, an output or its levels can be in another's way.
 Status StationSetup::CheckKeyer(const config::KeptSetting& setting, const std::string& value) const {
   const std::string& key = setting.key;
-  const bool chooses = key.starts_with("KEYERPORT") || key == "PADDLECOM=" || key.starts_with("WINKEY");
+  const bool chooses = key.starts_with("KEYERPORT") || key == "PADDLECOM=" || key == "INVERT=" || key.starts_with("WINKEY");
   if (!chooses) return Ok();
   int slot = station_.keyer_slot();
   if (key == "KEYERPORT=") slot = 0;

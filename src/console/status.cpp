@@ -56,6 +56,15 @@ std::string NetJson(const links::NetServer& net) {
       .str();
 }
 
+std::string DdeJson(const links::DdeServer& dde) {
+  return JsonObject()
+      .Flag("on", dde.is_active())
+      .Number("clients", dde.conversations())
+      .Text("told", dde.told())
+      .Text("state", dde.state())
+      .str();
+}
+
 /// Of one of the links to a logger.
 template <class Link>
 std::string LoggerJson(const Link& link) {
@@ -72,6 +81,7 @@ std::string LinksJson(const Station& station) {
   if (station.loggers) {
     links.Raw("logger", LoggerJson(station.loggers->logger)).Raw("keyer", LoggerJson(station.loggers->winkey));
   }
+  if (station.dde) links.Raw("dde", DdeJson(*station.dde));
   if (station.net) links.Raw("net", NetJson(*station.net));
   return links.str();
 }

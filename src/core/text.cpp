@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "core/hex_text.h"
+#include "core/utf8.h"
 
 namespace kvx {
 namespace {
@@ -35,24 +36,6 @@ Mark ReadMark(std::string_view text) {
     if (const auto byte = HexByte(text.substr(3, 2))) return {6, static_cast<char>(*byte)};
   }
   return {};
-}
-
-/// Length of the UTF-8 sequence at the start of `text`, 0 when there is none.
-std::size_t Utf8Length(std::string_view text) {
-  const auto lead = static_cast<unsigned char>(text[0]);
-  const std::size_t length = lead < 0x80                   ? 1
-                             : lead >= 0xC2 && lead < 0xE0 ? 2
-                             : (lead & 0xF0) == 0xE0       ? 3
-                             : (lead & 0xF8) == 0xF0       ? 4
-                                                           : 0;
-  if (length == 0 || length > text.size()) return 0;
-  for (std::size_t i = 1; i < length; ++i) {
-    if ((static_cast<unsigned char>(text[i]) & 0xC0) != 0x80) return 0;
-  }
-  const auto second = length > 1 ? static_cast<unsigned char>(text[1]) : 0;
-  const bool overlong = (lead == 0xE0 && second < 0xA0) || (lead == 0xF0 && second < 0x90);
-  const bool beyond = (lead == 0xED && second >= 0xA0) || (lead == 0xF4 && second >= 0x90) || lead > 0xF4;
-  return overlong || beyond ? 0 : length;
 }
 
 }  // namespace

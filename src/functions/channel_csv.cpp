@@ -6,6 +6,7 @@
 
 #include "core/csv.h"
 #include "core/text.h"
+#include "core/utf8.h"
 #include "functions/channel_extras.h"
 #include "functions/memory_file.h"
 
@@ -100,7 +101,9 @@ std::string TakeLine(const Columns& columns, const CsvRecord& record, NumberedCh
   const std::string mode = columns.Of(record, "Mode");
   if (!TakeMode(mode, channel)) extras.push_back({"Mode", mode});
   numbered.has_extras = !extras.empty();
-  channel.comment = WithExtras(columns.Of(record, "Comment"), extras);
+  std::string comment = columns.Of(record, "Comment");
+  channel.vfo = TakeVfo(comment);
+  channel.comment = WithExtras(comment, extras);
   return "";
 }
 
@@ -150,6 +153,8 @@ std::string FormatChannels(const std::vector<NumberedChannel>& channels) {
   for (const auto& [number, channel, has_extras] : channels) {
     std::string comment = channel.comment;
     const ChannelExtras extras = TakeExtras(comment);
+    const std::string vfo = channel.vfo == 0 ? ValueOf(extras, "VFO", "") : std::string(1, channel.vfo);
+    comment = WithExtras(comment, {{"VFO", vfo}});
     csv += std::to_string(number) + ',' + CsvCell(channel.name) + ',' + MhzText(channel.frequency) + ',';
     for (const ExtraColumn& column : columns) csv += ValueOf(extras, column.name, column.none) + ',';
     csv += (channel.mode.empty() ? ValueOf(extras, "Mode", "Auto") : std::string(ModeOf(channel))) + ",5.00," +
@@ -160,7 +165,8 @@ std::string FormatChannels(const std::vector<NumberedChannel>& channels) {
 
 Result<std::vector<NumberedChannel>> ParseChannels(std::string_view csv) {
   if (!IsText(csv)) return Error{ErrorCode::kDamaged, "it holds no text"};
-  CsvReader reader(csv);
+  const std::string text = Utf8Of(csv);
+  CsvReader reader(text);
   const auto heading = reader.Next();
   const Columns columns(heading ? heading->cells : std::vector<std::string>());
   if (!columns.Has("Frequency")) return Fault(1, "the heading names no column Frequency");

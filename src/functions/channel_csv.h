@@ -13,7 +13,8 @@ namespace kvx::functions {
 // Memory channels in the CSV that memory programs for radios exchange (CHIRP's): a heading names the columns, which may
 // come in any order, and versions differ in them. Location, Name, Frequency (MHz), Mode, Skip ("S") and Comment have a
 // place in a channel. Repeater shifts, tones, calls and modes that no rig here has are kept behind the comment, where
-// the operator reads them, and go back into their columns. Steps and powers are the radio's own and are not read.
+// the operator reads them, and go back into their columns. A channel's VFO stands behind the comment in the file. Text
+// that is no UTF-8 is taken as Windows-1252. Steps and powers are the radio's own and are not read.
 
 /// A channel with its number; 0: any.
 struct NumberedChannel {

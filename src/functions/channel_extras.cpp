@@ -14,7 +14,7 @@ bool Fits(const ChannelExtra& extra) {
 
 bool IsKnown(std::string_view name) {
   const auto& columns = ExtraColumns();
-  return name == "Mode" ||
+  return name == "Mode" || name == "VFO" ||
          std::any_of(columns.begin(), columns.end(), [&](const ExtraColumn& column) { return column.name == name; });
 }
 
@@ -60,6 +60,19 @@ ChannelExtras TakeExtras(std::string& comment) {
   }
   comment = Trim(std::string_view(comment).substr(0, open));
   return extras;
+}
+
+char TakeVfo(std::string& comment) {
+  std::string rest = comment;
+  ChannelExtras extras = TakeExtras(rest);
+  const auto vfo = std::find_if(extras.begin(), extras.end(), [](const ChannelExtra& extra) {
+    return extra.name == "VFO" && (extra.value == "A" || extra.value == "B");
+  });
+  if (vfo == extras.end()) return 0;
+  const char name = vfo->value[0];
+  extras.erase(vfo);
+  comment = WithExtras(std::move(rest), extras);
+  return name;
 }
 
 }  // namespace kvx::functions

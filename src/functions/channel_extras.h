@@ -27,5 +27,7 @@ const std::vector<ExtraColumn>& ExtraColumns();
 std::string WithExtras(std::string comment, const ChannelExtras& extras);
 /// Takes them off the comment's end again. Brackets that hold anything else are the operator's.
 ChannelExtras TakeExtras(std::string& comment);
+/// Takes "VFO=A" off it, as a file keeps it: the VFO, 0 when there is none.
+char TakeVfo(std::string& comment);
 
 }  // namespace kvx::functions

@@ -1,5 +1,6 @@
 #include "functions/function_exchange.h"
 
+#include <memory>
 #include <utility>
 
 #include "functions/record_csv.h"
@@ -12,6 +13,8 @@ constexpr const char* kFile = "RigFunctions.CSV";
 constexpr const char* kOtherFile = "RigFunctions.csv";
 constexpr std::size_t kLargestFile = 64U << 20;
 
+constexpr std::size_t kLinesInPiece = 300;
+
 const Error kDeclined{ErrorCode::kInvalid, "it was answered no"};
 
 std::string Rows(std::size_t count) {
@@ -19,6 +22,16 @@ std::string Rows(std::size_t count) {
 }
 
 }  // namespace
+
+/// An import under way.
+struct FunctionExchange::ImportWork {
+  explicit ImportWork(std::string_view content) : reader(content) {}
+  RecordReader reader;
+  std::string file;
+  std::size_t left_out = 0;
+  std::size_t taken = 0;
+  std::function<Result<bool>()> importer;  ///< once the file is read
+};
 
 void FunctionExchange::Export(const Done& done) {
   const Question question{.text = "Do you want to export RigFunctions.csv"};
@@ -71,22 +84,47 @@ Result<platform::Path> FunctionExchange::FindFile() const {
   return Error{ErrorCode::kInvalid, std::string("there are both ") + kFile + " and " + kOtherFile + ": keep one"};
 }
 
+/// Rows of other programs may have no rig name or no frequency, and then an export has none.
+bool FunctionExchange::CanBeFound(const FunctionRecord& record) {
+  return !record.rig.empty() && !record.freq.empty() && (record.rig + record.freq).find('\'') == std::string::npos;
+}
+
 void FunctionExchange::ReadFile(const Done& done) {
+  if (*console_.Transmitting || *console_.Tune)
+    return Fail({ErrorCode::kInvalid, "Not imported: the rig is transmitting"}, done);
   const auto file = FindFile();
   if (!file) return Fail(file.error(), done);
   const auto content = files_.Read(*file, kLargestFile);
   if (!content) return Fail(content.error(), done);
-  auto records = ParseRecords(*content);
-  if (!records) return Fail({records.error().code, file->string() + " " + records.error().message}, done);
-  const std::string sentence = Rows(records->size()) + " from " + file->string();
-  const auto attempt = [this, rows = std::move(*records)] { return store_.Import(rows); };
-  queue_.Do(attempt, [this, sentence, done](const Status& status) {
-    if (!status) return Fail(status.error(), done);
-    store_.changed.Tell();
-    Say("DONE");
-    dialogs_.Show("DONE");
-    if (done) done(sentence);
-  });
+  const auto work = std::make_shared<ImportWork>(*content);
+  work->file = file->string();
+  queue_.DoInPieces([this, work] { return DoPiece(*work); },
+                    [this, work, done](const Status& status) { Finish(*work, status, done); });
+}
+
+/// Reads a piece of the file or, once that is read, writes a piece of the table.
+Result<bool> FunctionExchange::DoPiece(ImportWork& work) const {
+  if (!work.importer) {
+    const auto read = work.reader.ReadSome(kLinesInPiece);
+    if (!read) return Error{read.error().code, work.file + " " + read.error().message};
+    if (!*read) return false;
+    auto& records = work.reader.records;
+    work.left_out = std::erase_if(records, [](const auto& record) { return !CanBeFound(record); });
+    work.taken = records.size();
+    work.importer = store_.Importer(std::move(records));
+  }
+  return work.importer();
+}
+
+void FunctionExchange::Finish(const ImportWork& work, const Status& status, const Done& done) const {
+  if (!status) return Fail(status.error(), done);
+  store_.changed.Tell();
+  const std::string remark =
+      Rows(work.left_out) + " left out: without a rig name and a frequency that a row is found by";
+  if (work.left_out > 0) dialogs_.Show(remark);
+  Say("DONE");
+  dialogs_.Show("DONE");
+  if (done) done(Rows(work.taken) + " from " + work.file + (work.left_out > 0 ? "; " + remark : ""));
 }
 
 }  // namespace kvx::functions

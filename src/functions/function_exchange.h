@@ -20,13 +20,17 @@ class FunctionExchange final {
       : files_(files), folder_(std::move(folder)), console_(console), store_(store), queue_(queue), dialogs_(dialogs) {}
 
   void Export(const Done& done = {});
-  /// All lines or none.
+  /// All lines or none, without those that no row can be found by. Not while the rig transmits.
   void Import(const Done& done = {});
 
  private:
   Result<std::string> WriteFile() const;
   Result<platform::Path> FindFile() const;
+  static bool CanBeFound(const FunctionRecord& record);
+  struct ImportWork;
   void ReadFile(const Done& done);
+  Result<bool> DoPiece(ImportWork& work) const;
+  void Finish(const ImportWork& work, const Status& status, const Done& done) const;
   void Say(const std::string& text) const;
   void Fail(const Error& error, const Done& done) const;
 

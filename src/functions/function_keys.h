@@ -20,6 +20,7 @@ struct FunctionKeys final {
         exchange(files, folder, console, store, queue, dialogs),
         scanner(loop, console, keys, store, dialogs) {
     operations.on_operation = [this] { scanner.OperatorActs(); };
+    keys.on_operation = [this] { scanner.OperatorActs(); };
     operations.on_frequency_sent = [this] { keys.GetFN(); };
   }
   FunctionKeys(const FunctionKeys&) = delete;

@@ -63,9 +63,17 @@ FunctionMemory::FunctionMemory(Loop& loop, Console& console, cat::Operations& op
     : loop_(loop), console_(console), operations_(operations), store_(store), queue_(queue), dialogs_(dialogs) {}
 
 void FunctionMemory::GetFN() {
+  StopPresses();
+  if (rig_chosen()) recall_ = Recall();
+}
+
+void FunctionMemory::StopPresses() {
   recall_ = Task();
   presses_ = Task();
-  if (rig_chosen()) recall_ = Recall();
+}
+
+bool FunctionMemory::IsDisplayed(const FunctionRecord& row) const {
+  return EqualNoCase(row.rig, *console_.RigName) && row.freq == KhzText(*console_.FreqDisp);
 }
 
 Task FunctionMemory::Recall() {
@@ -118,6 +126,7 @@ void FunctionMemory::Write(StoreQueue::Attempt attempt, std::function<std::strin
 
 void FunctionMemory::StoreFN(const std::string& argument, const Done& done) {
   if (!rig_chosen()) return done ? done(NoRig()) : void();
+  if (on_operation) on_operation();
   if (!argument.empty()) note_ = argument;
   FunctionRecord record{.rig = *console_.RigName,
                         .freq = KhzText(*console_.FreqDisp),
@@ -131,6 +140,7 @@ void FunctionMemory::StoreFN(const std::string& argument, const Done& done) {
 
 void FunctionMemory::DelFN(const Done& done) {
   if (!rig_chosen()) return done ? done(NoRig()) : void();
+  if (on_operation) on_operation();
   const auto deleted = std::make_shared<bool>(false);
   const auto attempt = [this, deleted, rig = *console_.RigName, freq = KhzText(*console_.FreqDisp)]() -> Status {
     auto result = store_.Delete(rig, freq);
@@ -152,6 +162,8 @@ void FunctionMemory::ChangeRow(const FunctionRecord& before, const FunctionRecor
 }
 
 void FunctionMemory::DeleteRows(const std::vector<FunctionRecord>& rows, const Done& done) {
+  const auto displayed = [this](const FunctionRecord& row) { return IsDisplayed(row); };
+  if (on_operation && std::any_of(rows.begin(), rows.end(), displayed)) on_operation();
   const auto attempt = [this, rows]() -> Status {
     auto deleted = store_.DeleteRows(rows);
     if (!deleted) return deleted.error();
@@ -164,6 +176,9 @@ void FunctionMemory::DeleteRows(const std::vector<FunctionRecord>& rows, const D
 
 void FunctionMemory::Remember(std::vector<FunctionRecord> deleted) {
   if (deleted.empty()) return;
+  for (const FunctionRecord& row : deleted) {
+    if (IsDisplayed(row)) StopPresses();
+  }
   deleted_.push_back(std::move(deleted));
   if (deleted_.size() > kMostDeletions) deleted_.pop_front();
 }

@@ -40,6 +40,8 @@ class FunctionMemory final {
   void UndoDelete(const Done& done = {});
   /// How many rows that would put back.
   std::size_t deleted_rows() const { return deleted_.empty() ? 0 : deleted_.back().size(); }
+  /// Presses no more of the keys that a recall has still to press.
+  void StopPresses();
   /// What is stored for the rig and the displayed frequency.
   Result<std::optional<FunctionRecord>> Stored();
   /// A row chosen from a list: tunes to its frequency and sets its mode. kInvalid when its frequency cannot be read.
@@ -58,6 +60,8 @@ class FunctionMemory final {
 
   /// Presses function key 1 to 9.
   std::function<void(int number)> press;
+  /// The operator stores or deletes what is stored for the displayed frequency.
+  std::function<void()> on_operation;
 
  private:
   Task Recall();
@@ -66,6 +70,7 @@ class FunctionMemory final {
   bool rig_chosen() const { return *console_.RigName != "NONE"; }
   void Write(StoreQueue::Attempt attempt, std::function<std::string()> sentence, const Done& done);
   void Remember(std::vector<FunctionRecord> deleted);
+  bool IsDisplayed(const FunctionRecord& row) const;
 
   Loop& loop_;
   Console& console_;

@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <memory>
 
 #include "config/rig_row.h"
 #include "config/rig_store.h"
@@ -21,6 +22,7 @@ constexpr const char* kRows =
     " FROM rigfn)";
 // Whoever calls waits in its own way; the window must not stand still.
 constexpr std::chrono::milliseconds kPatience{10};
+constexpr std::size_t kRowsInPiece = 100;
 constexpr int kFirstText = 6;
 constexpr int kFirstPress = kFirstText + static_cast<int>(kKeys);
 
@@ -217,6 +219,44 @@ Status UpdateKeys(SqliteStatement& keys, std::int64_t place, const FunctionRecor
   return Step(keys);
 }
 
+/// Given up, it leaves the table as it was.
+struct ImportUnderWay {
+  std::optional<Sqlite> store;
+  std::optional<SqliteStatement> add;
+  std::optional<SqliteStatement> keys;
+  std::size_t next = 0;
+
+  void Reset() {
+    keys.reset();
+    add.reset();
+    store.reset();
+    next = 0;
+  }
+};
+
+Status Begin(ImportUnderWay& import, const platform::Path& file) {
+  auto store = Sqlite::Open(file, kPatience);
+  if (!store) return store.error();
+  import.store.emplace(std::move(*store));
+  // What has been changed stays in memory until the end: others can read meanwhile.
+  if (const Status set = import.store->Run("PRAGMA cache_spill = OFF"); !set) return set;
+  if (const Status begun = import.store->Run("BEGIN IMMEDIATE"); !begun) return begun;
+  if (const Status complete = config::CompleteTables(*import.store); !complete) return complete;
+  auto add = PrepareAdd(*import.store);
+  if (!add) return add.error();
+  auto keys = PrepareKeys(*import.store);
+  if (!keys) return keys.error();
+  import.add.emplace(std::move(*add));
+  import.keys.emplace(std::move(*keys));
+  return Ok();
+}
+
+Status TakeRow(ImportUnderWay& import, const FunctionRecord& record) {
+  if (const Status fit = MustHaveNoQuote(record.rig, record.freq); !fit) return fit;
+  const auto place = FindOrAdd(*import.store, *import.add, record, ImportCriterion(record.rig, record.freq));
+  return place ? UpdateKeys(*import.keys, *place, record) : Status(place.error());
+}
+
 Update Difference(const FunctionRecord& before, const FunctionRecord& after) {
   struct Column {
     const char* name;
@@ -367,19 +407,31 @@ Status FunctionStore::Change(const FunctionRecord& before, const FunctionRecord&
 }
 
 Status FunctionStore::Import(const std::vector<FunctionRecord>& records) {
-  return InTransaction([&](Sqlite& store) -> Status {
-    auto add = PrepareAdd(store);
-    if (!add) return add.error();
-    auto keys = PrepareKeys(store);
-    if (!keys) return keys.error();
-    for (const FunctionRecord& record : records) {
-      if (const Status fit = MustHaveNoQuote(record.rig, record.freq); !fit) return fit;
-      const auto place = FindOrAdd(store, *add, record, ImportCriterion(record.rig, record.freq));
-      if (!place) return place.error();
-      if (const Status updated = UpdateKeys(*keys, *place, record); !updated) return updated;
+  const auto importer = Importer(records);
+  while (true) {
+    const auto last = importer();
+    if (!last) return last.error();
+    if (*last) return Ok();
+  }
+}
+
+std::function<Result<bool>()> FunctionStore::Importer(std::vector<FunctionRecord> records) const {
+  return [import = std::make_shared<ImportUnderWay>(), records = std::move(records), file = file_]() -> Result<bool> {
+    if (!import->keys) {
+      if (const Status begun = Begin(*import, file); !begun) {
+        import->Reset();  // which takes everything back
+        return begun.error();
+      }
     }
-    return Ok();
-  });
+    for (std::size_t i = 0; i < kRowsInPiece && import->next < records.size(); ++i) {
+      if (const Status taken = TakeRow(*import, records[import->next]); !taken) return taken.error();
+      ++import->next;
+    }
+    if (import->next < records.size()) return false;
+    if (const Status written = import->store->Run("COMMIT"); !written) return written.error();
+    import->Reset();
+    return true;
+  };
 }
 
 }  // namespace kvx::functions

@@ -48,6 +48,9 @@ class FunctionStore final {
   /// Adds the rows, or changes those that are there, all or none: texts and marks; mode, scan and description of a row
   /// stay as they are.
   Status Import(const std::vector<FunctionRecord>& records);
+  /// The same in pieces of some milliseconds: each call does one, and the last one gives true. Nothing of it is in the
+  /// table before, nor when it is given up.
+  std::function<Result<bool>()> Importer(std::vector<FunctionRecord> records) const;
 
   /// Told when rows have been stored, changed, deleted or imported by this program.
   Listeners changed;

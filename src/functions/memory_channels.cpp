@@ -235,10 +235,10 @@ Result<std::string> MemoryChannels::Take(const std::vector<NumberedChannel>& cha
          (extras == 0 ? "" : "; shifts, tones or modes of " + std::to_string(extras) + " are kept in their comments");
 }
 
-Result<std::string> MemoryChannels::Import(const platform::Path& file, bool replace) {
+Result<std::string> MemoryChannels::Import(const platform::Path& file, Conflict conflict) {
   const auto channels = Read(file);
   if (!channels) return channels.error();
-  return Take(*channels, replace ? Conflict::kReplace : Conflict::kRefuse, file);
+  return Take(*channels, conflict, file);
 }
 
 }  // namespace kvx::functions

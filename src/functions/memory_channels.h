@@ -65,9 +65,8 @@ class MemoryChannels final {
 
   /// Writes all channels as CSV; a file name without a folder is one of the station folder. Gives a sentence.
   Result<std::string> Export(const platform::Path& file) const;
-  /// Takes the channels of a CSV file, all or none. One without a usable number goes to the first free channel; one
-  /// that is there already is replaced only when `replace`.
-  Result<std::string> Import(const platform::Path& file, bool replace);
+  /// Takes the channels of a CSV file, all or none. One without a usable number goes to the first free channel.
+  Result<std::string> Import(const platform::Path& file, Conflict conflict);
   /// The same in steps, for who has to ask in between: what the file holds, the numbers that are there already, and
   /// taking it.
   Result<std::vector<NumberedChannel>> Read(const platform::Path& file) const;

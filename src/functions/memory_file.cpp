@@ -5,6 +5,7 @@
 #include "core/csv.h"
 #include "core/lines.h"
 #include "core/text.h"
+#include "core/utf8.h"
 
 namespace kvx::functions {
 namespace {
@@ -62,7 +63,8 @@ std::string CsvCell(const std::string& text) {
 }
 
 Result<MemoryFile> ParseMemories(std::string_view content) {
-  std::string_view rest = WithoutByteOrderMark(content);
+  const std::string text = Utf8Of(content);
+  std::string_view rest = WithoutByteOrderMark(text);
   if (!IsText(content) || Trim(TakeLine(rest).text) != kFirstLine)
     return Error{ErrorCode::kDamaged, "it does not begin with \"" + std::string(kFirstLine) + "\""};
   MemoryFile file;

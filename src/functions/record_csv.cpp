@@ -1,11 +1,13 @@
 #include "functions/record_csv.h"
 
 #include <algorithm>
+#include <limits>
+#include <utility>
 
 #include "config/rig_row.h"
-#include "core/frequency.h"
 #include "core/lines.h"
 #include "core/text.h"
+#include "core/utf8.h"
 
 namespace kvx::functions {
 namespace {
@@ -60,7 +62,8 @@ std::vector<std::string> SplitLine(std::string_view line) {
 /// Puts the fields of one line into the record; what is wrong with it, else empty.
 std::string TakeFields(const std::vector<std::string>& fields, FunctionRecord& record) {
   if (fields.size() <= kFreq) {
-    return "it has " + std::to_string(fields.size()) + " fields, but a record has 23, of which the first 20 are needed";
+    return "it has " + std::to_string(fields.size()) + (fields.size() == 1 ? " field" : " fields") +
+           ", but a record has 23, of which the first 20 are needed";
   }
   for (std::size_t i = 0; i < kKeys; ++i) {
     record.texts[i] = fields[i];
@@ -73,9 +76,6 @@ std::string TakeFields(const std::vector<std::string>& fields, FunctionRecord& r
   }
   record.rig = Trim(fields[kRig]);
   record.freq = Trim(fields[kFreq]);
-  if (record.rig.empty()) return "it has no rig name";
-  if ((record.rig + record.freq).find('\'') != std::string::npos) return "a name with a quote in it finds no row";
-  if (!ParseKhz(record.freq)) return "\"" + OneLine(record.freq, 40) + "\" is no frequency in kHz";
   if (fields.size() > kMode) record.mode = fields[kMode];
   if (fields.size() > kScan) record.scan = fields[kScan];
   for (std::size_t i = kDescription; i < fields.size(); ++i)
@@ -91,17 +91,29 @@ std::string FormatRecords(const std::vector<FunctionRecord>& records) {
   return csv;
 }
 
-Result<std::vector<FunctionRecord>> ParseRecords(std::string_view csv) {
-  if (!IsText(csv)) return Error{ErrorCode::kDamaged, "it holds no text"};
-  std::vector<FunctionRecord> records;
-  std::string_view rest = WithoutByteOrderMark(csv);
-  for (int number = 1; !rest.empty(); ++number) {
+RecordReader::RecordReader(std::string_view csv) : is_text_(IsText(csv)), text_(Utf8Of(csv)) {
+  at_ = text_.size() - WithoutByteOrderMark(text_).size();
+}
+
+Result<bool> RecordReader::ReadSome(std::size_t lines) {
+  if (!is_text_) return Error{ErrorCode::kDamaged, "it holds no text"};
+  std::string_view rest = std::string_view(text_).substr(at_);
+  for (; lines > 0 && !rest.empty(); --lines) {
     const std::string_view line = TakeLine(rest).text;
+    ++line_;
     if (Trim(line).empty()) continue;
     const std::string fault = TakeFields(SplitLine(line), records.emplace_back());
-    if (!fault.empty()) return Error{ErrorCode::kInvalid, "line " + std::to_string(number) + ": " + fault};
+    if (!fault.empty()) return Error{ErrorCode::kInvalid, "line " + std::to_string(line_) + ": " + fault};
   }
-  return records;
+  at_ = text_.size() - rest.size();
+  return rest.empty();
+}
+
+Result<std::vector<FunctionRecord>> ParseRecords(std::string_view csv) {
+  RecordReader reader(csv);
+  const auto read = reader.ReadSome(std::numeric_limits<std::size_t>::max());
+  if (!read) return read.error();
+  return std::move(reader.records);
 }
 
 }  // namespace kvx::functions

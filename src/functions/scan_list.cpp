@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "core/text.h"
+#include "functions/memory_channels.h"
 
 namespace kvx::functions {
 
@@ -13,7 +14,8 @@ std::vector<ScanStop> ScanStops(std::vector<FunctionRecord> rows, Frequency star
   std::vector<ScanStop> stops;
   for (FunctionRecord& row : rows) {
     const auto frequency = ParseKhz(row.freq);
-    if (frequency && *frequency >= low && *frequency <= high) stops.push_back({*frequency, std::move(row)});
+    if (frequency && *frequency >= low && *frequency <= high)
+      stops.push_back({.frequency = *frequency, .row = std::move(row)});
   }
   // Of one frequency the wanted row first, which is the one that stays.
   std::stable_sort(stops.begin(), stops.end(), [&rig](const ScanStop& a, const ScanStop& b) {
@@ -23,6 +25,19 @@ std::vector<ScanStop> ScanStops(std::vector<FunctionRecord> rows, Frequency star
   const auto same = [](const ScanStop& a, const ScanStop& b) { return a.frequency == b.frequency; };
   stops.erase(std::unique(stops.begin(), stops.end(), same), stops.end());
   if (down) std::reverse(stops.begin(), stops.end());
+  return stops;
+}
+
+std::vector<ScanStop> ChannelStops(const MemoryChannels& memories) {
+  std::vector<ScanStop> stops;
+  for (int number = 1; number <= kChannels; ++number) {
+    const MemoryChannel& channel = memories.channel(number);
+    if (channel.empty() || channel.skip) continue;
+    const std::string name = "memory " + std::to_string(number) + " " + channel.name;
+    stops.push_back({.frequency = channel.frequency,
+                     .row = {.mode = channel.mode, .description = std::string(Trim(name))},
+                     .channel = number});
+  }
   return stops;
 }
 

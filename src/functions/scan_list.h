@@ -8,10 +8,13 @@
 
 namespace kvx::functions {
 
-/// One stop of a scan.
+class MemoryChannels;
+
+/// One stop of a scan: a stored row, or a memory channel, whose name then is the row's description.
 struct ScanStop {
   Frequency frequency;
   FunctionRecord row;
+  int channel = 0;  ///< 0: it is a row
 };
 
 /// The stops of a scan between two frequencies, whichever is the higher, both included: in the order of their
@@ -19,5 +22,8 @@ struct ScanStop {
 /// whose frequency cannot be read is no stop.
 std::vector<ScanStop> ScanStops(std::vector<FunctionRecord> rows, Frequency start, Frequency end, bool down,
                                 const std::string& rig);
+
+/// The memory channels that hold something and are not skipped, in their order.
+std::vector<ScanStop> ChannelStops(const MemoryChannels& memories);
 
 }  // namespace kvx::functions

@@ -13,13 +13,13 @@ using namespace std::chrono_literals;
 using Phase = ScanState::Phase;
 
 constexpr Duration kLevelCheck = 50ms;
-constexpr Duration kShortestDwell = 100ms;
-constexpr Duration kLongest = 1h;
 // A rig may tell what it was tuned to less exactly than it was told.
 constexpr Frequency kRounding = Frequency::FromHz(100);
 // A rig may bring its own mode with a frequency and tells so this much later.
 constexpr Duration kModeFollows = 1500ms;
 constexpr const char* kNoEnds = "Please set the start and end frequencies before clicking the scan button.";
+constexpr const char* kNoChannel = "Every memory channel is empty or skipped in scans";
+constexpr const char* kTransmits = "the rig transmits";
 constexpr const char* kNoRow = "Could not find a row that had a 'Y' in the scan field";
 
 bool Near(Frequency a, Frequency b) {
@@ -57,9 +57,9 @@ void Scanner::SetEnd(Frequency frequency) {
 void Scanner::SetSettings(const ScanSettings& settings) {
   const bool turned = settings.down != settings_.down;
   settings_ = settings;
-  settings_.dwell = std::clamp<Duration>(settings.dwell, kShortestDwell, kLongest);
-  settings_.hang = std::clamp<Duration>(settings.hang, 0ms, kLongest);
-  settings_.settle = std::clamp<Duration>(settings.settle, 0ms, kLongest);
+  settings_.dwell = std::clamp<Duration>(settings.dwell, kShortestDwell, kLongestScanTime);
+  settings_.hang = std::clamp<Duration>(settings.hang, 0ms, kLongestScanTime);
+  settings_.settle = std::clamp<Duration>(settings.settle, 0ms, kLongestScanTime);
   if (!turned || stops_.empty()) return;
   // Goes back from where it is.
   std::reverse(stops_.begin(), stops_.end());
@@ -67,21 +67,37 @@ void Scanner::SetSettings(const ScanSettings& settings) {
   next_ = heard + 1;
 }
 
-Status Scanner::Start() {
+Status Scanner::Start(ScanSource source) {
   Stop();
+  source_ = source;
   const auto refuse = [this](ErrorCode code, const std::string& why) -> Status {
     dialogs_.Show(why);
     return Error{code, why};
   };
   if (*console_.RigName == "NONE") return Error{ErrorCode::kInvalid, "no rig is selected"};
-  if (!start_ || !end_) return refuse(ErrorCode::kInvalid, kNoEnds);
-  if (*console_.Transmitting) return refuse(ErrorCode::kInvalid, "the rig is transmitting");
+  if (source == ScanSource::kRows && (!start_ || !end_)) return refuse(ErrorCode::kInvalid, kNoEnds);
+  if (transmits()) return refuse(ErrorCode::kInvalid, "There is no scanning while the rig transmits or CW is sent");
   if (const Status read = ReadStops(); !read) return refuse(read.error().code, read.error().message);
+  deaf_.clear();
+  hears_from_ = {};
+  CheckHearing();
   run_ = Run();
   return running() ? Ok() : Status(Error{ErrorCode::kInvalid, state_.why});
 }
 
+bool Scanner::StopsMayDiffer() const {
+  return source_ == ScanSource::kMemories || store_.Stamp() != stamp_;
+}
+
 Status Scanner::ReadStops() {
+  if (source_ == ScanSource::kMemories) {
+    auto held = channels ? channels() : std::vector<ScanStop>();
+    if (held.empty()) return Error{ErrorCode::kNotFound, kNoChannel};
+    if (settings_.down) std::reverse(held.begin(), held.end());
+    stops_ = std::move(held);
+    next_ = 0;
+    return Ok();
+  }
   std::string stamp = store_.Stamp();
   auto rows = store_.ToScan();
   if (!rows) return rows.error();
@@ -115,15 +131,15 @@ Task Scanner::Run() {
     listen_ = Listen();
     co_await listen_;
     if (next_ < stops_.size()) continue;
-    // Rows may have been marked or deleted meanwhile. A store that another program is writing is read next time.
-    const Status read = store_.Stamp() == stamp_ ? Ok() : ReadStops();
+    // Stops may have been marked or deleted meanwhile. A store that another program is writing is read next time.
+    const Status read = StopsMayDiffer() ? ReadStops() : Ok();
     if (!read && read.error().code == ErrorCode::kNotFound) {
-      dialogs_.Show(kNoRow);
+      state_.why = read.error().message;
+      dialogs_.Show(state_.why);
       break;
     }
     next_ = 0;
   }
-  state_.why = state_.why.empty() ? kNoRow : state_.why;
   Enter(Phase::kStopped);
 }
 
@@ -136,19 +152,43 @@ bool Scanner::TuneNext() {
   tuned_at_ = loop_.Now();
   if (!there) {
     acting_ = true;
-    const auto outcome = functions_.Retrieve(stop.row);
+    const auto outcome = stop.channel > 0 ? recall(stop.channel) : functions_.Retrieve(stop.row);
     acting_ = false;
-    if (outcome && *outcome == cat::SendOutcome::kClosed) {
+    if (outcome && *outcome == cat::SendOutcome::kClosed)
       state_.why = "the rig port is closed (" + *console_.Port + ")";
-      return false;
-    }
   }
+  if (state_.why.empty()) state_.why = Obstacle();
+  if (!state_.why.empty()) return false;
   Enter(Phase::kListening);
   return running();
 }
 
-bool Scanner::IsLoud() const {
-  return settings_.level && level && level() > *settings_.level;
+bool Scanner::transmits() const {
+  return *console_.Transmitting || *console_.Tuning || *console_.Tune || *console_.KeyerState == "busy" ||
+         (sending && sending());
+}
+
+/// Why the scan cannot go on; empty: it can.
+std::string Scanner::Obstacle() const {
+  if (transmits()) return kTransmits;
+  if (*console_.Port == "open") return {};
+  return *console_.Port == "closed" ? "the rig port is closed" : "the rig port is closed (" + *console_.Port + ")";
+}
+
+/// A level that nobody measures would hold the scan for ever, or never: the operator is told.
+void Scanner::CheckHearing() {
+  if (!settings_.level) return;
+  const std::string why = deaf ? deaf() : std::string();
+  const std::string before = std::exchange(deaf_, why);
+  if (why == before) return;
+  if (why.empty()) hears_from_ = loop_.Now() + settings_.settle;
+  if (!why.empty()) dialogs_.Show("The scan does not stop on a level: " + why);
+}
+
+bool Scanner::IsLoud() {
+  CheckHearing();
+  if (!settings_.level || !level || !deaf_.empty() || loop_.Now() < hears_from_) return false;
+  return level() > *settings_.level;
 }
 
 Task Scanner::Listen() {
@@ -172,7 +212,20 @@ void Scanner::OperatorActs() {
 }
 
 void Scanner::Follow(Field field) {
-  if (!running() || acting_ || functions_.acting()) return;
+  if (!running() || acting_) return;
+  switch (field) {
+    case Field::kTransmitting:  // by a key that was pressed on arrival as well
+    case Field::kTuning:
+    case Field::kTune:
+    case Field::kKeyer:
+    case Field::kCwProgress:
+      return transmits() ? Stop(kTransmits) : void();
+    case Field::kPort:
+      return *console_.Port == "open" ? void() : Stop(Obstacle());
+    default:
+      break;
+  }
+  if (functions_.acting()) return;
   switch (field) {
     case Field::kFreqDisp:
       return Near(*console_.FreqDisp, state_.stop->frequency) ? void() : Stop("the frequency was changed");
@@ -186,9 +239,6 @@ void Scanner::Follow(Field field) {
       return Stop("another rig was chosen");
     case Field::kFunctionText:
       return Stop("a function key was set");
-    case Field::kTransmitting:
-    case Field::kTuning:
-      return *console_.Transmitting || *console_.Tuning ? Stop("the rig transmits") : void();
     default:
       return;
   }

@@ -13,6 +13,8 @@ namespace kvx::functions {
 class StoreQueue final {
  public:
   using Attempt = std::function<Status()>;
+  /// A piece of a long work: true when that was the last one.
+  using Piece = std::function<Result<bool>()>;
   using Done = std::function<void(const Status& status)>;
 
   explicit StoreQueue(Loop& loop) : loop_(loop) {}
@@ -21,13 +23,15 @@ class StoreQueue final {
 
   /// Tries now, when nothing waits, and else in its turn; `done` may be called before this returns.
   void Do(Attempt attempt, Done done);
+  /// The same piece by piece; whatever else the program has to do gets its turn in between.
+  void DoInPieces(Piece piece, Done done);
   bool idle() const { return jobs_.empty(); }
   /// Waits until everything is done.
   Task Finish();
 
  private:
   struct Job {
-    Attempt attempt;
+    Piece piece;
     Done done;
     TimePoint until;
   };

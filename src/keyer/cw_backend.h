@@ -36,9 +36,20 @@ class CwBackend {
   virtual bool Key(bool down) = 0;
 
   std::function<void()> on_ready;
-  std::function<void(const std::string& why)> on_failed;  ///< Open did not succeed
-  std::function<void(const std::string& why)> on_lost;    ///< the keyer or its port has gone; nothing is pending
-  std::function<void()> on_progress;                      ///< room() or pending() has changed
+  /// Open did not succeed, or a try after it that nobody asked for; empty: nothing that the operator does not know.
+  std::function<void(const std::string& why)> on_failed;
+  std::function<void(const std::string& why)> on_lost;  ///< the keyer or its port has gone; nothing is pending
+  /// What was pending will not be sent; the keyer itself works.
+  std::function<void(const std::string& why)> on_dropped;
+  std::function<void()> on_progress;                       ///< room(), pending() or state() has changed
+  std::function<void(const std::string& line)> on_notice;  ///< one line for the operator
+
+ protected:
+  /// Calls a copy: a handler may put another into its own place.
+  template <class Handler, class... Values>
+  static void Tell(Handler handler, const Values&... values) {
+    if (handler) handler(values...);
+  }
 };
 
 }  // namespace kvx::keyer

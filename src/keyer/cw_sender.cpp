@@ -13,6 +13,7 @@ constexpr std::size_t kSentKept = 2000;  // bytes
 constexpr std::size_t kLatestKept = 100;
 constexpr std::size_t kHistoryKept = 50;
 constexpr std::size_t kLongestHistory = 500;
+constexpr const char* kNotReady = "The keyer does not work";
 
 void Append(std::string& text, std::string_view more, std::size_t limit) {
   text += more;
@@ -26,6 +27,8 @@ void CwSender::Use(CwBackend* backend) {
     backend_->on_ready = nullptr;
     backend_->on_failed = nullptr;
     backend_->on_lost = nullptr;
+    backend_->on_dropped = nullptr;
+    backend_->on_notice = nullptr;
     backend_->on_progress = nullptr;
   }
   backend_ = backend;
@@ -46,6 +49,10 @@ void CwSender::Use(CwBackend* backend) {
     Drop(why);
     if (on_gone) on_gone();
   };
+  backend_->on_dropped = [this](const std::string& why) { Drop(why); };
+  backend_->on_notice = [this](const std::string& line) {
+    if (on_notice) on_notice(line);
+  };
 }
 
 Status CwSender::Type(const std::vector<std::string>& symbols) {
@@ -59,15 +66,16 @@ Status CwSender::Type(const std::vector<std::string>& symbols) {
   return Ok();
 }
 
-bool CwSender::Backspace() {
-  if (waiting_.empty()) return false;
-  waiting_.pop_back();
-  Changed();
-  return true;
+std::size_t CwSender::Backspace(std::size_t count) {
+  const std::size_t taken = std::min(count, waiting_.size());
+  waiting_.erase(waiting_.end() - static_cast<std::ptrdiff_t>(taken), waiting_.end());
+  if (taken > 0) Changed();
+  return taken;
 }
 
 void CwSender::Abort() {
   if (backend_ != nullptr) backend_->Abort();
+  paused_ = false;
   Clear();
 }
 
@@ -113,20 +121,22 @@ void CwSender::Begin() {
   begun_first_ = true;
   first_began_ = loop_.Now();
   ++begun_;
-  const std::string shown = ShownSymbol(given_.front());
-  latest_.push_back(given_.front());
+  const std::string symbol = given_.front();  // whoever hears of it may stop everything
+  const std::string shown = ShownSymbol(symbol);
+  latest_.push_back(symbol);
   if (latest_.size() > kLatestKept) latest_.pop_front();
   Append(sent_, shown, kSentKept);
   Append(text_, shown, kLongestHistory);
-  if (on_symbol) on_symbol(given_.front(), wpm_);
+  if (on_symbol) on_symbol(symbol, wpm_);
 }
 
 void CwSender::Drop(const std::string& why) {
   const std::size_t lost = given_.size() + waiting_.size();
-  std::string line = why;
+  std::string line = why.empty() ? kNotReady : why;
   if (lost > 0) line += "; " + std::to_string(lost) + (lost == 1 ? " character was" : " characters were") + " not sent";
   Clear();
-  if (on_notice) on_notice(line);
+  const bool is_news = !why.empty() || lost > 0;
+  if (is_news && on_notice) on_notice(line);
 }
 
 void CwSender::Clear() {
@@ -134,7 +144,6 @@ void CwSender::Clear() {
   waiting_.clear();
   given_.clear();
   begun_first_ = false;
-  paused_ = false;
   const std::string_view text = Trim(text_);
   if (!text.empty()) history_.emplace_back(text);
   if (history_.size() > kHistoryKept) history_.pop_front();

@@ -29,11 +29,11 @@ class CwSender {
   /// Appends symbols; a keyer that is not open is opened. kClosed without a keyer, kBusy when they do not fit: then
   /// none is taken.
   Status Type(const std::vector<std::string>& symbols);
-  /// Takes back the last symbol that has not been given to the keyer; false when there is none.
-  bool Backspace();
+  /// Takes back up to so many of the last symbols that have not been given to the keyer; how many it took.
+  std::size_t Backspace(std::size_t count = 1);
   /// Stops at once and forgets what waits. Ends a pause.
   void Abort();
-  /// After what the keyer has been given it waits.
+  /// After what the keyer has been given it waits, also for what is typed later. Only Abort ends it otherwise.
   void Pause(bool on);
   void SetSpeed(int wpm);
 

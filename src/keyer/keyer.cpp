@@ -33,6 +33,10 @@ Status CheckPorts(const KeyerSettings& settings, int rig_port) {
   const bool has_port = settings.kind == KeyerKind::kWinkey || settings.kind == KeyerKind::kComLine;
   if (has_port && rig_port > 0 && settings.port == rig_port)
     return Error{ErrorCode::kInvalid, "You can not set the keyer port the same as the rig port"};
+  // A closed port has its lines low, and between two openings there is nobody to raise them.
+  if (settings.kind == KeyerKind::kRigLine && settings.inverted)
+    return Error{ErrorCode::kInvalid,
+                 "The rig port's lines cannot be keyed inverted (INVERT): a closed port would transmit"};
   return Ok();
 }
 
@@ -48,7 +52,8 @@ Keyer::Keyer(const KeyerParts& parts)
       console_(parts.console),
       engine_(parts.engine),
       parts_(parts),
-      sender_(parts.loop) {
+      sender_(parts.loop),
+      tuner_(parts.loop, parts.console) {
   if (parts.port != nullptr && !parts.make_backend)
     winkeyer_ = std::make_unique<WinKeyer>(loop_, console_, *parts.port, parts.guard);
   sender_.on_change = [this] {
@@ -62,13 +67,16 @@ Keyer::Keyer(const KeyerParts& parts)
   sender_.on_silence = [this] {
     if (on_silence) on_silence();
   };
+  tuner_.on_notice = [this](const std::string& line) { Notice(line); };
+  tuner_.on_key = [this](bool down) {
+    if (on_key) on_key(down);
+  };
   sender_.on_ready = [this] { Ready(); };
   sender_.on_gone = [this] { Gone(); };
   console_changes_ = console_.Subscribe([this](Field field) { Follow(field); });
 }
 
 Keyer::~Keyer() {
-  loop_.StopTimer(tune_limit_);
   loop_.StopTimer(keep_speed_);
   sender_.Use(nullptr);
 }
@@ -96,11 +104,13 @@ void Keyer::Replace() {
   replacing_ = true;  // what is between the two keyers is no state to show
   StopSending();
   sender_.Use(nullptr);
+  tuner_.Use(nullptr, Duration{0});
   if (backend_ != nullptr) backend_->Close();
   if (made_) retired_ = std::move(made_);
   failed_ = false;
   backend_ = Choose();
   sender_.Use(backend_);
+  tuner_.Use(backend_, settings_.tune_limit);
   // A line is opened as well, so that it stands at rest. The rig's own keyer and a line of the rig port wait for that.
   if (backend_ != nullptr && (!with_rig() || engine_.link.is_open())) backend_->Open();
   replacing_ = false;
@@ -134,9 +144,13 @@ std::unique_ptr<CwBackend> Keyer::MakeSoftwareKeyer() {
     Notice("There is no line to key on " + KeyerWord(settings_.kind, settings_.port));
     return nullptr;
   }
-  auto keyer = std::make_unique<SoftwareKeyer>(loop_, std::move(line), settings_);
-  keyer->on_notice = [this](const std::string& text) { Notice(text); };
-  return keyer;
+  return std::make_unique<SoftwareKeyer>(loop_, std::move(line), settings_);
+}
+
+void Keyer::PortMoved(int number) {
+  const bool own = settings_.kind == KeyerKind::kWinkey || settings_.kind == KeyerKind::kComLine;
+  const bool on_it = own ? settings_.port == number : settings_.kind == KeyerKind::kRigLine && rig_port_ == number;
+  if (used_ && !stopping_ && on_it) Replace();
 }
 
 void Keyer::Open() {
@@ -183,8 +197,7 @@ Result<CwTaken> Keyer::Take(std::string_view text) {
   const CwText parsed = ParseCwText(text);
   CwTaken taken{.characters = static_cast<int>(parsed.symbols.size()), .left_out = parsed.complaint()};
   for (const std::string& symbol : parsed.symbols) taken.length += MorseLength(symbol, *console_.CWSpeed);
-  if (*console_.Tune) KeyUp();
-  tune_when_ready_ = false;
+  tuner_.Stop();
   if (const Status typed = sender_.Type(parsed.symbols); !typed) return typed.error();
   return taken;
 }
@@ -233,18 +246,13 @@ void Keyer::SendChar1(int code) {
 
 /// Also what the keyer may have from elsewhere.
 void Keyer::Escape() {
-  StopTuning();
+  tuner_.Stop();
   sender_.Abort();
 }
 
 void Keyer::StopSending() {
-  StopTuning();
+  tuner_.Stop();
   if (sender_.sending()) sender_.Abort();
-}
-
-void Keyer::StopTuning() {
-  tune_when_ready_ = false;
-  if (*console_.Tune) KeyUp();
 }
 
 Status Keyer::SetSpeed(int wpm) {
@@ -254,61 +262,33 @@ Status Keyer::SetSpeed(int wpm) {
 }
 
 void Keyer::TuneIt() {
-  const Status done = Tune(!*console_.Tune && !tune_when_ready_);
+  const Status done = Tune(!*console_.Tune && !tuner_.is_wished());
   if (!done) Notice(done.error().message);
 }
 
 Status Keyer::Tune(bool on) {
   if (!on) {
-    StopTuning();
+    tuner_.Stop();
     return Ok();
   }
   if (stopping_) return Closed("the console is closing");
   if (backend_ == nullptr) return Closed(kNoKeyer);
   if (*console_.Tune) return Ok();
   if (sender_.sending()) sender_.Abort();
-  if (backend_->ready()) return KeyDown();
-  tune_when_ready_ = true;
-  backend_->Open();
+  const Status started = tuner_.Start();
   ShowState();
-  return Ok();
-}
-
-Status Keyer::KeyDown() {
-  tune_when_ready_ = false;
-  if (!backend_->Key(true)) return Error{ErrorCode::kInvalid, "This keyer cannot hold the key down"};
-  console_.Tune.Set(true);
-  loop_.StopTimer(tune_limit_);
-  tune_limit_ = loop_.StartTimer(loop_.Now() + settings_.tune_limit, [this] {
-    tune_limit_ = 0;
-    KeyUp();
-  });
-  Notice("Transmitter ON");
-  if (on_key) on_key(true);
-  return Ok();
-}
-
-void Keyer::KeyUp() {
-  loop_.StopTimer(tune_limit_);
-  tune_limit_ = 0;
-  if (backend_ != nullptr) backend_->Key(false);
-  console_.Tune.Set(false);
-  Notice("Transmitter Off");
-  if (on_key) on_key(false);
+  return started;
 }
 
 void Keyer::Ready() {
   failed_ = false;
-  if (tune_when_ready_) {
-    if (const Status down = KeyDown(); !down) Notice(down.error().message);
-  }
+  tuner_.Ready();
   ShowState();
 }
 
 void Keyer::Gone() {
   failed_ = true;
-  tune_when_ready_ = false;
-  if (*console_.Tune) KeyUp();
+  tuner_.Stop();
   ShowState();
 }
 
@@ -321,6 +301,7 @@ void Keyer::Follow(Field field) {
     }
     ShowState();
   }
+  if (field == Field::kRigName && with_rig()) ShowState();
   if (field != Field::kCwSpeed) return;
   sender_.SetSpeed(std::clamp(*console_.CWSpeed, kSlowest, kFastest));
   loop_.StopTimer(keep_speed_);

@@ -14,6 +14,7 @@
 #include "keyer/cw_functions.h"
 #include "keyer/cw_sender.h"
 #include "keyer/keyer_settings.h"
+#include "keyer/tuner.h"
 #include "keyer/winkeyer.h"
 #include "platform/key_line.h"
 #include "platform/release_guard.h"
@@ -23,7 +24,7 @@ namespace kvx::keyer {
 
 inline constexpr const char* kNoKeyer = "Please select a keyer port in the config setup.";
 
-/// Whether the keyer's port is another one than the rig's.
+/// Whether the keyer's port is another one than the rig's, and what is keyed is released when it is closed.
 Status CheckPorts(const KeyerSettings& settings, int rig_port);
 /// Whether the operator may choose these settings: the same, and a WinKeyer has one of its outputs chosen.
 Status CheckChoice(const KeyerSettings& settings, int rig_port);
@@ -65,6 +66,8 @@ class Keyer final {
   /// Follows the settings: a keyer for which anything is different is closed and made anew. `open`: a kind that is
   /// opened at start-up is opened.
   void Use(const KeyerSettings& settings, int rig_port);
+  /// The port of that number leads to another device: a keyer on it is closed and made anew.
+  void PortMoved(int number);
   void Open();
   void Close();
   /// The rig port is about to be closed or opened anew: a line of it is keyed no more.
@@ -82,7 +85,7 @@ class Keyer final {
   Result<CwTaken> SendFunction(int number);
   /// Sends one character, or does what a SendCode says.
   void SendChar1(int code);
-  bool Backspace() { return sender_.Backspace(); }
+  std::size_t Backspace(std::size_t count = 1) { return sender_.Backspace(count); }
   void Pause(bool on) { sender_.Pause(on); }
   /// Stops text and tuning at once.
   void Escape();
@@ -111,7 +114,6 @@ class Keyer final {
 
  private:
   void StopSending();
-  void StopTuning();
   CwBackend* Choose();
   std::unique_ptr<CwBackend> Make();
   std::unique_ptr<CwBackend> MakeSoftwareKeyer();
@@ -121,8 +123,6 @@ class Keyer final {
   void Follow(Field field);
   void Ready();
   void Gone();
-  Status KeyDown();
-  void KeyUp();
   void KeepSpeed();
   void ShowState();
   void Notice(const std::string& line) const;
@@ -136,6 +136,7 @@ class Keyer final {
   int rig_port_ = 0;
   bool used_ = false;  ///< settings have been taken over
   CwSender sender_;
+  Tuner tuner_;
   std::unique_ptr<WinKeyer> winkeyer_;
   std::unique_ptr<CwBackend> made_;     ///< a keyer of another kind
   std::unique_ptr<CwBackend> retired_;  ///< the one before: the change may come from one of its own events
@@ -143,8 +144,6 @@ class Keyer final {
   bool failed_ = false;
   bool replacing_ = false;
   bool stopping_ = false;
-  bool tune_when_ready_ = false;
-  Loop::TimerId tune_limit_ = 0;
   Loop::TimerId keep_speed_ = 0;
   Console::Subscription console_changes_;
 };

@@ -67,7 +67,7 @@ void TakeWinkeyer(const Settings& settings, KeyerSettings& keyer) {
 void TakeSoftwareKeying(const Settings& settings, KeyerSettings& keyer) {
   keyer.lead = std::chrono::milliseconds(Bounded(settings, "XLEADTIME=", 0, kLongestPtt, 0));
   keyer.tail = std::chrono::milliseconds(Bounded(settings, "XTAILTIME=", 0, kLongestPtt, 0));
-  keyer.key_on_rts = Trim(settings.text("KEYLINE=")) == "RTS";
+  keyer.key_on_rts = EqualNoCase(Trim(settings.text("KEYLINE=")), "RTS");
   keyer.use_ptt = config::IsOn(*config::FindKeptSetting("KEYPTT="), settings);
   keyer.inverted = settings.flag("INVERT=");
 }

@@ -8,24 +8,34 @@ namespace kvx::keyer {
 
 using platform::KeyStep;
 
+namespace {
+
+/// With more, the loop was held up.
+constexpr Duration kHeldUp = std::chrono::milliseconds(5);
+
+}  // namespace
+
 PortKeyLine::PortKeyLine(Loop& loop, platform::SerialPort& port, platform::KeyLines lines,
                          std::optional<platform::PortSettings> settings)
     : loop_(loop), port_(port), lines_(lines), settings_(std::move(settings)) {}
 
 PortKeyLine::~PortKeyLine() {
   Close();
-  if (settings_) port_.on_lost = nullptr;
 }
 
 Status PortKeyLine::Open() {
   Close();
   if (settings_) {
     settings_->dtr = settings_->rts = lines_.inverted;
+    listening_ = true;
     port_.on_lost = [this](const std::string& why) { Lose(why); };
-    if (auto opened = port_.Open(*settings_); !opened) return opened;
+    if (auto opened = port_.Open(*settings_); !opened) {
+      Close();
+      return opened;
+    }
     // One that takes time to open is a network connection, and its plain bytes carry no lines.
     if (!port_.is_open()) {
-      port_.Close();
+      Close();
       return Error{ErrorCode::kInvalid,
                    "COM" + std::to_string(settings_->number) + ": a network port has no lines that could be keyed"};
     }
@@ -39,7 +49,11 @@ Status PortKeyLine::Open() {
 
 void PortKeyLine::Close() {
   Release();
-  if (std::exchange(open_, false) && settings_) port_.Close();
+  open_ = false;
+  if (!std::exchange(listening_, false)) return;
+  // The next line on this port may listen by the time this one ends.
+  port_.on_lost = nullptr;
+  port_.Close();
 }
 
 void PortKeyLine::Play(std::vector<KeyStep> steps) {
@@ -80,6 +94,8 @@ Duration PortKeyLine::remaining() const {
 /// Ends the step that is being played, if one is, and begins the next. One event is the last thing that is done.
 void PortKeyLine::Run() {
   timer_ = 0;
+  // No element is cut short to make up for lost time.
+  if (loop_.Now() - next_ > kHeldUp) next_ = loop_.Now();
   if (!port_.is_open()) return Lose("the port whose lines are keyed has closed");
   if (std::exchange(began_, true)) steps_.pop_front();
   if (steps_.empty()) {

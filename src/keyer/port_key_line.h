@@ -38,8 +38,9 @@ class PortKeyLine final : public platform::KeyLine {
   std::optional<platform::PortSettings> settings_;
   std::deque<platform::KeyStep> steps_;  ///< the first is being played when timer_ runs
   bool open_ = false;
-  bool began_ = false;  ///< the first step has
-  TimePoint next_;      ///< when the first step ends, or begins when it has not
+  bool listening_ = false;  ///< to the loss of a port of its own
+  bool began_ = false;      ///< the first step has
+  TimePoint next_;          ///< when the first step ends, or begins when it has not
   Loop::TimerId timer_ = 0;
 };
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 #include "core/hex_text.h"
 #include "core/text.h"
@@ -16,7 +17,8 @@ constexpr std::size_t kFewSymbols = 3;
 constexpr std::size_t kMostAhead = 24;  // symbols; the smallest buffer of a rig
 constexpr Duration kAhead = 1200ms;     // the line and the polls on it take their time
 constexpr Duration kMayStillSend = 5s;  // after the reckoned end
-constexpr char kText = '\x01';          // stands for the text while the template's other places are filled in
+constexpr const char* kStillSends = "The rig port is closed: the rig sends what it has been given";
+constexpr char kText = '\x01';  // stands for the text while the template's other places are filled in
 
 /// Signs that a family's keyer has a character of its own for.
 struct SignCharacter {
@@ -87,11 +89,13 @@ RigKeyer::RigKeyer(Loop& loop, Console& console, cat::Engine& engine)
     : loop_(loop), console_(console), engine_(engine) {
   port_ = console_.Subscribe([this](Field field) {
     if (field == Field::kPort) PortChanged();
+    if (field == Field::kRigName) ForgetRig();
   });
 }
 
 RigKeyer::~RigKeyer() {
   loop_.StopTimer(opening_);
+  loop_.StopTimer(said_);
   Forget();
 }
 
@@ -121,12 +125,9 @@ void RigKeyer::Opened() {
   opening_ = 0;
   opened_ = true;
   const std::string why = WhyNot();
-  if (!why.empty()) {
-    if (on_failed) on_failed(why);
-    return;
-  }
+  if (!why.empty()) return Tell(on_failed, why);
   SendSpeed();
-  if (on_ready) on_ready();
+  Tell(on_ready);
 }
 
 void RigKeyer::Close() {
@@ -138,11 +139,12 @@ void RigKeyer::Close() {
 
 /// The port's end ends the text; when it returns the keyer is ready again.
 void RigKeyer::PortChanged() {
+  if (engine_.link.is_open() && std::exchange(stop_at_open_, false)) StopRig();
   if (!opened_) return;
   if (engine_.link.is_open()) return Open();
   const bool sending = !given_.empty();
   Forget();
-  if (sending && on_lost) on_lost("The rig port is closed");
+  if (sending) Tell(on_lost, "The rig port is closed");
 }
 
 std::size_t RigKeyer::room() const {
@@ -190,8 +192,7 @@ void RigKeyer::Flush() {
   for (std::string text = TakeText(*form); !text.empty(); text = TakeText(*form)) {
     if (Write(*form, text)) continue;
     Forget();
-    if (on_lost) on_lost("The rig line is busy");
-    return;
+    return Tell(on_dropped, "The rig line is busy");
   }
 }
 
@@ -214,8 +215,14 @@ void RigKeyer::FirstDone() {
   first_done_ = 0;
   given_.pop_front();
   if (!given_.empty()) WaitForFirst();
-  if (on_progress) on_progress();
+  Tell(on_progress);
   if (given_.empty()) unsent_.clear();  // blanks that nothing followed
+}
+
+/// What another rig was sending is no concern of this one.
+void RigKeyer::ForgetRig() {
+  busy_until_ = {};
+  stop_at_open_ = false;
 }
 
 void RigKeyer::Forget() {
@@ -225,17 +232,28 @@ void RigKeyer::Forget() {
   first_done_ = 0;
   given_.clear();
   unsent_.clear();
-  busy_until_ = {};
 }
 
 /// Even when all should be through by now: the rig may be behind.
 void RigKeyer::Abort() {
+  Forget();
+  if (engine_.link.is_open()) return StopRig();
+  stop_at_open_ = busy_until_ != TimePoint{} && loop_.Now() < busy_until_;
+  if (!stop_at_open_ || said_ != 0) return;
+  said_ = loop_.StartTimer(loop_.Now(), [this] {
+    said_ = 0;
+    Tell(on_notice, kStillSends);
+  });
+}
+
+/// A rig without the command goes on to the end of what it has.
+void RigKeyer::StopRig() {
   const bool sends = busy_until_ != TimePoint{} && loop_.Now() < busy_until_ + kMayStillSend;
   const std::string& stop = engine_.rig().row["CWStop"];
-  Forget();
   if (!sends || stop.empty()) return;
   const std::string command = engine_.dispatcher.FillIn(stop);
-  if (!command.empty()) engine_.link.WriteUrgently(engine_.dispatcher.Encode(command), nullptr);
+  if (command.empty() || !engine_.link.WriteUrgently(engine_.dispatcher.Encode(command), nullptr)) return;
+  busy_until_ = {};
 }
 
 void RigKeyer::SetSpeed(int wpm) {

@@ -62,6 +62,8 @@ class RigKeyer final : public CwBackend {
   void WaitForFirst();
   void FirstDone();
   void Forget();
+  void ForgetRig();
+  void StopRig();
   void PortChanged();
   void SendSpeed();
 
@@ -73,8 +75,10 @@ class RigKeyer final : public CwBackend {
   int wpm_ = 25;
   std::deque<Given> given_;         ///< the first of them is being sent
   std::deque<std::string> unsent_;  ///< given to us and not yet to the rig, one piece a symbol
-  TimePoint busy_until_{};
+  TimePoint busy_until_{};          ///< the rig sends until then, whatever has become of its port
+  bool stop_at_open_ = false;       ///< it was to be stopped while the port was closed
   Loop::TimerId opening_ = 0;
+  Loop::TimerId said_ = 0;
   Loop::TimerId flush_ = 0;
   Loop::TimerId first_done_ = 0;
 };

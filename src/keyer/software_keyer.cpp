@@ -36,9 +36,7 @@ SoftwareKeyer::SoftwareKeyer(Loop& loop, std::unique_ptr<platform::KeyLine> line
   line_->on_mark = [this](int mark) { Began(mark); };
   line_->on_idle = [this] { Ended(); };
   line_->on_lost = [this](const std::string& why) { Lost(why); };
-  line_->on_notice = [this](const std::string& text) {
-    if (const auto handler = on_notice) handler(text);
-  };
+  line_->on_notice = [this](const std::string& text) { Tell(on_notice, text); };
 }
 
 SoftwareKeyer::~SoftwareKeyer() {
@@ -54,14 +52,17 @@ void SoftwareKeyer::Open() {
   opening_ = loop_.StartTimer(loop_.Now(), [this, why = opened ? std::string() : opened.error().message] {
     opening_ = 0;
     if (!failed_) return Opened();
-    if (const auto handler = on_failed) handler(why);
+    retry_ = kFirstRetry;
+    OpenAgain();
+    Tell(on_failed, why);
   });
 }
 
 void SoftwareKeyer::Opened() {
   ready_ = true;
+  failed_ = false;
   retry_ = Duration{0};
-  if (const auto handler = on_ready) handler();
+  Tell(on_ready);
 }
 
 void SoftwareKeyer::OpenAgain() {
@@ -175,11 +176,11 @@ void SoftwareKeyer::Lost(const std::string& why) {
   ready_ = keyed_ = ptt_ = false;
   retry_ = kFirstRetry;
   OpenAgain();
-  if (const auto handler = on_lost) handler(why);
+  Tell(on_lost, why);
 }
 
 void SoftwareKeyer::Progress() {
-  if (const auto handler = on_progress) handler();
+  Tell(on_progress);
 }
 
 }  // namespace kvx::keyer

@@ -37,8 +37,6 @@ class SoftwareKeyer final : public CwBackend {
   /// Keys one symbol; what has no pattern is left out.
   void sendwave(std::string_view symbol);
 
-  std::function<void(const std::string& line)> on_notice;  ///< one line for the operator
-
  private:
   /// Keys a pattern: "-" is three units down and one up, "." one down and one up, " " two up.
   void DelayTwo(std::string_view pattern);
@@ -61,7 +59,7 @@ class SoftwareKeyer final : public CwBackend {
   bool keyed_ = false;   ///< for tuning
   bool ready_ = false;
   bool failed_ = false;
-  Duration retry_{0};  ///< after a loss: the time to the next try
+  Duration retry_{0};  ///< since a loss or a try in vain: the time to the next try
   Loop::TimerId opening_ = 0;
 };
 

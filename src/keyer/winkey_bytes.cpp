@@ -1,6 +1,7 @@
 #include "keyer/winkey_bytes.h"
 
 #include <algorithm>
+#include <array>
 
 #include "cat/convert.h"
 #include "core/text.h"
@@ -25,6 +26,11 @@ constexpr int kPins = 92;
 constexpr int kPinPtt = 1;
 constexpr int kPinSideTone = 2;
 
+// Parameters of the commands 01 to 1F.
+constexpr std::array<std::uint8_t, 32> kParameters{0, 1, 1, 1, 2, 3, 1, 0, 0, 1, 0, 1, 1, 1, 1, kWinkeyMostParameters,
+                                                   1, 1, 1, 0, 1, 0, 1, 1, 1, 1, 1, 2, 1, 1, 0, 0};
+constexpr std::uint8_t kPointer = 0x16;  // 16 00 alone, 16 01 to 16 03 with one more
+
 std::string Byte(int value) {
   return std::string(1, static_cast<char>(std::clamp(value, 0, 255)));
 }
@@ -47,6 +53,25 @@ std::string Pair(const std::string& pattern) {
 }
 
 }  // namespace
+
+std::size_t WinkeyCommandLength(std::string_view begun) {
+  if (begun.empty() || static_cast<std::uint8_t>(begun[0]) >= kParameters.size()) return 1;
+  const auto command = static_cast<std::uint8_t>(begun[0]);
+  if (command == kPointer) return begun.size() > 1 && begun[1] != 0 ? 3 : 2;
+  if (command != 0) return 1U + kParameters[command];
+  if (begun.size() < 2) return 2;
+  constexpr std::size_t kMemory = 256;  // 00 0D writes all of it
+  switch (begun[1]) {
+    case 0x00:
+    case 0x04:
+    case 0x0E:
+      return 3;
+    case 0x0D:
+      return 2 + kMemory;
+    default:
+      return 2;
+  }
+}
 
 std::string WinkeyBytes(std::string_view hex_pairs) {
   std::string digits = WithoutBlanks(hex_pairs);

@@ -22,6 +22,10 @@ namespace kvx::keyer {
 inline constexpr std::string_view kWinkeyClear{"\x0A"};
 inline constexpr std::string_view kWinkeyKeyDown{"\x0B\x01"};
 inline constexpr std::string_view kWinkeyKeyUp{"\x0B\x00", 2};
+inline constexpr std::string_view kWinkeyPttOff{"\x18\x00", 2};
+inline constexpr std::string_view kWinkeyPaddleUp{"\x14\x00", 2};
+inline constexpr char kWinkeyNull = '\x13';  ///< does nothing, and ends a command that lacks parameters
+inline constexpr std::size_t kWinkeyMostParameters = 15;
 inline constexpr std::string_view kWinkeyHostClose{"\x00\x03", 2};
 
 /// A status byte of the keyer proper, not of its push buttons.
@@ -41,6 +45,9 @@ std::string WinkeyBytes(std::string_view hex_pairs);
 std::string WinkeyCommand(std::string_view hex_command, int parameter);
 /// The decimal text of a value read as hexadecimal: 16 is the byte 0x16. The mode and the pin byte are sent so.
 std::string WinkeyDecimalAsHex(int value);
+
+/// How long a command is in all, as far as its beginning tells.
+std::size_t WinkeyCommandLength(std::string_view begun);
 
 /// What ends a wait of the start-up.
 enum class WinkeyReply { kEcho, kVersion, kStatus };

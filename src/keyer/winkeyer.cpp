@@ -9,13 +9,14 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr int kBaud = 1200;
-constexpr int kBitsPerByte = 11;
 constexpr Duration kPass = 100us;
 constexpr int kPasses = 30'000;  // for the three waits of a start-up together
 constexpr Duration kSilence = 300ms;
 constexpr Duration kFirstRetry = 250ms;
 constexpr Duration kSlowestRetry = 1s;
 constexpr Duration kDeliverTime = 500ms;
+constexpr Duration kGuardCheck = 20ms;
+constexpr Duration kGrace = 2s;  // then the guard takes the engine to hang
 
 // Few enough to take text back, enough for the line and a busy loop.
 constexpr std::size_t kAheadSymbols = 3;
@@ -23,10 +24,6 @@ constexpr std::size_t kMostAhead = 40;
 constexpr Duration kAheadTime = 1200ms;
 
 constexpr const char* kSilentKeyer = "Unable to initialize Winkey";
-
-Duration LineTime(std::size_t bytes) {
-  return Duration(1s) * kBitsPerByte * static_cast<std::int64_t>(bytes) / kBaud;
-}
 
 }  // namespace
 
@@ -43,25 +40,26 @@ WinKeyer::~WinKeyer() {
   port_.on_data = nullptr;
   port_.on_opened = nullptr;
   port_.on_lost = nullptr;
-  loop_.StopTimer(tick_);
-  loop_.StopTimer(tune_end_);
+  for (const Loop::TimerId timer : {tick_, tune_end_, guard_check_, pass_}) loop_.StopTimer(timer);
 }
 
 // Opening and closing.
 
 void WinKeyer::Open() {
   const bool under_way = state_ == State::kReady || state_ == State::kStarting;
+  told_ = false;  // whoever wishes it now wants to hear what comes of it
   if (under_way && number_ == settings_.port) return;
   OpenPort(settings_.port);
 }
 
 void WinKeyer::OpenPort(int number) {
-  if (key_down_ || progress_.size() > 0) {
+  if (keyed()) {
     Close();  // it gets its release first
   } else {
     start_ = Task();
     Let();
   }
+  if (number != number_) release_owed_ = false;
   number_ = number;
   told_ = false;
   pause_ = Duration{0};
@@ -103,12 +101,14 @@ bool WinKeyer::OpenTheLine() {
 void WinKeyer::Failed(const std::string& why) {
   state_ = State::kFailed;
   keyer_failed_ = true;
-  if (!std::exchange(told_, true) && on_failed) on_failed(why);
+  Tell(on_failed, std::exchange(told_, true) ? std::string() : why);
+  PassOn();
 }
 
 void WinKeyer::Lost(const std::string& why) {
   const bool worked = state_ == State::kReady;
   if (state_ == State::kClosed) return Let();
+  release_owed_ = release_owed_ || keyed();
   start_ = Task();
   Let();
   pause_ = pause_ == Duration{0} || worked ? kFirstRetry : std::min<Duration>(pause_ * 2, kSlowestRetry);
@@ -116,7 +116,7 @@ void WinKeyer::Lost(const std::string& why) {
   if (!worked) return Failed(why);
   state_ = State::kFailed;
   told_ = true;
-  if (on_lost) on_lost(why);
+  Tell(on_lost, why);
 }
 
 /// Nothing is in the keyer, and the key is up or out of reach.
@@ -126,7 +126,10 @@ void WinKeyer::Let() {
   speed_in_text_ = false;
   keyer_ready_ = false;
   logger_command_.clear();
+  logger_keying_.Clear();
+  held_.clear();
   loop_.StopTimer(std::exchange(tune_end_, 0));
+  loop_.StopTimer(std::exchange(pass_, 0));
   Follow();
 }
 
@@ -136,9 +139,9 @@ void WinKeyer::Close() {
 
 Task WinKeyer::HostClose() {
   start_ = Task();
+  release_owed_ = false;
   if (state_ != State::kClosed) {
-    if (progress_.size() > 0) Write(kWinkeyClear);
-    if (key_down_) Write(kWinkeyKeyUp);
+    WriteRelease(progress_.size() > 0);
     Write(kWinkeyHostClose);
     state_ = State::kClosed;
   }
@@ -158,6 +161,12 @@ Task WinKeyer::InitWinkey() {
   waited_ = Duration{0};
   pot_ = -1;
   port_.Read();
+  if (keyed()) {
+    WriteRelease(progress_.size() > 0);
+    Let();
+  }
+  if (release_owed_) Write(std::string(kWinkeyClear) + std::string(kWinkeyKeyUp));
+  Tell(on_progress);
   for (const WinkeyStep& step : WinkeyStartUp()) {
     reply_.clear();
     Write(step.bytes);
@@ -167,6 +176,7 @@ Task WinKeyer::InitWinkey() {
       Failed(kSilentKeyer);
       co_return;
     }
+    release_owed_ = false;  // the line carries what is written
     if (step.reply == WinkeyReply::kVersion && !reply_.empty()) version_ = static_cast<std::uint8_t>(reply_.front());
   }
   Ready();
@@ -195,7 +205,8 @@ void WinKeyer::Ready() {
   state_ = State::kReady;
   told_ = false;
   pause_ = Duration{0};
-  if (on_ready) on_ready();
+  Tell(on_ready);
+  PassOn();
 }
 
 // Sending.
@@ -205,6 +216,30 @@ void WinKeyer::Write(std::string_view bytes) {
   port_.Write(bytes);
   line_free_at_ = std::max(loop_.Now(), line_free_at_) + LineTime(bytes.size());
   if (on_written) on_written(bytes);
+}
+
+Duration WinKeyer::LineTime(std::size_t bytes) const {
+  const int bits = 1 + 8 + settings_.stop_bits;
+  return Duration(1s) * bits * static_cast<std::int64_t>(bytes) / kBaud;
+}
+
+/// Ends what is keyed, whoever keyed it. What a logging program has queued would be in front of that: it is dropped,
+/// and nulls end a command that this cuts in two.
+void WinKeyer::WriteRelease(bool clear) {
+  const bool logger = logger_keying_.keyed();
+  const bool drops = logger_keying_.arrive() > loop_.Now() && port_.bytes_unsent() > 0;
+  std::size_t nulls = std::min(logger_keying_.missing(), kWinkeyMostParameters);
+  if (drops) {
+    port_.DropUnsent();
+    line_free_at_ = loop_.Now();
+    nulls = kWinkeyMostParameters;
+  }
+  if (nulls > 0) Write(std::string(nulls, kWinkeyNull));
+  if (clear || logger || drops) Write(kWinkeyClear);
+  if (key_down_ || logger || drops) Write(std::string(kWinkeyKeyUp) + logger_keying_.Release());
+  if (drops) Write(WinkeyCommand("02", told_speed_));
+  logger_keying_.Clear();
+  held_.clear();
 }
 
 std::string_view WinKeyer::state() const {
@@ -238,8 +273,9 @@ void WinKeyer::Send(std::string_view symbol) {
 
 void WinKeyer::Abort() {
   if (!may_write()) return;
-  Write(kWinkeyClear);
-  if (key_down_) Key(false);
+  WriteRelease(true);
+  loop_.StopTimer(std::exchange(tune_end_, 0));
+  key_down_ = false;
   progress_.Clear();
   speed_in_text_ = false;
   Follow();
@@ -267,11 +303,12 @@ bool WinKeyer::Key(bool down) {
     return true;
   }
   Follow();
+  if (guard_ != nullptr) guard_->ReleaseAfter(settings_.tune_limit + kGrace);
   Write(kWinkeyKeyDown);
   tune_end_ = loop_.StartTimer(loop_.Now() + settings_.tune_limit, [this] {
     tune_end_ = 0;
     Key(false);
-    if (on_progress) on_progress();
+    Tell(on_progress);
   });
   return true;
 }
@@ -285,11 +322,24 @@ void WinKeyer::Follow() {
       Advance();
     });
   }
-  const bool keyed = key_down_ || progress_.size() > 0;
-  if (guard_ == nullptr || keyed == std::exchange(armed_, keyed)) return;
-  if (keyed) {
-    guard_->Arm(std::string(kWinkeyClear) + std::string(kWinkeyKeyUp));
+  Guard();
+}
+
+/// Armed until the device has the release.
+void WinKeyer::Guard() {
+  const bool was_let_go = guard_check_ != 0;
+  loop_.StopTimer(std::exchange(guard_check_, 0));
+  if (guard_ == nullptr) return;
+  if (keyed()) {
+    const std::string release = std::string(kWinkeyClear) + std::string(kWinkeyKeyUp) + logger_keying_.Release();
+    if (release == std::exchange(armed_, release) && !was_let_go) return;
+    guard_->Arm(release);
+  } else if (armed_.empty()) {
+    return;
+  } else if (port_.is_open() && port_.bytes_unsent() > 0) {
+    guard_check_ = loop_.StartTimer(loop_.Now() + kGuardCheck, [this] { Guard(); });
   } else {
+    armed_.clear();
     guard_->Disarm();
   }
 }
@@ -297,7 +347,7 @@ void WinKeyer::Follow() {
 void WinKeyer::Advance() {
   const bool changed = progress_.Advance(loop_.Now());
   Follow();
-  if (changed && on_progress) on_progress();
+  if (changed) Tell(on_progress);
 }
 
 }  // namespace kvx::keyer

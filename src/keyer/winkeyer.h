@@ -10,6 +10,7 @@
 #include "core/task.h"
 #include "keyer/cw_backend.h"
 #include "keyer/keyer_settings.h"
+#include "keyer/logger_keying.h"
 #include "keyer/winkey_bytes.h"
 #include "keyer/winkey_progress.h"
 #include "platform/release_guard.h"
@@ -19,8 +20,9 @@ namespace kvx::keyer {
 
 /// An external WinKeyer on a serial port of its own. It is started up step by step, given a few symbols at a time, and
 /// followed by what it reports. A port that cannot be opened or vanishes is tried again; a keyer that stays silent is
-/// left alone until the next Open. What it had not sent when it went is never sent again. A logging program on another
-/// port may share it. Engine thread only.
+/// left alone until the next Open. What it had not sent when it went is never sent again; one that went while it was
+/// keyed is released before anything else when it is back. A logging program on another port may share it: what that
+/// one keys is released as well. Engine thread only.
 class WinKeyer final : public CwBackend {
  public:
   WinKeyer(Loop& loop, Console& console, platform::SerialPort& port, platform::ReleaseGuard* guard = nullptr);
@@ -53,8 +55,10 @@ class WinKeyer final : public CwBackend {
   bool Key(bool down) override;
 
   /// The port of a logging program; null: none. Its owner calls GetWInkey when bytes have arrived at it.
-  void SetLogger(platform::SerialPort* logger) { logger_ = logger; }
-  void SetPassThrough(bool on) { pass_through_ = on; }
+  void SetLogger(platform::SerialPort* logger);
+  void SetPassThrough(bool on);
+  /// The logging program has gone, with whatever it may have keyed.
+  void LoggerGone();
   /// Takes what has arrived from the keyer.
   void KeyBack();
   /// Takes what has arrived from the logging program.
@@ -83,13 +87,19 @@ class WinKeyer final : public CwBackend {
   void Lost(const std::string& why);
   void Let();
   void Write(std::string_view bytes);
+  void WriteRelease(bool clear);
+  Duration LineTime(std::size_t bytes) const;
+  /// The transmitter may be keyed by what was written to it.
+  bool keyed() const { return key_down_ || progress_.size() > 0 || logger_keying_.keyed(); }
   bool may_write() const { return port_.is_open() && (state_ == State::kReady || state_ == State::kFailed); }
   void TakeFlags(std::string_view bytes);
-  bool TakeReport(std::uint8_t byte);
   void TakePot(std::uint8_t byte);
   void TakeReports(std::string_view bytes);
   void TakeLoggerByte(std::uint8_t byte, std::string& command);
+  void Hold(std::string_view bytes);
+  void PassOn();
   void Follow();
+  void Guard();
   void Advance();
 
   Loop& loop_;
@@ -113,13 +123,19 @@ class WinKeyer final : public CwBackend {
   int told_speed_ = 0;
   bool speed_in_text_ = false;  ///< the speed changed while text was being sent
   bool key_down_ = false;
-  bool armed_ = false;
+  bool release_owed_ = false;  ///< it was keyed when it went
+  std::string armed_;          ///< what the guard has
+  Loop::TimerId guard_check_ = 0;
   int pot_ = -1;
   bool keyer_ready_ = false;
   bool keyer_failed_ = false;
   int version_ = 0;
   platform::SerialPort* logger_ = nullptr;
   bool pass_through_ = false;
+  std::string held_;        ///< from the logging program, until the line has room for it
+  bool overrun_ = false;    ///< some of it has been dropped
+  Loop::TimerId pass_ = 0;  ///< to pass on more of it
+  LoggerKeying logger_keying_;
   bool clear_request_ = false;
   std::string logger_text_;
   std::string logger_command_;  ///< begun at the end of the latest arrival

@@ -9,6 +9,8 @@
 namespace kvx::keyer {
 namespace {
 
+using namespace std::chrono_literals;
+
 constexpr std::uint8_t kBusyStatus = 196;
 constexpr std::uint8_t kLowestReady = 190;
 constexpr std::uint8_t kPotValue = 0x3F;
@@ -18,6 +20,12 @@ constexpr std::size_t kLoggerTextKept = 1000;
 constexpr std::uint8_t kClearBuffer = 0x0A;
 constexpr std::string_view kSetSpeed = "02";
 constexpr int kSlowestOfLogger = 6;
+constexpr std::size_t kMostHeld = 4096;   // bytes of a logging program
+constexpr Duration kMostAhead = 1s;       // of them on the line
+constexpr std::size_t kMostAtOnce = 256;  // when it is free
+constexpr Duration kPassPace = 100ms;
+constexpr const char* kOverrun = "The logging program sends more than the keyer can take: a part has been dropped";
+constexpr const char* kLoggerGone = "The logging program has gone";
 constexpr const char* kPaddle = "The paddle has taken over";
 
 }  // namespace
@@ -31,7 +39,7 @@ void WinKeyer::KeyBack() {
   if (on_received) on_received(bytes);
   if (state_ == State::kReady) {
     TakeReports(bytes);
-    if (was_ready != keyer_ready_ && on_progress) on_progress();
+    if (was_ready != keyer_ready_) Tell(on_progress);
   } else if (state_ == State::kStarting) {
     for (const char c : bytes) {
       if (IsWinkeyPot(static_cast<std::uint8_t>(c))) pot_ = static_cast<std::uint8_t>(c);
@@ -54,7 +62,8 @@ void WinKeyer::TakeFlags(std::string_view bytes) {
   }
 }
 
-/// A paddle that breaks in makes the keyer forget its text: what it held is dropped here as well.
+/// A paddle that breaks in makes the keyer forget its text: what it held is dropped here as well, and so is what is
+/// still on its way to it.
 void WinKeyer::TakeReports(std::string_view bytes) {
   bool changed = false;
   bool overruled = false;
@@ -69,13 +78,17 @@ void WinKeyer::TakeReports(std::string_view bytes) {
       overruled = overruled || ((byte & kWinkeyBreakIn) != 0 && progress_.size() > 0);
       if (overruled) progress_.Clear();
       changed = progress_.Status(loop_.Now(), byte) || changed;
+      if ((byte & kWinkeyBusy) == 0) logger_keying_.Idle(loop_.Now());
     }
   }
-  if (overruled) speed_in_text_ = false;
+  if (overruled) {
+    speed_in_text_ = false;
+    Write(kWinkeyClear);
+  }
   Follow();
   if (pot) TakePot(*pot);
-  if (overruled && on_lost) return on_lost(kPaddle);
-  if (changed && on_progress) on_progress();
+  if (overruled) return Tell(on_dropped, kPaddle);
+  if (changed) Tell(on_progress);
 }
 
 void WinKeyer::TakePot(std::uint8_t byte) {
@@ -83,12 +96,61 @@ void WinKeyer::TakePot(std::uint8_t byte) {
   console_.CWSpeed.Set(kSlowest + (byte & kPotValue));
 }
 
+void WinKeyer::SetLogger(platform::SerialPort* logger) {
+  if (logger != logger_) LoggerGone();
+  logger_ = logger;
+}
+
+void WinKeyer::SetPassThrough(bool on) {
+  if (std::exchange(pass_through_, on) && !on) LoggerGone();
+}
+
+void WinKeyer::LoggerGone() {
+  held_.clear();
+  logger_command_.clear();
+  if (!logger_keying_.keyed() || !may_write()) return logger_keying_.Clear();
+  const bool sends = progress_.size() > 0;
+  Abort();  // a keyer's buffer has no owners
+  if (sends) Tell(on_dropped, kLoggerGone);
+}
+
+/// The line is slow: what would make a release wait stays here.
+void WinKeyer::Hold(std::string_view bytes) {
+  if (!port_.is_open() || state_ == State::kClosed) return;
+  const std::size_t room = kMostHeld - std::min(kMostHeld, held_.size());
+  const bool fits = bytes.size() <= room;
+  held_ += bytes.substr(0, room);
+  if (!fits && !std::exchange(overrun_, true)) Tell(on_notice, kOverrun);
+  PassOn();
+}
+
+/// During a start-up nothing comes between its bytes.
+void WinKeyer::PassOn() {
+  loop_.StopTimer(std::exchange(pass_, 0));
+  if (held_.empty() || !may_write()) return;
+  const Duration behind = std::max<Duration>(line_free_at_ - loop_.Now(), Duration{0});
+  const Duration left = std::max<Duration>(kMostAhead - behind, Duration{0});
+  const std::size_t fits = behind < kPassPace ? kMostAtOnce : static_cast<std::size_t>(left / LineTime(1));
+  const std::string bytes = held_.substr(0, fits);
+  held_.erase(0, bytes.size());
+  if (!bytes.empty()) {
+    Write(bytes);
+    logger_keying_.Take(bytes, line_free_at_);
+    Follow();
+  }
+  if (held_.empty()) {
+    overrun_ = false;
+  } else {
+    pass_ = loop_.StartTimer(loop_.Now() + kPassPace, [this] { PassOn(); });
+  }
+}
+
 void WinKeyer::GetWInkey() {
   if (logger_ == nullptr) return;
   const std::string bytes = logger_->Read();
   if (bytes.empty()) return;
   if (bytes.find(static_cast<char>(kClearBuffer)) != std::string::npos) clear_request_ = true;
-  if (pass_through_) Write(bytes);
+  if (pass_through_) Hold(bytes);
   // Bytes may come one at a time: a speed command waits for its parameter.
   std::string command = std::exchange(logger_command_, {});
   for (const char c : bytes) TakeLoggerByte(static_cast<std::uint8_t>(c), command);

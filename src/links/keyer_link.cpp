@@ -16,6 +16,7 @@ KeyerLink::KeyerLink(Console& console, keyer::Keyer& keyer, const platform::Seri
   port_.on_data = [this] { Receive(); };
   port_.on_lost = [this](const std::string& why) {
     failure_ = why;
+    if (keyer_.winkeyer() != nullptr) keyer_.winkeyer()->LoggerGone();
     if (on_notice) on_notice("The port of the logger's keyer has gone: " + why);
   };
   if (keyer_.winkeyer() != nullptr) keyer_.winkeyer()->SetLogger(&port_);

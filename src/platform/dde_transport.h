@@ -2,7 +2,7 @@
 
 #include <functional>
 #include <string>
-#include <string_view>
+#include <vector>
 
 namespace kvx::platform {
 
@@ -50,7 +50,7 @@ enum class DdeService {
   kFound,          ///< another program has it already; it was not registered again
   kNotRegistered,  ///< the platform refuses the name
   kFailed,         ///< the platform's DDE cannot be used: tried again where that may help
-  kMissing,        ///< there is no such platform here, and there will be none
+  kMissing,        ///< missing() tells what
 };
 
 /// Dynamic Data Exchange as the platform has it, for one service with one topic. Engine thread only. Adapters: the
@@ -59,15 +59,17 @@ class DdeTransport {
  public:
   virtual ~DdeTransport() = default;
   /// Looks for the service and registers it when nobody has it; on_service tells how that ended, perhaps during this
-  /// call.
-  virtual void Start(const std::string& service, const std::string& topic) = 0;
+  /// call. `items`: the names of those that there are.
+  virtual void Start(const std::string& service, const std::string& topic, const std::vector<std::string>& items) = 0;
   /// Ends conversations and the service, and releases what Start took.
   virtual void Stop() = 0;
   /// Every advise link on the item asks for its data anew.
   virtual void PostAdvise(const std::string& item) = 0;
   /// Conversations under way.
   virtual int conversations() const = 0;
-  /// Whether it starts at once and leaves nothing behind, so that nobody has to ask for it.
+  /// What is missing for it here, in words; empty: nothing.
+  virtual std::string missing() const = 0;
+  /// Whether it needs nothing that is not there already, so that nobody has to ask for it.
   virtual bool is_at_hand() const = 0;
 
   std::function<DdeAnswer(const DdeCall& call)> on_call;

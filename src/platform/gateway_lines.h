@@ -7,8 +7,8 @@
 
 namespace kvx::platform {
 
-// The lines between the console and its DDE gateway, a Windows program that Wine runs; one each way is a pipe. Words are
-// parted by one blank, a text is the rest of its line, in the one-byte code page of the platform.
+// The lines between the console and its DDE gateway, a Windows program that Wine runs; one each way is a pipe. Words
+// are parted by one blank, a text is the rest of its line, in the one-byte code page of the platform.
 //
 //   to the gateway                          from the gateway
 //     item NAME [advise]                      registered, found, or failed WHY

@@ -46,7 +46,8 @@ class KeyLine {
   virtual void Play(std::vector<KeyStep> steps) = 0;
   /// Drops what has not been played and plays these from this moment on. While closed it does nothing.
   virtual void PlayInstead(std::vector<KeyStep> steps) = 0;
-  /// Releases both lines at once; what has not been played is dropped. When the call returns the lines are released.
+  /// Releases both lines at once; what has not been played is dropped. When the call returns the lines are released;
+  /// when the device refuses that, the adapter tries again until it is closed and tells on_lost.
   virtual void Release() = 0;
   /// How long what has been given will still take.
   virtual Duration remaining() const = 0;

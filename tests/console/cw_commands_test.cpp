@@ -60,6 +60,16 @@ TEST(CwCommands, ATextGoesToTheWinkeyerAndIsFollowedByEvents) {
   EXPECT_EQ(bench.Do("cw"), "ok cw idle");
 }
 
+TEST(CwCommands, AnotherDeviceBehindTheKeyersNumberIsOpenedAtOnce) {
+  CwBench bench(RigIni("TS-2000", 38400, kWinkey));
+  const int opens = bench.keyer_port.opens;
+  ASSERT_TRUE(bench.setup.SetDevice(5, "/dev/other").ok());
+  bench.loop.RunFor(3s);
+  EXPECT_EQ(bench.keyer_port.written.substr(0, 4), "\0\3\x13\x13"s) << "the one before is told";
+  EXPECT_EQ(bench.keyer_port.opens, opens + 1);
+  EXPECT_EQ(*bench.station.console.KeyerState, "ready");
+}
+
 TEST(CwCommands, TextsAreTakenBackPausedStoppedAndStored) {
   CwBench bench(RigIni("TS-2000", 38400, kWinkey));
   bench.Do("cwpause on");

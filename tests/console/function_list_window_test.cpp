@@ -179,6 +179,7 @@ TEST(FunctionListWindow, OrdersAndFiltersAndKeepsWhatIsChosenInSight) {
 
 TEST(FunctionListWindow, ScansFromStartToEndAndMarksWhatIsHeard) {
   ListView view;
+  view.bench.station.console.Polling.Set(true);  // else the level does not count
   view.Press("Scans the rows marked with Y, or stops scanning");
   EXPECT_EQ(view.Message(), "Please set the start and end frequencies before clicking the scan button.");
   view.table().selectRow(0);
@@ -215,11 +216,17 @@ TEST(FunctionListWindow, AsksBeforeItExportsAndImports) {
     auto* box = view.window.findChild<QMessageBox*>();
     if (box == nullptr) return QString("no question");
     EXPECT_EQ(box->windowTitle(), title);
+    EXPECT_EQ(box->property("helpFile").toString(), name == "Import" ? "DEMO.HLP" : "");
     const QString text = box->text();
     QTest::keyClick(box, key);
     EXPECT_TRUE(QTest::qWaitFor([&] { return view.window.findChild<QMessageBox*>() == nullptr; }));
     return text;
   };
+  EXPECT_TRUE(view.table()
+                  .model()
+                  ->headerData(functions::kFirstPressColumn, Qt::Horizontal, Qt::WhatsThisRole)
+                  .toString()
+                  .contains("-1 is true"));
   EXPECT_EQ(answer("Import", "MsgBox Demonstration", Qt::Key_Y),
             "Do you want to Import RigFunctions.csv ? Enter Y or N");
   EXPECT_EQ(view.Message(), "RigFunctions.csv not found");

@@ -79,6 +79,7 @@ TEST(MemoryCommands, AScanTellsWhatIsHeard) {
   EXPECT_EQ(line.Answer("scan start").substr(0, 50), "error: Please set the start and end frequencies be");
   for (const char* command : {"scan from 7000", "scan to 7100", "scan dwell 500", "scan hang 1000", "scan level 9"})
     EXPECT_EQ(line.Answer(command).substr(0, 8), "ok scan ") << command;
+  line.bench.station.console.Polling.Set(true);
   EXPECT_EQ(line.Answer("scan start"), "ok scan start");
   line.output.clear();
   line.bench.loop.RunFor(900ms);
@@ -90,6 +91,63 @@ TEST(MemoryCommands, AScanTellsWhatIsHeard) {
             (std::vector<std::string>{"scan stopped the frequency was changed", "freq 7021.00", "ok freq 7021.00"}));
   EXPECT_EQ(line.Answer("scan"), "ok scan stopped the frequency was changed");
   EXPECT_EQ(line.Answer("scan dwell x").substr(0, 6), "error:");
+  EXPECT_EQ(line.Answer("scan dwell 50").substr(0, 6), "error:") << "100 is the least";
+  line.Say("poll off");
+  EXPECT_EQ(line.Say("scan start")[0], "message The scan does not stop on a level: the rig is not polled");
+  line.Say("scan stop");
+  EXPECT_EQ(line.Answer("scan"), "ok scan stopped");
+}
+
+TEST(MemoryCommands, WhatTheOperatorSendsOrChoosesEndsTheScan) {
+  for (const char* command : {"escape", "send MD2;", "rignumber 2", "port 0", "rig FT-857", "slot 0", "recall",
+                              "store x", "delete", "delete 7010"}) {
+    Line line;
+    line.Say("freq 7010");
+    line.Say("store net");
+    line.Say("fnset 7010 Scan Y");
+    line.Say("scan from 7000");
+    line.Say("scan to 7100");
+    ASSERT_EQ(line.Answer("scan start"), "ok scan start");
+    line.Say(command, 100ms);
+    EXPECT_EQ(line.Answer("scan").substr(0, 15), "ok scan stopped") << command;
+  }
+}
+
+TEST(MemoryCommands, EscapeAndDeletionEndThePressesUnderWay) {
+  for (const char* command : {"escape", "delete"}) {
+    Line line;
+    for (const char* store : {"store 1", "store 2", "store 3"}) line.Say(store);
+    line.Say("fntext 1 08");
+    line.Written();
+    line.Say("recall", 70ms);
+    EXPECT_NE(line.Written(), "MD3;") << "the first one has been pressed";
+    line.Say(command, 1s);
+    EXPECT_EQ(line.Written(), "") << command;
+  }
+}
+
+TEST(MemoryCommands, APageOfTheListAndAnAnswerThatIsTooLong) {
+  Line line;
+  for (const char* khz : {"7010", "7020", "7030"}) {
+    line.Say("freq "s + khz);
+    line.Say("store net");
+  }
+  const std::string page = line.Answer("fnlist 2 1");
+  EXPECT_EQ(page.find("7010"), std::string::npos);
+  EXPECT_NE(page.find("7020"), std::string::npos);
+  EXPECT_EQ(page.find("7030"), std::string::npos);
+  EXPECT_EQ(line.Answer("fnlist 4 1"), "ok []");
+  EXPECT_EQ(line.Answer("fnlist x").substr(0, 6), "error:");
+  line.commands.Add("long", "", [](std::string_view) { return "ok " + std::string(CommandLine::kLongestAnswer, 'x'); });
+  EXPECT_EQ(line.Answer("long"), "error: the answer is longer than 16 MB");
+}
+
+TEST(MemoryCommands, ANoticeThatComesAgainIsToldAgain) {
+  Line line;
+  EXPECT_EQ(line.Say("scan start").size(), 2U);
+  EXPECT_EQ(line.Say("scan start").size(), 1U) << "of one moment";
+  line.bench.loop.RunFor(2s);
+  EXPECT_EQ(line.Say("scan start").size(), 2U);
 }
 
 TEST(MemoryCommands, MemoryChannelsOutliveTheStation) {
@@ -98,6 +156,7 @@ TEST(MemoryCommands, MemoryChannelsOutliveTheStation) {
   EXPECT_EQ(line.Answer("memory store 7 My net"), "ok memory store 7 7030.50");
   EXPECT_EQ(line.Answer("memory comment 7 daily"), "ok memory comment 7 daily");
   EXPECT_EQ(line.Answer("memory skip 7 on"), "ok memory skip 7 on");
+  EXPECT_EQ(line.Answer("memory skip 7 maybe"), "error: memory skip takes a channel and on or off");
   EXPECT_EQ(line.Answer("memory move 7 2"), "ok memory move 7 2");
   EXPECT_EQ(line.Answer("memory recall 7"), "error: memory channel 7 is empty");
   EXPECT_EQ(line.Answer("memory recall 101"), "error: memory channels are 1 to 100");
@@ -108,6 +167,13 @@ TEST(MemoryCommands, MemoryChannelsOutliveTheStation) {
   EXPECT_EQ(line.Answer("memory export out.csv").substr(0, 17), "ok 1 channels to ");
   EXPECT_EQ(line.Answer("memory import out.csv"), "error: there already: 2; nothing is imported");
   EXPECT_EQ(line.Answer("memory import out.csv replace").substr(0, 19), "ok 1 channels from ");
+  EXPECT_EQ(line.Answer("memory import out.csv keep").substr(0, 19), "ok 0 channels from ");
+  line.Say("memory name 2 Wrong");
+  EXPECT_EQ(line.Answer("memory undo"), "ok memory undo");
+  EXPECT_EQ(line.Answer("scan start memories"), "error: Every memory channel is empty or skipped in scans");
+  line.Say("memory skip 2 off");
+  EXPECT_EQ(line.Answer("scan start memories"), "ok scan start memories");
+  EXPECT_EQ(line.Answer("scan"), "ok scan listening 7030.50 memory 2 My net");
   line.bench.ShutDown();
   Bench next(RigIni("TS-2000"));
   next.folder.Put("RIGMEM.MEM", line.bench.folder.Get("RIGMEM.MEM"));

@@ -108,6 +108,28 @@ TEST(MemoryWindow, RecallsByReturnDoubleClickAndButton) {
   EXPECT_EQ(memories.Message(), "memory channel 3 is empty");
 }
 
+TEST(MemoryWindow, ScansTheChannelsAndShowsWhichIsHeard) {
+  Memories memories;
+  const auto heard = [&] {
+    QString rows;
+    for (int row = 0; row < 10; ++row) {
+      if (memories.table().model()->index(row, MemoryModel::kName).data(Qt::BackgroundRole).isValid())
+        rows += QString::number(row + 1) + " ";
+    }
+    return rows + memories.Message();
+  };
+  memories.Choose(1, MemoryModel::kSkip);
+  QTest::keyClick(&memories.table(), Qt::Key_Space);
+  QTest::keyClick(memories.window.get(), Qt::Key_G, Qt::ControlModifier);
+  EXPECT_EQ(heard(), "1 Listening on 14060.00, memory 1 Calling");
+  memories.bench.loop.RunFor(3s);
+  EXPECT_EQ(heard(), "5 Listening on 145600.00, memory 5 Relay") << "the second is skipped";
+  EXPECT_EQ(memories.table().current(), 2) << "the channel in hand stays";
+  memories.Click("Stop scan");
+  EXPECT_EQ(heard(), "Stopped: stopped by the operator");
+  EXPECT_EQ(memories.Find<QPushButton>("Scan").text(), "Scan");
+}
+
 TEST(MemoryWindow, StoresThePresentFrequencyHereOrInTheNextFree) {
   Memories memories;
   memories.bench.station.console.FreqDisp.Set(*ParseKhz("7012.34"));

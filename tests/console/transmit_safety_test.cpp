@@ -100,8 +100,10 @@ TEST(TransmitSafety, TheEditorKnowsATransmitCommandInAnyField) {
 class FakeGuard final : public platform::ReleaseGuard {
  public:
   void Arm(std::string_view bytes) override { armed = bytes; }
+  void ReleaseAfter(Duration limit) override { due = limit; }
   void Disarm() override { armed.clear(); }
   std::string armed;
+  Duration due{0};
 };
 
 TEST(TransmitSafety, TheGuardHoldsTheReleaseForAsLongAsTheRigIsKeyed) {
@@ -118,10 +120,28 @@ TEST(TransmitSafety, TheGuardHoldsTheReleaseForAsLongAsTheRigIsKeyed) {
   EXPECT_EQ(guard.armed, "");
   station.engine.dispatcher.SendData("XSETALPHA");
   EXPECT_EQ(guard.armed, ";RX;");
+  EXPECT_EQ(guard.due, 302s) << "should the console hang";
   station.engine.dispatcher.SendData("XSETBRAVO");
   EXPECT_EQ(guard.armed, "");
   station.engine.dispatcher.SendData("TX1;");
   EXPECT_EQ(guard.armed, ";RX;");
+  port.on_write = [&port](std::string_view bytes) { port.unsent = bytes.size(); };
+  station.engine.dispatcher.ReleaseTransmitter();
+  EXPECT_FALSE(*station.console.Transmitting);
+  loop.RunFor(200ms);
+  EXPECT_EQ(guard.armed, ";RX;") << "the device does not have the release yet";
+  station.engine.dispatcher.SendData("TX1;");
+  port.on_write = nullptr;
+  port.unsent = 0;
+  loop.RunFor(200ms);
+  EXPECT_EQ(guard.armed, ";RX;") << "keyed anew";
+  port.on_write = [&port](std::string_view bytes) { port.unsent = bytes.size(); };
+  station.engine.dispatcher.ReleaseTransmitter();
+  port.unsent = 0;
+  loop.RunFor(200ms);
+  EXPECT_EQ(guard.armed, "");
+  port.on_write = nullptr;
+  station.engine.dispatcher.SendData("TX1;");
   port.absent = true;
   port.Lose();
   EXPECT_EQ(guard.armed, "") << "the device has gone";

@@ -23,13 +23,12 @@ class KeyLineTest(unittest.TestCase):
     def start(self, more="", speed=30):
         self.station = Station()
         self.addCleanup(self.station.__exit__)
-        master, slave = os.openpty()
-        tty.setraw(slave)
+        master, slave = self.pseudo_terminal()
         for descriptor in (master, slave):
             self.addCleanup(os.close, descriptor)
         self.log = self.station.path("lines")
         self.station.write("ports.ini", f"COM4={os.ttyname(slave)}\n")
-        self.station.write("rig.ini", f"KEYERPORT=COM4\nCWSPEED= {speed}\nXLEADTIME= 50\nXTAILTIME= 100\n{more}")
+        self.station.write("rig.ini", f"KEYERPORT=COM4\nCWSPEED= {speed}\nXLEADTIME= 200\nXTAILTIME= 300\n{more}")
         kvx = self.station.start(environment={"LD_PRELOAD": SHIM, "KVX_LINE_LOG": self.log})
         kvx.wait_status(lambda status: status["keyer"]["ready"])
         self.opened = len(self.changes())
@@ -59,7 +58,7 @@ class KeyLineTest(unittest.TestCase):
         for more, key, ptt in (("", "DTR", "RTS"), ("KEYLINE=RTS\n", "RTS", "DTR")):
             with self.subTest(key):
                 text = "PARIS 73 <AR>"
-                kvx = self.start(more)
+                kvx = self.start(more, speed=20)
                 self.assertTrue(kvx.command(f"cw {text}").startswith("ok"))
                 kvx.wait_line("cw idle", 15)
                 self.assertTrue(wait_until(lambda: not self.is_on(ptt), 2), "PTT is still on")
@@ -73,14 +72,18 @@ class KeyLineTest(unittest.TestCase):
                         expected += [1 if element == "." else 3, 1]
                     expected[-1] = 3
                 expected.pop()
-                unit = 1.2 / 30
+                unit = 1.2 / 20
                 lengths = [later[0] - earlier[0] for earlier, later in zip(edges, edges[1:])]
-                self.assertEqual([round(length / unit) for length in lengths], expected)
-                measured(f"edges of {key} at 30 wpm, away from their moment", [
+                # A busy machine may delay one edge, but does not make a dash of a dot, and most are where they belong.
+                units = [length / unit for length in lengths]
+                self.assertEqual([1 if length < 2 else 3 if length < 5 else 7 for length in units], expected)
+                errors = sorted(abs(length - wanted) for length, wanted in zip(units, expected))
+                self.assertLess(errors[len(errors) // 2], 0.2)
+                measured(f"edges of {key} at 20 wpm, away from their moment", [
                     abs(at - edges[0][0] - unit * sum(expected[:i])) for i, (at, _) in enumerate(edges)])
                 (on, _), (off, _) = self.edges(ptt)
-                self.assertAlmostEqual(edges[0][0] - on, 0.05, delta=0.02)
-                self.assertAlmostEqual(off - edges[-1][0], 0.1, delta=0.03)
+                self.assertAlmostEqual(edges[0][0] - on, 0.2, delta=0.1)
+                self.assertAlmostEqual(off - edges[-1][0], 0.3, delta=0.1)
 
     def test_escape_lets_the_key_go(self):
         kvx = self.start()
@@ -113,6 +116,40 @@ class KeyLineTest(unittest.TestCase):
                 self.assertTrue(wait_until(lambda: self.is_on("DTR"), 2))
                 kvx.signal(number) if number else kvx.quit()
                 self.assertTrue(wait_until(lambda: not self.is_on("DTR") and not self.is_on("RTS"), 2), self.changes()[-4:])
+
+    def pseudo_terminal(self):
+        master, slave = os.openpty()
+        tty.setraw(slave)
+        return master, slave
+
+    def test_lines_of_the_rig_port(self):
+        self.station = Station()
+        self.addCleanup(self.station.__exit__)
+        self.log = self.station.path("lines")
+        ends = self.pseudo_terminal()
+        self.station.configure("TS-2000", "KENWOOD", 57600, extra="KEYPTT=False\n")
+        os.symlink(os.ttyname(ends[1]), self.station.device)
+        kvx = self.station.start(environment={"LD_PRELOAD": SHIM, "KVX_LINE_LOG": self.log})
+        kvx.wait_status(lambda status: status["open"])
+        self.assertTrue(kvx.command("line dtr on").startswith("ok"))
+        self.assertTrue(wait_until(lambda: self.is_on("DTR"), 2))
+        self.assertTrue(kvx.command("setting KEYERPORT RIGPORT").startswith("ok"))
+        self.assertTrue(wait_until(lambda: not self.is_on("DTR"), 2), "a line that keys follows its switch")
+        self.opened = len(self.changes())
+        os.unlink(self.station.device)
+        for end in ends:
+            os.close(end)
+        kvx.wait_status(lambda status: not status["open"])
+        ends = self.pseudo_terminal()
+        for end in ends:
+            self.addCleanup(os.close, end)
+        os.symlink(os.ttyname(ends[1]), self.station.device)
+        kvx.wait_status(lambda status: status["open"] and status["keyer"]["ready"], 8)
+        self.assertEqual(self.edges("DTR"), [], "keyed for a moment")
+        self.assertIn("DTR", [line for _, line, _ in self.changes()[self.opened:]])
+        self.assertTrue(kvx.command("setting INVERT on").startswith("error: The rig port's lines cannot be keyed inverted"))
+        self.assertTrue(kvx.command("setting KEYERPORT NONE").startswith("ok"))
+        self.assertTrue(wait_until(lambda: self.is_on("DTR"), 2), "its switch does not count again")
 
     def test_a_port_that_goes(self):
         kvx = self.start()

@@ -11,6 +11,7 @@ import threading
 import time
 
 BINARY = os.environ.get("KVX_BINARY", "")
+NO_WINE = {"WINEPREFIX": "/nonexistent"}  # nothing of what the machine's own user has set up for Wine takes part
 signal.signal(signal.SIGHUP, signal.SIG_DFL)  # a program inherits that it is ignored, as under nohup, and then heeds it
 
 
@@ -28,7 +29,7 @@ class Kvx:
     """A running console. Everything it prints is kept, with the time it came, in `lines`."""
 
     def __init__(self, *arguments, environment=None, user=None):
-        self.process = subprocess.Popen([BINARY, *arguments], env={**os.environ, **(environment or {})}, user=user,
+        self.process = subprocess.Popen([BINARY, *arguments], env={**os.environ, **NO_WINE, **(environment or {})}, user=user,
                                         stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
         self.lines = []
         self.arrived = threading.Condition()

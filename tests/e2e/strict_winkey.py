@@ -51,6 +51,7 @@ class StrictWinkey(Rig):
         self.gap = 0.0  # between the bytes of an answer
         self.noise = b""
         self.mute = False
+        self.own_power = False  # it goes on keying when its plug is pulled
         self.key_down = False
         self.tuning = False
         self._restart()
@@ -68,7 +69,9 @@ class StrictWinkey(Rig):
         self.tuning = False
 
     def line_lost(self):
-        """Its power comes over the plug."""
+        """Its power may come over the plug."""
+        if self.own_power:
+            return
         self._key(False, time.monotonic())
         self._restart()
         self.commands.append("plug")
@@ -125,7 +128,7 @@ class StrictWinkey(Rig):
             self.commands.append(frame.hex(" "))
             return self.administer(frame, at)
         if not self.open:
-            return frame[0] == NULL
+            return frame[0] == NULL or frame in (b"\x0a", b"\x0b\0")  # not open yet, it passes over a release
         if frame[0] >= TEXT:
             return self.take_text(chr(frame[0]).upper())
         self.commands.append(frame.hex(" "))

@@ -15,6 +15,7 @@ from strict_winkey import ALPHABET, StrictWinkey
 BEFORE_REPLY = bytes.fromhex("13 13 13 00 04 41")
 OPEN = bytes.fromhex("00 02")
 DEFAULTS = bytes.fromhex("07 00 0b 0f 02 19 05 32 00 00 05 14 00 00 12 32 32 06 ff 07 15")
+RELEASE = bytes.fromhex("0a 0b 00")  # of a keyer that was sending when it went
 POT = bytes.fromhex("05 05 32 00")
 FAILED = "Unable to initialize Winkey"
 TUNE_ON, TUNE_OFF, HOST_CLOSE = "0b 01", "0b 00", "00 03"
@@ -168,7 +169,8 @@ class WinkeyTest(unittest.TestCase):
                 kvx.wait_status(lambda status: status["keyer"]["ready"], 8)
                 self.assertTrue(wait_until(lambda: keyer.heard().endswith(POT), 2), keyer.heard().hex(" "))
                 time.sleep(0.5)
-                self.assertEqual(keyer.heard().hex(" "), start_up(60).hex(" "), "nothing of the text is sent again")
+                self.assertEqual(keyer.heard().hex(" "), (RELEASE + start_up(60)).hex(" "),
+                                 "nothing of the text is sent again")
                 self.assertNotIn(FAILED, " ".join(kvx.texts(since)))
                 self.assertLess(len(before), 20)
                 kvx.command("cw TU")
@@ -218,8 +220,8 @@ class WinkeyTest(unittest.TestCase):
         self.assertAlmostEqual(up - down, 1, delta=0.3)
         self.assert_commands(keyer, [TUNE_ON, TUNE_OFF])
 
-    def tuned(self):
-        keyer, kvx = self.start()
+    def tuned(self, keyer=None):
+        keyer, kvx = self.start(keyer)
         keyer.forget()
         self.assertTrue(kvx.command("tune on").startswith("ok"))
         self.assertTrue(wait_until(lambda: keyer.key_down, 2))
@@ -254,12 +256,35 @@ class WinkeyTest(unittest.TestCase):
         self.assertLess(len(keyer.sent) - sent, 5)
 
     def test_the_key_is_released_when_the_keyer_comes_back(self):
-        keyer, kvx = self.tuned()
+        keyer = StrictWinkey()
+        keyer.own_power = True
+        keyer, kvx = self.tuned(keyer)
         keyer.unplug()
         kvx.wait_status(lambda status: not status["keyer"]["ready"])
         self.assertFalse(kvx.status()["keyer"]["tune"])
+        self.assertTrue(keyer.key_down, "it does not know that its plug was pulled")
+        keyer.plug(self.station.device)
+        self.assertTrue(wait_until(lambda: not keyer.key_down, 5), keyer.heard().hex(" "))
+        kvx.wait_status(lambda status: status["keyer"]["ready"], 8)
+        self.assertEqual(keyer.illegal, [])
+
+    def test_a_wish_is_forgotten_when_the_keyer_stays_silent(self):
+        keyer, kvx = self.start()
+        keyer.unplug()
+        kvx.wait_status(lambda status: not status["keyer"]["ready"])
+        keyer.mute = True
+        keyer.forget()
+        keyer.plug(self.station.device)
+        self.assertTrue(wait_until(keyer.heard, 5))
+        self.assertTrue(kvx.command("tune on").startswith("ok"))
+        kvx.wait_line(f"message {FAILED}", 8)
+        keyer.unplug()
+        keyer.mute = False
         keyer.plug(self.station.device)
         kvx.wait_status(lambda status: status["keyer"]["ready"], 8)
+        self.assertTrue(wait_until(lambda: keyer.heard().endswith(POT), 2))
+        time.sleep(0.5)
+        self.assertNotIn(TUNE_ON, keyer.commands)
         self.assertFalse(keyer.key_down)
 
 

@@ -19,7 +19,7 @@ class FakeCwBackend final : public keyer::CwBackend {
   void Open() override {
     ++opens;
     if (ready_ || opening_ != 0) return;
-    opening_ = loop_.StartTimer(loop_.Now() + std::chrono::milliseconds(300), [this] {
+    opening_ = loop_.StartTimer(loop_.Now() + opening_time, [this] {
       opening_ = 0;
       ready_ = !refuses;
       if (refuses) {
@@ -70,6 +70,7 @@ class FakeCwBackend final : public keyer::CwBackend {
   std::string sent;  ///< everything that was given
   std::string unknown = "#";
   std::size_t capacity = 3;
+  Duration opening_time = std::chrono::milliseconds(300);
   int speed = 0;
   int opens = 0;
   int closes = 0;

@@ -50,6 +50,8 @@ struct Bench {
     functions.keys.press = [this](int number) { rig.Send("XFN" + std::to_string(number)); };
     functions.dialogs.show = [this](const std::string& text) { shown.push_back(text); };
     functions.scanner.level = [this] { return level; };
+    functions.scanner.channels = [this] { return ChannelStops(memories); };
+    functions.scanner.recall = [this](int channel) { return memories.Recall(channel); };
   }
 
   config::Sqlite Other() { return std::move(*config::Sqlite::Open(folder / "rigsetup.sqlite")); }

@@ -149,7 +149,7 @@ TEST(ChannelCsv, WhatAMemoryProgramWroteIsTakenByTheNamesOfItsColumns) {
                    "0,CALL,146.520000,,0.600000,,88.5,88.5,023,NN,023,Tone->Tone,FM,5.00,S,50W,\"first, any\",,,,\r\n"
                    "3,NET,7.030500,,,,,,,,,,NCW,,,,,,,,\r\n"
                    "4,NFM,0145.5,+,0.600000,Tone,103.5,88.5,023,NN,023,Tone->Tone,NFM,12.50,,,,,,,\r\n");
-  ASSERT_TRUE(bench.memories.Import("in.csv", false).ok());
+  ASSERT_TRUE(bench.memories.Import("in.csv", Conflict::kRefuse).ok());
   EXPECT_EQ(bench.memories.channel(1), (MemoryChannel{.name = "CALL",
                                                       .frequency = Frequency::FromHz(146'520'000),
                                                       .mode = "FM",
@@ -159,7 +159,8 @@ TEST(ChannelCsv, WhatAMemoryProgramWroteIsTakenByTheNamesOfItsColumns) {
             (MemoryChannel{.name = "NET", .frequency = Frequency::FromHz(7'030'500), .mode = "CW", .narrow = true}));
   EXPECT_TRUE(bench.memories.channel(4).narrow);
   EXPECT_EQ(bench.memories.channel(4).comment, "[Duplex=+; Offset=0.600000; Tone=Tone; rToneFreq=103.5]");
-  EXPECT_NE(bench.memories.Import("in.csv", false).error().message.find("there already: 3, 4"), std::string::npos);
+  EXPECT_NE(bench.memories.Import("in.csv", Conflict::kRefuse).error().message.find("there already: 3, 4"),
+            std::string::npos);
   ASSERT_TRUE(bench.memories.Export("out.csv").ok());
   EXPECT_EQ(bench.folder.Get("out.csv"),
             kColumns +
@@ -173,7 +174,7 @@ TEST(ChannelCsv, WhatAMemoryProgramWroteIsTakenByTheNamesOfItsColumns) {
                 "4,NFM,145.500000,+,0.600000,Tone,103.5,88.5,023,NN,023,Tone->Tone,NFM,5.00,,\n");
   const MemoryChannel before = bench.memories.channel(3);
   bench.memories.SetName(3, "other").ok();
-  ASSERT_TRUE(bench.memories.Import("out.csv", true).ok());
+  ASSERT_TRUE(bench.memories.Import("out.csv", Conflict::kReplace).ok());
   EXPECT_EQ(bench.memories.channel(3), before);
 }
 
@@ -196,14 +197,29 @@ TEST(ChannelCsv, WhatAChannelHasNoPlaceForIsKeptInItsCommentAndGoesBack) {
         Row{"Comment,Frequency,NewColumn", "a [note],7.03,x", "a [note]"}}) {
     Bench bench;
     bench.folder.Put("in.csv", row.heading + "\r\n0,,,\r\n" + row.line + "\r\n");
-    ASSERT_TRUE(bench.memories.Import("in.csv", false).ok()) << row.line;
+    ASSERT_TRUE(bench.memories.Import("in.csv", Conflict::kRefuse).ok()) << row.line;
     const MemoryChannel taken = bench.memories.channel(1);
     EXPECT_EQ(taken.comment, row.comment);
     EXPECT_TRUE(bench.memories.channel(2).empty()) << "a line without a frequency is no channel";
     bench.memories.Export("out.csv").ok();
-    ASSERT_TRUE(bench.memories.Import("out.csv", true).ok());
+    ASSERT_TRUE(bench.memories.Import("out.csv", Conflict::kReplace).ok());
     EXPECT_EQ(bench.memories.channel(1), taken);
   }
+}
+
+TEST(ChannelCsv, TheVfoOfAChannelOutlivesExportAndImport) {
+  Bench bench;
+  const MemoryChannel channel{.name = "Z\xC3\xBCrich",
+                              .frequency = Frequency::FromHz(145'600'000),
+                              .mode = "FM",
+                              .vfo = 'B',
+                              .comment = "hill [Duplex=-; Offset=0.600000]"};
+  ASSERT_TRUE(bench.memories.Change(4, channel).ok());
+  ASSERT_TRUE(bench.memories.Export("out.csv").ok());
+  EXPECT_NE(bench.folder.Get("out.csv").find("hill [VFO=B]"), std::string::npos);
+  bench.folder.Put("out.csv", ReplaceAll(bench.folder.Get("out.csv"), "\xC3\xBC", "\xFC"));  // as an older program
+  ASSERT_TRUE(bench.memories.Import("out.csv", Conflict::kReplace).ok());
+  EXPECT_EQ(bench.memories.channel(4), channel);
 }
 
 TEST(ChannelCsv, ImportKeepsOrReplacesWhatIsThere) {
@@ -233,7 +249,7 @@ TEST(ChannelCsv, ABadLineIsNamedAndNothingIsTaken) {
                          Row{good + "2,\"7.03,CW\n", "line 3: a quote"}, Row{"", "line 1: the heading"}}) {
     Bench bench;
     bench.folder.Put("in.csv", row.csv);
-    const auto imported = bench.memories.Import("in.csv", true);
+    const auto imported = bench.memories.Import("in.csv", Conflict::kReplace);
     ASSERT_FALSE(imported.ok()) << row.csv;
     EXPECT_NE(imported.error().message.find(row.why), std::string::npos) << imported.error().message;
     EXPECT_TRUE(bench.memories.channel(1).empty());
@@ -242,7 +258,7 @@ TEST(ChannelCsv, ABadLineIsNamedAndNothingIsTaken) {
   std::string many = "Frequency\n";
   for (int i = 0; i < 101; ++i) many += "7.03\n";
   bench.folder.Put("in.csv", many);
-  EXPECT_FALSE(bench.memories.Import("in.csv", true).ok());
+  EXPECT_FALSE(bench.memories.Import("in.csv", Conflict::kReplace).ok());
   EXPECT_TRUE(bench.memories.channel(1).empty());
 }
 

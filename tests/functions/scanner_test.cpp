@@ -57,6 +57,38 @@ TEST(Scanner, StepsThroughTheMarkedRowsRoundAndRound) {
   EXPECT_EQ(bench.Visits(10s), "");
 }
 
+TEST(Scanner, GoesThroughTheMemoryChannelsThatAreNotSkipped) {
+  ScanBench bench;
+  auto& scanner = bench.functions.scanner;
+  EXPECT_EQ(scanner.Start(ScanSource::kMemories).error().message, "Every memory channel is empty or skipped in scans");
+  const auto put = [&](int number, const MemoryChannel& channel) {
+    EXPECT_TRUE(bench.memories.Change(number, channel).ok());
+  };
+  put(9, {.name = "net", .frequency = *ParseKhz("3650.00"), .mode = "LSB"});
+  put(3, {.frequency = *ParseKhz("7031.00"), .mode = "CW", .narrow = true});
+  put(5, {.frequency = *ParseKhz("7100.00"), .skip = true});
+  scanner.SetSettings({.dwell = 1s});
+  bench.rig.Written();
+  EXPECT_TRUE(scanner.Start(ScanSource::kMemories).ok());
+  EXPECT_EQ(bench.Visits(1500ms), "7031.00 3650.00 ") << "in the order of their numbers";
+  EXPECT_EQ(bench.rig.Written(), "FA00007031000;MN;FA00003650000;ML;");
+  EXPECT_EQ(ScanText(scanner.state()), "scan listening 3650.00 memory 9 net");
+  put(12, {.frequency = *ParseKhz("14060.00"), .mode = "CW"});
+  EXPECT_EQ(bench.Visits(3s), "7031.00 3650.00 14060.00 ") << "one that was stored meanwhile comes with the next round";
+  ScanSettings down = scanner.settings();
+  down.down = true;
+  scanner.SetSettings(down);
+  EXPECT_EQ(bench.Visits(1s), "3650.00 ");
+  bench.rig.engine.operations.TuneTo(*ParseKhz("3655.00"));
+  EXPECT_FALSE(scanner.running());
+  EXPECT_TRUE(scanner.Start().ok());
+  EXPECT_EQ(bench.Visits(1500ms), "14300.00 14200.00 ") << "the stored rows again";
+  EXPECT_TRUE(scanner.Start(ScanSource::kMemories).ok());
+  EXPECT_TRUE(bench.memories.Delete({3, 9, 12}).ok());
+  bench.Visits(10s);
+  EXPECT_EQ(ScanText(scanner.state()), "scan stopped Every memory channel is empty or skipped in scans");
+}
+
 TEST(Scanner, WhatKeepsItFromStartingIsSaid) {
   Bench bench;
   auto& scanner = bench.functions.scanner;
@@ -73,6 +105,14 @@ TEST(Scanner, WhatKeepsItFromStartingIsSaid) {
   bench.rig.console.Transmitting.Set(true);
   EXPECT_FALSE(scanner.Start().ok());
   bench.rig.console.Transmitting.Set(false);
+  bench.rig.console.Tune.Set(true);
+  EXPECT_FALSE(scanner.Start().ok());
+  bench.rig.console.Tune.Set(false);
+  bool sending = true;
+  scanner.sending = [&] { return sending; };
+  EXPECT_FALSE(scanner.Start().ok());
+  EXPECT_EQ(bench.shown.back(), "There is no scanning while the rig transmits or CW is sent");
+  sending = false;
   bench.rig.engine.link.CloseRigPort();
   EXPECT_NE(scanner.Start().error().message.find("closed"), std::string::npos);
   EXPECT_FALSE(scanner.running());
@@ -114,6 +154,16 @@ TEST(Scanner, AnyOperatorActionEndsIt) {
       {"a VFO", [](ScanBench& b) { b.rig.engine.operations.VFOB_Click(); }},
       {"a band", [](ScanBench& b) { b.rig.console.BandNumber.Set(40); }},
       {"transmitting", [](ScanBench& b) { b.rig.console.Transmitting.Set(true); }},
+      {"the key held down", [](ScanBench& b) { b.rig.console.Tune.Set(true); }},
+      {"the paddle", [](ScanBench& b) { b.rig.console.KeyerState.Set("busy"); }},
+      {"a CW text",
+       [](ScanBench& b) {
+         b.functions.scanner.sending = [] { return true; };
+         b.rig.console.CwProgress.Set(1);
+       }},
+      {"the rig port", [](ScanBench& b) { b.rig.engine.link.CloseRigPort(); }},
+      {"a store", [](ScanBench& b) { b.functions.keys.StoreFN("net"); }},
+      {"a deletion", [](ScanBench& b) { b.functions.keys.DelFN(); }},
       {"a text typed for a function key", [](ScanBench& b) { b.rig.console.Text5.Set(2, "0744"); }},
       {"another rig", [](ScanBench& b) { b.rig.console.RigName.Set("OTHER"); }},
       {"the rig's knob", [](ScanBench& b) { b.rig.engine.operations.UpdateFreq(*ParseKhz("14100.20")); }},
@@ -130,6 +180,44 @@ TEST(Scanner, AnyOperatorActionEndsIt) {
     EXPECT_FALSE(bench.functions.scanner.state().why.empty()) << name;
     EXPECT_EQ(bench.Visits(20s), "") << name;
   }
+}
+
+TEST(Scanner, AKeyPressedOnArrivalThatTransmitsEndsIt) {
+  ScanBench bench;
+  bench.Sql("UPDATE rigfn SET FNP1 = 1");
+  bench.functions.keys.press = [&](int) { bench.rig.console.Transmitting.Set(true); };
+  bench.Start({.dwell = 1s});
+  EXPECT_EQ(bench.Visits(10s), "14100.00 ");
+  EXPECT_EQ(ScanText(bench.functions.scanner.state()), "scan stopped the rig transmits");
+}
+
+TEST(Scanner, TheOnlyRowDoesNotOutliveTheRigPort) {
+  ScanBench bench;
+  bench.Sql("DELETE FROM rigfn WHERE Freq <> '14100.00'");
+  bench.Start({.dwell = 1s});
+  bench.Visits(5s);
+  bench.rig.engine.link.CloseRigPort();
+  EXPECT_EQ(ScanText(bench.functions.scanner.state()), "scan stopped the rig port is closed");
+  EXPECT_TRUE(bench.functions.scanner.Start().error().message.find("closed") != std::string::npos);
+}
+
+TEST(Scanner, ALevelThatNobodyMeasuresDoesNotHoldItAndThatIsSaid) {
+  ScanBench bench;
+  bench.level = 9;
+  std::string why = "the rig is not polled";
+  bench.functions.scanner.deaf = [&] { return why; };
+  bench.Start({.dwell = 1s, .settle = 300ms, .level = 5});
+  EXPECT_EQ(bench.Visits(3500ms), "14100.00 14200.00 14300.00 14100.00 ");
+  const std::string told = "The scan does not stop on a level: the rig is not polled";
+  EXPECT_EQ(std::count(bench.shown.begin(), bench.shown.end(), told), 1);
+  why.clear();
+  bench.Visits(200ms);
+  EXPECT_EQ(bench.phase(), Phase::kListening) << "what it told before may still be there";
+  bench.Visits(2s);
+  EXPECT_EQ(bench.phase(), Phase::kHeld);
+  why = "another meter is polled";
+  EXPECT_NE(bench.Visits(10s), "");
+  EXPECT_EQ(bench.shown.back(), "The scan does not stop on a level: another meter is polled");
 }
 
 TEST(Scanner, WhatTheRigTellsOfItsOwnDoesNotEndIt) {

@@ -78,9 +78,9 @@ class Desktop:
         fields = dict(field.split(":") for field in text.split())
         return int(fields["x"]), int(fields["y"])
 
-    def click(self, x, y, button=1):
+    def click(self, x, y, button=1, times=1):
         self.point(x, y)
-        self._do("click", button)
+        self._do("click", "--repeat", times, "--delay", 30, button)
 
     def wheel(self, x, y, notches, pause_ms=15):
         """Notches up, or down when negative."""

@@ -38,11 +38,17 @@ class WindowsTest(KeyboardWalk):
     def test_rig_definitions(self):
         self.can_be_used("ctrl+e")
 
+    def test_functions(self):
+        self.can_be_used("ctrl+l")
+
+    def test_memories(self):
+        self.can_be_used("ctrl+m")
+
     def test_debug_view(self):
         self.can_be_used("ctrl+d")
 
     def test_the_end_closes_them_all(self):
-        for keys in ("ctrl+p", "ctrl+e", "ctrl+d"):
+        for keys in ("ctrl+p", "ctrl+e", "ctrl+l", "ctrl+m", "ctrl+d"):
             self.opened(keys)
             self.desktop.focus(self.window)
         self.desktop.close(self.window)

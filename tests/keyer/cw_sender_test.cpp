@@ -59,7 +59,12 @@ TEST(CwSender, BackspaceTakesBackWhatTheKeyerHasNotBeenGiven) {
   ASSERT_TRUE(bench.Type("S").ok());
   bench.loop.RunFor(10s);
   EXPECT_EQ(bench.keyer.keyed, "PARIS");
-  EXPECT_FALSE(bench.sender.Backspace());
+  EXPECT_EQ(bench.sender.Backspace(), 0U);
+  int changes = 0;
+  ASSERT_TRUE(bench.Type("ABCDEFG").ok());
+  bench.sender.on_change = [&changes] { ++changes; };
+  EXPECT_EQ(bench.sender.Backspace(100), 4U);
+  EXPECT_EQ(changes, 1);
 }
 
 TEST(CwSender, AbortStopsInTheMiddleOfASignAndForgetsTheRest) {
@@ -91,6 +96,34 @@ TEST(CwSender, APauseHoldsBackWhatTheKeyerHasNotAndASpeedChangeCountsFromThere) 
   EXPECT_EQ(left, MorseLength("D", 40) + MorseLength("E", 40) + MorseLength("F", 40) + MorseLength("G", 40));
   bench.loop.RunFor(left);
   EXPECT_EQ(bench.keyer.keyed, "ABCDEFG");
+}
+
+TEST(CwSender, APauseOutlivesWhatTheKeyerHas) {
+  Bench bench;
+  ASSERT_TRUE(bench.Type("E").ok());
+  bench.loop.RunFor(301ms);
+  bench.sender.Pause(true);
+  bench.loop.RunFor(10s);
+  EXPECT_TRUE(bench.sender.paused() && !bench.sender.sending());
+  ASSERT_TRUE(bench.Type("T").ok());
+  bench.loop.RunFor(10s);
+  EXPECT_EQ(bench.keyer.keyed, "E");
+  bench.sender.Abort();
+  ASSERT_TRUE(bench.Type("K").ok());
+  bench.loop.RunFor(10s);
+  EXPECT_EQ(bench.keyer.keyed, "EK");
+}
+
+TEST(CwSender, WhoeverHearsOfASymbolMayTakeTheKeyerAway) {
+  Bench bench;
+  std::string heard;
+  bench.sender.on_symbol = [&](const std::string& symbol, int) {
+    bench.sender.Use(nullptr);
+    heard += symbol;
+  };
+  ASSERT_TRUE(bench.Type("<SOSSOS>E").ok());
+  bench.loop.RunFor(10s);
+  EXPECT_EQ(heard, "SOSSOS");
 }
 
 TEST(CwSender, ALostKeyerDropsTheRestWithOneLineAndNothingIsSentTwice) {

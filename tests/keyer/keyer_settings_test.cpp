@@ -59,7 +59,7 @@ TEST(KeyerSettings, OldNumbersAndWordsMeanTheSame) {
 TEST(KeyerSettings, NumbersStayInTheirBoundsAndMissingOnesMeanWhatIsShown) {
   const KeyerSettings wild = From(
       "CWSPEED= 300\nTUNETIME= 9999\nPTTLEADTIME= 999\nXLEADTIME=-5\nXTAILTIME= 99999\nCWTONE= 5\nCWVOLUME=-1\n"
-      "KEYINGCOMPX= 400\nPADDLECOM= 500\nKEYERPORT=WINKEY\nKEYLINE=RTS\nKEYPTT=False\nINVERT=True\nLOCALCW=True");
+      "KEYINGCOMPX= 400\nPADDLECOM= 500\nKEYERPORT=WINKEY\nKEYLINE=rts\nKEYPTT=False\nINVERT=True\nLOCALCW=True");
   EXPECT_EQ(wild.speed, 99);
   EXPECT_EQ(wild.tune_limit, 120s);
   EXPECT_EQ(wild.ptt_lead, 255);

@@ -14,6 +14,8 @@ namespace {
 
 using namespace std::chrono_literals;
 
+using Lines = std::vector<std::string>;
+
 constexpr KeyerSettings kComLine{.kind = KeyerKind::kComLine, .port = 4, .speed = 20, .tune_limit = 10s};
 
 struct Bench {
@@ -54,8 +56,6 @@ struct Bench {
                  return made;
                }}};
 };
-
-using Lines = std::vector<std::string>;
 
 TEST(Keyer, TuneItHoldsTheKeyUntilItIsPressedAgainOrTheLimitHasCome) {
   Bench bench;
@@ -122,6 +122,118 @@ TEST(Keyer, ATuneStartsAClosedKeyerUpAndEscapeTakesThatBack) {
   bench.loop.RunFor(10s);
   EXPECT_EQ(bench.TakeNotices(), Lines{"it does not answer"});
   EXPECT_FALSE(*bench.console.Tune);
+}
+
+/// With a WinKeyer that has been started up.
+struct WinkeyBench {
+  WinkeyBench() {
+    keyer.on_notice = [this](const std::string& line) { notices.push_back(line); };
+    EXPECT_TRUE(keyer.functions.Load().ok());
+    keyer.Use({.kind = KeyerKind::kWinkey, .port = 5, .key1 = true}, 3);
+    loop.RunFor(1ms);
+    Answer();
+    loop.RunFor(1s);
+    EXPECT_TRUE(keyer.ready());
+    port.TakeWrites();
+  }
+  void Answer() {
+    for (const char* reply : {"A", "\x17", "\xC0"}) port.Arrive(reply);
+  }
+  /// It drops off its port and is back, silent.
+  void ReturnSilent() {
+    port.Lose();
+    loop.RunFor(1s);
+  }
+
+  TemporaryFolder folder;
+  platform::PosixFiles files;
+  VirtualLoop loop;
+  Console console;
+  FakeSerialPort rig_port;
+  FakeSerialPort port;
+  cat::Engine engine{loop, console, rig_port};
+  std::vector<std::string> notices;
+  Keyer keyer{{.loop = loop,
+               .console = console,
+               .engine = engine,
+               .files = files,
+               .folder = folder.path(),
+               .port = &port,
+               .make_line = {},
+               .make_backend = {}}};
+};
+
+TEST(Keyer, AWishIsNotFulfilledWhenTheKeyerComesMuchLater) {
+  for (const bool tune : {true, false}) {
+    WinkeyBench bench;
+    bench.ReturnSilent();
+    EXPECT_EQ(*bench.console.KeyerState, "starting");
+    if (tune) bench.keyer.TuneIt();
+    if (!tune) {
+      EXPECT_TRUE(bench.keyer.Type("CQ").ok());
+    }
+    bench.notices.clear();
+    bench.loop.RunFor(10s);
+    EXPECT_EQ(*bench.console.KeyerState, "failed");
+    EXPECT_EQ(bench.notices.size(), 1U) << "it was asked for";
+    EXPECT_EQ(bench.keyer.sender().waiting_count(), 0U);
+    bench.ReturnSilent();
+    bench.port.TakeWrites();
+    bench.Answer();
+    bench.loop.RunFor(1s);
+    EXPECT_TRUE(bench.keyer.ready());
+    EXPECT_FALSE(*bench.console.Tune);
+    for (const std::string& write : bench.port.TakeWrites())
+      EXPECT_TRUE(write != "\x0B\x01" && write != "C") << "keyed by itself";
+  }
+}
+
+TEST(Keyer, ATuneWaitsFiveSecondsForAKeyerThatTakesItsTime) {
+  Bench bench;
+  bench.keyer.Close();
+  bench.backend().opening_time = 6s;
+  bench.keyer.TuneIt();
+  bench.TakeNotices();
+  bench.loop.RunFor(1min);
+  EXPECT_TRUE(bench.keyer.ready());
+  EXPECT_FALSE(bench.backend().key);
+  EXPECT_EQ(bench.TakeNotices(), Lines{"The keyer was not ready in time: it is not tuned"});
+}
+
+TEST(Keyer, APaddleThatTakesOverIsNoFailure) {
+  WinkeyBench bench;
+  EXPECT_TRUE(bench.keyer.Send("CQ CQ CQ").ok());
+  bench.port.Arrive("\xC6");
+  bench.port.Arrive("\xC0");
+  EXPECT_EQ(bench.notices, Lines{"The paddle has taken over; 8 characters were not sent"});
+  EXPECT_TRUE(bench.keyer.ready() && !bench.keyer.failed());
+}
+
+TEST(Keyer, WhoeverHearsOfATuneMayEndItAtOnce) {
+  Bench bench;
+  const auto subscription = bench.console.Subscribe([&bench](Field field) {
+    if (field == Field::kTune && *bench.console.Tune) bench.keyer.Escape();
+  });
+  bench.keyer.TuneIt();
+  EXPECT_FALSE(bench.backend().key);
+  EXPECT_EQ(bench.TakeNotices(), Lines{"Transmitter Off"});
+  bench.loop.RunFor(1min);
+  EXPECT_EQ(bench.TakeNotices(), Lines{}) << "a limit that runs without a tune";
+}
+
+TEST(Keyer, APortThatLeadsElsewhereIsOpenedAnew) {
+  Bench bench;
+  bench.keyer.PortMoved(3);
+  EXPECT_EQ(bench.backends.size(), 1U);
+  bench.keyer.SendChar1(kKeyDownCode);
+  bench.keyer.PortMoved(4);
+  bench.loop.RunFor(1s);
+  EXPECT_EQ(bench.backends.size(), 2U);
+  EXPECT_FALSE(bench.backends.front()->key);
+  EXPECT_TRUE(bench.backend().ready());
+  bench.keyer.Use({.kind = KeyerKind::kRigLine}, 3);
+  bench.keyer.PortMoved(3);
+  EXPECT_EQ(bench.backends.size(), 4U);
 }
 
 TEST(Keyer, WithoutAKeyerTheOperatorIsToldWhereToChooseOne) {

@@ -123,6 +123,35 @@ TEST(RigKeyer, AbortStopsTheRigAndForgetsTheRest) {
   EXPECT_EQ(bench.port.written.size(), 7U) << "nothing is being sent";
 }
 
+TEST(RigKeyer, EscapeStopsARigThatStillSendsWhenItsPortIsBack) {
+  for (const bool while_closed : {false, true}) {
+    Bench bench("IC-7300");
+    bench.sender.SetSpeed(5);
+    bench.Send("0000000000");
+    bench.loop.RunFor(200ms);
+    bench.port.Lose();
+    bench.notices.clear();
+    if (while_closed) bench.sender.Abort();
+    bench.port.written.clear();
+    bench.loop.RunFor(600ms);
+    ASSERT_TRUE(bench.engine.link.is_open());
+    if (!while_closed) bench.sender.Abort();
+    EXPECT_NE(SpacedHex(bench.port.written).find("FE FE 94 E0 17 FF FD"), std::string::npos) << while_closed;
+    EXPECT_EQ(bench.notices.size(), while_closed ? 1U : 0U);
+  }
+}
+
+TEST(RigKeyer, ABusyLineDropsTheTextAndTheKeyerStaysReady) {
+  Bench bench("TS-2000");
+  bool gone = false;
+  bench.sender.on_gone = [&gone] { gone = true; };
+  bench.engine.link.WriteRigPort(std::string(8000, ';'));
+  bench.Send("CQ");
+  bench.loop.RunFor(1s);
+  EXPECT_EQ(bench.notices, std::vector<std::string>{"The rig line is busy; 2 characters were not sent"});
+  EXPECT_TRUE(bench.keyer.ready() && !gone);
+}
+
 TEST(RigKeyer, ALostPortDropsTheTextOnceAndTheKeyerReturnsWithIt) {
   Bench bench("TS-2000");
   bench.Send("CQ CQ CQ");

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "core/timer_queue.h"
 #include "fakes/fake_key_line.h"
 #include "fakes/fake_serial_port.h"
 #include "fakes/virtual_loop.h"
@@ -201,6 +202,12 @@ TEST(SoftwareKeyer, ALostLineDropsTheTextAndIsTriedAgainUntilItIsBack) {
   bench.loop.RunFor(60s);
   EXPECT_EQ(bench.events, "ready lost ready failed(COM4: no such device) ");
   EXPECT_EQ(bench.keyer->state(), "failed");
+  bench.keyer->Open();  // as for a text
+  bench.loop.RunFor(60s);
+  bench.line->absent = false;
+  bench.loop.RunFor(5s);
+  EXPECT_TRUE(bench.events.ends_with("failed(COM4: no such device) ready ")) << bench.events;
+  EXPECT_EQ(bench.keyer->state(), "ready");
 }
 
 TEST(PortKeyLine, KeysTheLinesOfAnOpenPort) {
@@ -258,6 +265,52 @@ TEST(PortKeyLine, OwnsAPortOfItsOwnAndTellsItsLoss) {
   ASSERT_TRUE(line.Open());
   line.Close();
   EXPECT_FALSE(port.is_open());
+
+  auto before = std::make_unique<PortKeyLine>(loop, port, platform::KeyLines{}, platform::PortSettings{.number = 4});
+  ASSERT_TRUE(before->Open());
+  before->Close();
+  ASSERT_TRUE(line.Open());
+  before.reset();
+  lost.clear();
+  port.Lose();
+  EXPECT_EQ(lost, "the device has gone") << "the end of the line before makes this one deaf";
+}
+
+/// A loop whose time goes on although nothing is served.
+class StallingLoop final : public Loop {
+ public:
+  TimePoint Now() const override { return now; }
+  UtcTime UtcNow() const override { return {}; }
+  std::chrono::minutes LocalOffset() const override { return {}; }
+  TimerId StartTimer(TimePoint when, std::function<void()> action) override {
+    return queue.Add(when, std::move(action));
+  }
+  void StopTimer(TimerId timer) override { queue.Remove(timer); }
+  void Serve(TimePoint at) {
+    now = at;
+    queue.RunDue(now);
+  }
+
+  TimePoint now{1h};
+  TimerQueue queue;
+};
+
+TEST(PortKeyLine, AStallLosesNoElement) {
+  StallingLoop loop;
+  FakeSerialPort port;
+  ASSERT_TRUE(port.Open({.number = 1}));
+  PortKeyLine line(loop, port, {}, std::nullopt);
+  ASSERT_TRUE(line.Open());
+  line.Play({{.key = true, .length = 60ms}, {.length = 60ms}, {.key = true, .length = 60ms}, {.length = 60ms}});
+  loop.Serve(loop.now);
+  EXPECT_TRUE(port.dtr);
+  loop.Serve(loop.now + 500ms);
+  EXPECT_FALSE(port.dtr);
+  loop.Serve(loop.now + 59ms);
+  EXPECT_FALSE(port.dtr) << "made up for lost time";
+  loop.Serve(loop.now + 1ms);
+  EXPECT_TRUE(port.dtr);
+  EXPECT_EQ(line.remaining(), 120ms);
 }
 
 }  // namespace

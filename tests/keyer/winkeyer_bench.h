@@ -13,14 +13,14 @@
 
 namespace kvx::keyer {
 
-/// A strict keyer at the other end of the line: takes a byte each 9.2 ms, knows how many parameters each command has,
+/// A strict keyer at the other end of the line: takes a byte each 8.3 ms, knows how many parameters each command has,
 /// plays at its own clock and notes what it had to complain of and when it had nothing to play.
 class PlayingKeyer {
  public:
   PlayingKeyer(VirtualLoop& loop, FakeSerialPort& port) : loop_(loop), port_(port) {
     port_.on_write = [this](std::string_view bytes) {
       for (const char c : bytes) {
-        line_free_ = std::max(line_free_, loop_.Now()) + Duration(std::chrono::microseconds(9167));
+        line_free_ = std::max(line_free_, loop_.Now()) + Duration(std::chrono::microseconds(8333));
         loop_.StartTimer(line_free_, [this, c] { Take(static_cast<std::uint8_t>(c)); });
       }
     };
@@ -76,6 +76,8 @@ class PlayingKeyer {
         break;
       case 0x0A:
         buffer_.clear();
+        loop_.StopTimer(std::exchange(sign_, 0));
+        if (std::exchange(playing_, false)) Say("\xC0");
         break;
       case 0x0B:
         key_down = command[1] != 0;
@@ -112,7 +114,7 @@ class PlayingKeyer {
       return Say("\xC0");
     }
     const std::string symbol = buffer_.front();
-    loop_.StartTimer(loop_.Now() + MorseLength(symbol, wpm) * rate / 1000, [this, symbol] {
+    sign_ = loop_.StartTimer(loop_.Now() + MorseLength(symbol, wpm) * rate / 1000, [this, symbol] {
       if (!buffer_.empty()) buffer_.pop_front();
       played += symbol.size() > 1 ? "<" + symbol + ">" : symbol;
       ++symbols;
@@ -132,14 +134,20 @@ class PlayingKeyer {
   std::string command_;
   std::deque<std::string> buffer_;
   bool playing_ = false;
+  Loop::TimerId sign_ = 0;
 };
 
 /// What the guard holds.
 class FakeGuard final : public platform::ReleaseGuard {
  public:
-  void Arm(std::string_view bytes) override { armed = bytes; }
-  void Disarm() override { armed.clear(); }
+  void Arm(std::string_view bytes) override {
+    armed = bytes;
+    limit = {};
+  }
+  void ReleaseAfter(Duration after) override { limit = after; }
+  void Disarm() override { Arm({}); }
   std::string armed;
+  Duration limit{0};
 };
 
 /// A WinKeyer object on a port in memory, and what it has told.
@@ -153,7 +161,15 @@ struct WinkeyerBench {
       ++readies;
       Feed();
     };
-    keyer.on_failed = [this](const std::string& why) { lines.push_back(why); };
+    keyer.on_failed = [this](const std::string& why) {
+      text.clear();
+      ++failures;
+      if (!why.empty()) lines.push_back(why);
+    };
+    keyer.on_dropped = [this](const std::string& why) {
+      text.clear();
+      lines.push_back(why);
+    };
     keyer.on_lost = [this](const std::string& why) {
       text.clear();
       lines.push_back(why);
@@ -163,14 +179,18 @@ struct WinkeyerBench {
   WinkeyerBench(const WinkeyerBench&) = delete;
   WinkeyerBench& operator=(const WinkeyerBench&) = delete;
 
-  /// Started up, with nothing of the start-up left in `port`.
-  void Start() {
-    keyer.Open();
-    loop.RunFor(std::chrono::milliseconds(1));
+  /// The replies of a start-up.
+  void Answer() {
     for (const char* reply : {"A", "\x17", "\xC0"}) {
       port.Arrive(reply);
       loop.RunPending();
     }
+  }
+  /// Started up, with nothing of the start-up left in `port`.
+  void Start() {
+    keyer.Open();
+    loop.RunFor(std::chrono::milliseconds(1));
+    Answer();
     loop.RunFor(std::chrono::seconds(1));  // the line is free
     port.TakeWrites();
   }
@@ -201,6 +221,7 @@ struct WinkeyerBench {
   std::deque<std::string> text;
   std::vector<std::string> lines;
   int readies = 0;
+  int failures = 0;
 };
 
 }  // namespace kvx::keyer

@@ -221,6 +221,127 @@ TEST(WinKeyer, ALoggerSharesItWithoutAByteChanged) {
   EXPECT_EQ(bench.keyer.logger_text().size(), 1000u);
 }
 
+/// A logging program beside a keyer that has been started up.
+struct SharedBench : WinkeyerBench {
+  SharedBench() {
+    EXPECT_TRUE(logger.Open({}).ok());
+    logger.on_data = [this] { keyer.GetWInkey(); };
+    Start();
+    keyer.SetLogger(&logger);
+    keyer.SetPassThrough(true);
+  }
+  FakeSerialPort logger;
+};
+
+TEST(WinKeyer, WhatALoggerKeysIsReleased) {
+  const std::vector<std::pair<std::string, std::function<void(SharedBench&)>>> ends{
+      {"Escape", [](SharedBench& bench) { bench.keyer.Abort(); }},
+      {"the logger is gone", [](SharedBench& bench) { bench.keyer.LoggerGone(); }},
+      {"pass-through off", [](SharedBench& bench) { bench.keyer.SetPassThrough(false); }},
+      {"another logger", [](SharedBench& bench) { bench.keyer.SetLogger(nullptr); }},
+      {"close", [](SharedBench& bench) { bench.keyer.Close(); }},
+      {"another port", [](SharedBench& bench) { bench.keyer.OpenPort(6); }},
+      {"a loss",
+       [](SharedBench& bench) {
+         bench.port.Lose();
+         bench.loop.RunFor(1s);
+       }},
+  };
+  struct Row {
+    std::string keys;
+    std::string release;  ///< empty: nothing is keyed
+  };
+  for (const Row& row : {Row{"\x0B\x01", "0B 00"}, Row{"\x18\x01", "0B 00 18 00"}, Row{"\x14\x02", "0B 00 14 00"},
+                         Row{"\x19\x05", "0B 00"}, Row{"CQ", "0B 00"}, Row{"\x02\x0B\x0E\x45", ""}}) {
+    for (const auto& [name, end] : ends) {
+      SharedBench bench;
+      bench.logger.Arrive(row.keys);
+      const bool keys = !row.release.empty();
+      EXPECT_EQ(bench.guard.armed.starts_with("\x0A\x0B\0"s), keys) << name;
+      bench.port.TakeWrites();
+      end(bench);
+      const std::string writes = bench.Writes();
+      const bool after_loss = name == "a loss";  // a keyer that has started anew holds no line but the key
+      const std::string release = after_loss ? row.release.substr(0, 5) : row.release;
+      EXPECT_EQ(writes.find("0B 00") != std::string::npos, keys) << name << ": " << writes;
+      EXPECT_NE(writes.find(release), std::string::npos) << name << ": " << writes;
+      bench.loop.RunFor(1s);
+      EXPECT_EQ(bench.guard.armed, "") << name;
+    }
+  }
+  SharedBench bench;
+  for (const char* piece : {"\x0B", "\x01", "V", "\x0A"}) bench.logger.Arrive(piece);
+  EXPECT_EQ(bench.guard.armed, "") << "it has released the key itself";
+  bench.logger.Arrive("V");
+  bench.loop.RunFor(1s);
+  EXPECT_NE(bench.guard.armed, "");
+  bench.port.Arrive("\xC0");
+  EXPECT_EQ(bench.guard.armed, "") << "all has been sent";
+  bench.logger.Arrive("\x1B");
+  bench.port.TakeWrites();
+  bench.keyer.Abort();
+  EXPECT_EQ(bench.Writes(), "13 13|0A") << "a command that has been begun does not swallow it";
+}
+
+TEST(WinKeyer, ALoggerCannotMakeAReleaseWait) {
+  SharedBench bench;
+  bench.keyer.on_notice = [&bench](const std::string& line) { bench.lines.push_back(line); };
+  bench.logger.Arrive(std::string(20'000, 'V'));
+  bench.loop.RunFor(3s);
+  std::size_t passed = 0;
+  for (const std::string& write : bench.port.TakeWrites()) passed += write.size();
+  EXPECT_LE(passed, 480u) << "more than a second ahead of the line";
+  EXPECT_GE(passed, 460u);
+  EXPECT_EQ(bench.lines.size(), 1u);
+  bench.port.unsent = 120;
+  bench.keyer.Abort();
+  EXPECT_EQ(bench.port.unsent, 0u);
+  const std::string nulls = "13 13 13 13 13 13 13 13 13 13 13 13 13 13 13";
+  EXPECT_EQ(bench.Writes(), nulls + "|0A|0B 00|02 19");
+  bench.loop.RunFor(1min);
+  EXPECT_EQ(bench.Writes(), "") << "what waited here is dropped as well";
+  std::string text;
+  for (int i = 0; i < 300; ++i) text += static_cast<char>('A' + i % 26);
+  bench.port.written.clear();
+  bench.logger.Arrive(text);
+  bench.loop.RunFor(1min);
+  EXPECT_EQ(bench.port.written, text) << "a long text arrives whole";
+  EXPECT_EQ(bench.lines.size(), 1u);
+}
+
+TEST(WinKeyer, NothingOfALoggerComesBetweenTheBytesOfAStartUp) {
+  SharedBench bench;
+  bench.port.Lose();
+  bench.loop.RunFor(1s);
+  bench.logger.Arrive("\x02\x14");
+  EXPECT_EQ(bench.Writes(), kEchoTest);
+  bench.Answer();
+  EXPECT_EQ(bench.Writes(), "00 02|"s + kDefaults + "|02 14|0E 00|04 00 00|11 00|92|05 05 32 00|02 14");
+}
+
+TEST(WinKeyer, EveryFailureIsToldToWhoeverWaitsAndItsSentenceOnce) {
+  WinkeyerBench bench;
+  bench.Start();
+  bench.port.Lose();
+  bench.loop.RunFor(1s);
+  bench.text = {"C", "Q"};
+  bench.loop.RunFor(10s);
+  EXPECT_EQ(bench.failures, 1) << "a silent return";
+  EXPECT_TRUE(bench.text.empty());
+  EXPECT_EQ(bench.lines, Lines{"the device has gone"});
+  bench.port.absent = true;
+  bench.port.Lose();
+  bench.loop.RunFor(10s);
+  EXPECT_GT(bench.failures, 5);
+  EXPECT_EQ(bench.lines.size(), 1u);
+  bench.port.absent = false;
+  bench.loop.RunFor(1s);
+  EXPECT_EQ(bench.keyer.state(), "starting");
+  bench.keyer.Open();
+  bench.loop.RunFor(10s);
+  EXPECT_EQ(bench.lines, (Lines{"the device has gone", kSilent})) << "it was asked for";
+}
+
 TEST(WinKeyer, ASpeedIsToldAtOnceAndInATextBufferedAsWell) {
   WinkeyerBench bench;
   bench.keyer.SetSpeed(30);
@@ -252,6 +373,26 @@ TEST(WinKeyer, TheKeyIsLetGoWhateverHappens) {
   bench.loop.RunFor(1ms);
   EXPECT_EQ(bench.Writes(), "0B 00") << "the limit";
   EXPECT_EQ(bench.guard.armed, "");
+
+  bench.keyer.Key(true);
+  EXPECT_EQ(bench.guard.limit, 12s);
+  bench.port.unsent = 2;
+  bench.keyer.Key(false);
+  bench.loop.RunFor(1s);
+  EXPECT_NE(bench.guard.armed, "") << "the device does not have the release yet";
+  bench.Type("E");
+  EXPECT_EQ(bench.guard.limit, 0s) << "that of the tune";
+  bench.port.unsent = 0;
+  bench.loop.RunFor(10s);
+  EXPECT_EQ(bench.guard.armed, "");
+
+  bench.keyer.Key(true);
+  bench.port.TakeWrites();
+  const Task init = bench.keyer.InitWinkey();
+  EXPECT_EQ(bench.Writes(), "0B 00|"s + kEchoTest);
+  bench.Answer();
+  bench.loop.RunFor(1s);
+  bench.port.TakeWrites();
 
   bench.keyer.Key(true);
   bench.keyer.Abort();
@@ -395,7 +536,7 @@ TEST(WinKeyer, APaddleThatBreaksInEndsTheText) {
   EXPECT_EQ(bench.keyer.pending(), 0u);
   bench.port.Arrive("\xC0");
   bench.loop.RunFor(1min);
-  EXPECT_EQ(bench.Writes(), "");
+  EXPECT_EQ(bench.Writes(), "0A") << "what was on the line is not sent after the paddle";
   EXPECT_TRUE(bench.keyer.ready());
 }
 
@@ -414,8 +555,8 @@ TEST(WinKeyer, OneThatVanishesInATextComesBackWithoutRepeatingAnything) {
   EXPECT_LT(bench.port.opens, 70);
   bench.port.absent = false;
   bench.loop.RunFor(1s);
-  EXPECT_EQ(bench.Writes(), kEchoTest);
-  for (const char* reply : {"A", "\x17", "\xC0"}) bench.port.Arrive(reply);
+  EXPECT_EQ(bench.Writes(), "0A 0B 00|"s + kEchoTest) << "it may have power of its own, and still send";
+  bench.Answer();
   EXPECT_TRUE(bench.keyer.ready());
   EXPECT_EQ(bench.Writes(), "00 02|"s + kDefaults + "|02 19|0E 00|04 00 00|11 00|92|05 05 32 00");
   bench.loop.RunFor(1min);
@@ -426,8 +567,16 @@ TEST(WinKeyer, OneThatVanishesInATextComesBackWithoutRepeatingAnything) {
   EXPECT_EQ(bench.lines.size(), 2u);
   bench.loop.RunFor(1min);
   EXPECT_EQ(bench.lines.size(), 2u) << "a keyer that is silent at its return is no news";
-  EXPECT_EQ(bench.Writes(), "0B 01|"s + kEchoTest) << "the tune is over";
+  EXPECT_EQ(bench.Writes(), "0B 01|0A 0B 00|"s + kEchoTest) << "the tune is over";
   EXPECT_EQ(bench.keyer.state(), "failed");
+  bench.port.Lose();
+  bench.loop.RunFor(1s);
+  EXPECT_EQ(bench.Writes(), "0A 0B 00|"s + kEchoTest) << "nothing said that the first release arrived";
+  bench.Answer();
+  bench.port.TakeWrites();
+  bench.port.Lose();
+  bench.loop.RunFor(1s);
+  EXPECT_EQ(bench.Writes(), kEchoTest) << "nothing was keyed";
 }
 
 TEST(WinKeyer, APortThatIsNotThereIsToldOnceAndTriedAgain) {

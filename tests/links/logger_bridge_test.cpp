@@ -373,6 +373,8 @@ TEST(KeyerLink, PassesBytesBothWaysUnchangedWhileItIsOn) {
   EXPECT_EQ(*bench.station.console.CWSpeed, 28);
   bench.keyer_port.written.clear();
   ASSERT_TRUE(bench.link.Switch(false).ok());
+  EXPECT_EQ(bench.keyer_port.written, "\x0A\x0B\0"s) << "a key command among the bytes had keyed the transmitter";
+  bench.keyer_port.written.clear();
   bench.port.Arrive("TEST");
   EXPECT_EQ(bench.keyer_port.written, "");
   EXPECT_EQ(bench.notices, Lines{});

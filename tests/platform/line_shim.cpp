@@ -3,7 +3,8 @@
 // (LD_PRELOAD=libkvx_line_shim.so). Does nothing unless KVX_LINE_LOG names a file: to that it appends a line for each
 // change that is asked for, beginning with the monotonic clock in nanoseconds:
 //   123456789 DTR 1        123456789 RTS 0        123456789 CONTROL 0c 08   (mask, value)        123456789 DATA 41
-// As long as a file of that name with ".gone" behind it exists, every such request fails as for an unplugged device.
+// As long as a file of that name with ".gone" behind it exists, every such request fails as for an unplugged device,
+// and with ".hang" nothing reaches the disk, as on a network drive whose server has gone: who asks for that waits.
 
 #include <errno.h>
 #include <fcntl.h>
@@ -78,7 +79,19 @@ bool IsOurs(unsigned long request) {
   return false;
 }
 
+bool Exists(const char* log, const char* ending) {
+  std::array<char, 512> name{};
+  ::snprintf(name.data(), name.size(), "%s%s", log, ending);
+  return ::access(name.data(), F_OK) == 0;
+}
+
 }  // namespace
+
+extern "C" int fsync(int descriptor) {
+  const char* log = ::getenv("KVX_LINE_LOG");
+  while (log != nullptr && Exists(log, ".hang")) ::usleep(10'000);
+  return static_cast<int>(::syscall(SYS_fsync, descriptor));
+}
 
 extern "C" int ioctl(int descriptor, unsigned long request, ...) noexcept {
   va_list arguments;
@@ -89,9 +102,7 @@ extern "C" int ioctl(int descriptor, unsigned long request, ...) noexcept {
   if (log == nullptr || !IsOurs(request) || descriptor < 0 || descriptor >= static_cast<int>(g_lines.size())) {
     return static_cast<int>(::syscall(SYS_ioctl, descriptor, request, argument));
   }
-  std::array<char, 512> gone{};
-  ::snprintf(gone.data(), gone.size(), "%s.gone", log);
-  if (::access(gone.data(), F_OK) == 0) {
+  if (Exists(log, ".gone")) {
     errno = EIO;
     return -1;
   }

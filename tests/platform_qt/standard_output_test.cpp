@@ -77,6 +77,11 @@ TEST(StandardOutput, AStalledReaderGetsTheFirstLinesInOrderWhenItResumes) {
   }));
   EXPECT_LT(read.size(), 5'000'000U) << "more was kept than the limit";
   EXPECT_TRUE(read.ends_with('\n'));
+  const std::string answer(StandardOutput::kMostWaiting + 1, 'a');
+  output.WriteAnswer(answer);
+  std::string answered;
+  EXPECT_TRUE(WaitFor([&] { return (answered += pipe.Read()).size() > answer.size(); })) << "an answer always comes";
+  EXPECT_TRUE(answered == answer + "\n");
   for (std::size_t i = 0; i * 1000 < read.size(); ++i) {
     ASSERT_EQ(read.substr(i * 1000, 999), Line(first + static_cast<int>(i)));
   }

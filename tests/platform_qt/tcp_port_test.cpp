@@ -1,15 +1,18 @@
 #include "platform/qt/tcp_port.h"
 
 #include <gtest/gtest.h>
+#include <sys/socket.h>
 
 #include <QTcpServer>
 
 #include "event_loop.h"
 #include "far_end.h"
+#include "platform/posix/release_guard.h"
 
 namespace kvx {
 namespace {
 
+using platform::PosixReleaseGuard;
 using platform::TcpPort;
 
 /// A serial server with one client, and a port that counts its events.
@@ -92,6 +95,22 @@ TEST(TcpPort, AnAttemptThatFailsIsALossAndABadAddressAnError) {
     ASSERT_FALSE(refused.ok()) << address;
     EXPECT_EQ(refused.error().code, ErrorCode::kInvalid);
   }
+}
+
+TEST(TcpPort, TheGuardWritesToItsConnectionAndABrokenOneRaisesNoSignal) {
+  Bench bench;
+  PosixReleaseGuard outside([&] { return bench.port->descriptor(); });
+  outside.Arm("nothing to write to");
+  QTcpSocket* const client = bench.Connect();
+  {
+    PosixReleaseGuard guard([&] { return bench.port->descriptor(); });
+    guard.Arm(";RX;");
+  }
+  EXPECT_TRUE(WaitFor([&] { return client->bytesAvailable() == 4; }));
+  EXPECT_EQ(client->readAll(), ";RX;");
+  ASSERT_EQ(::shutdown(bench.port->descriptor(), SHUT_WR), 0);
+  PosixReleaseGuard late([&] { return bench.port->descriptor(); });
+  late.Arm(";RX;");  // writes when it is destroyed
 }
 
 TEST(TcpPort, AHandlerMayDestroyThePort) {

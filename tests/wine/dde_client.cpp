@@ -47,10 +47,6 @@ HDDEDATA CALLBACK Receive(UINT type, UINT, HCONV, HSZ, HSZ item, HDDEDATA data, 
     Say(std::string("advise ") + name.data() + " " + (data == nullptr ? "- " : DataText(data)));
     return reinterpret_cast<HDDEDATA>(DDE_FACK);
   }
-  if (type == XTYP_DISCONNECT) {
-    g_conversation = nullptr;
-    Say("disconnected");
-  }
   return nullptr;
 }
 
@@ -58,10 +54,9 @@ HDDEDATA CALLBACK Receive(UINT type, UINT, HCONV, HSZ, HSZ item, HDDEDATA data, 
 std::string Transact(UINT type, const std::string& item, std::string data) {
   const HSZ name = item.empty() ? nullptr : DdeCreateStringHandleA(g_instance, item.c_str(), CP_WINANSI);
   const bool sends = type == XTYP_EXECUTE || type == XTYP_POKE;
-  const HDDEDATA answer =
-      DdeClientTransaction(sends ? reinterpret_cast<BYTE*>(data.data()) : nullptr,
-                           sends ? static_cast<DWORD>(data.size() + 1) : 0, g_conversation, name,
-                           type == XTYP_EXECUTE ? 0 : CF_TEXT, type, kPatience, nullptr);
+  const HDDEDATA answer = DdeClientTransaction(sends ? reinterpret_cast<BYTE*>(data.data()) : nullptr,
+                                               sends ? static_cast<DWORD>(data.size() + 1) : 0, g_conversation, name,
+                                               type == XTYP_EXECUTE ? 0 : CF_TEXT, type, kPatience, nullptr);
   if (name != nullptr) DdeFreeStringHandle(g_instance, name);
   if (answer == nullptr) return "no " + std::to_string(DdeGetLastError(g_instance));
   if (type != XTYP_REQUEST) return "ok";

@@ -5,6 +5,7 @@
 #include <poll.h>
 #include <signal.h>
 #include <sys/ioctl.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -14,12 +15,18 @@
 #include <cerrno>
 #include <cstdlib>
 #include <memory>
+#include <mutex>
+#include <utility>
 
 namespace kvx::platform {
 namespace {
 
+/// A process cannot go on after one of these: they are taken whoever else wants them.
 constexpr std::array kCrashSignals{SIGSEGV, SIGBUS, SIGABRT, SIGFPE, SIGILL};
-constexpr std::size_t kMostReleases = 8;
+/// All signals end a process but these, and those that cannot be caught.
+constexpr std::array kHarmlessSignals{SIGCHLD, SIGCONT, SIGURG, SIGWINCH, SIGTSTP, SIGTTIN, SIGTTOU, SIGKILL, SIGSTOP};
+constexpr std::size_t kSignals = 65;      // 1 to 64
+constexpr std::size_t kMostReleases = 8;  // a program has four: the rig, the keyer, its line, and the line before it
 constexpr std::size_t kLongestRelease = 256;
 constexpr std::size_t kStackSize = 64 << 10;
 constexpr int kMostWaits = 50;  // for a device that takes nothing at the moment
@@ -27,12 +34,18 @@ constexpr int kWaitMilliseconds = 10;
 
 enum class Kind { kBytes, kLines, kPort };
 
+template <std::size_t size>
+bool IsOneOf(int number, const std::array<int, size>& numbers) {
+  return std::find(numbers.begin(), numbers.end(), number) != numbers.end();
+}
+
 }  // namespace
 
 /// What a signal handler has of one of them: statics without locks.
 struct CrashRelease::Slot {
   std::atomic<int> device{-1};
   bool taken = false;
+  std::optional<TimePoint> deadline;
   Kind kind = Kind::kBytes;
   std::size_t size = 0;
   std::array<char, kLongestRelease> bytes{};
@@ -41,9 +54,8 @@ struct CrashRelease::Slot {
   ppdev_frob_struct control{};
 
   void Act(int open) const;
-  static void ActAll(bool lines);
-  static void HandleCrash(int number, siginfo_t* info, void*);
-  static void HandleExit();
+  static void EndAll(bool lines);
+  static void HandleEnd(int number, siginfo_t* info, void*);
   static void Install();
   static void Uninstall();
 
@@ -60,9 +72,16 @@ struct Stack {
   stack_t before{};
 };
 
+/// Whoever arms or disarms, or makes a release while the program goes on, holds this. A signal handler does not: what
+/// it takes is never given back.
+std::mutex g_lock;
 std::atomic<pid_t> g_process{0};
+std::atomic<pid_t> g_releasing{0};  // the thread that makes the releases of the end
 std::atomic<bool> g_ending{false};
-std::array<struct sigaction, kCrashSignals.size()> g_previous{};
+std::atomic<bool> g_held{false};
+std::atomic<int> g_wake{-1};
+std::array<struct sigaction, kSignals> g_previous{};
+std::array<bool, kSignals> g_caught{};
 std::size_t g_installed = 0;
 static_assert(std::atomic<int>::is_always_lock_free && std::atomic<bool>::is_always_lock_free &&
               std::atomic<pid_t>::is_always_lock_free);
@@ -72,17 +91,35 @@ std::unique_ptr<Stack>& signal_stack() {
   return *stack;
 }
 
+/// A broken connection must not raise a signal of its own.
+ssize_t WriteSome(int device, const char* bytes, std::size_t size) {
+  const ssize_t sent = ::send(device, bytes, size, MSG_NOSIGNAL);
+  return sent >= 0 || errno != ENOTSOCK ? sent : ::write(device, bytes, size);
+}
+
 /// What the system has taken goes out although the program ends.
 void WriteAll(int device, const char* bytes, std::size_t size) {
   std::size_t written = 0;
   for (int wait = 0; wait < kMostWaits && written < size; ++wait) {
-    const ssize_t taken = ::write(device, bytes + written, size - written);
+    const ssize_t taken = WriteSome(device, bytes + written, size - written);
     if (taken > 0) written += static_cast<std::size_t>(taken);
     if (taken >= 0 || errno == EINTR) continue;
     if (errno != EAGAIN) return;
     pollfd ready{.fd = device, .events = POLLOUT, .revents = 0};
     ::poll(&ready, 1, kWaitMilliseconds);
   }
+}
+
+/// For a program that goes on and may drop what its serial device has not sent.
+void WaitUntilSent(int device) {
+  int unsent = 0;
+  for (int wait = 0; wait < kMostWaits && ::ioctl(device, TIOCOUTQ, &unsent) == 0 && unsent > 0; ++wait)
+    ::poll(nullptr, 0, kWaitMilliseconds);
+}
+
+void Wake() {
+  const std::uint64_t one = 1;
+  [[maybe_unused]] const ssize_t written = ::write(g_wake, &one, sizeof one);
 }
 
 }  // namespace
@@ -96,7 +133,7 @@ void CrashRelease::Slot::Act(int open) const {
 }
 
 /// Lines are released in an instant, bytes may have to wait for their device.
-void CrashRelease::Slot::ActAll(bool lines) {
+void CrashRelease::Slot::EndAll(bool lines) {
   for (Slot& slot : all) {
     if ((slot.kind != Kind::kBytes) != lines) continue;
     const int open = slot.device.exchange(-1);  // two threads may crash at once
@@ -104,24 +141,31 @@ void CrashRelease::Slot::ActAll(bool lines) {
   }
 }
 
-void CrashRelease::Slot::HandleExit() {
+void CrashRelease::ReleaseForGood() {
   if (g_process != ::getpid()) return;  // a child process has no transmitter
+  pid_t other = 0;
+  const pid_t self = ::gettid();
+  if (!g_releasing.compare_exchange_strong(other, self)) {
+    // Another thread is about it and must come to its end; a crash within a release does not wait for itself.
+    const int most = other == self ? 0 : kMostWaits * static_cast<int>(kMostReleases);
+    for (int wait = 0; wait < most && g_releasing != 0; ++wait) ::poll(nullptr, 0, kWaitMilliseconds);
+    return;
+  }
   g_ending = true;
-  ActAll(true);
-  ActAll(false);
+  Slot::EndAll(true);
+  Slot::EndAll(false);
+  g_releasing = 0;
 }
 
-void CrashRelease::Slot::HandleCrash(int number, siginfo_t* info, void*) {
-  HandleExit();
-  for (std::size_t i = 0; i < kCrashSignals.size(); ++i) {
-    if (kCrashSignals[i] == number) ::sigaction(number, &g_previous[i], nullptr);
-  }
+void CrashRelease::Slot::HandleEnd(int number, siginfo_t* info, void*) {
+  ReleaseForGood();
+  ::sigaction(number, &g_previous[static_cast<std::size_t>(number)], nullptr);
   // A fault happens again as soon as the handler has returned; a signal that was sent does not.
-  if (info->si_code <= 0) ::raise(number);
+  if (info->si_code <= 0 || !IsOneOf(number, kCrashSignals)) ::raise(number);
 }
 
 void CrashRelease::Slot::Install() {
-  static const int at_exit = std::atexit(HandleExit);
+  static const int at_exit = std::atexit(ReleaseForGood);
   static_cast<void>(at_exit);
   g_process = ::getpid();
   signal_stack() = std::make_unique<Stack>();
@@ -130,13 +174,20 @@ void CrashRelease::Slot::Install() {
   stack.ss_size = signal_stack()->bytes.size();
   ::sigaltstack(&stack, &signal_stack()->before);
   struct sigaction action {};
-  action.sa_sigaction = HandleCrash;
+  action.sa_sigaction = HandleEnd;
   action.sa_flags = SA_SIGINFO | SA_ONSTACK;
-  for (std::size_t i = 0; i < kCrashSignals.size(); ++i) ::sigaction(kCrashSignals[i], &action, &g_previous[i]);
+  for (int number = 1; number < static_cast<int>(kSignals); ++number) {
+    const auto i = static_cast<std::size_t>(number);
+    if (IsOneOf(number, kHarmlessSignals) || ::sigaction(number, nullptr, &g_previous[i]) != 0) continue;
+    g_caught[i] = g_previous[i].sa_handler == SIG_DFL || IsOneOf(number, kCrashSignals);
+    if (g_caught[i]) ::sigaction(number, &action, nullptr);
+  }
 }
 
 void CrashRelease::Slot::Uninstall() {
-  for (std::size_t i = 0; i < kCrashSignals.size(); ++i) ::sigaction(kCrashSignals[i], &g_previous[i], nullptr);
+  for (std::size_t i = 1; i < kSignals; ++i) {
+    if (std::exchange(g_caught[i], false)) ::sigaction(static_cast<int>(i), &g_previous[i], nullptr);
+  }
   ::sigaltstack(&signal_stack()->before, nullptr);
   signal_stack().reset();
 }
@@ -152,50 +203,108 @@ CrashRelease::CrashRelease() {
 
 CrashRelease::~CrashRelease() {
   if (slot_ == nullptr) return;
+  if (const int device = slot_->device; device >= 0) {  // its owner has not released: the transmitter may be keyed
+    slot_->Act(device);
+    if (slot_->kind == Kind::kBytes) WaitUntilSent(device);
+  }
   Disarm();
   slot_->taken = false;
   if (--g_installed == 0) Slot::Uninstall();
 }
 
-int CrashRelease::Prepare(int device) {
-  Disarm();
-  return slot_ == nullptr || device < 0 ? -1 : ::fcntl(device, F_DUPFD_CLOEXEC, 0);
-}
-
 void CrashRelease::ArmBytes(int device, std::string_view bytes) {
-  const int own = Prepare(bytes.size() <= kLongestRelease ? device : -1);
-  if (own < 0) return;
-  slot_->kind = Kind::kBytes;
-  slot_->size = bytes.size();
-  std::copy(bytes.begin(), bytes.end(), slot_->bytes.begin());
-  slot_->device = own;
+  if (bytes.size() > kLongestRelease) device = -1;
+  Arm(device, [&](Slot& slot) {
+    slot.kind = Kind::kBytes;
+    slot.size = bytes.size();
+    std::copy(bytes.begin(), bytes.end(), slot.bytes.begin());
+  });
 }
 
 void CrashRelease::ArmLines(int device, int lowered, int raised) {
-  const int own = Prepare(device);
-  if (own < 0) return;
-  slot_->kind = Kind::kLines;
-  slot_->lowered = lowered;
-  slot_->raised = raised;
-  slot_->device = own;
+  Arm(device, [&](Slot& slot) {
+    slot.kind = Kind::kLines;
+    slot.lowered = lowered;
+    slot.raised = raised;
+  });
 }
 
 void CrashRelease::ArmPort(int device, std::uint8_t mask, std::uint8_t value) {
-  const int own = Prepare(device);
-  if (own < 0) return;
-  slot_->kind = Kind::kPort;
-  slot_->control = {.mask = mask, .val = value};
-  slot_->device = own;
+  Arm(device, [&](Slot& slot) {
+    slot.kind = Kind::kPort;
+    slot.control = {.mask = mask, .val = value};
+  });
+}
+
+void CrashRelease::Arm(int device, const std::function<void(Slot&)>& describe) {
+  Disarm();
+  if (slot_ == nullptr || device < 0) return;
+  {
+    const std::lock_guard held(g_lock);
+    const int own = ::fcntl(device, F_DUPFD_CLOEXEC, 0);
+    if (own < 0) return;
+    describe(*slot_);
+    slot_->device = own;  // last: a handler may come at any moment
+  }
+  Wake();
+}
+
+void CrashRelease::ReleaseAfter(Duration limit) {
+  if (slot_ == nullptr) return;
+  {
+    const std::lock_guard held(g_lock);
+    if (slot_->device >= 0) slot_->deadline = std::chrono::steady_clock::now() + limit;
+  }
+  Wake();
 }
 
 void CrashRelease::Disarm() {
   if (slot_ == nullptr) return;
+  const std::lock_guard held(g_lock);
+  slot_->deadline.reset();
   const int device = slot_->device.exchange(-1);
   if (device >= 0) ::close(device);
 }
 
-bool CrashRelease::ending() {
-  return g_ending;
+bool CrashRelease::ReleaseForNow(std::optional<TimePoint> due) {
+  const std::lock_guard held(g_lock);
+  bool any = false;
+  for (const bool lines : {true, false}) {
+    for (Slot& slot : Slot::all) {
+      const int device = slot.device;
+      if (device < 0 || (slot.kind != Kind::kBytes) != lines) continue;
+      if (due && (!slot.deadline || *slot.deadline > *due)) continue;
+      g_held = any = true;  // before the release, so that nobody keys after it
+      slot.deadline.reset();
+      slot.Act(device);
+    }
+  }
+  return any;
+}
+
+void CrashRelease::AllowKeying() {
+  g_held = false;
+}
+
+bool CrashRelease::any_armed() {
+  return std::any_of(Slot::all.begin(), Slot::all.end(), [](const Slot& slot) { return slot.device >= 0; });
+}
+
+std::optional<TimePoint> CrashRelease::next_deadline() {
+  const std::lock_guard held(g_lock);
+  std::optional<TimePoint> next;
+  for (const Slot& slot : Slot::all) {
+    if (slot.deadline) next = std::min(next.value_or(*slot.deadline), *slot.deadline);
+  }
+  return next;
+}
+
+void CrashRelease::WakeAtChanges(int event) {
+  g_wake = event;
+}
+
+bool CrashRelease::keying_ended() {
+  return g_ending || g_held;
 }
 
 }  // namespace kvx::platform

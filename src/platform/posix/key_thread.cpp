@@ -22,6 +22,7 @@ constexpr Duration kAhead = 2ms;  // from a call to the first edge: the thread i
 constexpr Duration kNear = 1ms;   // so long before an edge nothing wakes the thread any more
 constexpr Duration kVeryNear = 50us;
 constexpr Duration kMostLate = 5ms;
+constexpr Duration kTryAgain = 50ms;  // a release that has failed
 constexpr std::size_t kMostEdges = 4096;
 
 TimePoint Now() {
@@ -129,7 +130,9 @@ void KeyThread::Work() {
   if (!real_time_) AskForShortTurns();
   p.lock();
   while (!stopping_) {
-    if (next_ == edges_.size()) {
+    if (release_again_) {
+      ReleaseAgain();
+    } else if (next_ == edges_.size()) {
       ::pthread_cond_wait(&p.changed, &p.mutex);
     } else if (Now() >= edges_[next_].when) {
       Write();
@@ -164,11 +167,21 @@ void KeyThread::Write() {
   if (late > kMostLate) {
     for (std::size_t i = next_; i < edges_.size(); ++i) edges_[i].when += late;
   }
-  const bool ending = CrashRelease::ending();
-  cause_ = ending ? 0 : output_.Set(edge.key, edge.ptt);
+  const bool ended = CrashRelease::keying_ended();
+  cause_ = ended ? 0 : output_.Set(edge.key, edge.ptt);
   // The end may have come in between, its release before this edge.
-  if (CrashRelease::ending()) output_.Set(false, false);
-  if (cause_ != 0 || ending) Clear();
+  if (cause_ != 0 || CrashRelease::keying_ended()) {
+    Clear();
+    release_again_ = output_.Set(false, false) != 0;
+  }
+}
+
+/// The lines may be keyed, and whatever keeps them from being released may pass.
+void KeyThread::ReleaseAgain() {
+  Clear();
+  const timespec until = TimeSpecOf(Now() + kTryAgain);
+  ::pthread_cond_timedwait(&primitives_->changed, &primitives_->mutex, &until);
+  if (!stopping_ && release_again_) release_again_ = output_.Set(false, false) != 0;
 }
 
 void KeyThread::Clear() {
@@ -227,6 +240,8 @@ void KeyThread::Release() {
   Clear();
   const int cause = output_.Set(false, false);
   if (cause_ == 0) cause_ = cause;
+  release_again_ = cause != 0;
+  ::pthread_cond_signal(&primitives_->changed);
   primitives_->unlock();
 }
 

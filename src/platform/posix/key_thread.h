@@ -26,7 +26,8 @@ class KeyThread {
   /// Both drop a tail that comes last, or end it.
   void Append(const std::vector<KeyStep>& steps);
   void Replace(const std::vector<KeyStep>& steps);
-  /// The lines are released when it returns.
+  /// The lines are released when it returns, or the device has refused: then the thread tries again as long as it
+  /// lives.
   void Release();
   Duration remaining() const;
 
@@ -55,6 +56,7 @@ class KeyThread {
   void Work();
   void WaitFor(TimePoint when);
   void Write();
+  void ReleaseAgain();
   void Clear();
   void AppendLocked(const std::vector<KeyStep>& steps);
   TimePoint TakeEnd(TimePoint now);
@@ -67,6 +69,7 @@ class KeyThread {
   std::size_t next_ = 0;  ///< the first that has not been written
   std::size_t told_ = 0;  ///< the first that the engine has not heard of
   int cause_ = 0;
+  bool release_again_ = false;  ///< the latest release has failed
   bool stopping_ = false;
 };
 

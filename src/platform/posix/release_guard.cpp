@@ -10,6 +10,10 @@ void PosixReleaseGuard::Arm(std::string_view bytes) {
   release_.ArmBytes(device_(), bytes);
 }
 
+void PosixReleaseGuard::ReleaseAfter(Duration limit) {
+  release_.ReleaseAfter(limit);
+}
+
 void PosixReleaseGuard::Disarm() {
   release_.Disarm();
 }

@@ -7,13 +7,15 @@
 
 namespace kvx::platform {
 
-/// Writes the release to a serial device at a crash and at exit. One for each device that can be keyed by bytes.
+/// Writes the release to a device or a connection when the program ends, when it is due, and when it is destroyed while
+/// it is armed.
 class PosixReleaseGuard final : public ReleaseGuard {
  public:
   /// `device` gives the descriptor of the device at the moment of arming, -1 when there is none.
   explicit PosixReleaseGuard(std::function<int()> device);
 
   void Arm(std::string_view bytes) override;
+  void ReleaseAfter(Duration limit) override;
   void Disarm() override;
 
  private:

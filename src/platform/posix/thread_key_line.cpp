@@ -50,7 +50,9 @@ void ThreadKeyLine::PlayInstead(std::vector<KeyStep> steps) {
 }
 
 void ThreadKeyLine::Release() {
-  if (thread_) thread_->Release();
+  if (!thread_) return;
+  thread_->Release();
+  TellAt(loop_.Now());  // of a device that has refused
 }
 
 Duration ThreadKeyLine::remaining() const {

@@ -25,8 +25,8 @@ StandardOutput::~StandardOutput() {
   Flush();
 }
 
-void StandardOutput::WriteLine(const std::string& line) {
-  if (gone_ || bytes_waiting() + line.size() > kMostWaiting) return;
+void StandardOutput::Add(const std::string& line, std::size_t most) {
+  if (gone_ || bytes_waiting() + line.size() > most) return;
   if (sent_ > kMostWaiting / 2) waiting_.erase(0, std::exchange(sent_, 0));
   waiting_ += line;
   waiting_ += '\n';

@@ -9,6 +9,8 @@
 #include <atomic>
 #include <cerrno>
 
+#include "platform/posix/crash_release.h"
+
 namespace kvx::platform {
 namespace {
 
@@ -27,6 +29,7 @@ void HandleSignal(int number) {
   // 0 means none yet, hence the 1.
   if (!g_first_second.compare_exchange_strong(first, now.tv_sec + 1) &&
       now.tv_sec + 1 - first > StopSignals::kPatienceSeconds) {
+    CrashRelease::ReleaseForGood();
     ::signal(number, SIG_DFL);
     ::raise(number);
   }

@@ -140,6 +140,10 @@ std::size_t TcpPort::bytes_unsent() const {
   return socket_ ? static_cast<std::size_t>(socket_->bytesToWrite()) : 0;
 }
 
+int TcpPort::descriptor() const {
+  return is_open() ? static_cast<int>(socket_->socketDescriptor()) : -1;
+}
+
 // Raw mode carries bytes alone: the lines stay with the server, and so does what has been handed to the connection.
 void TcpPort::SetDtr(bool /*on*/) {}
 void TcpPort::SetRts(bool /*on*/) {}

@@ -29,6 +29,8 @@ class TcpPort final : public SerialPort {
   void SetDtr(bool on) override;
   void SetRts(bool on) override;
   void DropUnsent() override;
+  /// The system's number for the connection, -1 while there is none.
+  int descriptor() const;
 
  private:
   void Connected();

@@ -8,7 +8,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
-#include <optional>
 #include <string>
 
 #include "platform/gateway_lines.h"
@@ -41,44 +40,22 @@ DWORD WINAPI ReadInput(void* argument) {
   return 0;
 }
 
-/// Without a display Wine makes no window unless its graphics driver is named as "null". The first window of a session
-/// decides; what had been chosen before is put back after it.
-class NoDisplay {
- public:
-  NoDisplay() {
-    if (RegCreateKeyA(HKEY_CURRENT_USER, "Software\\Wine\\Drivers", &key_) != ERROR_SUCCESS) return;
-    DWORD size = static_cast<DWORD>(before_.size());
-    had_one_ = RegQueryValueExA(key_, kValue, nullptr, &type_, before_.data(), &size) == ERROR_SUCCESS;
-    size_ = size;
-    Set(REG_SZ, reinterpret_cast<const BYTE*>("null"), sizeof "null");
-  }
-  NoDisplay(const NoDisplay&) = delete;
-  NoDisplay& operator=(const NoDisplay&) = delete;
-  ~NoDisplay() {
-    if (key_ == nullptr) return;
-    if (had_one_) {
-      Set(type_, before_.data(), size_);
-    } else {
-      RegDeleteValueA(key_, kValue);
-    }
-    RegCloseKey(key_);
-  }
-
- private:
-  static constexpr const char* kValue = "Graphics";
-  void Set(DWORD type, const BYTE* value, DWORD size) { RegSetValueExA(key_, kValue, 0, type, value, size); }
-
-  HKEY key_ = nullptr;
-  std::array<BYTE, 256> before_{};
-  DWORD size_ = 0;
-  DWORD type_ = REG_SZ;
-  bool had_one_ = false;
-};
+/// Without a display Wine makes no window unless its list of graphics drivers ends with "null"; where there is a
+/// display the driver before that is taken as ever. What somebody has chosen stays. It counts from the next session of
+/// Wine on: when this one has begun without it, no window can be made, and the console starts this program again.
+void AllowNoDisplay() {
+  constexpr const char* kValue = "Graphics";
+  constexpr char kDrivers[] = "x11,null";
+  HKEY key = nullptr;
+  if (RegCreateKeyA(HKEY_CURRENT_USER, "Software\\Wine\\Drivers", &key) != ERROR_SUCCESS) return;
+  if (RegQueryValueExA(key, kValue, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS)
+    RegSetValueExA(key, kValue, 0, REG_SZ, reinterpret_cast<const BYTE*>(kDrivers), sizeof kDrivers);
+  RegCloseKey(key);
+}
 
 class Gateway {
  public:
-  explicit Gateway(bool no_display) {
-    if (no_display) no_display_.emplace();
+  Gateway() {
     window_.on_execute = [](int call, std::string_view command) {
       Say("call " + std::to_string(call) + " execute " + std::string(command));
     };
@@ -101,7 +78,6 @@ class Gateway {
 
   GatewayLines lines_;
   DdeWindow window_;
-  std::optional<NoDisplay> no_display_;
   bool started_ = false;
   std::size_t items_ = 0;
 };
@@ -129,22 +105,20 @@ void Gateway::TakeLine(std::string_view line) {
 }
 
 void Gateway::Start(const std::string& service, const std::string& topic) {
-  const DdeWindow::Outcome outcome = window_.Start(service, topic);
-  no_display_.reset();
-  switch (outcome) {
+  switch (window_.Start(service, topic)) {
     case DdeWindow::Outcome::kRegistered:
       return Say("registered");
     case DdeWindow::Outcome::kFound:
       return Say("found");
     case DdeWindow::Outcome::kFailed:
-      return Say("failed Wine makes no window (error " + std::to_string(GetLastError()) + ")");
+      return Say("failed Windows programs can make no window here");
   }
 }
 
-int Run(bool no_display) {
-  Gateway gateway(no_display);
+int Run() {
   MSG message{};
   PeekMessageA(&message, nullptr, WM_USER, WM_USER, PM_NOREMOVE);  // there is a queue from now on
+  Gateway gateway;
   const auto self = reinterpret_cast<void*>(static_cast<std::uintptr_t>(GetCurrentThreadId()));  // NOLINT
   const HANDLE reader = CreateThread(nullptr, 0, ReadInput, self, 0, nullptr);
   if (reader == nullptr) return 1;
@@ -165,5 +139,6 @@ int Run(bool no_display) {
 }  // namespace kvx::platform
 
 int main(int argc, char** argv) {
-  return kvx::platform::Run(argc > 1 && std::strcmp(argv[1], "--no-display") == 0);
+  if (argc > 1 && std::strcmp(argv[1], "--no-display") == 0) kvx::platform::AllowNoDisplay();
+  return kvx::platform::Run();
 }

@@ -5,14 +5,15 @@
 
 #include <dde.h>
 
+#include <algorithm>
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <map>
 #include <utility>
 #include <vector>
 
-#include "platform/dde_transport.h"
 #include "platform/gateway_lines.h"
 
 namespace kvx::platform {
@@ -26,6 +27,7 @@ constexpr std::size_t kMostCalls = 64;  // of all clients, whose outcome is not 
 constexpr std::size_t kMostLinks = 32;  // of one conversation
 constexpr UINT kSearchMilliseconds = 1000;
 constexpr UINT kPatienceMilliseconds = 3000;  // for the outcome of a call
+constexpr DWORD kFarewellMilliseconds = 300;  // for clients to take note of the end
 constexpr WORD kDone = 0x8000;                // of an acknowledgement
 constexpr WORD kAskForAck = 0x8000;           // of an advise link: the client acknowledges each piece of data
 constexpr WORD kNoData = 0x4000;              // of an advise link: the client asks for the data itself
@@ -87,13 +89,7 @@ void PostAck(HWND from, HWND to, bool done, UINT_PTR what) {
 class DdeWindow::Service {
  public:
   explicit Service(DdeWindow& owner) : owner_(owner) {}
-  ~Service() {
-    for (const auto& [window, conversation] : std::exchange(conversations_, {})) {
-      PostMessageA(conversation.client, WM_DDE_TERMINATE, reinterpret_cast<WPARAM>(window), 0);
-      DestroyWindow(window);
-    }
-    if (window_ != nullptr) DestroyWindow(window_);
-  }
+  ~Service();
 
   Outcome Start(const std::string& service, const std::string& topic);
   void SetData(std::string_view name, std::string block);
@@ -113,7 +109,7 @@ class DdeWindow::Service {
     std::size_t number;  ///< of the item
     WORD options;
     bool waits = false;  ///< for the client's acknowledgement
-    bool stale = false;  ///< newer data have come meanwhile
+    bool stale = false;  ///< newer data have come that could not be sent yet
   };
   struct Conversation {
     HWND client = nullptr;
@@ -143,6 +139,7 @@ class DdeWindow::Service {
   std::size_t Find(const std::string& name) const;
   bool Send(HWND window, HWND client, const Link& link, WORD flags, const std::string& block);
   void Advise(HWND window, HWND client, Link& link);
+  bool HasCall(HWND window) const;
 
   DdeWindow& owner_;
   std::string name_;
@@ -151,7 +148,23 @@ class DdeWindow::Service {
   std::map<HWND, Conversation> conversations_;
   std::map<int, Call> calls_;
   int last_call_ = 0;
+  bool ending_ = false;
 };
+
+/// Ends each conversation and gives its client a moment to take note: one whose partner has vanished knows nothing.
+DdeWindow::Service::~Service() {
+  ending_ = true;
+  for (const auto& [window, conversation] : conversations_)
+    PostMessageA(conversation.client, WM_DDE_TERMINATE, reinterpret_cast<WPARAM>(window), 0);
+  MSG message{};
+  const ULONGLONG end = GetTickCount64() + kFarewellMilliseconds;
+  while (!conversations_.empty() && GetTickCount64() < end) {
+    MsgWaitForMultipleObjects(0, nullptr, FALSE, kFarewellMilliseconds / 10, QS_ALLINPUT);
+    while (PeekMessageA(&message, nullptr, 0, 0, PM_REMOVE)) DispatchMessageA(&message);
+  }
+  while (!conversations_.empty()) End(conversations_.begin()->first, false);
+  if (window_ != nullptr) DestroyWindow(window_);
+}
 
 LRESULT CALLBACK DdeWindow::Service::Receive(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
   auto* service = reinterpret_cast<Service*>(GetWindowLongPtrA(window, GWLP_USERDATA));  // NOLINT
@@ -218,7 +231,7 @@ bool DdeWindow::Service::IsOfferedElsewhere() {
 LRESULT DdeWindow::Service::Dispatch(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
   const HWND client = reinterpret_cast<HWND>(wparam);  // NOLINT: of every DDE message
   if (message == WM_DDE_INITIATE) {
-    if (window == window_) Welcome(client, LOWORD(lparam), HIWORD(lparam));
+    if (window == window_ && !ending_) Welcome(client, LOWORD(lparam), HIWORD(lparam));
     return 0;
   }
   if (message == WM_TIMER) return Answer(static_cast<int>(wparam), false), 0;
@@ -246,7 +259,7 @@ LRESULT DdeWindow::Service::Dispatch(HWND window, UINT message, WPARAM wparam, L
       Poke(window, client, lparam);
       break;
     case WM_DDE_TERMINATE:
-      End(window, true);
+      End(window, !ending_);
       break;
     default:
       break;
@@ -335,15 +348,20 @@ void DdeWindow::Service::BeginLink(HWND window, HWND client, LPARAM lparam) {
 void DdeWindow::Service::EndLinks(HWND window, HWND client, LPARAM lparam) {
   const ATOM atom = HIWORD(lparam);
   const std::string name = AtomText(atom);
-  const auto ended = std::erase_if(conversations_[window].links,
-                                   [&](const Link& link) { return atom == 0 || link.item == name; });
+  const auto ended =
+      std::erase_if(conversations_[window].links, [&](const Link& link) { return atom == 0 || link.item == name; });
   PostAck(window, client, ended > 0, atom);
+}
+
+/// Whether the client waits for the outcome of a call: many take whatever comes next for it.
+bool DdeWindow::Service::HasCall(HWND window) const {
+  return std::any_of(calls_.begin(), calls_.end(), [&](const auto& call) { return call.second.window == window; });
 }
 
 void DdeWindow::Service::Advise(HWND window, HWND client, Link& link) {
   const std::string& block = items[link.number].block;
-  link.stale = link.waits;
-  if (link.waits || block.empty()) return;
+  link.stale = link.waits || HasCall(window);
+  if (link.stale || block.empty()) return;
   const WORD flags = link.options & (kAskForAck | kNoData);
   link.waits = Send(window, client, link, flags, block) && (flags & kAskForAck) != 0;
 }
@@ -412,7 +430,12 @@ void DdeWindow::Service::Answer(int number, bool done) {
   KillTimer(window_, static_cast<UINT_PTR>(number));
   if (done && call.release != nullptr) GlobalFree(call.release);
   const auto conversation = conversations_.find(call.window);
-  if (conversation != conversations_.end()) PostAck(call.window, conversation->second.client, done, call.what);
+  if (conversation == conversations_.end()) return;
+  const HWND client = conversation->second.client;
+  PostAck(call.window, client, done, call.what);
+  for (Link& link : conversation->second.links) {
+    if (link.stale) Advise(call.window, client, link);
+  }
 }
 
 void DdeWindow::Service::End(HWND window, bool tell) {
@@ -422,7 +445,7 @@ void DdeWindow::Service::End(HWND window, bool tell) {
   conversations_.erase(found);
   if (tell) PostMessageA(client, WM_DDE_TERMINATE, reinterpret_cast<WPARAM>(window), 0);
   DestroyWindow(window);
-  if (owner_.on_conversations) owner_.on_conversations();
+  if (!ending_ && owner_.on_conversations) owner_.on_conversations();
 }
 
 DdeWindow::DdeWindow() : service_(std::make_unique<Service>(*this)) {}

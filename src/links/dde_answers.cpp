@@ -1,0 +1,126 @@
+#include "links/dde_answers.h"
+
+#include <algorithm>
+#include <array>
+
+#include "core/text.h"
+
+namespace kvx::links {
+namespace {
+
+constexpr std::size_t kHertzDigits = 8;
+constexpr std::int64_t kLowestTens = 1000;
+constexpr std::int64_t kHighestTens = 99'000'000;
+constexpr Frequency kLowest = Frequency::FromKhz(1000);
+constexpr Frequency kFirstInHertz = Frequency::FromKhz(990'000);  // a number this large is no kHz
+constexpr std::int64_t kThousand = 1000;
+
+struct Word {
+  std::string_view theirs;
+  std::string_view ours;
+};
+
+// A longer name stands before one that it begins with.
+constexpr std::array kModeWords{
+    Word{"USB", "USB"}, Word{"LSB", "LSB"}, Word{"CW R", "CW"},   Word{"CWR", "CW"},   Word{"CW", "CW"},
+    Word{"FM", "FM"},   Word{"AM", "AM"},   Word{"RTTY", "RTTY"}, Word{"FSK", "RTTY"},
+};
+
+bool IsSeparator(char c) {
+  return c == ' ' || c == '\t' || c == ':' || c == '=' || c == ',';
+}
+
+bool IsLetter(char c) {
+  return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
+}
+
+/// What stands behind a word and the separators after it; nothing when the word is not there.
+std::optional<std::string_view> Behind(std::string_view text, const std::string& upper, std::string_view word) {
+  const std::size_t at = upper.find(word);
+  if (at == std::string::npos) return std::nullopt;
+  text.remove_prefix(at + word.size());
+  while (!text.empty() && IsSeparator(text.front())) text.remove_prefix(1);
+  return text;
+}
+
+/// The mode that a text begins with; empty for none.
+std::string ModeAt(std::string_view text) {
+  for (const Word& word : kModeWords) {
+    const std::string_view rest = text.substr(std::min(word.theirs.size(), text.size()));
+    if (EqualNoCase(text.substr(0, word.theirs.size()), word.theirs) && (rest.empty() || !IsLetter(rest.front())))
+      return std::string(word.ours);
+  }
+  return {};
+}
+
+/// The number that a text begins with, with at most one point or comma in it.
+std::string_view NumberAt(std::string_view text) {
+  std::size_t size = 0;
+  bool point = false;
+  while (size < text.size() && (IsDigit(text[size]) || (!point && text[size] == '.'))) point |= text[size++] == '.';
+  return text.substr(0, size);
+}
+
+std::optional<Frequency> FrequencyAt(std::string_view text) {
+  auto frequency = ParseKhz(NumberAt(text));
+  if (!frequency || frequency->decihertz <= 0) return std::nullopt;
+  if (*frequency >= kFirstInHertz) frequency->decihertz /= kThousand;
+  return frequency;
+}
+
+}  // namespace
+
+DdeItem DdeItemOf(std::string_view name) {
+  if (name.find("HRD_RADIO") != std::string_view::npos) return DdeItem::kRadio;
+  if (name.find("HRD_HERTZ") != std::string_view::npos) return DdeItem::kHertz;
+  if (name.find("HRD_MODE") != std::string_view::npos) return DdeItem::kMode;
+  return DdeItem::kNone;
+}
+
+std::optional<std::string> DdeHertz(std::string_view displayed) {
+  displayed = Trim(displayed);
+  const auto value = ParseKhz(displayed);
+  if (!value || *value < kLowest) return std::nullopt;
+  std::string text(displayed);
+  std::erase(text, '.');
+  const std::int64_t number = LeadingNumber(text);
+  if (number < 10 * kLowestTens) text += number < kLowestTens ? "00" : "0";
+  if (text.size() < kHertzDigits) text.insert(0, kHertzDigits - text.size(), '0');
+  const std::int64_t tens = LeadingNumber(text);
+  if (text.size() != kHertzDigits || tens < kLowestTens || tens >= kHighestTens) return std::nullopt;
+  return text;
+}
+
+std::optional<std::string> DdeMode(std::string_view caption) {
+  const std::string_view mode = Trim(caption) == "RTTY" ? "FSK" : Trim(caption);
+  constexpr std::array<std::string_view, 5> kTold{"USB", "LSB", "CW", "AM", "FSK"};
+  if (std::find(kTold.begin(), kTold.end(), mode) == kTold.end()) return std::nullopt;
+  return std::string(mode);
+}
+
+DdeOrder ReadDdeExecute(std::string_view command) {
+  const std::string upper = Upper(command);
+  DdeOrder order;
+  const auto mode = Behind(command, upper, "MODE");
+  const auto frequency = Behind(command, upper, "FREQ");
+  if (mode) order.mode = ModeAt(*mode);
+  if (frequency) order.frequency = FrequencyAt(*frequency);
+  order.understood = (mode || frequency) && (!mode || !order.mode.empty()) && (!frequency || order.frequency);
+  return order;
+}
+
+DdeOrder ReadDdePoke(DdeItem item, std::string_view value) {
+  value = Trim(value);
+  DdeOrder order;
+  if (item == DdeItem::kMode) {
+    order.mode = ModeAt(value);
+  } else if (item == DdeItem::kHertz) {
+    const bool as_asked = value.size() == kHertzDigits && AllDigits(value);
+    order.frequency = as_asked ? Frequency{LeadingNumber(value) * 100} : FrequencyAt(value);
+    if (as_asked && *order.frequency < kLowest) order.frequency.reset();
+  }
+  order.understood = !order.mode.empty() || order.frequency;
+  return order;
+}
+
+}  // namespace kvx::links
