@@ -71,9 +71,13 @@ Program::Program(const Options& options)
       keyer_port_([this] { return platform::ReadPortTable(files_, folder_); },
                   [this](const std::string& address) { return MakePort(address); }),
       logger_port_([this] { return platform::ReadPortTable(files_, folder_); },
-                   [this](const std::string& address) { return MakeLoggerPort(address); }),
+                   [this](const std::string& address) {
+                     return MakeLoggerPort(address, [this] { station_->loggers->logger.FarEndClosed(); });
+                   }),
       logger_winkey_port_([this] { return platform::ReadPortTable(files_, folder_); },
-                          [this](const std::string& address) { return MakePort(address); }),
+                          [this](const std::string& address) {
+                            return MakeLoggerPort(address, [this] { station_->keyer.winkeyer()->LoggerGone(); });
+                          }),
       key_line_port_([this] { return platform::ReadPortTable(files_, folder_); },
                      [this](const std::string& address) { return MakePort(address); }),
       released_(watch_.event(), QSocketNotifier::Read),
@@ -119,6 +123,8 @@ void Program::Start() {
   if (demo_ && unconfigured()) {
     UseSimulatedRig();
     console::FillForDemonstration(*station_);
+  } else if (demo_) {
+    if (const Status used = setup_->UseSimulatedKeyer(); !used) station_->Notice(used.error().message);
   }
 }
 
@@ -130,10 +136,11 @@ std::unique_ptr<platform::SerialPort> Program::MakePort(const std::string& addre
 }
 
 /// A virtual port tells when the logger has closed its end.
-std::unique_ptr<platform::SerialPort> Program::MakeLoggerPort(const std::string& address) {
+std::unique_ptr<platform::SerialPort> Program::MakeLoggerPort(const std::string& address,
+                                                              std::function<void()> far_end_closed) {
   auto port = MakePort(address);
   if (auto* pty = dynamic_cast<platform::PtyPort*>(port.get())) {
-    pty->on_visit_ended = [this] { station_->loggers->logger.FarEndClosed(); };
+    pty->on_visit_ended = std::move(far_end_closed);
   }
   return port;
 }

@@ -58,7 +58,8 @@ class Program {
 
  private:
   std::unique_ptr<platform::SerialPort> MakePort(const std::string& address);
-  std::unique_ptr<platform::SerialPort> MakeLoggerPort(const std::string& address);
+  std::unique_ptr<platform::SerialPort> MakeLoggerPort(const std::string& address,
+                                                       std::function<void()> far_end_closed);
   std::unique_ptr<platform::KeyLine> MakeKeyLine(const keyer::KeyerSettings& settings);
   void StopKeying();
   Task ShutDown();

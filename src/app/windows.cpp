@@ -64,9 +64,8 @@ void AddWindows(console::ConsoleWindow& console, Program& program, widgets::Appe
     frame->setCentralWidget(list);
     return frame;
   });
-  console.AddWindow(Tr("&Memory channels"), QKeySequence("Ctrl+M"), "memories", [&](QWidget* parent) {
-    return new console::MemoryWindow(program.station(), appearance, parent);
-  });
+  console.AddWindow(Tr("&Memory channels"), QKeySequence("Ctrl+M"), "memories",
+                    [&](QWidget* parent) { return new console::MemoryWindow(program.station(), appearance, parent); });
   const auto make_key_screen = [&](QWidget* parent) {
     auto* frame = new QMainWindow(parent);
     auto* screen = new console::KeyScreen(program.station(), program.loop(), program.local_tone(), appearance);

@@ -135,10 +135,10 @@ Task CommandLine::Run() {
     }
     if (const Added* added = FindAdded(FirstWord(line).first); added != nullptr && added->procedure) {
       station_.console.ErrorText.Set("");
-      const auto answer = std::make_shared<std::string>();
-      Task procedure = added->procedure(std::string(FirstWord(line).second), answer);
+      const auto told = std::make_shared<std::string>();
+      Task procedure = added->procedure(std::string(FirstWord(line).second), told);
       co_await procedure;
-      Answer(*answer);
+      Answer(*told);
       continue;
     }
     if (!word.empty()) Answer(Execute(line));
@@ -228,9 +228,9 @@ std::string CommandLine::DoRig(std::string_view argument) {
 std::string CommandLine::DoRigs(std::string_view) {
   const auto names = station_.RigNames();
   if (!names) return Fail(names.error().message);
-  std::string answer = "ok";
-  for (const std::string& name : *names) answer += (answer == "ok" ? " " : ", ") + OneLine(name);
-  return answer;
+  std::string list = "ok";
+  for (const std::string& name : *names) list += (list == "ok" ? " " : ", ") + OneLine(name);
+  return list;
 }
 
 std::string CommandLine::DoSlot(std::string_view argument) {
@@ -251,6 +251,8 @@ std::string CommandLine::DoRigNumber(std::string_view argument) {
 std::string CommandLine::DoPort(std::string_view argument) {
   const auto number = ParseNumber(argument, 0, platform::kHighestPort);
   if (!number) return Fail("port takes 0 to 99");
+  const Status apart = keyer::CheckPorts(station_.keyer.settings(), static_cast<int>(*number));
+  if (!apart) return Fail(apart.error().message);
   station_.SetRigPort(static_cast<int>(*number), station_.settings().rig_speed);
   return "ok port " + std::to_string(*number) + " " + *station_.console.Port;
 }
@@ -433,8 +435,8 @@ std::string CommandLine::DoSay(std::string_view) {
 }
 
 std::string CommandLine::DoSim(std::string_view argument) {
-  const std::string answer = simulated_rig ? simulated_rig(argument) : std::string();
-  return answer.empty() ? Fail("the rig port is no simulated rig") : answer;
+  const std::string told = simulated_rig ? simulated_rig(argument) : std::string();
+  return told.empty() ? Fail("the rig port is no simulated rig") : told;
 }
 
 std::string CommandLine::DoHelp(std::string_view argument) {
@@ -443,10 +445,10 @@ std::string CommandLine::DoHelp(std::string_view argument) {
       return "ok " + std::string(command.name) + " " + std::string(command.usage);
   }
   if (const Added* added = FindAdded(argument)) return "ok " + added->name + " " + added->usage;
-  std::string answer = "ok";
-  for (const Command& command : kCommands) answer += " " + std::string(command.name);
-  for (const Added& command : added_) answer += " " + command.name;
-  return answer + " save quit";
+  std::string list = "ok";
+  for (const Command& command : kCommands) list += " " + std::string(command.name);
+  for (const Added& command : added_) list += " " + command.name;
+  return list + " save quit";
 }
 
 }  // namespace kvx::console

@@ -288,8 +288,8 @@ void ConsoleWindow::ShowHelp() {
   ShowQuestion({.window = this, .title = tr("Keys and mouse")}, help_, [](int) {});
 }
 
-void ConsoleWindow::AddWindow(const QString& menu_text, const QKeySequence& keys, const QString& file_name,
-                              Maker maker, const std::string& places) {
+void ConsoleWindow::AddWindow(const QString& menu_text, const QKeySequence& keys, const QString& file_name, Maker maker,
+                              const std::string& places) {
   windows_menu_->addAction(menu_text, keys, this, [this, file_name] { OpenWindow(file_name); });
   others_.push_back({file_name, std::move(maker), places, {}});
   ReadPlaces(places);

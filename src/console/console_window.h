@@ -113,7 +113,7 @@ class ConsoleWindow final : public QMainWindow {
   std::vector<OtherWindow> others_;
   std::vector<Question> before_end_;
   std::map<std::string, WindowPlaces> places_;  ///< by file
-  int wheel_ = 0;  ///< eighths of a degree that are not yet a notch
+  int wheel_ = 0;                               ///< eighths of a degree that are not yet a notch
   Console::Subscription subscription_;
 };
 

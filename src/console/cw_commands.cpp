@@ -106,7 +106,8 @@ std::string Set(keyer::CwFunctions& functions, std::string_view argument) {
 std::string Tune(Station& station, std::string_view argument) {
   const auto on = argument.empty() ? std::optional(!*station.console.Tune) : OnOff(argument);
   if (!on) return Fail("tune takes on or off, or nothing for the other");
-  return Say(station.keyer.Tune(*on), std::string("tune ") + (*on ? "on" : "off"));
+  const Status done = station.keyer.Tune(*on);
+  return Say(done, !*on ? "tune off" : *station.console.Tune ? "tune on" : "tune starting");
 }
 
 std::string KeyerCommand(Station& station, std::string_view argument) {

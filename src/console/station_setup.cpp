@@ -274,7 +274,8 @@ Result<std::string> StationSetup::Setting(const std::string& key) const {
 /// The keyer as it would be with that line. Only what chooses a port, an output or its levels can be in another's way.
 Status StationSetup::CheckKeyer(const config::KeptSetting& setting, const std::string& value) const {
   const std::string& key = setting.key;
-  const bool chooses = key.starts_with("KEYERPORT") || key == "PADDLECOM=" || key == "INVERT=" || key.starts_with("WINKEY");
+  const bool chooses =
+      key.starts_with("KEYERPORT") || key == "PADDLECOM=" || key == "INVERT=" || key.starts_with("WINKEY");
   if (!chooses) return Ok();
   int slot = station_.keyer_slot();
   if (key == "KEYERPORT=") slot = 0;

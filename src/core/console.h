@@ -190,10 +190,11 @@ class Console {
   Cells<bool, 9> FunctionState{*this, Field::kFunctionState};  ///< a two-state button's second command is next
 
   // CW keying.
-  Cell<int> CWSpeed{*this, Field::kCwSpeed, 25};                ///< words a minute
-  Cell<bool> Tune{*this, Field::kTune};                         ///< the key is held down for tuning
-  Cell<std::string> KeyerState{*this, Field::kKeyer, "none"};   ///< "none", "closed", "starting", "ready", "busy", "failed"
-  Cell<int> CwProgress{*this, Field::kCwProgress};              ///< counts changes of the text being sent
+  Cell<int> CWSpeed{*this, Field::kCwSpeed, 25};  ///< words a minute
+  Cell<bool> Tune{*this, Field::kTune};           ///< the key is held down for tuning
+  Cell<std::string> KeyerState{*this, Field::kKeyer,
+                               "none"};             ///< "none", "closed", "starting", "ready", "busy", "failed"
+  Cell<int> CwProgress{*this, Field::kCwProgress};  ///< counts changes of the text being sent
 
   // Rig selection and its port.
   Cell<std::string> RigName{*this, Field::kRigName, "NONE"};

@@ -131,7 +131,7 @@ void CwSender::Begin() {
 }
 
 void CwSender::Drop(const std::string& why) {
-  const std::size_t lost = given_.size() + waiting_.size();
+  const std::size_t lost = unsent();
   std::string line = why.empty() ? kNotReady : why;
   if (lost > 0) line += "; " + std::to_string(lost) + (lost == 1 ? " character was" : " characters were") + " not sent";
   Clear();

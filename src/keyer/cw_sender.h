@@ -37,6 +37,8 @@ class CwSender {
   void Pause(bool on);
   void SetSpeed(int wpm);
 
+  /// Symbols that have been typed and not been sent to their end.
+  std::size_t unsent() const { return given_.size() + waiting_.size(); }
   bool sending() const { return !given_.empty() || !waiting_.empty(); }
   bool paused() const { return paused_; }
   /// The symbol being sent, empty when there is none.

@@ -21,9 +21,29 @@ Error Closed(const std::string& why) {
 
 /// Settings that a keyer in use need not be made anew for.
 KeyerSettings WithoutTaste(KeyerSettings settings) {
-  settings.speed = 0;
-  settings.tone_hertz = 0;
-  settings.tone_volume = 0;
+  const KeyerSettings other;
+  settings.speed = other.speed;
+  settings.local_tone = other.local_tone;
+  settings.tone_hertz = other.tone_hertz;
+  settings.tone_volume = other.tone_volume;
+  if (settings.kind == KeyerKind::kWinkey) {
+    settings.lead = other.lead;
+    settings.tail = other.tail;
+    settings.key_on_rts = other.key_on_rts;
+    settings.use_ptt = other.use_ptt;
+    settings.inverted = other.inverted;
+  } else {
+    settings.stop_bits = other.stop_bits;
+    settings.mode = other.mode;
+    settings.reversed = other.reversed;
+    settings.second_output = other.second_output;
+    settings.key1 = other.key1;
+    settings.key2 = other.key2;
+    settings.side_tone = other.side_tone;
+    settings.ptt_lead = other.ptt_lead;
+    settings.ptt_tail = other.ptt_tail;
+    settings.ignore_pot = other.ignore_pot;
+  }
   return settings;
 }
 
@@ -88,6 +108,7 @@ void Keyer::Use(const KeyerSettings& settings, int rig_port) {
   const bool changed = !used_ || !(settings == settings_);
   settings_ = settings;
   rig_port_ = rig_port;
+  replacing_ = !same;  // what is between the two keyers is no state to show
   if (speed_chosen) console_.CWSpeed.Set(settings.speed);
   sender_.SetSpeed(std::clamp(*console_.CWSpeed, kSlowest, kFastest));
   if (speed_chosen) {
@@ -101,7 +122,9 @@ void Keyer::Use(const KeyerSettings& settings, int rig_port) {
 
 /// What is sent now is not what the new keyer was chosen for: it is stopped.
 void Keyer::Replace() {
-  replacing_ = true;  // what is between the two keyers is no state to show
+  if (const std::size_t lost = sender_.unsent(); lost > 0)
+    Notice("The keyer has been changed; " + std::to_string(lost) + (lost == 1 ? " character was" : " characters were") +
+           " not sent");
   StopSending();
   sender_.Use(nullptr);
   tuner_.Use(nullptr, Duration{0});
@@ -119,6 +142,7 @@ void Keyer::Replace() {
 
 /// The keyer of the settings' kind; null when there is none.
 CwBackend* Keyer::Choose() {
+  if (!settings_.unknown.empty()) Notice("KEYERPORT: there is no keyer " + OneLine(settings_.unknown, 40));
   if (const Status ports = CheckPorts(settings_, rig_port_); !ports) {
     Notice(ports.error().message);
     return nullptr;

@@ -22,6 +22,8 @@ struct NamedKind {
   KeyerKind kind;
   int ports;  ///< the word is followed by a port number from 1 to this
 };
+constexpr std::string_view kRigPortCaption = "USERIGPORT";  // what the list of keyer ports calls it
+
 constexpr std::array kKinds{
     NamedKind{"WINKEY", KeyerKind::kWinkey, 0},     NamedKind{"COM", KeyerKind::kComLine, kMostCom},
     NamedKind{"LPT", KeyerKind::kLptPin, kMostLpt}, NamedKind{"RIGPORT", KeyerKind::kRigLine, 0},
@@ -39,11 +41,11 @@ int Chosen(const Settings& settings, std::string_view key) {
   return setting == nullptr ? 0 : std::max(0, config::ChoiceOf(*setting, settings.text(key)));
 }
 
-KeyerChoice ChosenPort(const Settings& settings, int slot) {
+std::string_view ChosenWord(const Settings& settings, int slot) {
   const std::string own = config::SavedRigKey("KEYERPORT", std::max(slot, 1));
   const std::string first = slot > 0 ? own : "KEYERPORT=";
   const std::string then = slot > 0 ? "KEYERPORT=" : own;
-  return ParseKeyerWord(settings.text(Trim(settings.text(first)).empty() ? then : first));
+  return Trim(settings.text(Trim(settings.text(first)).empty() ? then : first));
 }
 
 SecondOutput SecondOutputOf(const Settings& settings) {
@@ -76,8 +78,10 @@ void TakeSoftwareKeying(const Settings& settings, KeyerSettings& keyer) {
 
 KeyerSettings KeyerSettings::From(const Settings& settings, int slot) {
   KeyerSettings keyer;
-  const KeyerChoice choice = ChosenPort(settings, slot);
+  const std::string_view word = ChosenWord(settings, slot);
+  const KeyerChoice choice = ParseKeyerWord(word);
   keyer.kind = choice.kind;
+  if (choice.kind == KeyerKind::kNone && !word.empty() && !EqualNoCase(word, "NONE")) keyer.unknown = word;
   keyer.port =
       choice.kind == KeyerKind::kWinkey ? Bounded(settings, "PADDLECOM=", 0, platform::kHighestPort, 0) : choice.port;
   keyer.speed = Bounded(settings, "CWSPEED=", kSlowest, kFastest, keyer.speed);
@@ -100,6 +104,7 @@ std::string KeyerWord(KeyerKind kind, int port) {
 
 KeyerChoice ParseKeyerWord(std::string_view word) {
   const std::string text = Upper(WithoutBlanks(word));
+  if (text == kRigPortCaption) return {KeyerKind::kRigLine, 0};
   for (const NamedKind& named : kKinds) {
     if (named.ports == 0 && text == named.word) return {named.kind, 0};
     if (named.ports == 0 || !text.starts_with(named.word)) continue;

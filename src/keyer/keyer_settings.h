@@ -27,7 +27,8 @@ struct KeyerChoice {
 /// The keyer's settings, from rig.ini.
 struct KeyerSettings {
   KeyerKind kind = KeyerKind::kNone;
-  int port = 0;  ///< of the WinKeyer, or of the COM line or LPT pin that is keyed
+  std::string unknown;  ///< the word that should choose the kind, when it is none
+  int port = 0;         ///< of the WinKeyer, or of the COM line or LPT pin that is keyed
   int stop_bits = 1;
   int speed = 25;  ///< words a minute, "CWSPEED="
   PaddleMode mode = PaddleMode::kIambicB;

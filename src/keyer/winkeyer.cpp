@@ -265,7 +265,7 @@ std::size_t WinKeyer::room() const {
 void WinKeyer::Send(std::string_view symbol) {
   const std::string bytes = WinkeySymbol(symbol);
   if (!ready() || key_down_ || bytes.empty()) return;
-  if (std::exchange(speed_in_text_, false)) Write(WinkeyCommand("1C", told_speed_));
+  if (std::exchange(speed_in_text_, false) && progress_.size() > 0) Write(WinkeyCommand("1C", told_speed_));
   Write(bytes);
   progress_.Give(std::string_view(bytes).substr(bytes.size() > 1 ? 1 : 0), line_free_at_);
   Follow();

@@ -12,7 +12,9 @@ import time
 
 BINARY = os.environ.get("KVX_BINARY", "")
 NO_WINE = {"WINEPREFIX": "/nonexistent"}  # nothing of what the machine's own user has set up for Wine takes part
-signal.signal(signal.SIGHUP, signal.SIG_DFL)  # a program inherits that it is ignored, as under nohup, and then heeds it
+# A program inherits that these are ignored, as under nohup or in the background of a shell, and then heeds it.
+signal.signal(signal.SIGHUP, signal.SIG_DFL)
+signal.signal(signal.SIGQUIT, signal.SIG_DFL)
 
 
 def wait_until(condition, timeout, interval=0.01):

@@ -295,7 +295,9 @@ TEST(DdeServer, AnythingFromAClientGivesTheRigWholeCommandsOnly) {
     } else {
       bench.Poke(random() % 2 == 0 ? "HRD_HERTZ" : "HRD_MODE", text);
     }
-    if (const auto told = DdeHertz(text)) EXPECT_EQ(told->size(), 8u) << text;
+    if (const auto told = DdeHertz(text)) {
+      EXPECT_EQ(told->size(), 8u) << text;
+    }
     bench.station.loop.RunFor(1ms);
   }
   std::size_t frequencies = 0;
