@@ -256,7 +256,7 @@ TEST(Keyer, OnlyAChangeOfItsOwnSettingsMakesTheKeyerAnew) {
   bench.keyer.Use(same, 3);
   EXPECT_EQ(bench.backends.size(), 2U);
   EXPECT_EQ(bench.backends.front()->closes, 1);
-  EXPECT_EQ(bench.TakeNotices(), Lines{"The keyer has been changed; 4 characters were not sent"});
+  EXPECT_EQ(bench.TakeNotices(), Lines{"The keyer has been changed; 3 characters were not sent"});
   bench.loop.RunFor(60s);
   EXPECT_EQ(bench.backend().keyed, "") << "what the other had not sent is not sent by this one";
   EXPECT_TRUE(bench.backend().ready()) << "a line stands at rest from the beginning";
