@@ -122,7 +122,7 @@ void* ReleaseWatch::Run(void* self) {
 }
 
 void ReleaseWatch::Work() {
-  Duration asleep{0};
+  Duration asleep = asleep_();
   while (!ending_) {
     const bool armed = CrashRelease::any_armed();
     if (!armed) asleep = asleep_();
