@@ -16,7 +16,7 @@ using namespace std::chrono_literals;
 
 using Lines = std::vector<std::string>;
 
-constexpr KeyerSettings kComLine{.kind = KeyerKind::kComLine, .port = 4, .speed = 20, .tune_limit = 10s};
+const KeyerSettings kComLine{.kind = KeyerKind::kComLine, .port = 4, .speed = 20, .tune_limit = 10s};
 
 struct Bench {
   explicit Bench(const KeyerSettings& settings = kComLine) {
