@@ -25,20 +25,13 @@
 namespace kvx::console {
 namespace {
 
+using widgets::Named;
+
 constexpr int kTickMilliseconds = 75;
 constexpr int kTextCharacters = 42;  // a column wide enough for the longest status replies
 constexpr int kWindowLines = 26;
 constexpr int kBytes = 40;  // of the same replies
 constexpr int kWindowCharacters = 140;
-
-/// A control with its name, its tip and its shortcut, which the tip tells.
-template <class Control>
-Control* Named(Control* control, const QString& name, const QString& tip, const QKeySequence& shortcut = {}) {
-  control->setAccessibleName(name);
-  const QString keys = shortcut.toString(QKeySequence::NativeText);
-  control->setToolTip(keys.isEmpty() ? tip : tip + " (" + keys + ")");
-  return control;
-}
 
 QPushButton* Button(const QString& text, const QString& name, const QString& tip, const QKeySequence& shortcut) {
   auto* button = Named(new QPushButton(text), name, tip, shortcut);

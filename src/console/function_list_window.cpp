@@ -25,20 +25,13 @@ namespace kvx::console {
 namespace {
 
 using functions::FunctionRecord;
+using widgets::Named;
 using widgets::ToQt;
 
 constexpr int kTickMilliseconds = 50;
 constexpr int kTicksBetweenLooks = 10;  // at the store's file
 constexpr int kWindowCharacters = 150;
 constexpr int kWindowLines = 36;
-
-template <class Control>
-Control* Named(Control* control, const QString& name, const QString& tip, const QKeySequence& keys = {}) {
-  control->setAccessibleName(name);
-  const QString text = keys.toString(QKeySequence::NativeText);
-  control->setToolTip(text.isEmpty() ? tip : tip + " (" + text + ")");
-  return control;
-}
 
 QPushButton* Button(const QString& text, const QString& tip, const QKeySequence& keys = {}) {
   auto* button = Named(new QPushButton(text), text, tip, keys);

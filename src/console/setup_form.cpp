@@ -1,6 +1,9 @@
 #include "console/setup_form.h"
 
+#include <QComboBox>
+#include <QCoreApplication>
 #include <QEvent>
+#include <QLineEdit>
 #include <QSpinBox>
 #include <algorithm>
 
@@ -88,6 +91,18 @@ QScrollArea* MakeSetupScroll(QWidget* content) {
   scroll->setFocusPolicy(Qt::NoFocus);
   scroll->setWidget(content);
   return scroll;
+}
+
+QComboBox* NewDeviceBox() {
+  constexpr int kShownCharacters = 16;
+  auto* box = new QComboBox;
+  box->setEditable(true);
+  box->setInsertPolicy(QComboBox::NoInsert);
+  box->setCompleter(nullptr);
+  box->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
+  box->setMinimumContentsLength(kShownCharacters);
+  box->lineEdit()->setPlaceholderText(QCoreApplication::translate("SetupForm", "device, or another address"));
+  return box;
 }
 
 QPushButton* MakeSetupButton(const QString& text, const QString& tip, std::function<void()> action) {

@@ -9,6 +9,8 @@
 
 #include "core/result.h"
 
+class QComboBox;
+
 namespace kvx::console {
 
 /// Lays a page of the setup dialog out: a title, panels with labelled rows under each other, and one line that says
@@ -42,6 +44,8 @@ class SetupForm {
 
 /// A button of a page: its text with the mnemonic names it, a click calls `action`.
 QPushButton* MakeSetupButton(const QString& text, const QString& tip, std::function<void()> action);
+/// The box in which a device is chosen from a list or typed.
+QComboBox* NewDeviceBox();
 /// What is higher than its place, scrolling in it.
 QScrollArea* MakeSetupScroll(QWidget* content);
 /// A label that wraps; `role` as the style sheet has them.

@@ -11,7 +11,6 @@
 namespace kvx::console {
 namespace {
 
-constexpr int kShownDeviceCharacters = 16;
 constexpr std::string_view kKindKey = "KEYERPORT=";
 constexpr std::string_view kPortKey = "PADDLECOM=";
 constexpr std::string_view kVolumeKey = "CWVOLUME=";
@@ -60,13 +59,7 @@ void SetupKeyerPage::AddState() {
 }
 
 void SetupKeyerPage::AddDevice() {
-  device_ = new QComboBox;
-  device_->setEditable(true);
-  device_->setInsertPolicy(QComboBox::NoInsert);
-  device_->setCompleter(nullptr);
-  device_->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
-  device_->setMinimumContentsLength(kShownDeviceCharacters);
-  device_->lineEdit()->setPlaceholderText(tr("device, or another address"));
+  device_ = NewDeviceBox();
   connect(device_, &QComboBox::activated, this, [this](int index) {
     // The list shows what the device is; what counts, and stays in the box, is its address.
     if (index >= 0) device_->setEditText(device_->itemData(index).toString());

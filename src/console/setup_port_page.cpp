@@ -13,7 +13,6 @@ namespace kvx::console {
 namespace {
 
 constexpr int kUsualSpeeds[] = {1200, 2400, 4800, 9600, 14400, 19200, 38400, 56000, 57600, 115200};
-constexpr int kShownDeviceCharacters = 16;
 
 }  // namespace
 
@@ -34,13 +33,7 @@ void SetupPortPage::AddDevice() {
   number_->setPrefix("COM");
   connect(number_, &QSpinBox::valueChanged, this, [this](int number) { NumberChosen(number); });
   form_.AddRow(tr("Port &number"), number_, tr("The number that the settings know the port by, 1 to 99; 0: none"));
-  device_ = new QComboBox;
-  device_->setEditable(true);
-  device_->setInsertPolicy(QComboBox::NoInsert);
-  device_->setCompleter(nullptr);
-  device_->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
-  device_->setMinimumContentsLength(kShownDeviceCharacters);
-  device_->lineEdit()->setPlaceholderText(tr("device, or another address"));
+  device_ = NewDeviceBox();
   connect(device_, &QComboBox::activated, this, [this](int index) {
     // The list shows what the device is; what counts, and stays in the box, is its address.
     if (index >= 0) device_->setEditText(device_->itemData(index).toString());

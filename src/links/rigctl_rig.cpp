@@ -58,7 +58,7 @@ constexpr std::array kModeNames{
     ModeName{"ECSSLSB", "LSB"}, ModeName{"PSK", "USB"},    ModeName{"PSKR", "LSB"},   ModeName{"FAX", ""},
     ModeName{"DSB", ""},        ModeName{"SAL", ""},       ModeName{"SAH", ""},       ModeName{"C4FM", ""},
     ModeName{"DSTAR", ""},      ModeName{"P25", ""},       ModeName{"DPMR", ""},      ModeName{"DCR", ""},
-    ModeName{"NXDN-N", ""},     ModeName{"NXDN-VN", ""},   ModeName{"SPEC", ""},
+    ModeName{"NXDN-N", ""},     ModeName{"NXDN-VN", ""},
 };
 
 const ModeRow* FindMode(std::string_view console) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QFont>
+#include <QKeySequence>
 #include <QString>
 #include <QWidget>
 #include <string_view>
@@ -17,5 +18,14 @@ QFont FixedFont();
 
 /// Gives a widget another role of the style sheet.
 void SetRole(QWidget* widget, const char* role);
+
+/// Gives a control its name for screen readers, its tip and its shortcut, which the tip tells.
+template <class Control>
+Control* Named(Control* control, const QString& name, const QString& tip, const QKeySequence& shortcut = {}) {
+  control->setAccessibleName(name);
+  const QString keys = shortcut.toString(QKeySequence::NativeText);
+  control->setToolTip(keys.isEmpty() ? tip : tip + " (" + keys + ")");
+  return control;
+}
 
 }  // namespace kvx::widgets

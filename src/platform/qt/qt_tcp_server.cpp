@@ -1,31 +1,14 @@
 #include "platform/qt/qt_tcp_server.h"
 
-#include <netinet/in.h>
-#include <netinet/tcp.h>
-#include <sys/socket.h>
-
 #include <QNetworkProxy>
 #include <algorithm>
+
+#include "platform/qt/watch_peer.h"
 
 namespace kvx::platform {
 namespace {
 
 constexpr qint64 kMostWaiting = 16 << 10;  // the rest waits in the system and then with the sender
-
-/// A client that vanishes without a word is noticed within half a minute. The system does that: an idle client costs
-/// this program nothing.
-void WatchPeer(QTcpSocket& socket) {
-  socket.setSocketOption(QAbstractSocket::LowDelayOption, 1);
-  socket.setSocketOption(QAbstractSocket::KeepAliveOption, 1);
-  const int descriptor = static_cast<int>(socket.socketDescriptor());
-  const auto set = [descriptor](int option, int value) {
-    ::setsockopt(descriptor, IPPROTO_TCP, option, &value, sizeof value);
-  };
-  set(TCP_KEEPIDLE, 10);
-  set(TCP_KEEPINTVL, 5);
-  set(TCP_KEEPCNT, 3);
-  set(TCP_USER_TIMEOUT, 25'000);
-}
 
 }  // namespace
 

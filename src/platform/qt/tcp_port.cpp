@@ -1,15 +1,12 @@
 #include "platform/qt/tcp_port.h"
 
-#include <netinet/in.h>
-#include <netinet/tcp.h>
-#include <sys/socket.h>
-
 #include <QNetworkProxy>
 #include <chrono>
 #include <optional>
 #include <utility>
 
 #include "core/text.h"
+#include "platform/qt/watch_peer.h"
 
 namespace kvx::platform {
 namespace {
@@ -37,20 +34,6 @@ std::optional<Server> ParseServer(std::string_view address) {
   }
   if (host.empty() || !port) return std::nullopt;
   return Server{std::string(host), static_cast<quint16>(*port)};
-}
-
-/// A server that vanishes without a word is noticed within half a minute.
-void WatchPeer(QTcpSocket& socket) {
-  socket.setSocketOption(QAbstractSocket::LowDelayOption, 1);
-  socket.setSocketOption(QAbstractSocket::KeepAliveOption, 1);
-  const int descriptor = static_cast<int>(socket.socketDescriptor());
-  const auto set = [descriptor](int option, int value) {
-    ::setsockopt(descriptor, IPPROTO_TCP, option, &value, sizeof value);
-  };
-  set(TCP_KEEPIDLE, 10);
-  set(TCP_KEEPINTVL, 5);
-  set(TCP_KEEPCNT, 3);
-  set(TCP_USER_TIMEOUT, 25'000);
 }
 
 }  // namespace

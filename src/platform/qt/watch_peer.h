@@ -1,0 +1,11 @@
+#pragma once
+
+class QTcpSocket;
+
+namespace kvx::platform {
+
+/// A peer that vanishes without a word is noticed within half a minute, and small messages go out at once. The system
+/// does that: an idle connection costs this program nothing.
+void WatchPeer(QTcpSocket& socket);
+
+}  // namespace kvx::platform
