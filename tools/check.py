@@ -17,9 +17,10 @@ ARROWS = {
     "functions": {"core", "platform", "config", "cat"},
     "keyer": {"core", "platform", "config", "cat"},
     "links": {"core", "platform", "config", "cat", "keyer"},
+    "audio": {"core", "platform"},
     "widgets": {"core"},
-    "console": {"core", "platform", "config", "sim", "cat", "functions", "keyer", "links", "widgets"},
-    "app": {"core", "platform", "config", "sim", "cat", "functions", "keyer", "links", "widgets", "console"},
+    "console": {"core", "platform", "config", "sim", "cat", "functions", "keyer", "links", "audio", "widgets"},
+    "app": {"core", "platform", "config", "sim", "cat", "functions", "keyer", "links", "audio", "widgets", "console"},
 }
 # Adapters, which the program alone links, and what an adapter may use of the others.
 ADAPTERS = {"posix": set(), "qt": {"posix"}, "windows": set()}
