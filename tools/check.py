@@ -18,9 +18,10 @@ ARROWS = {
     "keyer": {"core", "platform", "config", "cat"},
     "links": {"core", "platform", "config", "cat", "keyer"},
     "audio": {"core", "platform"},
+    "accessories": {"core", "platform", "config", "cat"},
     "widgets": {"core"},
-    "console": {"core", "platform", "config", "sim", "cat", "functions", "keyer", "links", "audio", "widgets"},
-    "app": {"core", "platform", "config", "sim", "cat", "functions", "keyer", "links", "audio", "widgets", "console"},
+    "console": {"core", "platform", "config", "sim", "cat", "functions", "keyer", "links", "accessories", "audio", "widgets"},
+    "app": {"core", "platform", "config", "sim", "cat", "functions", "keyer", "links", "accessories", "audio", "widgets", "console"},
 }
 # Adapters, which the program alone links, and what an adapter may use of the others.
 ADAPTERS = {"posix": set(), "qt": {"posix"}, "windows": set()}

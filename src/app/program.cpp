@@ -9,6 +9,7 @@
 #include "console/demo_content.h"
 #include "keyer/port_key_line.h"
 #include "platform/ports_file.h"
+#include "platform/posix/data_lines.h"
 #include "platform/posix/thread_key_line.h"
 #include "platform/qt/pty_port.h"
 #include "platform/qt/qt_serial_device.h"
@@ -80,6 +81,9 @@ Program::Program(const Options& options)
                           }),
       key_line_port_([this] { return platform::ReadPortTable(files_, folder_); },
                      [this](const std::string& address) { return MakePort(address); }),
+      rotator_port_([this] { return platform::ReadPortTable(files_, folder_); },
+                    [this](const std::string& address) { return MakePort(address); }),
+      parallel_lines_(loop_, [this](int number) { return MakeParallelPort(number); }),
       released_(watch_.event(), QSocketNotifier::Read),
       release_guard_([this] { return DescriptorOf(rig_port_); }),
       keyer_guard_([this] { return DescriptorOf(keyer_port_); }),
@@ -109,7 +113,10 @@ Status Program::Prepare() {
                             .key_line = [this](const keyer::KeyerSettings& settings) { return MakeKeyLine(settings); },
                             .net = &net_server_,
                             .loggers = {.cat = &logger_port_, .winkey = &logger_winkey_port_, .processes = &processes_},
-                            .dde = &dde_gateway_});
+                            .dde = &dde_gateway_,
+                            .rotator = &rotator_port_,
+                            .parallel = &parallel_lines_});
+  parallel_lines_.on_notice = [this](const std::string& line) { station_->Notice(line); };
   if (speech_) speech_->on_notice = [this](const std::string& line) { station_->Notice(line); };
   setup_ = std::make_unique<console::StationSetup>(loop_, *station_, files_, devices_);
   editor_ = std::make_unique<console::RigEditor>(*station_, files_);
@@ -153,8 +160,8 @@ std::unique_ptr<platform::KeyLine> Program::MakeKeyLine(const keyer::KeyerSettin
     return std::make_unique<platform::ThreadKeyLine>(loop_, std::move(output));
   };
   if (settings.kind == KeyerKind::kLptPin) {
-    const std::string path = "/dev/parport" + std::to_string(settings.port - 1);
-    return thread(std::make_unique<platform::ParallelKeyOutput>(path, lines));
+    const std::string path = platform::ReadPortTable(files_, folder_).ParallelAddressOf(settings.port);
+    return thread(std::make_unique<platform::ParallelKeyOutput>(parallel_ports_, path, lines));
   }
   if (settings.kind == KeyerKind::kRigLine) {
     if (IsDevice(platform::ReadPortTable(files_, folder_).AddressOf(station_->settings().rig_port)))
@@ -165,6 +172,14 @@ std::unique_ptr<platform::KeyLine> Program::MakeKeyLine(const keyer::KeyerSettin
   if (IsDevice(address)) return thread(std::make_unique<platform::SerialKeyOutput>(address, lines));
   return std::make_unique<keyer::PortKeyLine>(loop_, key_line_port_, lines,
                                               platform::PortSettings{.number = settings.port});
+}
+
+/// The demonstration has no lines but those of a register.
+std::unique_ptr<platform::ParallelPort> Program::MakeParallelPort(int number) {
+  const platform::PortTable table = platform::ReadPortTable(files_, folder_);
+  const std::string address = demo_ && !table.parallel.contains(number) ? "sim:lpt" : table.ParallelAddressOf(number);
+  if (!IsDevice(address)) return std::make_unique<platform::ShadowParallelPort>();
+  return std::make_unique<platform::PosixDataLines>(parallel_ports_, address);
 }
 
 void Program::Speak(const std::string& sentence) {

@@ -11,8 +11,10 @@
 #include "console/station.h"
 #include "console/station_setup.h"
 #include "platform/numbered_port.h"
+#include "platform/parallel_lines.h"
 #include "platform/posix/device_list.h"
 #include "platform/posix/files.h"
+#include "platform/posix/parallel_port.h"
 #include "platform/posix/process_list.h"
 #include "platform/posix/release_guard.h"
 #include "platform/posix/release_watch.h"
@@ -61,6 +63,7 @@ class Program {
   std::unique_ptr<platform::SerialPort> MakeLoggerPort(const std::string& address,
                                                        std::function<void()> far_end_closed);
   std::unique_ptr<platform::KeyLine> MakeKeyLine(const keyer::KeyerSettings& settings);
+  std::unique_ptr<platform::ParallelPort> MakeParallelPort(int number);
   void StopKeying();
   Task ShutDown();
 
@@ -75,6 +78,9 @@ class Program {
   platform::NumberedPort logger_port_;
   platform::NumberedPort logger_winkey_port_;
   platform::NumberedPort key_line_port_;  ///< keyed in software, when it is no device of this machine
+  platform::NumberedPort rotator_port_;
+  platform::SharedParallelPorts parallel_ports_;
+  platform::ParallelLines parallel_lines_;
   platform::PosixDeviceList devices_;
   platform::PosixProcessList processes_;
   platform::ReleaseWatch watch_;

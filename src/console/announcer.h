@@ -41,6 +41,7 @@ class Announcer {
     kTheme,
     kTextSize,
     kFunction,
+    kAccessory,
     kSlider,
     kMessage,
     kPlan,
@@ -70,6 +71,8 @@ class Announcer {
   void FunctionPressed(int number);
   /// An operation that leaves no trace in the console's state ("AGC fast").
   void Operated(std::string sentence) { Queue(Topic::kOperation, 0, std::move(sentence)); }
+  /// The same of the antennas, one after the other for each topic.
+  void Accessory(int topic, std::string sentence) { Queue(Topic::kAccessory, topic, std::move(sentence)); }
   /// Frequency, mode, VFO, band and S-meter in one sentence, said at once, whether announcements are on or not.
   std::string SayStatus();
 

@@ -29,7 +29,7 @@ class FooterPanel final : public Panel {
   widgets::AnnouncementLabel* announcement_;
   QLabel* scan_;  ///< only while the station scans
   QLabel* message_;
-  functions::Listeners::Following following_;
+  Listeners::Following following_;
 };
 
 }  // namespace kvx::console

@@ -93,8 +93,8 @@ class FunctionListWindow final : public QWidget {
   QPushButton* import_ = nullptr;
   QLabel* message_ = nullptr;
   Console::Subscription subscription_;
-  functions::Listeners::Following following_rows_;
-  functions::Listeners::Following following_scan_;
+  Listeners::Following following_rows_;
+  Listeners::Following following_scan_;
 };
 
 }  // namespace kvx::console

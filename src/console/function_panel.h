@@ -37,7 +37,7 @@ class FunctionPanel final : public Panel {
   std::array<bool, config::kFunctions> on_arrival_{};  ///< keys that are pressed on arrival here
   QPushButton* undo_ = nullptr;
   std::string shown_;  ///< rig, frequency and state of the store of what is shown as stored
-  functions::Listeners::Following following_;
+  Listeners::Following following_;
 };
 
 }  // namespace kvx::console

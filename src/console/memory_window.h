@@ -94,7 +94,7 @@ class MemoryWindow final : public QMainWindow {
   std::vector<RigKey> rig_keys_;
   int keep_ = 0;  ///< the channel that stays in hand while channels change; 0: the one that is
   Console::Subscription subscription_;
-  functions::Listeners::Following following_scan_;
+  Listeners::Following following_scan_;
 };
 
 }  // namespace kvx::console

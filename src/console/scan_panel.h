@@ -67,7 +67,7 @@ class ScanPanel final : public QFrame {
   QDoubleSpinBox* hang_ = nullptr;
   QSlider* mark_ = nullptr;
   widgets::LevelBar* level_ = nullptr;
-  functions::Listeners::Following following_;
+  Listeners::Following following_;
 };
 
 }  // namespace kvx::console

@@ -5,6 +5,7 @@
 #include <iterator>
 #include <utility>
 
+#include "accessories/accessories.h"
 #include "cat/reply.h"
 #include "core/appearance_limits.h"
 #include "core/text.h"
@@ -49,7 +50,14 @@ Station::Station(const StationParts& parts)
              .make_line = parts.key_line,
              .guard = parts.keyer_guard,
              .make_backend = {}}),
+      accessories(std::make_unique<accessories::Accessories>(
+          accessories::AccessoryParts{.console = console,
+                                      .files = parts.files,
+                                      .folder = parts.folder,
+                                      .rotator = parts.rotator,
+                                      .ports = parts.parallel})),
       clock_(parts.loop, console) {
+  ConnectAccessories();
   if (parts.net != nullptr) StartNetServer(*parts.net);
   if (parts.loggers.cat != nullptr && parts.keyer_port != nullptr) StartLoggerLinks(parts);
   if (parts.dde != nullptr) {
@@ -92,6 +100,8 @@ Station::Station(const StationParts& parts)
   });
 }
 
+Station::~Station() = default;
+
 void Station::Notice(const std::string& line) {
   // Texts from outside have been made visible where they came in; whatever else has a control character in it is made
   // so here.
@@ -127,6 +137,7 @@ void Station::Start() {
   if (const Status loaded = keyer.functions.Load(); !loaded) Notice(loaded.error().message);
   FollowKeyer();
   FollowLinks();
+  accessories->antennas.Load(settings_file_.Read());
   ReadBandPlan();
   engine.poller.Start();
   OpenRigPort();
@@ -358,6 +369,15 @@ void Station::ChangeSettings(
   FollowLinks();
 }
 
+void Station::ConnectAccessories() {
+  accessories::AntennaControl& antennas = accessories->antennas;
+  antennas.write_rig = [this](std::string_view bytes) { return !stopping_ && engine.link.WriteRigPort(bytes); };
+  antennas.transmitting = [this] { return *console.Transmitting || *console.Tune || keyer.sender().sending(); };
+  antennas.announce = [this](int topic, const std::string& sentence) { announcer.Accessory(topic, sentence); };
+  antennas.show = [this](const std::string& text) { Notice(text); };
+  antennas.keep = [this](std::vector<config::SettingChange> lines) { KeepInFile(std::move(lines)); };
+}
+
 void Station::StartNetServer(platform::TcpServer& server) {
   net = std::make_unique<links::NetServer>(loop_, console, engine, server);
   net->on_notice = [this](const std::string& line) { Notice(line); };
@@ -501,6 +521,8 @@ void Station::PortOpened() {
 
 Task Station::ShutDown() {
   keyer.Stop();
+  accessories->antennas.Close();
+  accessories->antennas.SaveChanges();
   if (net) net->Close();
   if (loggers) loggers->Close();
   if (dde) dde->DDEUnload();

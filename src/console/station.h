@@ -23,6 +23,13 @@
 #include "links/net_server.h"
 #include "platform/release_guard.h"
 
+namespace kvx::accessories {
+struct Accessories;
+}
+namespace kvx::platform {
+class PortAccess;
+}
+
 namespace kvx::console {
 
 /// What a station is put together from. Everything is borrowed.
@@ -40,7 +47,9 @@ struct StationParts {
   std::function<std::unique_ptr<platform::KeyLine>(const keyer::KeyerSettings&)> key_line;
   platform::TcpServer* net = nullptr;  ///< of the NET rigctl server; null: there is none
   links::LoggerPorts loggers = {};
-  platform::DdeTransport* dde = nullptr;  ///< null: there is none
+  platform::DdeTransport* dde = nullptr;     ///< null: there is none
+  platform::SerialPort* rotator = nullptr;   ///< the same
+  platform::PortAccess* parallel = nullptr;  ///< the parallel ports; null: there are none
 };
 
 /// The station: one console with its rig, from start-up to the orderly shut-down. Windows and the headless command line
@@ -48,6 +57,7 @@ struct StationParts {
 class Station {
  public:
   explicit Station(const StationParts& parts);
+  ~Station();
   Station(const Station&) = delete;
   Station& operator=(const Station&) = delete;
 
@@ -152,6 +162,7 @@ class Station {
   void KeepInFile(std::vector<config::SettingChange> changes);
   void FollowKeyer();
   void FollowLinks();
+  void ConnectAccessories();
   void StartNetServer(platform::TcpServer& server);
   void StartLoggerLinks(const StationParts& parts);
   platform::PortSettings RigPort() const;
@@ -177,6 +188,7 @@ class Station {
   functions::FunctionKeys functions;
   functions::MemoryChannels memories;
   keyer::Keyer keyer;
+  const std::unique_ptr<accessories::Accessories> accessories;
   std::unique_ptr<links::NetServer> net;        ///< null: there is none
   std::unique_ptr<links::LoggerLinks> loggers;  ///< the same
   std::unique_ptr<links::DdeServer> dde;        ///< the same

@@ -32,7 +32,7 @@ struct Mark {
 Mark ReadMark(std::string_view text) {
   if (text.starts_with("<CR>")) return {4, '\r'};
   if (text.starts_with("<LF>")) return {4, '\n'};
-  if (text.size() >= 6 && text.starts_with("<0x") && text[5] == '>') {
+  if (text.size() >= 6 && (text.starts_with("<0x") || text.starts_with("<0X")) && text[5] == '>') {
     if (const auto byte = HexByte(text.substr(3, 2))) return {6, static_cast<char>(*byte)};
   }
   return {};

@@ -7,9 +7,9 @@
 #include <vector>
 
 #include "config/sqlite.h"
+#include "core/listeners.h"
 #include "core/result.h"
 #include "functions/function_record.h"
-#include "functions/listeners.h"
 #include "platform/files.h"
 
 namespace kvx::functions {

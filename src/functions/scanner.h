@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "core/listeners.h"
 #include "functions/function_memory.h"
-#include "functions/listeners.h"
 #include "functions/scan_list.h"
 
 namespace kvx::functions {

@@ -22,8 +22,17 @@ std::optional<int> PortNumber(std::string_view key) {
   return static_cast<int>(*number);
 }
 
+/// The same for a parallel port.
+std::string TakeParallel(std::string_view key, std::string_view value, std::map<int, std::string>& parallel) {
+  const auto number = ParseNumber(key, 1, kHighestParallelPort);
+  if (!number) return "a parallel port is LPT1, LPT2 or LPT3";
+  if (!value.starts_with('/') && value != "sim:lpt") return "a parallel port is a device, /dev/..., or sim:lpt";
+  if (!parallel.emplace(*number, value).second) return "LPT" + std::to_string(*number) + " is there already";
+  return "";
+}
+
 /// What is wrong with the line; empty when it was taken or holds nothing.
-std::string TakeAddress(std::string_view line, std::map<int, std::string>& addresses) {
+std::string TakeAddress(std::string_view line, PortTable& table) {
   if (line.size() > kLongestLine) return "the line is too long";
   if (line.find('\0') != std::string_view::npos) return "the line is no text";
   line = Trim(line);
@@ -32,11 +41,12 @@ std::string TakeAddress(std::string_view line, std::map<int, std::string>& addre
   if (equals == std::string_view::npos) return "there is no \"=\"";
   const std::string_view key = Trim(line.substr(0, equals));
   const std::string_view value = Trim(line.substr(equals + 1));
-  if (!EqualNoCase(key.substr(0, 3), "COM")) return "a line begins with COM and a number";
+  if (EqualNoCase(key.substr(0, 3), "LPT")) return TakeParallel(key.substr(3), value, table.parallel);
+  if (!EqualNoCase(key.substr(0, 3), "COM")) return "a line begins with COM or LPT and a number";
   const auto number = PortNumber(key);
   if (!number) return "the port number must be 1 to " + std::to_string(kHighestPort);
   if (value.empty()) return "there is no device behind the \"=\"";
-  if (!addresses.emplace(*number, value).second) return "COM" + std::to_string(*number) + " is there already";
+  if (!table.addresses.emplace(*number, value).second) return "COM" + std::to_string(*number) + " is there already";
   return "";
 }
 
@@ -59,7 +69,7 @@ PortTable PortTable::Parse(std::string_view content) {
   content = WithoutByteOrderMark(content);
   for (int number = 1; !content.empty(); ++number) {
     const std::string_view line = TakeLine(content).text;
-    const std::string fault = TakeAddress(line, table.addresses);
+    const std::string fault = TakeAddress(line, table);
     if (fault.empty() || table.complaints.size() >= kMostComplaints) continue;
     table.complaints.push_back("ports.ini line " + std::to_string(number) + " \"" + OneLine(line, 60) + "\": " + fault);
   }
@@ -69,6 +79,11 @@ PortTable PortTable::Parse(std::string_view content) {
 std::string PortTable::AddressOf(int number) const {
   const auto address = addresses.find(number);
   return address != addresses.end() ? address->second : "/dev/ttyS" + std::to_string(number - 1);
+}
+
+std::string PortTable::ParallelAddressOf(int number) const {
+  const auto address = parallel.find(number);
+  return address != parallel.end() ? address->second : "/dev/parport" + std::to_string(number - 1);
 }
 
 PortTable ReadPortTable(const Files& files, const Path& station) {

@@ -12,15 +12,20 @@ namespace kvx::platform {
 
 inline constexpr int kHighestPort = 99;
 
+inline constexpr int kHighestParallelPort = 3;
+
 /// What ports.ini says: the device behind each numbered port, one "COM3=/dev/serial/by-id/..." a line. A value is a
-/// device path, "pty:PATH", "tcp:HOST:PORT" or "sim:NAME".
+/// device path, "pty:PATH", "tcp:HOST:PORT" or "sim:NAME". A parallel port is "LPT1=", a device path or "sim:lpt".
 struct PortTable {
   std::map<int, std::string> addresses;
+  std::map<int, std::string> parallel;
   std::vector<std::string> complaints;  ///< one line for each line that could not be used, naming it
 
   static PortTable Parse(std::string_view content);
   /// The device behind COM`number`: /dev/ttyS(n-1) when the table has no line for it.
   std::string AddressOf(int number) const;
+  /// The device behind LPT`number`: /dev/parport(n-1) when the table has no line for it.
+  std::string ParallelAddressOf(int number) const;
 };
 
 /// Reads ports.ini of a station folder; missing is an empty table, unreadable or binary content a complaint that names

@@ -114,6 +114,7 @@ class KeyLineTest : public testing::Test {
   TemporaryFolder folder_;
   std::string log_ = (folder_.path() / "lines").string();
   std::string path_;
+  SharedParallelPorts ports_;
   std::array<int, 2> ends_{-1, -1};
   RealLoop loop_;
   bool idle_ = false;
@@ -244,12 +245,12 @@ TEST_F(KeyLineTest, TellsOnceThatTheDeviceHasGone) {
 TEST_F(KeyLineTest, SaysWhatItCannotOpen) {
   ThreadKeyLine missing(loop_, std::make_unique<SerialKeyOutput>("/dev/no-such-port", KeyLines{}));
   EXPECT_EQ(missing.Open().error().message, "/dev/no-such-port: no such device");
-  ThreadKeyLine lpt(loop_, std::make_unique<ParallelKeyOutput>("/dev/no-such-port", KeyLines{}));
+  ThreadKeyLine lpt(loop_, std::make_unique<ParallelKeyOutput>(ports_, "/dev/no-such-port", KeyLines{}));
   EXPECT_EQ(lpt.Open().error().message, "/dev/no-such-port: no such parallel port");
   ::unsetenv("KVX_LINE_LOG");
   ThreadKeyLine bare(loop_, std::make_unique<SerialKeyOutput>(path_, KeyLines{}));
   EXPECT_EQ(bare.Open().error().message, path_ + ": has no DTR and RTS lines that could be keyed");
-  ThreadKeyLine pins(loop_, std::make_unique<ParallelKeyOutput>(path_, KeyLines{}));
+  ThreadKeyLine pins(loop_, std::make_unique<ParallelKeyOutput>(ports_, path_, KeyLines{}));
   EXPECT_EQ(pins.Open().error().message, path_ + ": not a parallel port");
   bare.Play({{.key = true, .length = 1s}});
   EXPECT_EQ(bare.remaining(), 0ms);
@@ -272,7 +273,7 @@ TEST_F(KeyLineTest, KeysALentDeviceUntilItsOwnerClosesIt) {
 }
 
 TEST_F(KeyLineTest, KeysTwoPinsOfAParallelPort) {
-  ThreadKeyLine line(loop_, std::make_unique<ParallelKeyOutput>(path_, KeyLines{}));
+  ThreadKeyLine line(loop_, std::make_unique<ParallelKeyOutput>(ports_, path_, KeyLines{}));
   line.on_idle = [&] { idle_ = true; };
   ASSERT_TRUE(line.Open());
   EXPECT_EQ(Record(), "CONTROL 0c 08") << "pin 17 is inverted by the hardware: its bit is set when it is low";

@@ -25,14 +25,15 @@ namespace {
 constexpr std::array kCrashSignals{SIGSEGV, SIGBUS, SIGABRT, SIGFPE, SIGILL};
 /// All signals end a process but these, and those that cannot be caught.
 constexpr std::array kHarmlessSignals{SIGCHLD, SIGCONT, SIGURG, SIGWINCH, SIGTSTP, SIGTTIN, SIGTTOU, SIGKILL, SIGSTOP};
-constexpr std::size_t kSignals = 65;      // 1 to 64
-constexpr std::size_t kMostReleases = 8;  // a program has four: the rig, the keyer, its line, and the line before it
+constexpr std::size_t kSignals = 65;  // 1 to 64
+constexpr std::size_t kMostReleases =
+    8;  // a program has six: rig, keyer, its line, the line before it, two parallel ports
 constexpr std::size_t kLongestRelease = 256;
 constexpr std::size_t kStackSize = 64 << 10;
 constexpr int kMostWaits = 50;  // for a device that takes nothing at the moment
 constexpr int kWaitMilliseconds = 10;
 
-enum class Kind { kBytes, kLines, kPort };
+enum class Kind { kBytes, kLines, kPort, kData };
 
 template <std::size_t size>
 bool IsOneOf(int number, const std::array<int, size>& numbers) {
@@ -52,6 +53,7 @@ struct CrashRelease::Slot {
   int lowered = 0;
   int raised = 0;
   ppdev_frob_struct control{};
+  std::uint8_t data = 0;
 
   void Act(int open) const;
   static void EndAll(bool lines);
@@ -130,6 +132,7 @@ void CrashRelease::Slot::Act(int open) const {
   if (kind == Kind::kLines && lowered != 0) ::ioctl(open, TIOCMBIC, &lowered);
   if (kind == Kind::kLines && raised != 0) ::ioctl(open, TIOCMBIS, &raised);
   if (kind == Kind::kPort) ::ioctl(open, PPFCONTROL, &control);
+  if (kind == Kind::kData) ::ioctl(open, PPWDATA, &data);
 }
 
 /// Lines are released in an instant, bytes may have to wait for their device.
@@ -233,6 +236,13 @@ void CrashRelease::ArmPort(int device, std::uint8_t mask, std::uint8_t value) {
   Arm(device, [&](Slot& slot) {
     slot.kind = Kind::kPort;
     slot.control = {.mask = mask, .val = value};
+  });
+}
+
+void CrashRelease::ArmData(int device, std::uint8_t data) {
+  Arm(device, [&](Slot& slot) {
+    slot.kind = Kind::kData;
+    slot.data = data;
   });
 }
 

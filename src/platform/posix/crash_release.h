@@ -27,6 +27,8 @@ class CrashRelease {
   void ArmLines(int device, int lowered, int raised);
   /// Sets the control lines of a claimed parallel port that are in `mask` to those of `value`.
   void ArmPort(int device, std::uint8_t mask, std::uint8_t value);
+  /// Writes the data lines of a claimed parallel port.
+  void ArmData(int device, std::uint8_t data);
   /// It is due so long from now, unless it is armed anew or disarmed before that. A ReleaseWatch sees to it.
   void ReleaseAfter(Duration limit);
   void Disarm();

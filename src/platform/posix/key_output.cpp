@@ -122,13 +122,16 @@ std::string SerialKeyOutput::fault() const {
   return (lend_ ? std::string("the rig port") : path_) + ": the device has gone (unplugged or switched off)";
 }
 
-ParallelKeyOutput::ParallelKeyOutput(std::string path, KeyLines lines) : port_(std::move(path)), lines_(lines) {}
+ParallelKeyOutput::ParallelKeyOutput(SharedParallelPorts& ports, std::string path, KeyLines lines)
+    : ports_(ports), path_(std::move(path)), lines_(lines) {}
 
 Status ParallelKeyOutput::Open() {
   Close();
-  if (auto opened = port_.Open(); !opened) return opened;
+  auto taken = ports_.Take(path_);
+  if (!taken) return taken.error();
+  port_ = *taken;
   const std::uint8_t mask = PosixParallelPort::kPin17 | PosixParallelPort::kPin16;
-  release_.ArmPort(port_.descriptor(), mask, PosixParallelPort::RegisterOf(PinsFor(false, false)) & mask);
+  release_.ArmPort(port_->descriptor(), mask, PosixParallelPort::RegisterOf(PinsFor(false, false)) & mask);
   if (Set(false, false) == 0) return Ok();
   Close();
   return Error{ErrorCode::kIo, "the pins of the parallel port cannot be set"};
@@ -136,12 +139,12 @@ Status ParallelKeyOutput::Open() {
 
 void ParallelKeyOutput::Close() {
   release_.Disarm();
-  port_.Close();
+  port_.reset();
 }
 
 /// Both pins are in one register: they change at the same moment.
 int ParallelKeyOutput::Set(bool key, bool ptt) {
-  return port_.SetControl(PosixParallelPort::kPin17 | PosixParallelPort::kPin16, PinsFor(key, ptt));
+  return port_->SetControl(PosixParallelPort::kPin17 | PosixParallelPort::kPin16, PinsFor(key, ptt));
 }
 
 std::uint8_t ParallelKeyOutput::PinsFor(bool key, bool ptt) const {

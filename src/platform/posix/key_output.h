@@ -64,7 +64,7 @@ class SerialKeyOutput final : public KeyOutput {
 /// Two control pins of a parallel port: 17 is the key and 16 is PTT, high when keyed.
 class ParallelKeyOutput final : public KeyOutput {
  public:
-  ParallelKeyOutput(std::string path, KeyLines lines);
+  ParallelKeyOutput(SharedParallelPorts& ports, std::string path, KeyLines lines);
 
   Status Open() override;
   void Close() override;
@@ -74,7 +74,9 @@ class ParallelKeyOutput final : public KeyOutput {
  private:
   std::uint8_t PinsFor(bool key, bool ptt) const;
 
-  PosixParallelPort port_;
+  SharedParallelPorts& ports_;
+  std::string path_;
+  std::shared_ptr<PosixParallelPort> port_;  ///< while open
   KeyLines lines_;
   CrashRelease release_;
 };

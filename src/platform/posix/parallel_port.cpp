@@ -84,6 +84,17 @@ Result<std::uint8_t> PosixParallelPort::ReadData() const {
   return data;
 }
 
+Result<std::shared_ptr<PosixParallelPort>> SharedParallelPorts::Take(const std::string& path) {
+  if (auto port = taken_[path].lock()) {
+    if (const auto works = port->ReadData(); !works) return works.error();
+    return port;
+  }
+  auto port = std::make_shared<PosixParallelPort>(path);
+  if (const Status opened = port->Open(); !opened) return opened.error();
+  taken_[path] = port;
+  return port;
+}
+
 int PosixParallelPort::SetControl(std::uint8_t mask, std::uint8_t high) {
   ppdev_frob_struct control{};
   control.mask = mask;

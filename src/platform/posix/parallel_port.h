@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
+#include <memory>
 #include <string>
 
 #include "core/result.h"
@@ -9,7 +11,8 @@
 namespace kvx::platform {
 
 /// A parallel port of a Linux system ("/dev/parport0"), claimed while it is open. Its eight data pins 2 to 9 are
-/// outputs. The control pins are given as they are at the connector, not as the register inverts some of them.
+/// outputs. One thread may write the data while another sets the control pins. Those are given as they are at the
+/// connector, not as the register inverts some of them.
 class PosixParallelPort {
  public:
   static constexpr std::uint8_t kPin1 = 1, kPin14 = 2, kPin16 = 4, kPin17 = 8;
@@ -42,6 +45,16 @@ class PosixParallelPort {
   std::string path_;
   Descriptor descriptor_;
   std::uint8_t data_ = 0;
+};
+
+/// The parallel ports that this program has claimed. The key and the antenna switch may be at the same one, which can
+/// be claimed only once: it stays claimed as long as anybody has it. Engine thread only.
+class SharedParallelPorts {
+ public:
+  Result<std::shared_ptr<PosixParallelPort>> Take(const std::string& path);
+
+ private:
+  std::map<std::string, std::weak_ptr<PosixParallelPort>> taken_;
 };
 
 }  // namespace kvx::platform

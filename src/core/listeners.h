@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-namespace kvx::functions {
+namespace kvx {
 
 /// Those who follow something, told in the order in which they came. Any of them may come or go meanwhile.
 class Listeners final {
@@ -35,4 +35,4 @@ class Listeners final {
   std::vector<std::weak_ptr<const Listener>> listeners_;
 };
 
-}  // namespace kvx::functions
+}  // namespace kvx
