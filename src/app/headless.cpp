@@ -4,6 +4,7 @@
 #include <iostream>
 
 #include "app/program.h"
+#include "console/accessory_commands.h"
 #include "console/command_line.h"
 #include "console/cw_commands.h"
 #include "console/link_commands.h"
@@ -28,6 +29,7 @@ int RunHeadless(int argc, char** argv, const Options& options) {
   console::AddSetupCommands(commands, program.setup());
   console::AddMemoryCommands(commands, program.station());
   console::AddCwCommands(commands, program.loop(), program.station());
+  console::AddAccessoryCommands(commands, program.station());
   console::AddLinkCommands(commands, program.setup());
   console::AddRigEditorCommands(commands, program.station(), program.files());
   platform::StandardInput input;

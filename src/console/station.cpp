@@ -50,12 +50,11 @@ Station::Station(const StationParts& parts)
              .make_line = parts.key_line,
              .guard = parts.keyer_guard,
              .make_backend = {}}),
-      accessories(std::make_unique<accessories::Accessories>(
-          accessories::AccessoryParts{.console = console,
-                                      .files = parts.files,
-                                      .folder = parts.folder,
-                                      .rotator = parts.rotator,
-                                      .ports = parts.parallel})),
+      accessories(std::make_unique<accessories::Accessories>(accessories::AccessoryParts{.console = console,
+                                                                                         .files = parts.files,
+                                                                                         .folder = parts.folder,
+                                                                                         .rotator = parts.rotator,
+                                                                                         .ports = parts.parallel})),
       clock_(parts.loop, console) {
   ConnectAccessories();
   if (parts.net != nullptr) StartNetServer(*parts.net);

@@ -1,5 +1,6 @@
 #include "console/status.h"
 
+#include "console/accessory_commands.h"
 #include "core/text.h"
 #include "keyer/cw_text.h"
 
@@ -126,6 +127,7 @@ std::string StatusJson(const Station& station) {
       .Text("spk", *console.SPKBX)
       .Raw("keyer", KeyerJson(station))
       .Raw("links", LinksJson(station))
+      .Raw("antenna", AntennaJson(station))
       .Number("rx", static_cast<std::int64_t>(engine.link.received_bytes()))
       .Number("tx", static_cast<std::int64_t>(engine.link.sent_bytes()))
       .Number("replies", static_cast<std::int64_t>(engine.parser.replies_read()))

@@ -20,7 +20,6 @@ class ParallelLines final : public PortAccess {
  public:
   /// Makes the port of a number.
   using Maker = std::function<std::unique_ptr<ParallelPort>(int number)>;
-  static constexpr int kLongestPulse = 1'000'000;  ///< microseconds
   static constexpr std::size_t kMostWaiting = 16;
 
   ParallelLines(Loop& loop, Maker maker) : loop_(loop), maker_(std::move(maker)) {}

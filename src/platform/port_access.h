@@ -24,6 +24,7 @@ enum PortAccessArgument {
 };
 enum PortAction { kPulse = 0, kSet = 1, kClear = 2 };
 
+inline constexpr int kLongestPulse = 1'000'000;  ///< microseconds
 inline constexpr std::size_t kPortAccessArguments = 11;
 using PortAccessCall = std::array<std::int32_t, kPortAccessArguments>;
 
