@@ -12,6 +12,7 @@ constexpr std::string_view kValuePlaceholder = "<F?VAL>";
 constexpr std::string_view kValueNotSet = "Value not set. Right click on button and enter the value to be sent";
 constexpr std::string_view kFrequencyQueryFunction = "0000000003[1-8]10";
 constexpr const char* kLineBusy = "The rig line is busy";
+constexpr const char* kTransmittedByAnother = "The rig is transmitting for another program";
 constexpr const char* kNotReleased =
     "The transmitter cannot be released: the rig port is closed. It is released when the port opens again";
 constexpr std::size_t kMostArmed = 16;
@@ -178,6 +179,7 @@ void Dispatcher::FollowBytes(std::string_view bytes) {
 void Dispatcher::Keyed(std::string_view release) {
   if (release_.size() + release.size() > kLongestRelease) release_.clear();
   if (release_.find(release) == std::string::npos) release_ += release;
+  transmission_.Keyed();
   console_.Transmitting.Set(true);
   if (on_keyed) on_keyed(Resynchronise() + release_);
 }
@@ -186,6 +188,12 @@ void Dispatcher::Keyed(std::string_view release) {
 /// that follow.
 std::string Dispatcher::Resynchronise() const {
   return rig_.binary() ? std::string() : std::string(1, EndMark(rig_));
+}
+
+SendOutcome Dispatcher::KeyTransmitter(Party party) {
+  if (transmission_.is_of_another(party)) return Refuse(kTransmittedByAnother);
+  const Transmission::For keying(transmission_, party);
+  return SendData("XSETALPHA");
 }
 
 bool Dispatcher::ReleaseTransmitter() {

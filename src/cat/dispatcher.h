@@ -9,6 +9,7 @@
 #include "cat/command_keys.h"
 #include "cat/reply.h"
 #include "cat/rig_link.h"
+#include "cat/transmission.h"
 #include "cat/transmit.h"
 #include "core/console.h"
 
@@ -26,8 +27,9 @@ enum class SendOutcome {
 /// as hexadecimal bytes and writes it to the rig port. Queries are armed, so that the reply parser knows what comes.
 class Dispatcher {
  public:
-  Dispatcher(Loop& loop, Console& console, RigLink& link, const config::RigDefinition& rig, ArmedQueries& armed)
-      : loop_(loop), console_(console), link_(link), rig_(rig), armed_(armed) {}
+  Dispatcher(Loop& loop, Console& console, RigLink& link, const config::RigDefinition& rig, ArmedQueries& armed,
+             Transmission& transmission)
+      : loop_(loop), console_(console), link_(link), rig_(rig), armed_(armed), transmission_(transmission) {}
 
   /// `key_or_command`: a logical key in any case ("XVFOA", "ALC"), or a literal command.
   SendOutcome SendData(std::string_view key_or_command);
@@ -51,9 +53,13 @@ class Dispatcher {
   const std::map<std::string, std::string>& button_values() const { return button_values_; }
   int line_speed() const { return link_.speed(); }
   TimePoint line_free_at() const { return link_.line_free_at(); }
-  /// Releases the transmitter if the console has keyed it: with the command of the rig that was keyed, before
-  /// everything that waits. True when such a command was written.
+  /// Sends the rig's transmit command for a party. kRefused while it is another one that transmits.
+  SendOutcome KeyTransmitter(Party party);
+  /// Releases the transmitter, whoever has keyed it: with the command of the rig that was keyed, before everything that
+  /// waits. True when such a command was written.
   bool ReleaseTransmitter();
+  /// Releases what that party has keyed. False when it is still keyed.
+  bool ReleaseTransmitter(Party party) { return !transmission_.is_of(party) || ReleaseTransmitter(); }
   /// Bytes have gone out on the line, from wherever: those that key the transmitter or release it are known by the
   /// family, whatever the row calls them.
   void FollowBytes(std::string_view bytes);
@@ -85,6 +91,7 @@ class Dispatcher {
   RigLink& link_;
   const config::RigDefinition& rig_;
   ArmedQueries& armed_;
+  Transmission& transmission_;
   std::map<std::string, std::string> button_values_;
   TimePoint last_command_{};
   std::string release_;  ///< the bytes that release the transmitter that is keyed

@@ -9,8 +9,9 @@ constexpr int kDiscardTicks = 2;
 
 Engine::Engine(Loop& loop, Console& console, platform::SerialPort& port)
     : console_(console),
+      transmission(console),
       link(loop, console, port),
-      dispatcher(loop, console, link, rig_, armed_),
+      dispatcher(loop, console, link, rig_, armed_, transmission),
       parser(loop, console, link, rig_, armed_),
       operations(loop, console, dispatcher, rig_),
       poller(loop, console, link, dispatcher, parser, rig_) {

@@ -26,6 +26,7 @@ class Engine {
   Console::Subscription clock_;
 
  public:
+  Transmission transmission;
   RigLink link;
   Dispatcher dispatcher;
   ReplyParser parser;

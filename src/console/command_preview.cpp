@@ -63,7 +63,8 @@ CommandPreview PreviewCommand(const Console& console, const std::map<std::string
   CopyValues(console, values);
   cat::ArmedQueries armed;
   cat::RigLink link(loop, values, port);
-  cat::Dispatcher dispatcher(loop, values, link, rig, armed);
+  cat::Transmission transmission(values);
+  cat::Dispatcher dispatcher(loop, values, link, rig, armed, transmission);
   for (const auto& [key, value] : button_values) dispatcher.SetButtonValue(key, value);
   link.OpenRigPort({.number = 1}, true);
   const cat::SendOutcome outcome = dispatcher.SendData(key_or_command);

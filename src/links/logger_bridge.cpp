@@ -24,7 +24,7 @@ LoggerBridge::LoggerBridge(Loop& loop, Console& console, cat::Engine& engine, pl
       engine_(engine),
       port_(port),
       rig_(console, engine),
-      waiting_(0, loop, engine.dispatcher),
+      waiting_(loop, engine),
       subscription_(console.Subscribe([this](Field field) { Follow(field); })) {
   port_.on_data = [this] { Receive(); };
   port_.on_lost = [this](const std::string& why) {
@@ -87,7 +87,7 @@ void LoggerBridge::Forget() {
 }
 
 void LoggerBridge::FarEndClosed() {
-  if (!keyed_ || gone_ != 0) return;
+  if (!keyed() || gone_ != 0) return;
   gone_ = loop_.StartTimer(loop_.Now() + kGoneTime, [this] {
     gone_ = 0;
     Forget();
@@ -95,7 +95,6 @@ void LoggerBridge::FarEndClosed() {
 }
 
 void LoggerBridge::Follow(Field field) {
-  if (field == Field::kTransmitting && !*console_.Transmitting) keyed_ = false;
   if (field != Field::kRigName && field != Field::kRigRow) return;
   told_b_ = false;
   waiting_.waiting.Forget();
@@ -187,28 +186,31 @@ bool LoggerBridge::may_key() const {
 void LoggerBridge::Transmit() {
   const bool in_cw = console_.Mode->find("CW") != std::string::npos;  // there the keyer transmits
   if (in_cw || !may_key()) return;
+  // The operator's own transmission goes on when the logger ends; another program's is left alone.
+  const cat::Party party = engine_.transmission.is_of(cat::kOperator) ? cat::kOperator : waiting_.party;
+  if (engine_.transmission.is_of_another(party)) return;
   // What was set before is what to transmit on: it waits for its turn no longer.
   engine_.operations.SendWaiting();
   waiting_.waiting.Flush();
-  const bool keyed_before = *console_.Transmitting;
-  if (engine_.dispatcher.SendData("XSETALPHA") == cat::SendOutcome::kSent) engine_.dispatcher.SendData("XSETALPHA");
-  keyed_ = *console_.Transmitting && (keyed_ || !keyed_before);
+  if (engine_.dispatcher.KeyTransmitter(party) == cat::SendOutcome::kSent) engine_.dispatcher.KeyTransmitter(party);
 }
 
 /// What the logger has keyed ends in every mode, and on a line that is busy as well.
 void LoggerBridge::End() {
-  const bool was_keyed = keyed_;
+  const std::optional<cat::Party> owner = engine_.transmission.owner();
+  const bool was_keyed = owner == waiting_.party;
+  if (!was_keyed && owner.value_or(cat::kOperator) != cat::kOperator) return;  // another program transmits
   const bool in_cw = console_.Mode->find("CW") != std::string::npos;
   if (may_key() && (was_keyed || !in_cw)) {
     engine_.dispatcher.SendData("XSETBRAVO");
     engine_.dispatcher.SendData("XSETBRAVO");
   }
-  if (was_keyed && *console_.Transmitting) engine_.dispatcher.ReleaseTransmitter();
+  if (was_keyed) engine_.dispatcher.ReleaseTransmitter(waiting_.party);
 }
 
 void LoggerBridge::Release() {
   loop_.StopTimer(std::exchange(gone_, 0));
-  if (std::exchange(keyed_, false) && *console_.Transmitting) engine_.dispatcher.ReleaseTransmitter();
+  engine_.dispatcher.ReleaseTransmitter(waiting_.party);
 }
 
 }  // namespace kvx::links

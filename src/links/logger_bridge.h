@@ -55,6 +55,7 @@ class LoggerBridge final {
   std::string ReplyTo(const LoggerCommand& command) const;
   Frequency frequency_b() const;
   bool may_key() const;
+  bool keyed() const { return engine_.transmission.is_of(waiting_.party); }
   void Transmit();
   void End();
   void Release();
@@ -66,12 +67,11 @@ class LoggerBridge final {
   cat::Engine& engine_;
   platform::SerialPort& port_;
   RigctlRig rig_;
-  RigctlClient waiting_;
+  RigctlClient waiting_;  ///< the logger as a client of it
   LinkPort settings_;
   bool used_ = false;  ///< settings have been taken over
   std::string failure_;
   std::string unfinished_;
-  bool keyed_ = false;   ///< the transmitter, by the logger
   bool told_b_ = false;  ///< the logger has set VFO B and is told what is on it
   Loop::TimerId gone_ = 0;
   Console::Subscription subscription_;

@@ -35,7 +35,7 @@ NetSettings NetSettings::From(const config::Settings& settings) {
 NetServer::NetServer(Loop& loop, Console& console, cat::Engine& engine, platform::TcpServer& server)
     : rig(console, engine),
       loop_(loop),
-      dispatcher_(engine.dispatcher),
+      engine_(engine),
       server_(server),
       subscription_(console.Subscribe([this](Field field) { Follow(field); })) {
   server_.on_connection = [this](std::unique_ptr<platform::TcpConnection> connection) {
@@ -95,7 +95,7 @@ void NetServer::Welcome(std::unique_ptr<platform::TcpConnection> connection) {
     return;
   }
   const int id = ++last_id_;
-  clients_.push_back(std::make_unique<Client>(id, loop_, rig, dispatcher_, std::move(connection)));
+  clients_.push_back(std::make_unique<Client>(id, loop_, engine_, rig, std::move(connection)));
   Client& client = *clients_.back();
   client.connection->on_ready = [this, &client] { Serve(client); };
   client.connection->on_lost = [this, id] { Drop(id); };

@@ -53,9 +53,8 @@ class NetServer {
 
  private:
   struct Client {
-    Client(int client_id, Loop& loop, RigctlRig& rig, const cat::Dispatcher& dispatcher,
-           std::unique_ptr<platform::TcpConnection> tcp)
-        : connection(std::move(tcp)), session(client_id, loop, rig, dispatcher), id(client_id) {}
+    Client(int client_id, Loop& loop, cat::Engine& engine, RigctlRig& rig, std::unique_ptr<platform::TcpConnection> tcp)
+        : connection(std::move(tcp)), session(loop, engine, rig), id(client_id) {}
     std::unique_ptr<platform::TcpConnection> connection;
     RigctlSession session;
     int id;
@@ -69,7 +68,7 @@ class NetServer {
   void Follow(Field field);
 
   Loop& loop_;
-  const cat::Dispatcher& dispatcher_;
+  cat::Engine& engine_;
   platform::TcpServer& server_;
   NetSettings settings_;
   std::string failure_;

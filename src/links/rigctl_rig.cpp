@@ -99,10 +99,7 @@ int StrengthOf(int reading, int full_scale) {
   return static_cast<int>(std::lround(kDecibelsAboveNine * (value - nine) / (full_scale - nine)));
 }
 
-RigctlRig::RigctlRig(Console& console, cat::Engine& engine)
-    : console_(console), engine_(engine), subscription_(console.Subscribe([this](Field field) {
-        if (field == Field::kTransmitting && !*console_.Transmitting) keyed_by_ = 0;
-      })) {}
+RigctlRig::RigctlRig(Console& console, cat::Engine& engine) : console_(console), engine_(engine) {}
 
 Frequency RigctlRig::frequency(char vfo) const {
   if (vfo == *console_.ActiveVfo) return *console_.FreqDisp;
@@ -214,26 +211,23 @@ Rprt RigctlRig::SetSplit(bool on, char transmit) {
 
 Rprt RigctlRig::Key(RigctlClient& client) {
   if (!is_open()) return Rprt::kIo;
-  if (transmitting()) return keyed_by_ == client.id ? Rprt::kOk : Rprt::kRejected;
+  if (transmitting()) return engine_.transmission.is_of(client.party) ? Rprt::kOk : Rprt::kRejected;
   const config::RigRow& row = engine_.rig().row;
   if (!cat::ButtonsKeyTransmitter(row) || row["Alpha"].empty()) return Rprt::kNotAvailable;
   // The frequency that was set before is the one to transmit on: it does not wait for its turn any longer.
   engine_.operations.SendWaiting();
   client.waiting.Flush();
-  const SendOutcome outcome = engine_.dispatcher.SendData("XSETALPHA");
+  const SendOutcome outcome = engine_.dispatcher.KeyTransmitter(client.party);
   if (outcome != SendOutcome::kSent) return CodeOf(outcome);
   if (!transmitting()) {  // nobody knows how it would be released
     engine_.dispatcher.SendData("XSETBRAVO");
     return Rprt::kNotAvailable;
   }
-  keyed_by_ = client.id;
   return Rprt::kOk;
 }
 
 Rprt RigctlRig::Release(const RigctlClient& client) {
-  if (keyed_by_ != client.id) return Rprt::kOk;
-  keyed_by_ = 0;
-  return engine_.dispatcher.ReleaseTransmitter() ? Rprt::kOk : Rprt::kIo;
+  return engine_.dispatcher.ReleaseTransmitter(client.party) ? Rprt::kOk : Rprt::kIo;
 }
 
 void RigctlRig::Leave(RigctlClient& client) {

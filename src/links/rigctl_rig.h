@@ -15,10 +15,10 @@ namespace kvx::links {
 
 /// What a NET rigctl client has of its own.
 struct RigctlClient {
-  RigctlClient(int client_id, Loop& loop, const cat::Dispatcher& dispatcher)
-      : id(client_id), waiting(loop, dispatcher) {}
+  RigctlClient(Loop& loop, cat::Engine& engine)
+      : party(engine.transmission.NewParty()), waiting(loop, engine.dispatcher) {}
 
-  int id;
+  cat::Party party;
   char vfo = '\0';              ///< 'A' or 'B'; '\0': the one in use, whichever that is
   bool names_vfo = false;       ///< it has asked to name the VFO in every command
   bool ended = false;           ///< it has said so
@@ -29,8 +29,8 @@ struct RigctlClient {
 int StrengthOf(int reading, int full_scale);
 
 /// The rig as NET rigctl clients see it. Reads come from the console's state and never wait for the rig. Sets go
-/// through the console's own operations; those for the VFO that is not in use leave the display alone. Remembers which
-/// client has keyed the transmitter: that one alone releases it, by its command or by going.
+/// through the console's own operations; those for the VFO that is not in use leave the display alone. What a client
+/// has keyed is released by that client alone, by its command or by going.
 class RigctlRig {
  public:
   RigctlRig(Console& console, cat::Engine& engine);
@@ -84,8 +84,6 @@ class RigctlRig {
 
   Console& console_;
   cat::Engine& engine_;
-  int keyed_by_ = 0;  ///< the client that has keyed the transmitter; 0: none
-  Console::Subscription subscription_;
 };
 
 }  // namespace kvx::links

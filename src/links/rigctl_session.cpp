@@ -32,8 +32,7 @@ std::string_view TrimEnd(std::string_view text) {
 
 }  // namespace
 
-RigctlSession::RigctlSession(int id, Loop& loop, RigctlRig& rig, const cat::Dispatcher& dispatcher)
-    : rig_(rig), client_(id, loop, dispatcher) {}
+RigctlSession::RigctlSession(Loop& loop, cat::Engine& engine, RigctlRig& rig) : rig_(rig), client_(loop, engine) {}
 
 RigctlSession::~RigctlSession() {
   rig_.Leave(client_);

@@ -13,7 +13,7 @@ namespace kvx::links {
 /// answered once.
 class RigctlSession {
  public:
-  RigctlSession(int id, Loop& loop, RigctlRig& rig, const cat::Dispatcher& dispatcher);
+  RigctlSession(Loop& loop, cat::Engine& engine, RigctlRig& rig);
   ~RigctlSession();
   RigctlSession(const RigctlSession&) = delete;
   RigctlSession& operator=(const RigctlSession&) = delete;

@@ -195,6 +195,24 @@ TEST(LoggerBridge, WhatTheLoggerHasKeyedIsReleasedWhenItCannotDoSoItself) {
   }
 }
 
+TEST(LoggerBridge, AnotherProgramsTransmissionIsLeftAlone) {
+  Bench bench;
+  const cat::Party program = bench.station.engine.transmission.NewParty();
+  bench.station.engine.dispatcher.KeyTransmitter(program);
+  bench.Sent();
+  bench.Ask("TX;RX;");
+  EXPECT_EQ(bench.Sent(), "");
+  bench.bridge.Close();
+  EXPECT_TRUE(bench.station.engine.transmission.is_of(program));
+  bench.station.Send("XSETALPHA");  // the operator's is shared
+  bench.bridge.Use(On(8));
+  bench.Sent();
+  bench.Ask("TX;");
+  bench.bridge.Close();
+  EXPECT_EQ(bench.Sent(), "TX;TX;");
+  EXPECT_TRUE(bench.station.engine.transmission.is_of(cat::kOperator));
+}
+
 TEST(LoggerBridge, ALoggerThatVanishesReleasesAfterASecondUnlessItIsBack) {
   Bench bench;
   bench.bridge.FarEndClosed();

@@ -193,6 +193,21 @@ TEST(Rigctl, TheTransmitterIsReleasedByWhoKeyedItOrWhenHeGoes) {
   EXPECT_TRUE(*bench.station.console.Transmitting);
 }
 
+TEST(Rigctl, ATransmissionIsItsOwnersUntilItsReleaseIsWritten) {
+  Bench bench;
+  bench.Ask("T 1\n");
+  bench.station.engine.link.CloseRigPort();
+  EXPECT_EQ(bench.Ask("T 0\nT 0\nt\n"), "RPRT -6\nRPRT -6\n1\n");
+  bench.station.engine.link.OpenRigPort({.number = 1, .speed = 38400}, true);
+  EXPECT_EQ(bench.Ask("T 0\nt\n"), "RPRT 0\n0\n");
+  bench.Ask("T 1\n");
+  bench.station.Send("XSETALPHA");  // the operator takes over
+  bench.Sent();
+  EXPECT_EQ(bench.Ask("T 0\nt\n"), "RPRT 0\n1\n");
+  bench.client.Leave();
+  EXPECT_EQ(bench.Sent(), "");
+}
+
 TEST(Rigctl, WhatTheOperatorHasReleasedIsTheClientsNoMore) {
   Bench bench;
   bench.Ask("T 1\n");
