@@ -1,0 +1,72 @@
+#include "audio/keyed_tone.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <numbers>
+
+namespace kvx::audio {
+namespace {
+
+constexpr float kOtherLevel = -3.5F;  // logarithm of the chance that the level has changed at once
+constexpr int kTablePerUnit = 16;
+constexpr int kTableEnd = 32;
+
+std::array<float, kTablePerUnit * kTableEnd + 2> MakeTable() {
+  std::array<float, kTablePerUnit * kTableEnd + 2> table{};
+  for (std::size_t i = 0; i < table.size(); ++i) {
+    table[i] = static_cast<float>(std::log(std::cyl_bessel_i(0.0, static_cast<double>(i) / kTablePerUnit)));
+  }
+  return table;
+}
+
+const std::array kLogBessel = MakeTable();
+
+/// The natural logarithm of the modified Bessel function I0.
+float LogBesselI0(float x) {
+  if (x >= kTableEnd) return x - 0.5F * std::log(2 * std::numbers::pi_v<float> * x);
+  const float place = x * kTablePerUnit;
+  const auto index = static_cast<std::size_t>(place);
+  return kLogBessel[index] + (place - static_cast<float>(index)) * (kLogBessel[index + 1] - kLogBessel[index]);
+}
+
+}  // namespace
+
+void KeyedTone::Append(const ToneSignal& tone, const LevelTrack& levels, Time to) {
+  for (Time time = end(); time < to; ++time) {
+    const ToneLevel level = levels.At(time);
+    Sum sum = sums_.back();
+    sum.signal += std::complex<double>(tone.Integral(time, time + 1)) *
+                  (std::sqrt(level.power) / static_cast<double>(level.noise));
+    sum.energy += level.power / level.noise;
+    sums_.push_back(sum);
+  }
+}
+
+void KeyedTone::DropBefore(Time time) {
+  const Time gone = std::clamp<Time>(time - begin_, 0, end() - begin_);
+  sums_.erase(sums_.begin(), sums_.begin() + gone);
+  begin_ += gone;
+}
+
+const KeyedTone::Sum& KeyedTone::At(Time time) const {
+  return sums_[static_cast<std::size_t>(std::clamp(time, begin(), end()) - begin_)];
+}
+
+float KeyedTone::KeyDown(Time from, Time to) const {
+  const Sum& first = At(from);
+  const Sum& last = At(to);
+  const auto signal = static_cast<float>(std::abs(last.signal - first.signal));
+  return LogBesselI0(2 * signal) - static_cast<float>(last.energy - first.energy);
+}
+
+float KeyedTone::KeyDownOrChanged(Time from, Time to) const {
+  const Sum& first = At(from);
+  const Sum& last = At(to);
+  const auto square = static_cast<float>(std::norm(last.signal - first.signal));
+  const auto energy = static_cast<float>(last.energy - first.energy);
+  const float known = LogBesselI0(2 * std::sqrt(square)) - energy;
+  return std::max(known, kOtherLevel + square / (1 + energy) - std::log1p(energy));
+}
+
+}  // namespace kvx::audio

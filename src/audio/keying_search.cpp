@@ -1,0 +1,263 @@
+#include "audio/keying_search.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace kvx::audio {
+namespace {
+
+constexpr double kStepsPerDot = 6.5;
+constexpr float kBeam = 18;              // logarithm: what is less probable than the best by more is given up
+constexpr std::size_t kMostTokens = 28;  // at one time
+constexpr float kPauseStart = -4.5F;     // and that, in a pause, a station begins within one step
+
+}  // namespace
+
+KeyingSearch::KeyingSearch(const LetterModel& letters, const CodeTree& codes, Time begin, double dot)
+    : letters_(letters),
+      codes_(codes),
+      times_(dot),
+      samples_per_step_(std::max(1.0, dot / kStepsPerDot)),
+      origin_(begin),
+      settled_(begin) {
+  MakeChances();
+  trail_.push_back({.begin = begin, .end = begin});
+  pauses_.push_back({.trail = 0, .began = begin});
+}
+
+KeyingSearch::Time KeyingSearch::TimeOf(std::int64_t step) const {
+  return origin_ + std::llround(static_cast<double>(step) * samples_per_step_);
+}
+
+void KeyingSearch::MakeChances() {
+  const auto of = [&](Piece piece) { return times_.LogChances(piece, samples_per_step_); };
+  chances_ = {of(Piece::kDot), of(Piece::kDash), of(Piece::kElementGap), of(Piece::kLetterGap), of(Piece::kWordGap)};
+  longest_mark_ = std::max<std::int64_t>(
+      longest_mark_, static_cast<std::int64_t>(std::max(chances_.dash.size(), chances_.dot.size())));
+  longest_gap_ = std::max<std::int64_t>(longest_gap_, static_cast<std::int64_t>(chances_.word_gap.size()));
+}
+
+KeyingSearch::Trail KeyingSearch::Record(const Token& token, Time end) {
+  trail_.push_back({token.trail, token.began, end, token.score, token.piece, token.node});
+  return static_cast<Trail>(trail_.size()) - 1;
+}
+
+void KeyingSearch::Push(std::vector<Token>& tokens, float& best, const Token& token) {
+  if (token.score < best - kBeam) return;
+  best = std::max(best, token.score);
+  tokens.push_back(token);
+}
+
+// Of tokens that will go on alike the best stays; of the others the best ones.
+void KeyingSearch::Prune(std::vector<Token>& tokens, float least) {
+  std::erase_if(tokens, [&](const Token& token) { return token.score < least; });
+  if (tokens.size() > 1) {
+    const auto better = [](const Token& a, const Token& b) { return a.score > b.score; };
+    if (tokens.size() > 4 * kMostTokens) {
+      std::nth_element(tokens.begin(), tokens.begin() + 4 * kMostTokens, tokens.end(), better);
+      tokens.resize(4 * kMostTokens);
+    }
+    std::sort(tokens.begin(), tokens.end(), better);
+    std::size_t kept = 0;
+    for (std::size_t i = 0; i < tokens.size() && kept < kMostTokens; ++i) {
+      const auto alike = [&](const Token& other) {
+        return other.next == tokens[i].next && ((other.context ^ tokens[i].context) & 0xFFFU) == 0;
+      };
+      const auto end = tokens.begin() + static_cast<std::ptrdiff_t>(kept);
+      if (std::none_of(tokens.begin(), end, alike)) tokens[kept++] = tokens[i];
+    }
+    tokens.resize(kept);
+  }
+}
+
+void KeyingSearch::ExtendByGaps(const Token& token) {
+  Token next = token;
+  next.began = TimeOf(now_);
+  const auto extend = [&](const std::vector<float>& chances, Piece piece, float score) {
+    next.piece = piece;
+    for (std::size_t i = 1; i < chances.size(); ++i) {
+      if (chances[i] < -1e8F) continue;
+      next.score = score + chances[i];
+      Slot& slot = SlotAt(now_ + static_cast<std::int64_t>(i));
+      Push(slot.gaps, slot.best_gap, next);
+    }
+  };
+  next.node = token.next;
+  extend(chances_.element_gap, Piece::kElementGap, token.score);
+  const Symbol symbol = codes_.symbol(token.next);
+  if (symbol == kBlank) return;
+  const float ended = token.score + letters_.LogProbability(token.context, symbol) - codes_.log_share(token.next);
+  next.next = CodeTree::kRoot;
+  next.context = LetterModel::After(token.context, symbol);
+  extend(chances_.letter_gap, Piece::kLetterGap, ended);
+  const float blank = ended + letters_.LogProbability(next.context, kBlank);
+  next.context = LetterModel::After(next.context, kBlank);
+  extend(chances_.word_gap, Piece::kWordGap, blank);
+  next.piece = Piece::kPause;
+  next.score = blank - 3;
+  Slot& slot = SlotAt(now_ + longest_gap_);
+  slot.marks.push_back(next);  // joins the pauses there
+}
+
+void KeyingSearch::ExtendByMarks(const KeyedTone& tone, const std::vector<Token>& tokens) {
+  const Time begin = TimeOf(now_);
+  std::vector<float>& fits = fits_;
+  const auto longest = static_cast<std::int64_t>(chances_.dash.size()) - 1;
+  fits.assign(static_cast<std::size_t>(longest) + 1, 0);
+  float best = -1e30F;
+  for (std::int64_t i = 1; i <= longest; ++i) {
+    const auto index = static_cast<std::size_t>(i);
+    fits[index] = tone.KeyDownOrChanged(begin, TimeOf(now_ + i));
+    if (i < static_cast<std::int64_t>(chances_.dot.size())) best = std::max(best, fits[index] + chances_.dot[index]);
+    best = std::max(best, fits[index] + chances_.dash[index]);
+  }
+  if (tokens.front().score + best < frontier_ - kBeam) return;
+  for (const Token& token : tokens) {
+    Token next = token;
+    next.began = begin;
+    for (const bool dash : {false, true}) {
+      next.next = codes_.After(token.next, dash);
+      if (next.next == CodeTree::kNone) continue;
+      next.piece = dash ? Piece::kDash : Piece::kDot;
+      next.node = next.next;
+      const std::vector<float>& chances = dash ? chances_.dash : chances_.dot;
+      const float score = token.score + codes_.log_share(next.next) - codes_.log_share(token.next);
+      for (std::size_t i = 1; i < chances.size(); ++i) {
+        if (chances[i] < -1e8F) continue;
+        next.score = score + chances[i] + fits[i];
+        Slot& slot = SlotAt(now_ + static_cast<std::int64_t>(i));
+        Push(slot.marks, slot.best_mark, next);
+      }
+    }
+  }
+}
+
+void KeyingSearch::FollowPauses() {
+  if (pauses_.size() > 1) {
+    const auto best = std::max_element(pauses_.begin(), pauses_.end(),
+                                       [](const Token& a, const Token& b) { return a.score < b.score; });
+    pauses_ = {*best};
+  }
+  if (pauses_.empty()) return;
+  Token next = pauses_.front();
+  next.score += kPauseStart;
+  Slot& slot = SlotAt(now_);
+  Push(slot.gaps, slot.best_gap, next);
+}
+
+void KeyingSearch::Advance(const KeyedTone& tone) {
+  while (TimeOf(now_ + longest_mark_ + 1) <= tone.end()) {
+    while (first_slot_ + static_cast<std::int64_t>(slots_.size()) <= now_ + std::max(longest_gap_, longest_mark_) + 1) {
+      slots_.emplace_back();
+    }
+    Slot& slot = SlotAt(now_);
+    const Time here = TimeOf(now_);
+    for (const Token& token : slot.marks) {
+      if (token.piece != Piece::kPause) continue;
+      pauses_.push_back(token);
+      pauses_.back().trail = Record(token, here);
+      pauses_.back().node = CodeTree::kRoot;
+      pauses_.back().began = here;
+    }
+    std::erase_if(slot.marks, [](const Token& token) { return token.piece == Piece::kPause; });
+    Prune(slot.marks, std::max(slot.best_mark, frontier_) - kBeam);
+    for (Token& token : slot.marks) {
+      frontier_ = std::max(frontier_, token.score);
+      token.trail = Record(token, here);
+      ExtendByGaps(token);
+    }
+    FollowPauses();
+    Prune(slot.gaps, std::max(slot.best_gap, frontier_ - 10) - kBeam);
+    for (Token& token : slot.gaps) token.trail = Record(token, here);
+    if (!slot.gaps.empty()) ExtendByMarks(tone, slot.gaps);
+    slot.gaps.clear();
+    slot.gaps.shrink_to_fit();
+    ++now_;
+    while (first_slot_ + longest_gap_ + 1 < now_) {
+      slots_.pop_front();
+      ++first_slot_;
+    }
+  }
+}
+
+const KeyingSearch::Token* KeyingSearch::Best() const {
+  const Token* best = nullptr;
+  const auto consider = [&](const Token& token) {
+    if (best == nullptr || token.score > best->score) best = &token;
+  };
+  for (std::int64_t step = first_slot_; step < now_; ++step) {
+    for (const Token& token : slots_[static_cast<std::size_t>(step - first_slot_)].marks) consider(token);
+  }
+  for (const Token& token : pauses_) consider(token);
+  return best;
+}
+
+std::vector<FoundSymbol> KeyingSearch::Settle(Time before) {
+  const Token* best = Best();
+  if (best == nullptr) return {};
+  std::vector<Trail> way;
+  for (Trail at = best->trail; at > settled_trail_; at = trail_[static_cast<std::size_t>(at)].before) way.push_back(at);
+  std::reverse(way.begin(), way.end());
+  // Settled is what is followed by a gap that ends a character, all before the given time.
+  std::size_t count = 0;
+  for (std::size_t i = 0; i < way.size(); ++i) {
+    const Step& step = trail_[static_cast<std::size_t>(way[i])];
+    if (step.end > before) break;
+    if (step.piece >= Piece::kLetterGap) count = i + 1;
+  }
+  std::vector<FoundSymbol> found;
+  if (count == 0) return found;
+  Time begin = -1;
+  for (std::size_t i = 0; i < count; ++i) {
+    const Step& step = trail_[static_cast<std::size_t>(way[i])];
+    times_.Learn(step.piece, static_cast<double>(step.end - step.begin));
+    if (step.piece <= Piece::kDash) {
+      marks_.emplace_back(step.begin, step.end);
+      if (begin < 0) begin = step.begin;
+    }
+    if (step.piece < Piece::kLetterGap || begin < 0) continue;
+    found.push_back({codes_.symbol(step.node), begin, step.begin, step.score - settled_score_});
+    settled_score_ = step.score;
+    begin = -1;
+    if (step.piece != Piece::kLetterGap) found.push_back({kBlank, step.begin, step.end, 0});
+  }
+  const Trail last = way[count - 1];
+  settled_ = trail_[static_cast<std::size_t>(last)].end;
+  Forget(last);
+  MakeChances();
+  return found;
+}
+
+// Keeps what comes of one piece.
+void KeyingSearch::Forget(Trail kept) {
+  std::vector<Trail> moved(trail_.size(), -1);
+  std::vector<Step> steps;
+  moved[static_cast<std::size_t>(kept)] = 0;
+  steps.push_back(trail_[static_cast<std::size_t>(kept)]);
+  steps.front().before = -1;
+  for (auto i = static_cast<std::size_t>(kept) + 1; i < trail_.size(); ++i) {
+    const Trail before = trail_[i].before;
+    if (before < 0 || moved[static_cast<std::size_t>(before)] < 0) continue;
+    moved[i] = static_cast<Trail>(steps.size());
+    steps.push_back(trail_[i]);
+    steps.back().before = moved[static_cast<std::size_t>(before)];
+  }
+  const auto follow = [&](std::vector<Token>& tokens) {
+    std::erase_if(tokens, [&](const Token& token) { return moved[static_cast<std::size_t>(token.trail)] < 0; });
+    for (Token& token : tokens) token.trail = moved[static_cast<std::size_t>(token.trail)];
+  };
+  for (Slot& slot : slots_) {
+    follow(slot.marks);
+    follow(slot.gaps);
+  }
+  follow(pauses_);
+  trail_ = std::move(steps);
+  settled_trail_ = 0;
+}
+
+std::vector<std::pair<KeyingSearch::Time, KeyingSearch::Time>> KeyingSearch::TakeMarks() {
+  return std::exchange(marks_, {});
+}
+
+}  // namespace kvx::audio

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <complex>
+#include <span>
+#include <vector>
+
+namespace kvx::audio {
+
+/// Watches the neighbourhood of a tone: where in it the strongest one is, and how much noise.
+class ToneWatch final {
+ public:
+  explicit ToneWatch(double rate);
+
+  /// The next samples of a ToneFilter.
+  void Feed(std::span<const std::complex<float>> samples);
+  bool ready() const { return count_ > 0; }
+  /// The strongest tone within kReach, in Hz from the middle.
+  double Strongest() const;
+  /// The noise's power in a band of one sample rate, away from a tone.
+  float Noise(double tone) const;
+
+  static constexpr double kReach = 56;  ///< Hz
+
+ private:
+  void Measure();
+  double HertzOf(std::size_t bin) const;
+
+  double rate_;
+  std::vector<std::complex<float>> kept_;
+  std::vector<float> window_;
+  std::vector<std::complex<float>> turns_;
+  std::vector<float> powers_;  ///< averaged, by bin, lowest frequency first
+  int count_ = 0;
+};
+
+}  // namespace kvx::audio
