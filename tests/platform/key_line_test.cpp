@@ -20,6 +20,7 @@
 
 #include "core/timer_queue.h"
 #include "fakes/temporary_folder.h"
+#include "platform/posix/data_lines.h"
 #include "platform/posix/parallel_port.h"
 #include "platform/posix/thread_key_line.h"
 
@@ -276,11 +277,18 @@ TEST_F(KeyLineTest, KeysTwoPinsOfAParallelPort) {
   ThreadKeyLine line(loop_, std::make_unique<ParallelKeyOutput>(ports_, path_, KeyLines{}));
   line.on_idle = [&] { idle_ = true; };
   ASSERT_TRUE(line.Open());
-  EXPECT_EQ(Record(), "CONTROL 0c 08") << "pin 17 is inverted by the hardware: its bit is set when it is low";
+  EXPECT_EQ(Record(), "CLAIM 1 CONTROL 0c 08") << "pin 17 is inverted by the hardware: its bit is set when it is low";
   Forget();
   line.Play({{.ptt = true, .length = 1ms}, {.key = true, .ptt = true, .length = 1ms}});
   EXPECT_TRUE(loop_.RunUntil([&] { return idle_; }));
   EXPECT_EQ(Record(), "CONTROL 0c 0c CONTROL 0c 04 CONTROL 0c 08");
+  Forget();
+  PosixDataLines antennas(ports_, path_);
+  ASSERT_TRUE(antennas.Open());
+  line.Close();
+  ASSERT_TRUE(antennas.WriteData(0x08));
+  antennas.Close();
+  EXPECT_EQ(Record(), "DATA 08 CLAIM 0") << "both have the port, which is claimed once and until nobody has it";
 }
 
 TEST_F(KeyLineTest, AParallelPortHoldsItsDataByte) {

@@ -3,6 +3,7 @@
 // (LD_PRELOAD=libkvx_line_shim.so). Does nothing unless KVX_LINE_LOG names a file: to that it appends a line for each
 // change that is asked for, beginning with the monotonic clock in nanoseconds:
 //   123456789 DTR 1        123456789 RTS 0        123456789 CONTROL 0c 08   (mask, value)        123456789 DATA 41
+//   123456789 CLAIM 1      123456789 CLAIM 0      (given back)
 // As long as a file of that name with ".gone" behind it exists, every such request fails as for an unplugged device,
 // and with ".hang" nothing reaches the disk, as on a network drive whose server has gone: who asks for that waits.
 
@@ -54,6 +55,10 @@ int Play(const char* log, int descriptor, unsigned long request, void* argument)
     case TIOCMBIS:
     case TIOCMBIC:
       return ChangeLines(log, descriptor, *static_cast<int*>(argument), request == TIOCMBIS);
+    case PPCLAIM:
+    case PPRELEASE:
+      Record(log, "CLAIM", request == PPCLAIM ? 1 : 0, 0, "%d\n");
+      return 0;
     case PPWDATA:
       g_data = *static_cast<unsigned char*>(argument);
       Record(log, "DATA", g_data, 0, "%02x\n");

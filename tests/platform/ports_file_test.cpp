@@ -18,28 +18,24 @@ TEST(PortTable, ReadsWhatAnOperatorTypes) {
       "# the keyer\n"
       "  ; and the logger\n"
       "com3 = pty:/tmp/with = sign \n"
+      "lpt2 = sim:lpt\n"
       "\tCom99=tcp:[::1]:4001");
   EXPECT_TRUE(table.complaints.empty());
   EXPECT_EQ(table.AddressOf(1), "/dev/serial/by-id/usb-Silicon_Labs_CP2102");
   EXPECT_EQ(table.AddressOf(3), "pty:/tmp/with = sign");
   EXPECT_EQ(table.AddressOf(99), "tcp:[::1]:4001");
   EXPECT_EQ(table.AddressOf(2), "/dev/ttyS1") << "no line";
+  EXPECT_EQ(table.ParallelAddressOf(1) + " " + table.ParallelAddressOf(2), "/dev/parport0 sim:lpt");
 }
 
 TEST(PortTable, ComplainsOnceForEachLineItCannotUseAndKeepsTheRest) {
-  const std::string bad[] = {"COM0=/dev/a",
-                             "COM100=/dev/a",
-                             "COM=/dev/a",
-                             "COM 1=/dev/a",
-                             "COMx=/dev/a",
-                             "LPT1=/dev/a",
-                             "COM1",
-                             "COM1= ",
-                             "=/dev/a",
-                             "COM-1=/dev/a",
-                             "COM1=\0"s,
-                             "COM7=/dev/b",
-                             "COM1=" + std::string(5000, 'x')};
+  const std::string bad[] = {"COM0=/dev/a",  "COM100=/dev/a",
+                             "COM=/dev/a",   "COM 1=/dev/a",
+                             "COMx=/dev/a",  "LPT4=/dev/a",
+                             "LPT1=tcp:a:1", "COM1",
+                             "COM1= ",       "=/dev/a",
+                             "COM-1=/dev/a", "COM1=\0"s,
+                             "COM7=/dev/b",  "COM1=" + std::string(5000, 'x')};
   for (const std::string& line : bad) {
     const PortTable table = PortTable::Parse("COM7=/dev/g\n" + line + "\nCOM8=/dev/h\n");
     EXPECT_EQ(table.addresses, (std::map<int, std::string>{{7, "/dev/g"}, {8, "/dev/h"}})) << line;
