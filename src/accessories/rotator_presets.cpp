@@ -16,7 +16,7 @@ struct Word {
   int digits;
 };
 constexpr Word kBearing{"<BEARING>", 1, 0, 3};
-constexpr std::array kOthers{Word{"<BEARING+360>", 1, 360, 4}, Word{"<BEARING*2+720>", 2, 720, 4}};
+constexpr std::array kOthers{Word{"<BEARING+360>", 1, 360, 3}, Word{"<BEARING*2+720>", 2, 720, 4}};
 
 void Replace(std::string& text, std::string_view word, const std::string& by) {
   if (const std::size_t at = text.find(word); at != std::string::npos) text.replace(at, word.size(), by);
@@ -25,15 +25,15 @@ void Replace(std::string& text, std::string_view word, const std::string& by) {
 }  // namespace
 
 const std::vector<RotatorPreset>& RotatorPresets() {
-  // Rot1Prog and Rot2Prog: 'W' H1-H4 PH V1-V4 PV 0x2F 0x20, H = PH (360 + azimuth) in digits, set by command 0x2F.
-  // Their PH and PV are what the controller is set up to; it does not look at those of the command.
+  // Rot2Prog: 'W' H1-H4 PH V1-V4 PV 0x2F 0x20, H = PH (360 + azimuth), V = PV (360 + elevation) in digits, PH and PV
+  // steps a degree, as the controller is set up. Rot1Prog: 'W' H1-H3 '0', six zero bytes, 0x2F 0x20, H = 360 + azimuth.
   static const std::vector<RotatorPreset> kPresets{
       {"GS-232", "M<BEARING><CR>", 9600, "Yaesu GS-232A/B manual, command M"},
       {"DCU-1", "AP1<BEARING>;AM1;", 4800, "Hy-Gain DCU-1 manual, commands AP1 and AM1"},
-      {"Rotor-EZ", "AP1<BEARING><CR>", 4800,
-       "Idiom Press Rotor-EZ manual: AP1 ended by a carriage return starts at once"},
-      {"SPID ROT1", "W<BEARING+360><0x00>0000<0x00>/<0x20>", 1200, "SPID Rot1Prog protocol, command 0x2F"},
-      {"SPID ROT2", "W<BEARING+360><0x01>0360<0x01>/<0x20>", 600, "SPID Rot2Prog protocol, command 0x2F, 1 degree"},
+      {"Rotor-EZ", "AP1<BEARING>;AM1;", 4800, "Idiom Press Rotor-EZ manual, the commands of the DCU-1"},
+      {"SPID ROT1", "W<BEARING+360>0<0x00><0x00><0x00><0x00><0x00><0x00>/<0x20>", 1200,
+       "SPID Rot1Prog protocol, command 0x2F"},
+      {"SPID ROT2", "W0<BEARING+360><0x01>0360<0x01>/<0x20>", 600, "SPID Rot2Prog protocol, command 0x2F, 1 degree"},
       {"SPID ROT2 0.5", "W<BEARING*2+720><0x02>0720<0x02>/<0x20>", 600, "the same, a controller of half degrees"},
       {"Easycomm", "AZ<BEARING>.0 EL0.0<LF>", 9600, "Easycomm II, commands AZ and EL"},
       {"rotctld", "P <BEARING> 0<LF>", 0, "rotctld(1), command P"},

@@ -18,8 +18,8 @@ const std::vector<RotatorPreset>& RotatorPresets();
 const RotatorPreset* FindRotatorPreset(std::string_view name);
 
 /// Fills the template: the first "<BEARING>" becomes the bearing, cut before its point and padded to three digits; a
-/// template without one stays as it is. For controllers that count from 360: "<BEARING+360>", and for those that do so
-/// in half degrees "<BEARING*2+720>", four digits.
+/// template without one stays as it is. For controllers that count from 360: "<BEARING+360>", three digits, and for
+/// those that do so in half degrees "<BEARING*2+720>", four.
 std::string FormatIt(std::string_view command, std::string_view bearing);
 /// The bytes of a filled template.
 std::string RotatorBytes(std::string_view filled);

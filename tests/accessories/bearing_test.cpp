@@ -9,8 +9,6 @@
 namespace kvx::accessories {
 namespace {
 
-using namespace std::string_literals;
-
 TEST(Bearing, IsANumberOrALocator) {
   struct Row {
     std::string typed;
@@ -49,7 +47,7 @@ TEST(Bearing, FillsTheTemplate) {
                       {"nothing", "12", "nothing"},
                       {"", "12", ""},
                       {"<BEARING>", ".5", "000"},
-                      {"<BEARING+360>", "45", "0405"}};
+                      {"<BEARING+360>", "45", "405"}};
   for (const Row& row : rows) EXPECT_EQ(FormatIt(row.command, row.bearing), row.filled) << row.command;
 }
 
@@ -60,34 +58,23 @@ TEST(Bearing, PresetsMakeTheControllersCommands) {
     std::string at_45;
     std::string at_359;
   };
-  const Row rows[] = {{"gs-232", "M045\r", "M359\r"},
+  const std::string zeros = "<0x00><0x00><0x00><0x00><0x00><0x00>";
+  const Row rows[] = {{"gs-232", "M045<CR>", "M359<CR>"},
                       {"DCU-1", "AP1045;AM1;", "AP1359;AM1;"},
-                      {"Rotor-EZ", "AP1045\r", "AP1359\r"},
-                      {"SPID ROT1",
-                       "W0405\0"
-                       "0000\0/ "s,
-                       "W0719\0"
-                       "0000\0/ "s},
-                      {"SPID ROT2",
-                       "W0405\1"
-                       "0360\1/ "s,
-                       "W0719\1"
-                       "0360\1/ "s},
-                      {"SPID ROT2 0.5",
-                       "W0810\2"
-                       "0720\2/ "s,
-                       "W1438\2"
-                       "0720\2/ "s},
-                      {"Easycomm", "AZ045.0 EL0.0\n", "AZ359.0 EL0.0\n"},
-                      {"rotctld", "P 045 0\n", "P 359 0\n"}};
+                      {"Rotor-EZ", "AP1045;AM1;", "AP1359;AM1;"},
+                      {"SPID ROT1", "W4050" + zeros + "/ ", "W7190" + zeros + "/ "},
+                      {"SPID ROT2", "W0405<0x01>0360<0x01>/ ", "W0719<0x01>0360<0x01>/ "},
+                      {"SPID ROT2 0.5", "W0810<0x02>0720<0x02>/ ", "W1438<0x02>0720<0x02>/ "},
+                      {"Easycomm", "AZ045.0 EL0.0<LF>", "AZ359.0 EL0.0<LF>"},
+                      {"rotctld", "P 045 0<LF>", "P 359 0<LF>"}};
   EXPECT_EQ(std::size(rows), RotatorPresets().size());
   for (const Row& row : rows) {
     const RotatorPreset* preset = FindRotatorPreset(row.name);
     ASSERT_NE(preset, nullptr) << row.name;
     // rig.ini gives every value back in upper case.
     for (const std::string& command : {std::string(preset->command), Upper(preset->command)}) {
-      EXPECT_EQ(RotatorBytes(FormatIt(command, "45")), row.at_45) << row.name;
-      EXPECT_EQ(RotatorBytes(FormatIt(command, "359")), row.at_359) << row.name;
+      EXPECT_EQ(ToVisible(RotatorBytes(FormatIt(command, "45"))), row.at_45) << row.name;
+      EXPECT_EQ(ToVisible(RotatorBytes(FormatIt(command, "359"))), row.at_359) << row.name;
     }
   }
 }

@@ -32,7 +32,7 @@ class RotatorTest(unittest.TestCase):
         self.assertEqual(kvx.command("bearing 400"), "error: Please enter a bearing between 0 and 359")
         self.assertEqual(kvx.command("antset Rport 4"), "ok antset Rport 4")
         self.assertEqual(kvx.command("antpreset spid rot2"),
-                         "ok antpreset W<BEARING+360><0x01>0360<0x01>/<0x20>, usually at 600 baud")
+                         "ok antpreset W0<BEARING+360><0x01>0360<0x01>/<0x20>, usually at 600 baud")
         kvx.command("bearing 45.9")
         self.assertEqual(os.read(master, 100), b"W0405\x010360\x01/ ")
         kvx.command("antset CommString AP1<BEARING>;AM1;")
