@@ -21,6 +21,7 @@ constexpr std::size_t kPositionLimit = 4096;
 constexpr int kDefaultPulse = 10;          // microseconds
 constexpr std::size_t kLongestReply = 80;  // of the rotator, a line
 constexpr std::size_t kBits = 8;
+constexpr Duration kTryAgain = std::chrono::seconds(2);
 constexpr int kFastest = 4'000'000;
 
 // Topics of announcements beyond the fields'.
@@ -53,7 +54,8 @@ std::string BitText(std::uint8_t data) {
 }
 
 AntennaControl::AntennaControl(const AccessoryParts& parts)
-    : console_(parts.console),
+    : loop_(parts.loop),
+      console_(parts.console),
       files_(parts.files),
       file_(parts.folder / kPositionFile),
       rotator_(parts.rotator),
@@ -84,11 +86,13 @@ void AntennaControl::Load(const config::Settings& settings) {
     }
   }
   InitComm();
+  keep_open_ = KeepOpen();
   changed.Tell();
 }
 
 void AntennaControl::Close() {
   ended_ = true;
+  keep_open_ = Task();
   if (ports_ != nullptr) ports_->Close();
   if (rotator_ != nullptr) rotator_->Close();
   pending_.clear();
@@ -142,7 +146,17 @@ std::string AntennaControl::SettingsText() const {
 
 void AntennaControl::InitComm() {
   pending_.clear();
-  if (rotator_ == nullptr || ended_) return;
+  if (rotator_ != nullptr && !ended_) OpenRotator();
+}
+
+Task AntennaControl::KeepOpen() {
+  while (true) {
+    co_await loop_.Sleep(kTryAgain);
+    if (port_state_.starts_with("closed")) InitComm();
+  }
+}
+
+void AntennaControl::OpenRotator() {
   const auto number = LeadingNumber(field(kRport));
   rotator_->Close();
   if (number <= 0) return SetPortState("none");

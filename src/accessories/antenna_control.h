@@ -12,6 +12,7 @@
 #include "config/settings.h"
 #include "core/console.h"
 #include "core/listeners.h"
+#include "core/loop.h"
 #include "platform/files.h"
 #include "platform/port_access.h"
 #include "platform/serial_port.h"
@@ -26,6 +27,7 @@ std::string BitText(std::uint8_t data);
 
 /// What the accessories are put together from. Everything is borrowed.
 struct AccessoryParts {
+  Loop& loop;
   Console& console;
   platform::Files& files;
   platform::Path folder;
@@ -63,7 +65,8 @@ class AntennaControl final {
     if (changed_fields_) Save();
   }
 
-  /// Opens the rotator's port, or closes it when Rport is "0". Errors are no message; port_state() has them.
+  /// Opens the rotator's port, or closes it when Rport is "0". Errors are no message; port_state() has them. A port
+  /// that cannot be opened, or is lost, is tried again from time to time.
   void InitComm();
   /// "none", "closed", "opening", "open", or why it is not open.
   const std::string& port_state() const { return port_state_; }
@@ -129,6 +132,8 @@ class AntennaControl final {
   std::string& at(AntennaField which) { return fields_[static_cast<std::size_t>(which)]; }
   void Announce(int topic, const std::string& sentence);
   void Show(const std::string& text);
+  void OpenRotator();
+  Task KeepOpen();
   void TurnRotator(std::string_view bearing);
   void RotatorOpened();
   void RotatorLost(const std::string& why);
@@ -136,6 +141,7 @@ class AntennaControl final {
   void SetPortState(const std::string& state);
   void TookData(int port, std::uint8_t data);
 
+  Loop& loop_;
   Console& console_;
   platform::Files& files_;
   platform::Path file_;
@@ -153,6 +159,7 @@ class AntennaControl final {
   bool changed_fields_ = false;
   bool ended_ = false;
   std::array<bool, kAntennas> lamps_{};
+  Task keep_open_;
 };
 
 }  // namespace kvx::accessories

@@ -52,7 +52,12 @@ class AntennaTest : public testing::Test {
   FakeParallelPort::Record lpt[3];
   platform::ParallelLines lines{loop,
                                 [this](int number) { return std::make_unique<FakeParallelPort>(loop, lpt[number]); }};
-  Accessories all{{.console = console, .files = files, .folder = folder.path(), .rotator = &rotator, .ports = &lines}};
+  Accessories all{{.loop = loop,
+                   .console = console,
+                   .files = files,
+                   .folder = folder.path(),
+                   .rotator = &rotator,
+                   .ports = &lines}};
   AntennaControl& antennas = all.antennas;
   std::string told, announced, rig, ini_file;
   bool rig_open = true, keyed = false;
@@ -107,6 +112,29 @@ TEST_F(AntennaTest, WithNoLampLitNothingIsLatched) {
   EXPECT_TRUE(antennas.PressAntenna(3));
   EXPECT_EQ(lpt[1].Take() + Lamps(), "0@0 0@0 16@0 16@0 ..1.");
   EXPECT_FALSE(antennas.PressAntenna(5));
+}
+
+/// The port-access library's own view.
+struct Library final : platform::PortAccess {
+  void SendChar(const platform::PortAccessCall& call, Done) override { calls.push_back(call); }
+  Result<std::uint8_t> ReadData(int) override { return std::uint8_t{0}; }
+  void Close() override {}
+  std::vector<platform::PortAccessCall> calls;
+};
+
+TEST_F(AntennaTest, CallsTheLibraryWithElevenArguments) {
+  Library library;
+  AntennaControl other({.loop = loop, .console = console, .files = files, .folder = folder.path(), .ports = &library});
+  other.Load(config::Settings::Parse("MICROSEC= 20\nANTLPT2=TRUE\n"));
+  other.PressAntenna(2).ok();
+  other.SetField(kMSec, "0").ok();
+  other.PressAntenna(1).ok();
+  using Call = platform::PortAccessCall;
+  EXPECT_EQ(
+      library.calls,
+      (std::vector<Call>{Call{0, 20, 255, 2, 5, 0, 0, 0, 0, 0, 0}, Call{700, 10, 255, 2, 4, 5000, 1, 0, 0, 0, 0},
+                         Call{700, 10, 255, 2, 5, 5000, 2, 0, 0, 0, 0}, Call{700, 10, 255, 2, 6, 5000, 2, 0, 0, 0, 0},
+                         Call{700, 10, 255, 2, 7, 5000, 2, 0, 0, 0, 0}}));
 }
 
 TEST_F(AntennaTest, AtTheEndNoPulseIsLeftUnderWay) {
@@ -173,6 +201,9 @@ TEST_F(AntennaTest, TheRotatorHasAPortOrTheRigsOne) {
   Go("15");
   EXPECT_EQ(told, "The rotator has not been turned: its port is closed: COM4: no such device|");
   told.clear();
+  rotator.absent = false;
+  loop.RunFor(3s);
+  EXPECT_EQ(antennas.port_state() + told, "open") << "it is back";
   antennas.SetField(kRport, "0").ok();
   antennas.InitComm();
   Go("16");
@@ -213,7 +244,7 @@ TEST_F(AntennaTest, TheLastBearingAndThePlaceOutliveTheProgram) {
   antennas.place = "AntContF=1 2 3 4 normal\n";
   Go("33");
   antennas.Close();
-  Accessories next{{.console = console, .files = files, .folder = folder.path()}};
+  Accessories next{{.loop = loop, .console = console, .files = files, .folder = folder.path()}};
   next.antennas.Load({});
   EXPECT_EQ(next.antennas.LastBearing() + " " + next.antennas.place, "33 AntContF=1 2 3 4 normal\n");
 }

@@ -288,7 +288,8 @@ TEST_F(KeyLineTest, KeysTwoPinsOfAParallelPort) {
   line.Close();
   ASSERT_TRUE(antennas.WriteData(0x08));
   antennas.Close();
-  EXPECT_EQ(Record(), "DATA 08 CLAIM 0") << "both have the port, which is claimed once and until nobody has it";
+  EXPECT_EQ(Record(), "CONTROL 0c 08 DATA 08 CLAIM 0")
+      << "both have the port, which is claimed once and until nobody has it";
 }
 
 TEST_F(KeyLineTest, AParallelPortHoldsItsDataByte) {
