@@ -34,13 +34,8 @@ std::string TakeRecord(const CsvRecord& record, std::vector<RigRow>& rows) {
   return row.Set(field, value) ? "" : "there is no field \"" + OneLine(field, 40) + "\"";
 }
 
-std::string Quoted(const std::string& value) {
-  const bool plain = value.find_first_of(",\"") == std::string::npos && Trim(value).size() == value.size();
-  return plain ? value : '"' + ReplaceAll(value, "\"", "\"\"") + '"';
-}
-
 std::string Line(std::string_view field, const std::string& value) {
-  return std::string(field) + ',' + Quoted(ToVisible(value)) + '\n';
+  return std::string(field) + ',' + CsvCell(value) + '\n';
 }
 
 }  // namespace

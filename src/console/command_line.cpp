@@ -4,6 +4,7 @@
 #include <array>
 #include <iterator>
 
+#include "console/answers.h"
 #include "console/status.h"
 #include "core/hex_text.h"
 #include "core/text.h"
@@ -15,21 +16,6 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr std::size_t kMostWaitingLines = 10'000;
-
-std::string Fail(std::string_view why) {
-  return "error: " + std::string(why);
-}
-
-/// The first word and the rest.
-std::pair<std::string_view, std::string_view> FirstWord(std::string_view text) {
-  text = Trim(text);
-  const std::size_t end = std::min(text.find_first_of(" \t"), text.size());
-  return {text.substr(0, end), Trim(text.substr(end))};
-}
-
-std::string Said(cat::SendOutcome outcome, const Station& station, const std::string& done) {
-  return outcome == cat::SendOutcome::kSent ? "ok " + done : Fail(station.WhyNotSent(outcome));
-}
 
 struct SliderName {
   std::string_view name;
@@ -51,12 +37,6 @@ int SliderNumber(std::string_view name, const config::RigDefinition& rig) {
     if (EqualNoCase(rig.slider_captions[static_cast<std::size_t>(i)], name) && !EqualNoCase(name, "na")) return i + 1;
   }
   return 0;
-}
-
-std::optional<bool> OnOff(std::string_view text) {
-  if (EqualNoCase(text, "on")) return true;
-  if (EqualNoCase(text, "off")) return false;
-  return std::nullopt;
 }
 
 }  // namespace
@@ -245,7 +225,7 @@ std::string CommandLine::DoRigNumber(std::string_view argument) {
   if (!number) return Fail("rignumber takes 1 to 7");
   const cat::SendOutcome outcome = station_.Rig_Click(static_cast<int>(*number));
   const bool refused = outcome == cat::SendOutcome::kRefused;
-  return refused ? Said(outcome, station_, {}) : "ok rignumber " + *station_.console.RigNumber;
+  return refused ? Say(outcome, station_, {}) : "ok rignumber " + *station_.console.RigNumber;
 }
 
 std::string CommandLine::DoPort(std::string_view argument) {
@@ -273,7 +253,7 @@ std::string CommandLine::DoFreq(std::string_view argument) {
   if (!frequency || frequency->decihertz <= 0)
     return Fail("freq takes kHz, as in 14025.00; not " + OneLine(argument, 40));
   const cat::SendOutcome outcome = station_.engine.operations.TuneTo(*frequency);
-  return Said(outcome, station_, "freq " + KhzText(*station_.console.FreqDisp));
+  return Say(outcome, station_, "freq " + KhzText(*station_.console.FreqDisp));
 }
 
 std::string CommandLine::DoBase(std::string_view argument) {
@@ -281,7 +261,7 @@ std::string CommandLine::DoBase(std::string_view argument) {
   if (!frequency || frequency->decihertz <= 0)
     return Fail("base takes kHz, as in 14025.00; not " + OneLine(argument, 40));
   const cat::SendOutcome outcome = station_.bands.SetBaseFrequency(*frequency);
-  return Said(outcome, station_, "base " + KhzText(*station_.console.Reference));
+  return Say(outcome, station_, "base " + KhzText(*station_.console.Reference));
 }
 
 std::string CommandLine::DoBand(std::string_view argument) {
@@ -291,7 +271,7 @@ std::string CommandLine::DoBand(std::string_view argument) {
       number ? station_.bands.PressBand(*number == 902 ? 35 : static_cast<int>(*number)) : std::nullopt;
   if (!outcome)
     return Fail("there is no band " + OneLine(argument, 40) + " (160 80 60 40 30 20 17 15 12 10 6 2 220 440 902)");
-  return Said(*outcome, station_, "band " + std::string(argument) + " " + KhzText(*station_.console.FreqDisp));
+  return Say(*outcome, station_, "band " + std::string(argument) + " " + KhzText(*station_.console.FreqDisp));
 }
 
 std::string CommandLine::DoStep(std::string_view) {
@@ -303,13 +283,13 @@ std::string CommandLine::DoWheel(std::string_view argument) {
   const auto steps = ParseNumber(argument, -10'000, 10'000);
   if (!steps) return Fail("wheel takes a number of steps");
   const cat::SendOutcome outcome = station_.bands.TurnKnob(static_cast<int>(*steps));
-  return Said(outcome, station_, "freq " + KhzText(*station_.console.FreqDisp));
+  return Say(outcome, station_, "freq " + KhzText(*station_.console.FreqDisp));
 }
 
 std::string CommandLine::DoMode(std::string_view argument) {
   const auto outcome = station_.engine.operations.SetModeByName(argument);
   if (!outcome) return Fail(outcome.error().message);
-  return Said(*outcome, station_, "mode " + std::string(Trim(*station_.console.Mode)));
+  return Say(*outcome, station_, "mode " + std::string(Trim(*station_.console.Mode)));
 }
 
 std::string CommandLine::DoNarrow(std::string_view argument) {
@@ -320,21 +300,21 @@ std::string CommandLine::DoNarrow(std::string_view argument) {
 }
 
 std::string CommandLine::DoVfo(std::string_view argument) {
-  if (EqualNoCase(argument, "A")) return Said(station_.engine.operations.VFOA_Click(), station_, "vfo A");
-  if (EqualNoCase(argument, "B")) return Said(station_.engine.operations.VFOB_Click(), station_, "vfo B");
+  if (EqualNoCase(argument, "A")) return Say(station_.engine.operations.VFOA_Click(), station_, "vfo A");
+  if (EqualNoCase(argument, "B")) return Say(station_.engine.operations.VFOB_Click(), station_, "vfo B");
   return Fail("vfo takes A or B");
 }
 
 std::string CommandLine::DoSend(std::string_view argument) {
   if (argument.empty()) return Fail("send takes a key or a command");
-  return Said(station_.SendCommand(FromVisible(argument)), station_, "sent");
+  return Say(station_.SendCommand(FromVisible(argument)), station_, "sent");
 }
 
 std::string CommandLine::DoFunction(std::string_view argument) {
   const auto number = ParseNumber(argument, 1, config::kFunctions);
   if (!number) return Fail("fn takes 1 to 9");
   const cat::SendOutcome outcome = station_.PressFunction(static_cast<int>(*number));
-  return Said(outcome, station_, "fn " + std::to_string(*number));
+  return Say(outcome, station_, "fn " + std::to_string(*number));
 }
 
 std::string CommandLine::DoFunctionValue(std::string_view argument) {
@@ -357,7 +337,7 @@ std::string CommandLine::DoSlider(std::string_view argument) {
   if (!value) return Fail("slider takes a name and a whole number");
   const cat::SendOutcome outcome = station_.MoveSlider(number, static_cast<int>(*value));
   const int set = station_.console.Slider[static_cast<std::size_t>(number - 1)];
-  return Said(outcome, station_, "slider " + std::string(name) + " " + std::to_string(set));
+  return Say(outcome, station_, "slider " + std::string(name) + " " + std::to_string(set));
 }
 
 std::string CommandLine::DoLimits(std::string_view argument) {

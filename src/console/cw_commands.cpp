@@ -3,6 +3,7 @@
 #include <memory>
 #include <optional>
 
+#include "console/answers.h"
 #include "core/text.h"
 #include "keyer/cw_text.h"
 
@@ -12,27 +13,6 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr Duration kEventPace = 500ms;  // between two events on what is being sent
-
-std::string Fail(std::string_view why) {
-  return "error: " + std::string(why);
-}
-
-std::string Say(const Status& status, const std::string& done) {
-  return status ? "ok " + done : Fail(status.error().message);
-}
-
-/// The first word and the rest.
-std::pair<std::string_view, std::string_view> FirstWord(std::string_view text) {
-  text = Trim(text);
-  const std::size_t end = std::min(text.find_first_of(" \t"), text.size());
-  return {text.substr(0, end), Trim(text.substr(end))};
-}
-
-std::optional<bool> OnOff(std::string_view text) {
-  if (EqualNoCase(text, "on")) return true;
-  if (EqualNoCase(text, "off")) return false;
-  return std::nullopt;
-}
 
 /// "3.2 s"
 std::string Seconds(Duration duration) {

@@ -4,6 +4,7 @@
 #include <functional>
 #include <memory>
 
+#include "console/answers.h"
 #include "core/text.h"
 #include "functions/function_columns.h"
 
@@ -14,34 +15,6 @@ using functions::FunctionRecord;
 using functions::MemoryChannel;
 using Answer = std::shared_ptr<std::string>;
 using Done = functions::FunctionMemory::Done;
-
-std::string Fail(std::string_view why) {
-  return "error: " + std::string(why);
-}
-
-/// The first word and the rest.
-std::pair<std::string_view, std::string_view> FirstWord(std::string_view text) {
-  text = Trim(text);
-  const std::size_t end = std::min(text.find_first_of(" \t"), text.size());
-  return {text.substr(0, end), Trim(text.substr(end))};
-}
-
-std::string Say(const Result<std::string>& done) {
-  return done ? "ok " + OneLine(*done) : Fail(OneLine(done.error().message));
-}
-
-std::optional<bool> OnOff(std::string_view text) {
-  if (EqualNoCase(text, "on")) return true;
-  return EqualNoCase(text, "off") ? std::optional(false) : std::nullopt;
-}
-
-std::string Say(const Status& status, const std::string& done) {
-  return status ? "ok " + done : Fail(OneLine(status.error().message));
-}
-
-std::string Say(cat::SendOutcome outcome, const Station& station, const std::string& done) {
-  return outcome == cat::SendOutcome::kSent ? "ok " + done : Fail(station.WhyNotSent(outcome));
-}
 
 /// Something that another program's writing may delay: its answer is there when the store is written.
 using Operation = std::function<void(const std::string& argument, const Done& done)>;
@@ -57,10 +30,6 @@ void AddOperation(CommandLine& commands, Station& station, std::string name, std
                         [&station, operation = std::move(operation)](std::string argument, Answer answer) {
                           return Run(station, operation, std::move(argument), std::move(answer));
                         });
-}
-
-std::string Json(std::string_view name, const std::string& value) {
-  return JsonString(name) + ":" + JsonString(value);
 }
 
 std::string RowJson(const FunctionRecord& row) {

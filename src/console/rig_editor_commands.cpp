@@ -4,6 +4,7 @@
 
 #include "cat/command_keys.h"
 #include "cat/command_template.h"
+#include "console/answers.h"
 #include "console/rig_editor.h"
 #include "core/text.h"
 
@@ -13,10 +14,6 @@ namespace {
 constexpr std::string_view kUsage =
     "show NAME [FIELD] | set NAME FIELD TEXT | new NAME | copy NAME NEW | rename NAME NEW | delete NAME | "
     "import FILE [replace] | export FILE [NAME]: edit rig definitions; a name with blanks goes in \"quotes\"";
-
-std::string Fail(const std::string& why) {
-  return "error: " + why;
-}
 
 std::string Answer(const Status& status, const std::string& done) {
   return status ? "ok " + done : Fail(status.error().message);

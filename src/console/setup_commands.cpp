@@ -3,18 +3,12 @@
 #include <functional>
 #include <limits>
 
+#include "console/answers.h"
 #include "core/text.h"
 #include "platform/ports_file.h"
 
 namespace kvx::console {
 namespace {
-
-/// The first word and the rest.
-std::pair<std::string_view, std::string_view> FirstWord(std::string_view text) {
-  text = Trim(text);
-  const std::size_t end = std::min(text.find_first_of(" \t"), text.size());
-  return {text.substr(0, end), Trim(text.substr(end))};
-}
 
 std::string Answer(const Status& status, const std::string& done) {
   return status.ok() ? "ok " + done : "error: " + status.error().message;

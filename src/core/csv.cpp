@@ -3,8 +3,15 @@
 #include <algorithm>
 
 #include "core/lines.h"
+#include "core/text.h"
 
 namespace kvx {
+
+std::string CsvCell(std::string_view text) {
+  const std::string visible = ToVisible(text);
+  const bool plain = visible.find_first_of(",\"") == std::string::npos && Trim(visible).size() == visible.size();
+  return plain ? visible : '"' + ReplaceAll(visible, "\"", "\"\"") + '"';
+}
 
 CsvReader::CsvReader(std::string_view csv) : rest_(WithoutByteOrderMark(csv)) {}
 

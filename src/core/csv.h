@@ -7,6 +7,9 @@
 
 namespace kvx {
 
+/// A text as one cell of CSV on one line: control characters visible, quotes where they are needed.
+std::string CsvCell(std::string_view text);
+
 struct CsvRecord {
   std::vector<std::string> cells;
   int line = 0;  ///< where it begins

@@ -56,12 +56,6 @@ LineKind TakeChannel(std::string_view line, MemoryFile& file) {
 
 }  // namespace
 
-std::string CsvCell(const std::string& text) {
-  const std::string visible = ToVisible(text);
-  const bool plain = visible.find_first_of(",\"") == std::string::npos && Trim(visible).size() == visible.size();
-  return plain ? visible : '"' + ReplaceAll(visible, "\"", "\"\"") + '"';
-}
-
 Result<MemoryFile> ParseMemories(std::string_view content) {
   const std::string text = Utf8Of(content);
   std::string_view rest = WithoutByteOrderMark(text);

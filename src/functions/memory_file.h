@@ -27,7 +27,4 @@ struct MemoryFile {
 Result<MemoryFile> ParseMemories(std::string_view content);
 std::string FormatMemories(const MemoryFile& file);
 
-/// A text as one cell of CSV on one line: control characters visible, quotes where they are needed.
-std::string CsvCell(const std::string& text);
-
 }  // namespace kvx::functions
