@@ -16,8 +16,8 @@ namespace {
 
 constexpr std::size_t kLongestText = 64U << 10;  // bytes of one field
 constexpr std::size_t kMostRows = 20'000;        // of one table; a broken page chain may run in a circle
-constexpr std::string_view kRigTable = "RigSetup";
-constexpr std::string_view kFunctionTable = "rigfn";
+constexpr const char* kRigTable = "RigSetup";
+constexpr const char* kFunctionTable = "rigfn";
 
 /// A list of texts as one run of bytes: each with its length before it, "5:hello".
 void Pack(std::string& packed, std::string_view text) {
@@ -61,14 +61,14 @@ class TableReader {
 
   /// Appends every row, packed: the table's name, the number of fields that are not Null, then their names and values.
   /// What is wrong, else empty.
-  std::string PackRows(std::string& packed) {
+  std::string PackRows(const std::string& name, std::string& packed) {
     if (buffers_.empty()) return "the columns of its table cannot be read";
     std::size_t rows = 0;
     while (mdb_fetch_row(table_) != 0) {
       if (++rows > kMostRows) return "its rows have no end";
       const auto nulls = Nulls();
       if (!nulls) return "a row of it is lost";
-      Pack(packed, table_->name);
+      Pack(packed, name);
       Pack(packed, std::to_string(std::count(nulls->begin(), nulls->end(), false)));
       for (unsigned i = 0; i < table_->num_cols; ++i) {
         if ((*nulls)[i]) continue;
@@ -139,8 +139,8 @@ class TableReader {
   std::vector<std::unique_ptr<int>> lengths_;
 };
 
-/// Packs both tables; what is wrong with the file, else empty.
-std::string PackFile(const platform::Path& file, std::string& packed) {
+/// Packs the tables of those names; what is wrong with the file, else empty.
+std::string PackFile(const platform::Path& file, const std::vector<std::string>& names, std::string& packed) {
   MdbHandle* const mdb = mdb_open(file.c_str(), MDB_NOFLAGS);
   if (mdb == nullptr) return "it is no Access database";
   std::error_code error;
@@ -149,57 +149,64 @@ std::string PackFile(const platform::Path& file, std::string& packed) {
   mdb_set_bind_size(mdb, kLongestText);
   mdb_set_boolean_fmt_numbers(mdb);
   if (mdb_read_catalog(mdb, MDB_TABLE) == nullptr) return "its list of tables cannot be read";
-  bool has_rigs = false;
+  bool has_first = false;
   for (unsigned i = 0; i < mdb->num_catalog; ++i) {
     auto* const entry = static_cast<MdbCatalogEntry*>(g_ptr_array_index(mdb->catalog, i));
-    const bool rigs = EqualNoCase(entry->object_name, kRigTable);
-    if (!rigs && !EqualNoCase(entry->object_name, kFunctionTable)) continue;
-    const std::string fault = TableReader(entry).PackRows(packed);
+    const auto name = std::find_if(names.begin(), names.end(),
+                                   [entry](const auto& wanted) { return EqualNoCase(entry->object_name, wanted); });
+    if (name == names.end()) continue;
+    const std::string fault = TableReader(entry).PackRows(*name, packed);
     if (!fault.empty()) return fault;
-    has_rigs |= rigs;
+    has_first |= name == names.begin();
   }
-  return has_rigs ? "" : "it has no table RigSetup";
+  return has_first ? "" : "it has no table " + names.front();
 }
 
-std::optional<MdbContent> Unpack(Unpacker unpacker) {
-  MdbContent content;
+std::optional<MdbTables> Unpack(Unpacker unpacker) {
+  MdbTables tables;
   while (!unpacker.empty()) {
     const auto table = unpacker.Take();
     const auto fields = unpacker.Take();
     if (!table || !fields) return std::nullopt;
-    MdbContent::Row row;
+    MdbRow row;
     for (std::int64_t i = LeadingNumber(*fields); i > 0; --i) {
       const auto name = unpacker.Take();
       auto value = unpacker.Take();
       if (!name || !value) return std::nullopt;
       row[*name] = *std::move(value);
     }
-    (EqualNoCase(*table, kRigTable) ? content.rig_setup : content.rigfn).push_back(std::move(row));
+    tables[*table].push_back(std::move(row));
   }
-  return content;
+  return tables;
 }
 
 }  // namespace
 
-Result<MdbContent> ReadMdb(const platform::Path& file) {
+Result<MdbTables> ReadMdbTables(const platform::Path& file, const std::vector<std::string>& names) {
   const auto damaged = [&file](const std::string& why) {
     return Error{ErrorCode::kDamaged, file.string() + " cannot be imported: " + why};
   };
   std::error_code error;
   if (!std::filesystem::exists(file, error)) return Error{ErrorCode::kNotFound, file.string() + " does not exist"};
-  const Result<std::string> packed = platform::RunIsolated([file] {
+  const Result<std::string> packed = platform::RunIsolated([file, names] {
     std::string rows;
     std::string result;
-    Pack(result, PackFile(file, rows));
+    Pack(result, PackFile(file, names, rows));
     return result + rows;
   });
   if (!packed) return Error{packed.error().code, damaged("reading failed, " + packed.error().message).message};
   Unpacker unpacker(*packed);
   const auto fault = unpacker.Take();
   if (fault && !fault->empty()) return damaged(*fault);
-  auto content = fault ? Unpack(unpacker) : std::nullopt;
-  if (!content) return damaged("reading failed");
-  return *std::move(content);
+  auto tables = fault ? Unpack(unpacker) : std::nullopt;
+  if (!tables) return damaged("reading failed");
+  return *std::move(tables);
+}
+
+Result<MdbContent> ReadMdb(const platform::Path& file) {
+  auto tables = ReadMdbTables(file, {kRigTable, kFunctionTable});
+  if (!tables) return tables.error();
+  return MdbContent{.rig_setup = std::move((*tables)[kRigTable]), .rigfn = std::move((*tables)[kFunctionTable])};
 }
 
 }  // namespace kvx::config

@@ -2,6 +2,7 @@
 
 #include <sqlite3.h>
 
+#include <algorithm>
 #include <filesystem>
 
 namespace kvx::config {
@@ -48,8 +49,17 @@ Result<Sqlite> Sqlite::Open(const platform::Path& file, std::chrono::millisecond
   return OpenNamed(whole.string(), SQLITE_OPEN_READWRITE, file.string(), patience);
 }
 
-Result<Sqlite> Sqlite::OpenInMemory(const std::string& name) {
-  return OpenNamed(":memory:", SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, name, kPatience);
+Result<Sqlite> Sqlite::OpenInMemory(const std::string& name, std::string_view content) {
+  auto database = OpenNamed(":memory:", SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, name, kPatience);
+  if (!database || content.empty()) return database;
+  auto* bytes = static_cast<unsigned char*>(sqlite3_malloc64(content.size()));  // which the connection frees
+  if (bytes == nullptr) return Error{ErrorCode::kIo, name + ": not enough memory"};
+  std::copy(content.begin(), content.end(), bytes);
+  const auto size = static_cast<sqlite3_int64>(content.size());
+  const int taken = sqlite3_deserialize(database->connection_.get(), "main", bytes, size, size,
+                                        SQLITE_DESERIALIZE_FREEONCLOSE | SQLITE_DESERIALIZE_RESIZEABLE);
+  if (taken != SQLITE_OK) return database->Failure();
+  return database;
 }
 
 Result<Sqlite> Sqlite::OpenNamed(const std::string& path, int flags, std::string name,
@@ -142,6 +152,17 @@ bool SqliteStatement::IsNull(int column) const {
 
 std::int64_t SqliteStatement::Number(int column) const {
   return sqlite3_column_int64(statement_.get(), column);
+}
+
+Status SetAsideCompanions(platform::Files& files, const platform::Path& store) {
+  for (const char* ending : {"-journal", "-wal", "-shm"}) {
+    platform::Path left = store;
+    left += ending;
+    if (!files.Exists(left)) continue;
+    const Status moved = files.Rename(left, platform::SetAsideName(files, left));
+    if (!moved.ok()) return moved;
+  }
+  return Ok();
 }
 
 }  // namespace kvx::config

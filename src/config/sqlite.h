@@ -25,8 +25,8 @@ class Sqlite {
   /// Opens an existing file for reading and writing; a file that cannot be written is opened for reading.
   /// `patience`: how long each step waits while another program writes, until it is kBusy.
   static Result<Sqlite> Open(const platform::Path& file, std::chrono::milliseconds patience = kPatience);
-  /// A database in memory, `name` for messages.
-  static Result<Sqlite> OpenInMemory(const std::string& name);
+  /// A database in memory, `name` for messages; empty, or with the bytes of a database's file as its content.
+  static Result<Sqlite> OpenInMemory(const std::string& name, std::string_view content = {});
 
   /// Runs statements that need no values and give none.
   Status Run(const std::string& sql);
@@ -80,5 +80,8 @@ class SqliteStatement {
   std::unique_ptr<sqlite3_stmt, Finalizer> statement_;
   std::string name_;
 };
+
+/// Sets aside what a database that is gone has left beside its file: it would be applied to a new one of that name.
+Status SetAsideCompanions(platform::Files& files, const platform::Path& store);
 
 }  // namespace kvx::config

@@ -95,14 +95,7 @@ Status StoreMaker::SetAside(const std::string& why) {
 
 /// Built in memory and put in place in one step, so that there is never half a store.
 Status StoreMaker::Make() {
-  for (const char* companion :
-       {"-journal", "-wal", "-shm"}) {  // of a store that is gone: they would be applied to the new one
-    Path left = store_;
-    left += companion;
-    if (!files_.Exists(left)) continue;
-    const Status moved = files_.Rename(left, platform::SetAsideName(files_, left));
-    if (!moved.ok()) return moved;
-  }
+  if (const Status aside = SetAsideCompanions(files_, store_); !aside) return aside;
   Result<Sqlite> store = Sqlite::OpenInMemory(store_.string());
   if (!store) return store.error();
   const Result<Work> work = FindWork(nullptr);
