@@ -62,8 +62,9 @@ enum class Field {
   kTune,
   kKeyer,
   kCwProgress,
+  kTunerNotebook,
 };
-inline constexpr Field kLastField = Field::kCwProgress;
+inline constexpr Field kLastField = Field::kTunerNotebook;
 
 /// What the console shows and what its modules share. Every field is observed: whoever sets one to a new value
 /// announces it, and windows, servers and the logger bridge follow from that one signal. Engine thread only.
@@ -195,6 +196,8 @@ class Console {
   Cell<std::string> KeyerState{*this, Field::kKeyer,
                                "none"};             ///< "none", "closed", "starting", "ready", "busy", "failed"
   Cell<int> CwProgress{*this, Field::kCwProgress};  ///< counts changes of the text being sent
+
+  Cell<int> TunerNotebook{*this, Field::kTunerNotebook};  ///< counts changes of the tuner notebook
 
   // Rig selection and its port.
   Cell<std::string> RigName{*this, Field::kRigName, "NONE"};
