@@ -11,6 +11,7 @@
 #include "console/memory_commands.h"
 #include "console/rig_editor_commands.h"
 #include "console/setup_commands.h"
+#include "console/tuner_commands.h"
 #include "platform/qt/standard_input.h"
 #include "platform/qt/standard_output.h"
 
@@ -31,6 +32,7 @@ int RunHeadless(int argc, char** argv, const Options& options) {
   console::AddCwCommands(commands, program.loop(), program.station());
   console::AddAccessoryCommands(commands, program.station());
   console::AddLinkCommands(commands, program.setup());
+  console::AddTunerCommands(commands, program.station());
   console::AddRigEditorCommands(commands, program.station(), program.files());
   platform::StandardInput input;
   commands.answer = [&](const std::string& line) { output.WriteAnswer(line); };

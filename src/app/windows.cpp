@@ -10,6 +10,7 @@
 #include "console/memory_window.h"
 #include "console/rig_editor_window.h"
 #include "console/setup_dialog.h"
+#include "console/tuner_window.h"
 #include "core/text.h"
 
 namespace kvx::app {
@@ -75,6 +76,9 @@ void AddWindows(console::ConsoleWindow& console, Program& program, widgets::Appe
     return frame;
   };
   console.AddWindow(Tr("Send &CW"), QKeySequence("Ctrl+K"), "key-screen", make_key_screen, "KeyScreen.pos");
+  console.AddWindow(
+      Tr("Antenna &tuner"), QKeySequence("Ctrl+U"), "tuner",
+      [&](QWidget* parent) { return new console::TunerWindow(program.station(), parent); }, "TunerF.pos");
   console.AddWindow(Tr("&Debug view"), QKeySequence("Ctrl+D"), "debug", [&](QWidget* parent) {
     auto* frame = new QMainWindow(parent);  // what a screen reader takes for a window
     auto* debug = new console::DebugWindow(program.station(), appearance);

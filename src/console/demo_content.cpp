@@ -1,5 +1,6 @@
 #include "console/demo_content.h"
 
+#include <algorithm>
 #include <array>
 
 #include "core/text.h"
@@ -47,6 +48,30 @@ constexpr std::array kDemoRows{FunctionRow{"3650.00", "LSB", 0, "", false, "Y", 
                                FunctionRow{"145575.00", "FM", 9, "08", true, "", "tone of the hill"},
                                FunctionRow{"145650.00", "FM", 9, "13", true, "", "tone of the town"}};
 
+struct TunerRow {
+  const char* khz;
+  accessories::TunerValues values;
+};
+/// Somebody's long wires: on 20 m with three antennas.
+const std::array kDemoTuner{
+    TunerRow{"1850.00", {"Long wire", "31", "122", "18"}},
+    TunerRow{"3550.00", {"Long wire", "44", "86", "40", "Dipole", "60", "71", "52"}},
+    TunerRow{"7020.00", {"Dipole", "58", "40", "61", "Long wire", "52", "38", "70"}},
+    TunerRow{"14025.00", {"Beam", "70", "12", "71", "Dipole", "66", "19", "58", "Long wire, rain", "61", "24", "49"}},
+    TunerRow{"14250.00", {"Beam", "72", "11", "70"}},
+    TunerRow{"21050.00", {"Beam", "80", "8", "78"}}};
+
+Status PutTuner(accessories::TunerNotebook& notebook) {
+  for (const TunerRow& row : kDemoTuner) {
+    const auto& segment = accessories::SegmentOf(ParseKhz(row.khz).value_or(Frequency()));
+    for (std::size_t field = 0; field < row.values.size(); ++field) {
+      if (const Status edited = notebook.Edit(segment, field, row.values[field]); !edited) return edited;
+    }
+  }
+  const auto saved = notebook.SaveAll();
+  return saved ? Ok() : Status(saved.error());
+}
+
 Status PutChannels(functions::MemoryChannels& memories) {
   for (const ChannelRow& row : kDemoChannels) {
     const MemoryChannel channel{.name = row.name,
@@ -86,6 +111,9 @@ void FillForDemonstration(Station& station) {
     if (!done) station.Notice(done.error().message);
   };
   if (IsEmpty(station.memories)) tell(PutChannels(station.memories));
+  const auto segments = station.tuner_notebook.Rows();
+  const auto used = [](const accessories::TunerRow& row) { return row.stored || row.unsaved; };
+  if (segments && std::none_of(segments->begin(), segments->end(), used)) tell(PutTuner(station.tuner_notebook));
   if (*station.console.RigName == "NONE") return;
   const auto rows = station.functions.store.All();
   if (rows && rows->empty()) tell(PutRows(station.functions.store, *station.console.RigName));

@@ -50,6 +50,7 @@ Station::Station(const StationParts& parts)
              .make_line = parts.key_line,
              .guard = parts.keyer_guard,
              .make_backend = {}}),
+      tuner_notebook(parts.loop, console, parts.files, parts.folder, parts.data),
       accessories(std::make_unique<accessories::Accessories>(accessories::AccessoryParts{.loop = loop_,
                                                                                          .console = console,
                                                                                          .files = parts.files,
@@ -82,6 +83,7 @@ Station::Station(const StationParts& parts)
   functions.scanner.recall = [this](int channel) { return memories.Recall(channel); };
   keyer.on_notice = [this](const std::string& line) { Notice(line); };
   keyer.keep = [this](std::vector<config::SettingChange> lines) { KeepInFile(std::move(lines)); };
+  tuner_notebook.on_notice = [this](const std::string& line) { Notice(line); };
   functions.dialogs.show = [this](const std::string& text) { Notice(text); };
   guard_ = parts.guard;
   if (parts.guard != nullptr) {
@@ -545,6 +547,7 @@ Task Station::ShutDown() {
   Task stored = functions.queue.Finish();
   co_await stored;
   if (const Status kept = memories.Save(); !kept) Notice(kept.error().message);
+  tuner_notebook.Close();
   levels_ = Task();
   engine.dispatcher.ReleaseTransmitter();
   Task deliver = engine.link.Deliver();

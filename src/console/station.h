@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "accessories/tuner_notebook.h"
 #include "cat/band_operations.h"
 #include "cat/engine.h"
 #include "config/rig_database.h"
@@ -188,6 +189,7 @@ class Station {
   functions::FunctionKeys functions;
   functions::MemoryChannels memories;
   keyer::Keyer keyer;
+  accessories::TunerNotebook tuner_notebook;
   const std::unique_ptr<accessories::Accessories> accessories;
   std::unique_ptr<links::NetServer> net;        ///< null: there is none
   std::unique_ptr<links::LoggerLinks> loggers;  ///< the same
