@@ -188,6 +188,7 @@ QTableView* TunerWindow::MakeTable() {
   table_->setTabKeyNavigation(false);
   table_->setCornerButtonEnabled(false);
   table_->verticalHeader()->hide();
+  table_->verticalHeader()->setSectionResizeMode(QHeaderView::ResizeToContents);
   table_->horizontalHeader()->setHighlightSections(false);
   table_->horizontalHeader()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
   table_->horizontalHeader()->setSectionResizeMode(QHeaderView::ResizeToContents);
@@ -204,7 +205,8 @@ QTableView* TunerWindow::MakeTable() {
 QWidget* TunerWindow::MakeEnding() {
   message_ = MakeSetupLabel({}, "quiet");
   message_->setToolTip(tr("What became of the last operation"));
-  message_->setMargin(fontMetrics().height() / 2);
+  const int gap = fontMetrics().height() / 2;
+  message_->setContentsMargins(gap, 0, gap, gap);
   return message_;
 }
 
@@ -249,6 +251,8 @@ void TunerWindow::ShowSegment(const accessories::TunerSegment& segment) {
   const QString key = ToQt(segment.key);
   ShowText(heading_, tr("Segment %1: %2").arg(key, ToQt(RangeText(segment))));
   heading_->setAccessibleName(heading_->text());
+  const auto row = static_cast<int>(&segment - accessories::kTunerSegments.data());
+  if (!table_->hasFocus()) table_->scrollTo(filter_.mapFromSource(model_.index(row, TunerModel::kRange)));
   for (QLineEdit* field : fields_) field->setModified(false);
   if (!typing) return;
   heading_->setFocus(Qt::OtherFocusReason);

@@ -239,6 +239,7 @@ QString StyleSheet(const Theme& theme) {
     QFrame[role="screen"] QWidget[role="quiet"] { color: @screenquiet; }
     QFrame[role="screen"] { background: @screen; border: @border; border-radius: 8px; }
     QLabel { border: none; background: transparent; }
+    QLabel:focus { border: @focus; border-radius: 4px; }
     QWidget[role="quiet"] { color: @quiet; }
     QLabel[role="caption"] { color: @quiet; font-weight: 600; }
     QLabel[role="title"] { font-weight: 600; }
