@@ -8,6 +8,11 @@ import time
 import tty
 
 
+def put_link(target, link):
+    os.symlink(target, link + ".new")
+    os.replace(link + ".new", link)
+
+
 class Rig(threading.Thread):
     """What all rigs share: the line with its pace, and the state that a person can change with `knob` and the like."""
 
@@ -32,7 +37,7 @@ class Rig(threading.Thread):
         self.silent = False
         self.most_waiting = 0.0  # how far, in seconds of line time, a command has been behind on its way here
         self.master = self.slave = None
-        self.link = None
+        self.link = self.device = None
         self._incoming = collections.deque()
         self._outgoing = collections.deque()
         self._in_free = self._out_free = 0.0
@@ -42,7 +47,8 @@ class Rig(threading.Thread):
     # The plug.
 
     def plug(self, link):
-        """Makes a new pseudo-terminal that `link` leads to."""
+        """Makes a new pseudo-terminal that `link` leads to, over a name that goes with it: as soon as the terminal has gone, the
+        system may give its number to somebody else's."""
         with self.lock:
             self.master, self.slave = os.openpty()
             tty.setraw(self.slave)
@@ -51,9 +57,9 @@ class Rig(threading.Thread):
             self._outgoing.clear()
             self.line_lost()
             self.link = link
-            new = link + ".new"
-            os.symlink(os.ttyname(self.slave), new)
-            os.replace(new, link)
+            self.device = f"{link}.{self.name}"
+            put_link(os.ttyname(self.slave), self.device)
+            put_link(self.device, link)
         if not self.is_alive():
             self.start()
         self._wake()
@@ -65,6 +71,7 @@ class Rig(threading.Thread):
                 return
             if not keep_link:
                 os.unlink(self.link)
+            os.unlink(self.device)
             os.close(self.master)
             self.let_go()
             self.master = self.slave = None
