@@ -64,6 +64,18 @@ benchmarks() {
   [[ -n $program ]] && "$program" --benchmark_min_time=0.001
 }
 
+# What keeps the engine from being built for Windows and tried here; nothing when nothing does.
+no_windows() {
+  local program
+  for program in x86_64-w64-mingw32-g++-posix tclsh; do
+    command -v "$program" >/dev/null || { echo "$program is not installed"; return; }
+  done
+  [[ -d /usr/src/googletest ]] || { echo "the sources of GoogleTest are not installed"; return; }
+  (cd tests/wine && python3 -c 'import wine; print("" if wine.loader() else "Wine is not installed")')
+}
+
+engine_for_windows() { tools/fetch_sqlite.sh build/sqlite && build mingw && run_tests mingw; }
+
 groups=(build test)
 if [[ $all == yes ]]; then groups+=(all); fi
 step "packages" tools/setup.sh "${groups[@]}"
@@ -95,6 +107,12 @@ if [[ $all == yes ]]; then
     skip "benchmarks" "there is no bench/CMakeLists.txt"
   fi
   skip "fuzzing" "there are no fuzz targets yet"
+  reason=$(no_windows)
+  if [[ -z $reason ]]; then
+    step "Windows: the engine's tests under Wine" engine_for_windows
+  else
+    skip "Windows: the engine's tests under Wine" "$reason"
+  fi
   if reason=$(python3 tests/wine/run.py --check "$PWD/build/dev/kvx"); then
     step "programs under Wine" python3 tests/wine/run.py "$PWD/build/dev/kvx"
   else

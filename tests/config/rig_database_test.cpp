@@ -1,69 +1,14 @@
-#include "config/rig_database.h"
-
-#include <gtest/gtest.h>
-#include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <random>
 
-#include "config/rig_csv.h"
-#include "config/sqlite.h"
-#include "fakes/temporary_folder.h"
-#include "platform/posix/files.h"
+#include "rig_database_fixture.h"
 
 namespace kvx::config {
 namespace {
 
 using namespace std::string_literals;
 
-RigRow Rig(const std::string& name, const std::string& set_freq) {
-  RigRow row;
-  row.Set("RigName", name);
-  row.Set("SetFreq", set_freq);
-  return row;
-}
-
-/// A station folder, and shipped data of two rigs.
-struct Station : TemporaryFolder {
-  Station() {
-    Ship("a.csv", {Rig("TS-850S", "shipped"), Rig("Orion", "*AF<FREQ8>\r")});
-    std::filesystem::create_directory(*this / "station");
-  }
-  void Ship(const std::string& name, const std::vector<RigRow>& rows) { Put("data/rigs/" + name, FormatRigCsv(rows)); }
-  void PutOld(const std::string& name = "rigsetup.mdb") {
-    std::filesystem::copy_file(std::filesystem::path(KVX_TEST_DATA) / "old-rigsetup.mdb", *this / ("station/" + name));
-  }
-  Status Prepare() {
-    notices.clear();
-    return database.Prepare(files, *this / "data", [this](const std::string& line) { notices.push_back(line); });
-  }
-  std::string SetFreq(const std::string& name) const {
-    const auto row = database.Find(name);
-    return !row ? row.error().message : *row ? (**row)["SetFreq"] : "none";
-  }
-  std::size_t count() const { return database.Names().value().size(); }
-  std::string Query(const std::string& sql) const {
-    auto store = Sqlite::Open(database.file());
-    if (!store) return store.error().message;
-    auto statement = store->Prepare(sql);
-    if (!statement) return statement.error().message;
-    const auto row = statement->Step();
-    return row.ok() && *row ? statement->Text(0) : "none";
-  }
-  void Run(const std::string& sql) const { ASSERT_TRUE(Sqlite::Open(database.file()).value().Run(sql).ok()); }
-  bool Noticed(const std::string& text) const {
-    return std::any_of(notices.begin(), notices.end(),
-                       [&](const std::string& line) { return line.find(text) != std::string::npos; });
-  }
-
-  platform::PosixFiles files;
-  RigDatabase database{*this / "station/rigsetup.sqlite"};
-  std::vector<std::string> notices;
-};
-
 TEST(RigDatabase, ANewStoreHoldsTheShippedRigsAndASecondStartSaysNothing) {
-  Station station;
+  RigStation station;
   EXPECT_EQ(station.database.Find("Orion").error().code, ErrorCode::kNotFound);
   ASSERT_TRUE(station.Prepare().ok());
   EXPECT_EQ(station.notices.size(), 1U);
@@ -80,7 +25,7 @@ TEST(RigDatabase, ANewStoreHoldsTheShippedRigsAndASecondStartSaysNothing) {
 }
 
 TEST(RigDatabase, AddKeepsOrReplacesAndEveryFieldSurvives) {
-  Station station;
+  RigStation station;
   ASSERT_TRUE(station.Prepare().ok());
   RigRow full;
   for (const std::string_view field : kRigTextFields) full.Set(field, std::string(field) + " Grüße\0\r\n'\""s);
@@ -97,7 +42,7 @@ TEST(RigDatabase, AddKeepsOrReplacesAndEveryFieldSurvives) {
 }
 
 TEST(RigDatabase, AStoreWithoutTheCwCommandsGetsThemOnceAndKeepsWhatIsTheOperators) {
-  Station station;
+  RigStation station;
   ASSERT_TRUE(station.Prepare().ok());
   station.Run(
       "ALTER TABLE RigSetup DROP COLUMN CWText; ALTER TABLE RigSetup DROP COLUMN CWStop;"
@@ -117,62 +62,8 @@ TEST(RigDatabase, AStoreWithoutTheCwCommandsGetsThemOnceAndKeepsWhatIsTheOperato
   EXPECT_EQ((*station.database.Find("Orion").value())["CWText"], "") << "the operator wants none";
 }
 
-TEST(RigDatabase, AnOldDatabaseFillsANewStoreFirst) {
-  Station station;
-  station.PutOld("RigSetup.MDB");
-  ASSERT_TRUE(station.Prepare().ok());
-  EXPECT_EQ(station.count(), 46U) << "45 of its own and the one it lacks";
-  EXPECT_EQ(station.SetFreq("TS-850S"), "FA<FREQ11>;") << "the operator's own row";
-  EXPECT_EQ(station.SetFreq("Orion"), "*AF<FREQ8>\r");
-  EXPECT_EQ((*station.database.Find("Grüße – \"odd\" rig").value())["US7"], "PS1;AI2;");
-  EXPECT_TRUE(station.database.Find("IC-7300").value()->send_as_hex);
-  EXPECT_EQ(station.Query("SELECT count(*) || sum(FNP1) || sum(FNP2) || sum(FNP9) FROM rigfn"), "2011");
-  EXPECT_EQ(station.Query("SELECT Mode || Desc || Scan FROM rigfn WHERE RigName = 'ts-850s' COLLATE NOCASE"),
-            "CWbeaconY");
-  EXPECT_EQ(station.Query("SELECT quote(FNT2) || quote(FNT3) || quote(FNT9) FROM rigfn WHERE Desc = 'beacon'"),
-            "'0744'NULLNULL")
-      << "a box that is Null is left alone by a recall, an empty one is emptied";
-  ASSERT_TRUE(station.Prepare().ok());
-  EXPECT_TRUE(station.notices.empty());
-}
-
-TEST(RigDatabase, AnOldDatabaseFoundLaterIsImportedOnce) {
-  Station station;
-  ASSERT_TRUE(station.Prepare().ok());
-  station.Run(
-      "INSERT INTO rigfn (RigName, Freq, Desc) VALUES ('ts-850s', '14025.00', 'old'), ('Orion', '1.00', 'kept')");
-  station.PutOld();
-  ASSERT_TRUE(station.Prepare().ok());
-  EXPECT_EQ(station.notices.size(), 1U);
-  EXPECT_EQ(station.SetFreq("TS-850S"), "FA<FREQ11>;");
-  EXPECT_EQ(station.count(), 46U);
-  EXPECT_EQ(station.Query("SELECT group_concat(Desc) FROM (SELECT Desc FROM rigfn ORDER BY Desc)"), "beacon,kept");
-  ASSERT_TRUE(station.database.Add({Rig("TS-850S", "changed since")}, true).ok());
-  ASSERT_TRUE(station.Prepare().ok());
-  EXPECT_TRUE(station.notices.empty());
-  std::filesystem::last_write_time(station / "station/rigsetup.mdb", std::filesystem::file_time_type::clock::now());
-  ASSERT_TRUE(station.Prepare().ok());
-  EXPECT_EQ(station.SetFreq("TS-850S"), "changed since") << "a copy of the same file is not imported again";
-  const std::string other = station.Get("station/rigsetup.mdb") + std::string(4096, '\0');
-  station.Put("station/rigsetup.mdb", other);
-  ASSERT_TRUE(station.Prepare().ok());
-  EXPECT_EQ(station.SetFreq("TS-850S"), "FA<FREQ11>;") << "another file is";
-}
-
-TEST(RigDatabase, ADamagedOldDatabaseIsOneNoticeAndChangesNothing) {
-  Station station;
-  station.PutOld();
-  std::filesystem::resize_file(station / "station/rigsetup.mdb", 70'000);
-  ASSERT_TRUE(station.Prepare().ok());
-  EXPECT_TRUE(station.Noticed("rigsetup.mdb cannot be imported"));
-  EXPECT_EQ(station.count(), 2U) << "the shipped rigs";
-  ASSERT_TRUE(station.Prepare().ok());
-  EXPECT_TRUE(station.notices.empty()) << "said once";
-  EXPECT_EQ(std::filesystem::file_size(station / "station/rigsetup.mdb"), 70'000U);
-}
-
 TEST(RigDatabase, RigsThatAreShippedLaterJoinAnExistingStore) {
-  Station station;
+  RigStation station;
   ASSERT_TRUE(station.Prepare().ok());
   ASSERT_TRUE(station.database.Add({Rig("TS-850S", "my own")}, true).ok());
   station.Ship("b.csv", {Rig("ts-850s", "new shipped"), Rig("IC-7300", "new")});
@@ -184,7 +75,7 @@ TEST(RigDatabase, RigsThatAreShippedLaterJoinAnExistingStore) {
 }
 
 TEST(RigDatabase, AStoreOfAnotherProgramIsCompletedAndReadAsItIs) {
-  Station station;
+  RigStation station;
   station.Put("station/rigsetup.sqlite", "");
   std::filesystem::remove(station / "station/rigsetup.sqlite");
   {
@@ -205,7 +96,7 @@ TEST(RigDatabase, AStoreOfAnotherProgramIsCompletedAndReadAsItIs) {
 }
 
 TEST(RigDatabase, AStoreThatCannotBeUsedIsSetAsideAndMadeAnew) {
-  Station made;
+  RigStation made;
   ASSERT_TRUE(made.Prepare().ok());
   const std::string whole = made.Get("station/rigsetup.sqlite");
   auto other = Sqlite::OpenInMemory("other");
@@ -218,7 +109,7 @@ TEST(RigDatabase, AStoreThatCannotBeUsedIsSetAsideAndMadeAnew) {
                                whole.substr(0, 100),
                                other->Serialize().value()};
   for (const std::string& damaged : cases) {
-    Station station;
+    RigStation station;
     station.Put("station/rigsetup.sqlite", damaged);
     station.Put("station/rigsetup.sqlite-journal", "left over");
     ASSERT_TRUE(station.Prepare().ok()) << damaged.size();
@@ -232,7 +123,7 @@ TEST(RigDatabase, AStoreThatCannotBeUsedIsSetAsideAndMadeAnew) {
 }
 
 TEST(RigDatabase, AJournalWithoutItsStoreIsNotAppliedToTheNewOne) {
-  Station station;
+  RigStation station;
   station.Put("station/rigsetup.sqlite-journal", "\xd9\xd5\x05\xf9\x20\xa1\x63\xd7" + std::string(2000, '\1'));
   ASSERT_TRUE(station.Prepare().ok());
   EXPECT_EQ(station.count(), 2U);
@@ -240,8 +131,10 @@ TEST(RigDatabase, AJournalWithoutItsStoreIsNotAppliedToTheNewOne) {
 }
 
 TEST(RigDatabase, BrokenPagesAreAnErrorThatNamesTheFile) {
-  Station station;
-  station.PutOld();
+  RigStation station;
+  std::vector<RigRow> rigs{Rig("IC-7300", "")};
+  for (int i = 1; i <= 40; ++i) rigs.push_back(Rig("Club rig " + std::to_string(i), std::string(1000, 'x')));
+  station.Ship("b.csv", rigs);
   ASSERT_TRUE(station.Prepare().ok());
   const std::string whole = station.Get("station/rigsetup.sqlite");
   std::mt19937 random(11);
@@ -262,30 +155,8 @@ TEST(RigDatabase, BrokenPagesAreAnErrorThatNamesTheFile) {
   EXPECT_GT(errors, 0);
 }
 
-TEST(RigDatabase, KilledWhileItIsMadeTheStoreIsWholeOrNotThere) {
-  Station station;
-  station.PutOld();
-  std::mt19937 random(5);
-  int whole = 0;
-  for (int round = 0; round < 40; ++round) {
-    std::filesystem::remove(station.database.file());
-    const pid_t child = fork();
-    if (child == 0) _exit(station.Prepare().ok() ? 0 : 1);
-    usleep(static_cast<useconds_t>(random() % 40'000));
-    kill(child, SIGKILL);
-    waitpid(child, nullptr, 0);
-    if (!std::filesystem::exists(station.database.file())) continue;
-    ++whole;
-    ASSERT_EQ(station.count(), 46U);
-    ASSERT_EQ(station.Query("PRAGMA integrity_check"), "ok");
-  }
-  ASSERT_TRUE(station.Prepare().ok());
-  EXPECT_EQ(station.count(), 46U);
-  RecordProperty("whole", whole);
-}
-
 TEST(RigDatabase, ABusyStoreIsLeftAlone) {
-  Station station;
+  RigStation station;
   ASSERT_TRUE(station.Prepare().ok());
   auto other = Sqlite::Open(station.database.file());
   ASSERT_TRUE(other->Run("BEGIN EXCLUSIVE").ok());
@@ -296,7 +167,7 @@ TEST(RigDatabase, ABusyStoreIsLeftAlone) {
 }
 
 TEST(RigDatabase, WithoutShippedDataTheStoreIsMadeAllTheSame) {
-  Station station;
+  RigStation station;
   std::filesystem::remove_all(station / "data");
   ASSERT_TRUE(station.Prepare().ok());
   EXPECT_TRUE(station.Noticed("no rig definitions"));

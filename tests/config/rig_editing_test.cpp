@@ -6,8 +6,8 @@
 #include "config/rig_database.h"
 #include "config/rig_fields.h"
 #include "config/sqlite.h"
+#include "fakes/system_files.h"
 #include "fakes/temporary_folder.h"
-#include "platform/posix/files.h"
 
 namespace kvx::config {
 namespace {
@@ -33,7 +33,7 @@ struct Store : TemporaryFolder {
     return row.ok() && *row ? statement->Text(0) : "none";
   }
 
-  platform::PosixFiles files;
+  SystemFiles files;
   RigDatabase database{*this / "rigsetup.sqlite"};
 };
 

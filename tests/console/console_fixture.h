@@ -9,9 +9,9 @@
 #include "core/hex_text.h"
 #include "core/text.h"
 #include "fakes/fake_serial_port.h"
+#include "fakes/system_files.h"
 #include "fakes/temporary_folder.h"
 #include "fakes/virtual_loop.h"
-#include "platform/posix/files.h"
 
 namespace kvx::console {
 
@@ -53,7 +53,7 @@ struct BenchOn {
   }
 
   TemporaryFolder folder;
-  platform::PosixFiles files;
+  SystemFiles files;
   VirtualLoop loop;
   Port port;
   FakeSerialPort keyer_port;

@@ -5,10 +5,10 @@
 
 #include "cat/cat_fixture.h"
 #include "config/rig_store.h"
+#include "fakes/system_files.h"
 #include "fakes/temporary_folder.h"
 #include "functions/function_keys.h"
 #include "functions/memory_channels.h"
-#include "platform/posix/files.h"
 
 namespace kvx::functions {
 
@@ -79,7 +79,7 @@ struct Bench {
   }
 
   TemporaryFolder folder;
-  platform::PosixFiles files;
+  SystemFiles files;
   cat::Station rig{Rig()};
   FunctionKeys functions{rig.loop, rig.console, rig.engine.operations, files, folder.path()};
   MemoryChannels memories{rig.console, rig.engine.operations, rig.engine.dispatcher, files, folder.path()};

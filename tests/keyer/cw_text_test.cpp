@@ -3,9 +3,9 @@
 #include <gtest/gtest.h>
 
 #include "core/text.h"
+#include "fakes/system_files.h"
 #include "fakes/temporary_folder.h"
 #include "keyer/cw_functions.h"
-#include "platform/posix/files.h"
 
 namespace kvx::keyer {
 namespace {
@@ -72,7 +72,7 @@ TEST(CwMacros, EveryMacroIsWrittenOutOrNothingIs) {
 
 TEST(CwFunctions, TextsAndTheirTitlesOutliveTheProgram) {
   TemporaryFolder folder;
-  platform::PosixFiles files;
+  SystemFiles files;
   CwFunctions functions(files, folder.path());
   ASSERT_TRUE(functions.Load().ok());
   EXPECT_EQ(functions.title(1), "CQ ");
@@ -97,7 +97,7 @@ TEST(CwFunctions, TextsAndTheirTitlesOutliveTheProgram) {
 
 TEST(CwFunctions, AFileOfAnotherHandIsTakenLineByLine) {
   TemporaryFolder folder;
-  platform::PosixFiles files;
+  SystemFiles files;
   folder.Put("KeyScreen.txt",
              "\xEF\xBB\xBF"
              "f2=TU TU\r\nF99=x\r\nNR=100000\r\nmycall=|\r\nrubbish\r\nCUTNR=True\r\nF4=");

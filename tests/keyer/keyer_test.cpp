@@ -5,9 +5,9 @@
 #include "core/text.h"
 #include "fakes/fake_cw_backend.h"
 #include "fakes/fake_serial_port.h"
+#include "fakes/system_files.h"
 #include "fakes/temporary_folder.h"
 #include "fakes/virtual_loop.h"
-#include "platform/posix/files.h"
 
 namespace kvx::keyer {
 namespace {
@@ -33,7 +33,7 @@ struct Bench {
   std::vector<std::string> TakeNotices() { return std::exchange(notices, {}); }
 
   TemporaryFolder folder;
-  platform::PosixFiles files;
+  SystemFiles files;
   VirtualLoop loop;
   Console console;
   FakeSerialPort rig_port;
@@ -146,7 +146,7 @@ struct WinkeyBench {
   }
 
   TemporaryFolder folder;
-  platform::PosixFiles files;
+  SystemFiles files;
   VirtualLoop loop;
   Console console;
   FakeSerialPort rig_port;

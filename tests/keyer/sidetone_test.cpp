@@ -7,10 +7,10 @@
 #include <numbers>
 
 #include "fakes/fake_sound_output.h"
+#include "fakes/system_files.h"
 #include "fakes/temporary_folder.h"
 #include "fakes/virtual_loop.h"
 #include "keyer/morse.h"
-#include "platform/posix/files.h"
 
 namespace kvx::keyer {
 namespace {
@@ -85,7 +85,7 @@ TEST(Sidetone, PitchAndVolumeAreThoseOfTheTone) {
 
 TEST(Sidetone, TheWaveFileIsWhatPlayersRead) {
   TemporaryFolder folder;
-  platform::PosixFiles files;
+  SystemFiles files;
   ASSERT_TRUE(KeepCwWave(files, folder.path(), {.hertz = 600, .volume = 100}).ok());
   const std::string file = folder.Get("cw.wav");
   const auto number = [&](std::size_t at, std::size_t size) {

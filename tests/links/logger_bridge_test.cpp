@@ -3,11 +3,11 @@
 #include <random>
 
 #include "cat/cat_fixture.h"
+#include "fakes/system_files.h"
 #include "fakes/temporary_folder.h"
 #include "keyer/keyer.h"
 #include "links/keyer_link.h"
 #include "links/logger_process.h"
-#include "platform/posix/files.h"
 
 namespace kvx::links {
 namespace {
@@ -351,7 +351,7 @@ struct KeyerBench {
   }
 
   TemporaryFolder folder;
-  platform::PosixFiles files;
+  SystemFiles files;
   cat::Station station{"TS-2000"};
   FakeSerialPort keyer_port;
   FakeSerialPort port;

@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "fakes/system_files.h"
 #include "fakes/temporary_folder.h"
-#include "platform/posix/files.h"
 
 namespace kvx::platform {
 namespace {
@@ -49,7 +49,7 @@ TEST(PortTable, ComplainsOnceForEachLineItCannotUseAndKeepsTheRest) {
 }
 
 TEST(PortTable, AMissingFileIsEmptyAndAnUnusableOneIsNamed) {
-  const PosixFiles files;
+  const SystemFiles files;
   const TemporaryFolder station;
   EXPECT_TRUE(ReadPortTable(files, station.path()).complaints.empty());
   station.Put("ports.ini", "COM1=/dev/a\n\0\0"s);
@@ -99,7 +99,7 @@ TEST(PortsFile, OnlyWhatCanBeOpenedIsTakenAsAnAddress) {
 
 TEST(PortsFile, AFileThatIsNoTextIsSetAsideBeforeOneIsBegun) {
   const TemporaryFolder folder;
-  PosixFiles files;
+  SystemFiles files;
   folder.Put("ports.ini", "\0\1\2binary\0"s);
   ASSERT_TRUE(WriteAddress(files, folder.path(), 2, "/dev/a").ok());
   EXPECT_EQ(folder.Get("ports.ini"), "COM2=/dev/a\n");

@@ -1,0 +1,99 @@
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+
+#include "fakes/file_size_limit.h"
+#include "fakes/temporary_folder.h"
+#include "platform/posix/files.h"
+
+namespace kvx::platform {
+namespace {
+
+using Stale = Files::Stale;
+
+struct Folder : TemporaryFolder {
+  mode_t Mode(const std::string& name) const {
+    struct stat file {};
+    return stat((*this / name).c_str(), &file) == 0 ? file.st_mode & 07777 : 0;
+  }
+  std::size_t count() const {
+    return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(path()), {}));
+  }
+};
+
+TEST(PosixFiles, AFileKeepsItsMode) {
+  PosixFiles files;
+  const Folder folder;
+  folder.Put("rig.ini", "old");
+  ASSERT_EQ(chmod((folder / "rig.ini").c_str(), 0640), 0);
+  ASSERT_TRUE(files.Write(folder / "rig.ini", "new").ok());
+  EXPECT_EQ(folder.Mode("rig.ini"), 0640U);
+}
+
+TEST(PosixFiles, ALockDiesWithItsHolder) {
+  PosixFiles files;
+  const Folder folder;
+  int ready[2];
+  ASSERT_EQ(pipe(ready), 0);
+  const pid_t child = fork();
+  if (child == 0) {
+    const auto held = files.BeginReplace(folder / "rig.ini", folder / "Rig.$$$", Stale::kTakeOver);
+    if (write(ready[1], held.ok() ? "y" : "n", 1) != 1) _exit(1);
+    while (true) pause();
+  }
+  char answer = 0;
+  ASSERT_EQ(read(ready[0], &answer, 1), 1);
+  ASSERT_EQ(answer, 'y');
+  const auto begin = [&] { return files.BeginReplace(folder / "rig.ini", folder / "Rig.$$$", Stale::kTakeOver); };
+  EXPECT_EQ(begin().error().code, ErrorCode::kBusy);
+  kill(child, SIGKILL);
+  waitpid(child, nullptr, 0);
+  EXPECT_TRUE(begin().ok());
+  close(ready[0]);
+  close(ready[1]);
+}
+
+TEST(PosixFiles, FollowsALinkAndReplacesWhatItLeadsTo) {
+  PosixFiles files;
+  const Folder folder;
+  folder.Put("elsewhere/real.ini", "old");
+  std::filesystem::create_symlink("elsewhere/real.ini", folder / "rig.ini");
+  auto replacement = files.BeginReplace(folder / "rig.ini", folder / "Rig.$$$", Stale::kTakeOver);
+  ASSERT_TRUE(replacement.value()->Commit("new").ok());
+  EXPECT_TRUE(std::filesystem::is_symlink(folder / "rig.ini"));
+  EXPECT_EQ(folder.Get("elsewhere/real.ini"), "new");
+  ASSERT_TRUE(files.Write(folder / "rig.ini", "newer").ok());
+  EXPECT_EQ(folder.Get("elsewhere/real.ini"), "newer");
+  EXPECT_EQ(folder.count(), 2U);
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder / "elsewhere"), {}), 1);
+}
+
+TEST(PosixFiles, OnAFullDiskTheOldFileStaysAndIsNamed) {
+  PosixFiles files;
+  const Folder folder;
+  folder.Put("rig.ini", "old");
+  Status status = Ok();
+  {
+    const FileSizeLimit limit(10'000);
+    status = files.Write(folder / "rig.ini", std::string(50'000, 'x'));
+  }
+  ASSERT_FALSE(status.ok());
+  EXPECT_NE(status.error().message.find((folder / "rig.ini").string()), std::string::npos);
+  EXPECT_NE(status.error().message.find("File too large"), std::string::npos);
+  EXPECT_EQ(folder.Get("rig.ini"), "old");
+  EXPECT_EQ(folder.count(), 1U);
+}
+
+TEST(PosixFiles, ReadsOrdinaryFilesOnly) {
+  PosixFiles files;
+  const Folder folder;
+  ASSERT_EQ(mkfifo((folder / "pipe").c_str(), 0600), 0);
+  EXPECT_EQ(files.Read(folder / "pipe", 10).error().code, ErrorCode::kInvalid);
+  EXPECT_EQ(files.Read("/dev/zero", 10).error().code, ErrorCode::kInvalid);
+}
+
+}  // namespace
+}  // namespace kvx::platform
