@@ -51,7 +51,7 @@ TEST(AngleOf, TurnsClockwiseAsTheReadoutFallsAndGoesRound) {
   EXPECT_EQ(AngleOf(5503), 0);
   EXPECT_EQ(AngleOf(5504), 350);
   EXPECT_EQ(AngleOf(5500 - kKnobSteps), 30);
-  for (const std::int64_t readout : {-1'000'000'000'000'000L, -1L, 0L, 1'000'000'000'000'000L}) {
+  for (const std::int64_t readout : {-1'000'000'000'000'000LL, -1LL, 0LL, 1'000'000'000'000'000LL}) {
     EXPECT_GE(AngleOf(readout), 0) << readout;
     EXPECT_LT(AngleOf(readout), 360) << readout;
     EXPECT_EQ(AngleOf(readout), AngleOf(readout + kKnobSteps)) << readout;
