@@ -3,10 +3,10 @@
 #include "accessories/accessories.h"
 #include "fakes/fake_parallel_port.h"
 #include "fakes/fake_serial_port.h"
+#include "fakes/system_files.h"
 #include "fakes/temporary_folder.h"
 #include "fakes/virtual_loop.h"
 #include "platform/parallel_lines.h"
-#include "platform/posix/files.h"
 
 namespace kvx::accessories {
 namespace {
@@ -47,7 +47,7 @@ class AntennaTest : public testing::Test {
   VirtualLoop loop;
   Console console;
   TemporaryFolder folder;
-  platform::PosixFiles files;
+  SystemFiles files;
   FakeSerialPort rotator;
   FakeParallelPort::Record lpt[3];
   platform::ParallelLines lines{loop,
