@@ -18,7 +18,7 @@ TEST(FunctionStore, AQuoteInANameFindsNothingAndRunsNothing) {
   EXPECT_EQ(bench.Query("SELECT count(*) FROM rigfn"), "1");
 }
 
-TEST(FunctionStore, FindSeesWhatOthersWriteAndAnotherFileUnderItsName) {
+TEST(FunctionStore, FindSeesWhatOthersWrite) {
   Bench bench;
   auto& store = bench.functions.store;
   EXPECT_FALSE(store.Find("T-1", "14025.00")->has_value());
@@ -26,8 +26,6 @@ TEST(FunctionStore, FindSeesWhatOthersWriteAndAnotherFileUnderItsName) {
   EXPECT_EQ((*store.Find("t-1", "14025.00"))->scan, "Y");
   bench.Sql("UPDATE rigfn SET Scan = 'n'");
   EXPECT_EQ((*store.Find("T-1", "14025.00"))->scan, "n");
-  MakeStore(bench.folder / "rigsetup.sqlite", bench.files);
-  EXPECT_FALSE(store.Find("T-1", "14025.00")->has_value());
 }
 
 TEST(FunctionStore, RowsOfAListAreChangedAndDeletedOnlyWhileTheyAreThere) {

@@ -8,6 +8,22 @@
 namespace kvx::functions {
 namespace {
 
+TEST(FunctionStore, FindSeesAnotherFileUnderItsName) {
+  Bench bench;
+  auto& store = bench.functions.store;
+  bench.Row("14025.00");
+  EXPECT_TRUE(store.Find("T-1", "14025.00")->has_value());
+  MakeStore(bench.folder / "rigsetup.sqlite", bench.files);
+  EXPECT_FALSE(store.Find("T-1", "14025.00")->has_value());
+}
+
+TEST(FunctionExchange, OfTwoFilesThatDifferByCaseNoneIsImported) {
+  Bench bench;
+  for (const char* name : {"RigFunctions.CSV", "RigFunctions.csv"}) bench.folder.Put(name, "");
+  bench.functions.exchange.Import();
+  EXPECT_NE(bench.shown.back().find("keep one"), std::string::npos);
+}
+
 /// Runs `work` in a process of its own.
 template <class Work>
 pid_t Fork(const Work& work) {
