@@ -109,7 +109,7 @@ class FakeGuard final : public platform::ReleaseGuard {
 TEST(TransmitSafety, TheGuardHoldsTheReleaseForAsLongAsTheRigIsKeyed) {
   TemporaryFolder folder;
   folder.Put("rig.ini", RigIni("TS-2000"));
-  platform::PosixFiles files;
+  SystemFiles files;
   VirtualLoop loop;
   FakeSerialPort port;
   FakeGuard guard;
