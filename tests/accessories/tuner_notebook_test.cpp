@@ -5,9 +5,9 @@
 #include "accessories/tuner_exchange.h"
 #include "config/sqlite.h"
 #include "core/text.h"
+#include "fakes/system_files.h"
 #include "fakes/temporary_folder.h"
 #include "fakes/virtual_loop.h"
-#include "platform/posix/files.h"
 
 namespace kvx::accessories {
 namespace {
@@ -73,7 +73,7 @@ struct Bench {
   }
 
   TemporaryFolder folder;
-  platform::PosixFiles files;
+  SystemFiles files;
   VirtualLoop loop;
   Console console;
   std::vector<std::string> notices;
