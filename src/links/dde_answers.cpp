@@ -4,6 +4,7 @@
 #include <array>
 
 #include "core/text.h"
+#include "core/tunable.h"
 
 namespace kvx::links {
 namespace {
@@ -63,9 +64,8 @@ std::string_view NumberAt(std::string_view text) {
 
 std::optional<Frequency> FrequencyAt(std::string_view text) {
   auto frequency = ParseKhz(NumberAt(text));
-  if (!frequency || frequency->decihertz <= 0) return std::nullopt;
-  if (*frequency >= kFirstInHertz) frequency->decihertz /= kThousand;
-  return frequency;
+  if (frequency && *frequency >= kFirstInHertz) frequency->decihertz /= kThousand;
+  return frequency && IsTunable(*frequency) ? frequency : std::nullopt;
 }
 
 }  // namespace

@@ -6,13 +6,13 @@
 #include <tuple>
 
 #include "core/text.h"
+#include "core/tunable.h"
 
 namespace kvx::links {
 namespace {
 
 constexpr std::string_view kFrequencyPlace = "<FREQ11>";
 constexpr int kFrequencyDigits = 11;
-constexpr std::int64_t kFewestHertz = 30'000;  // no rig goes lower: digits have been lost
 constexpr std::int64_t kMostHertz = 99'999'999'999;
 constexpr std::string_view kStatus = "IF<FREQ11>0001+0000000000030000000;";
 
@@ -40,8 +40,8 @@ std::optional<Frequency> SetFrequency(std::string_view command, std::string_view
   if (at == std::string_view::npos) return std::nullopt;
   const std::string_view digits = command.substr(at + letters.size(), command.size() - at - letters.size() - 1);
   if (!AllDigits(digits) || digits.size() > kFrequencyDigits) return std::nullopt;
-  const auto hertz = ParseNumber(digits, kFewestHertz, kMostHertz);
-  return hertz ? std::optional(Frequency::FromHz(*hertz)) : std::nullopt;
+  const auto hertz = ParseNumber(digits, 0, kMostHertz);
+  return hertz && IsTunable(Frequency::FromHz(*hertz)) ? std::optional(Frequency::FromHz(*hertz)) : std::nullopt;
 }
 
 /// One command, with its ";"; nothing when it is none.

@@ -158,7 +158,7 @@ TEST(DdeServer, AnExecuteSetsModeAndFrequency) {
 TEST(DdeServer, WhatIsNotUnderstoodIsRefusedAndDoesNothing) {
   Bench bench;
   for (const char* command : {"", "MODE", "MODE ", "MODE XYZ", "MODE USBX", "FREQ", "FREQ x", "FREQ .", "FREQ 0",
-                              "FREQ -14000", "14030", "HELLO"}) {
+                              "FREQ 14.038", "FREQ 29.99", "FREQ 99999999999", "FREQ -14000", "14030", "HELLO"}) {
     EXPECT_FALSE(bench.Execute(command)) << command;
   }
   EXPECT_FALSE(bench.Poke("HRD_HERTZ", ""));
