@@ -97,7 +97,7 @@ const std::vector<KeptSetting>& FixedSettings() {
       {kLinks, kLogger, "N1MMEXE=", "N1MM Exe Name", "The logger's program: whether it runs is told", kText, 0, 0, nullptr, 0, "N1MMLogger.net.exe"},
       {kLinks, kNet, "NETSERVER=", "Serve programs over the network", "Programs that can use hamlib's NET rigctl reach the rig through this console", kFlag},
       {kLinks, kNet, "NETPORT=", "TCP port", "Where it listens; 4532 is what programs try first", kNumber, 1, 65535, nullptr, 0, "4532"},
-      {kLinks, kNet, "NETADDRESS=", "Address", "127.0.0.1: programs on this computer alone; 0.0.0.0: everybody who can reach this computer", kText, 0, 0, nullptr, 0, "127.0.0.1"},
+      {kLinks, kNet, "NETADDRESS=", "Address", "127.0.0.1: programs on this computer alone; 0.0.0.0: everybody who can reach this computer", kAddress, 0, 0, nullptr, 0, "127.0.0.1"},
       {kLinks, kNet, "NETWRITE=", "Other computers may operate the rig", "Where the address lets other computers in: without this they can only read", kFlag},
       {kLinks, kDde, "DDESERVER=", "Serve programs by DDE", "Programs written for HRD's DDE server find this console. On Linux by Wine; without a choice where Wine has been used", kFlag},
       {kLinks, kCluster, "HOSTNAME=", "Host", "Name or address of the cluster", kText},
@@ -188,6 +188,20 @@ Result<std::string> Text(const KeptSetting& setting, std::string_view value) {
   return std::string(value);
 }
 
+bool IsAddress(std::string_view text) {
+  constexpr std::string_view kHexAndColons = "0123456789abcdefABCDEF:.";
+  if (std::count(text.begin(), text.end(), ':') >= 2)  // the system says what of it is wrong, if anything
+    return text.find_first_not_of(kHexAndColons) == std::string_view::npos;
+  const std::vector<std::string> parts = Split(text, '.');
+  return parts.size() == 4 &&
+         std::all_of(parts.begin(), parts.end(), [](const std::string& part) { return ParseNumber(part, 0, kByte); });
+}
+
+Result<std::string> Address(const KeptSetting& setting, std::string_view value) {
+  if (value.empty() || EqualNoCase(value, "localhost") || IsAddress(value)) return std::string(value);
+  return Wrong(setting, "is a numeric address such as 127.0.0.1 or ::1");
+}
+
 }  // namespace
 
 bool KeptSetting::is_bounded() const {
@@ -234,7 +248,7 @@ std::string ShownValue(const KeptSetting& setting, const Settings& stored) {
   if (setting.is_switch()) return SwitchWord(setting, IsOn(setting, stored));
   const int chosen = setting.kind == kWord ? ChoiceOf(setting, value) : -1;
   if (chosen >= 0) return setting.choices->at(static_cast<std::size_t>(chosen));
-  if (!value.empty() || setting.kind == kText) return value;
+  if (!value.empty() || setting.kind == kText || setting.kind == kAddress) return value;
   return setting.kind == kChoice ? setting.choices->front() : "0";
 }
 
@@ -251,6 +265,8 @@ Result<std::string> ValueForFile(const KeptSetting& setting, std::string_view va
     case kChoice:
     case kWord:
       return Choice(setting, value);
+    case kAddress:
+      return Address(setting, value);
     case kText:
       break;
   }

@@ -22,6 +22,7 @@ enum class SettingKind {
   kChoice,  ///< one word of choices
   kWord,    ///< one word of choices, in the file its place among them: 0 is the first
   kText,
+  kAddress,  ///< a numeric network address, or "localhost"
 };
 
 /// One line of rig.ini that belongs to the keyer or to the links to other programs.

@@ -108,7 +108,8 @@ void SetupKeyRows::AddChoice(const KeptSetting& setting) {
 
 void SetupKeyRows::AddLine(const KeptSetting& setting) {
   auto* line = new QLineEdit;
-  if (setting.kind != config::SettingKind::kText) line->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+  const bool text = setting.kind == config::SettingKind::kText || setting.kind == config::SettingKind::kAddress;
+  if (!text) line->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
   connect(line, &QLineEdit::editingFinished, this, [this, line, &setting] {
     if (!line->isModified()) return;
     line->setModified(false);  // it is finished twice: by Enter, and when the focus goes on
