@@ -86,6 +86,28 @@ SendOutcome Dispatcher::SendData(std::string_view key_or_command) {
   return outcome;
 }
 
+SendOutcome Dispatcher::SendTogether(const std::vector<std::string>& keys_or_commands) {
+  if (!link_.is_open()) return SendOutcome::kClosed;
+  std::vector<std::string> commands;
+  std::size_t bytes = 0;
+  for (const std::string& each : keys_or_commands) {
+    const CommandKey* key = FindKey(each);
+    std::string command = key == nullptr ? each : TemplateOf(*key);
+    if (command.empty()) return SendOutcome::kNoTemplate;
+    if (command.find(kValuePlaceholder) != std::string::npos) {
+      const SendOutcome filled = FillValue(command, button_values_[Upper(each)]);
+      if (filled != SendOutcome::kSent) return filled;
+    }
+    command = FillIn(std::move(command));
+    if (command.empty()) return SendOutcome::kRefused;
+    bytes += Encode(command).size();
+    commands.push_back(std::move(command));
+  }
+  if (!link_.HasRoomFor(bytes)) return Refuse(kLineBusy);
+  for (std::string& command : commands) SendCommand(std::move(command));
+  return SendOutcome::kSent;
+}
+
 SendOutcome Dispatcher::FillValue(std::string& command, const std::string& value) {
   if (value.empty()) {
     console_.MsgArea.Set(std::string(kValueNotSet));

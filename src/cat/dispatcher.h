@@ -33,6 +33,8 @@ class Dispatcher {
 
   /// `key_or_command`: a logical key in any case ("XVFOA", "ALC"), or a literal command.
   SendOutcome SendData(std::string_view key_or_command);
+  /// Sends keys or literal commands that belong together: all of them, in their order, or none.
+  SendOutcome SendTogether(const std::vector<std::string>& keys_or_commands);
   /// Whether the loaded row has something to send for the key.
   bool Has(std::string_view key) const;
   /// The template of a key, uncut; empty without one.

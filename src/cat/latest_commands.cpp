@@ -17,7 +17,7 @@ TimePoint LatestCommands::NextTurn() const {
 }
 
 SendOutcome LatestCommands::SendLatest(const std::string& name, Send send) {
-  if (waiting_.empty() && NextTurn() <= loop_.Now()) return send();
+  if (waiting_.empty() && !held() && NextTurn() <= loop_.Now()) return send();
   const auto same =
       std::find_if(waiting_.begin(), waiting_.end(), [&](const Waiting& waiting) { return waiting.name == name; });
   if (same != waiting_.end()) {
@@ -27,6 +27,10 @@ SendOutcome LatestCommands::SendLatest(const std::string& name, Send send) {
   }
   if (timer_ == 0) Wait(NextTurn());
   return SendOutcome::kSent;
+}
+
+void LatestCommands::Resume() {
+  if (!waiting_.empty() && timer_ == 0) Wait(std::max(NextTurn(), loop_.Now()));
 }
 
 void LatestCommands::Forget() {
@@ -54,7 +58,7 @@ void LatestCommands::Wait(TimePoint turn) {
 }
 
 void LatestCommands::TakeTurn() {
-  if (waiting_.empty()) return;
+  if (waiting_.empty() || held()) return;
   if (NextTurn() > loop_.Now()) return Wait(NextTurn());
   SendFirst();
   if (!waiting_.empty() && timer_ == 0) Wait(std::max(NextTurn(), loop_.Now()));

@@ -26,6 +26,9 @@ class LatestCommands {
   SendOutcome SendLatest(const std::string& name, Send send);
   /// Sends all that waits now, in its order: before something is chosen that it was not meant for.
   void Flush();
+  /// While it says no, nothing goes out by itself; unset: it may always. Resume tells that it may say yes again.
+  std::function<bool()> may_send;
+  void Resume();
   /// A command that had waited was not sent after all.
   std::function<void(SendOutcome outcome)> on_not_sent;
   /// Nothing that waits is sent any more.
@@ -37,6 +40,7 @@ class LatestCommands {
     Send send;
   };
 
+  bool held() const { return may_send && !may_send(); }
   TimePoint NextTurn() const;
   void Wait(TimePoint turn);
   void TakeTurn();

@@ -103,15 +103,21 @@ SendOutcome Operations::ChooseVfo(char vfo, std::string_view select, std::string
   console_.ActiveVfo.Set(vfo);
   vfo_.Expect(vfo, SettledAt());
   frequency_ = {};  // what was set on the other VFO is not what this one will tell
-  ShowSplitEnded(select);
+  ShowSplitEnded();
   const SendOutcome outcome = toggles && chosen_already ? SendOutcome::kSent : dispatcher_.SendData(select);
   dispatcher_.SendData(read);
   return outcome;
 }
 
-/// A VFO command that also sets the transmit VFO ("FR0;FT0;") ends split: its button's lamp goes out.
-void Operations::ShowSplitEnded(std::string_view select) {
-  if (dispatcher_.TemplateOf(*FindKey(select)).find("FT") == std::string::npos) return;
+// "FR0;FT0;"; Orion: "*KVANA", main receiver A, sub receiver none, transmitter A
+bool Operations::ChoosingEndsSplit() const {
+  const std::string& select = rig_.row["VFOA"];
+  return select.find("FT") != std::string::npos || select.starts_with("*KV");
+}
+
+/// Its button's lamp goes out.
+void Operations::ShowSplitEnded() {
+  if (!ChoosingEndsSplit()) return;
   for (std::size_t i = 0; i < console_.FunctionState.size(); ++i) {
     const std::string number = std::to_string(i + 1);
     const std::string name = Upper(rig_.row["F" + number + "Desc"] + " " + rig_.captions[i]);

@@ -53,6 +53,8 @@ class Operations {
   /// Sets the narrow box; a mode in use that has both widths is sent again.
   SendOutcome SetNarrow(bool narrow);
 
+  /// Whether the rig transmits on the VFO that it is told to choose, so that choosing one ends split.
+  bool ChoosingEndsSplit() const;
   SendOutcome VFOA_Click();
   SendOutcome VFOB_Click();
 
@@ -98,7 +100,7 @@ class Operations {
   TimePoint SettledAt() const;
   void FollowMode(const std::string& caption);
   void FollowVfo(char vfo);
-  void ShowSplitEnded(std::string_view select);
+  void ShowSplitEnded();
   void FollowSlider(std::size_t index, int value);
   void KeepVfoFrequency(char vfo, Frequency rig_frequency);
 

@@ -52,6 +52,19 @@ int SMeterFullScale(const config::RigDefinition& rig) {
   return rig.five_byte() ? kFiveByteFullScale : row == nullptr ? kFiveByteFullScale : row->s_meter_full_scale;
 }
 
+bool NarrowCwIsReverse(const config::RigDefinition& rig) {
+  struct Row {
+    std::string_view family;
+    std::string_view command;
+  };
+  static constexpr std::array kReverse{Row{"KENWOOD", "MD7;"}, Row{"YAESU", "MD07;"}, Row{"YAESU", "0300000007"},
+                                       Row{"ICOM", "E00607"}, Row{"TEN-TEC", "*RMM3"}};
+  const std::string& narrow = rig.row["CWn"];
+  return std::any_of(kReverse.begin(), kReverse.end(), [&](const Row& row) {
+    return rig.family == row.family && narrow.find(row.command) != std::string::npos;
+  });
+}
+
 int CycleCharacters(const config::RigDefinition& rig) {
   const Family* row = FindFamily(rig.family);
   return row == nullptr ? kFamilies.back().cycle_characters : row->cycle_characters;

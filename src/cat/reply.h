@@ -69,6 +69,8 @@ void ParseTenTec(std::string& buffer, ParseContext& context, std::vector<Reply>&
 
 /// What the S-meter of the rig says at S9+60, and how many characters one of its poll cycles costs on the line.
 int SMeterFullScale(const config::RigDefinition& rig);
+/// Whether the rig's command for narrow CW sets CW reverse instead, with which such rigs fill that field.
+bool NarrowCwIsReverse(const config::RigDefinition& rig);
 int CycleCharacters(const config::RigDefinition& rig);
 
 /// The parser of a family (upper case), null for a family that is not parsed.

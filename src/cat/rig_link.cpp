@@ -139,11 +139,14 @@ void RigLink::Lost(const std::string& why) {
 }
 
 bool RigLink::WriteRigPort(std::string_view bytes) {
-  if (!is_open() || bytes.empty()) return false;
-  const bool behind = TimeOf(port_.bytes_unsent()) > kMostBehind || line_free_at_ > loop_.Now() + kMostBehind;
-  if (behind) return false;
+  if (!is_open() || bytes.empty() || !HasRoomFor(0)) return false;
   Put(bytes);
   return true;
+}
+
+bool RigLink::HasRoomFor(std::size_t bytes) const {
+  const Duration all = TimeOf(port_.bytes_unsent() + bytes);
+  return all <= kMostBehind && line_free_at_ + TimeOf(bytes) <= loop_.Now() + kMostBehind;
 }
 
 bool RigLink::WriteUrgently(std::string_view bytes, const std::string* resynchronise) {

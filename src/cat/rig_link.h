@@ -34,6 +34,8 @@ class RigLink {
   /// Writes a finished command; skipped while the port is closed or the line is so far behind that the command could
   /// not arrive within a second. True when it was written.
   bool WriteRigPort(std::string_view bytes);
+  /// Whether so many bytes would be written now, all of them.
+  bool HasRoomFor(std::size_t bytes) const;
   /// Writes what must not wait, a release of the transmitter. What is queued before it is dropped when the rig can find
   /// the beginning of a command again after `resynchronise`; null: it cannot. True when it was written.
   bool WriteUrgently(std::string_view bytes, const std::string* resynchronise);

@@ -53,6 +53,16 @@ std::array<std::string, kSliders> SliderDescriptions(std::string_view text) {
   return descriptions;
 }
 
+int SplitFunction(const RigRow& row) {
+  for (int i = 1; i <= kFunctions; ++i) {
+    const std::string number = std::to_string(i);
+    const std::string name = Upper(row["F" + number + "Desc"]);
+    const bool two_states = row["Function" + number].find('/') != std::string::npos;
+    if (two_states && (name.find("SPLIT") != std::string::npos || name.find("SPLT") != std::string::npos)) return i;
+  }
+  return 0;
+}
+
 }  // namespace
 
 SliderBounds ReadBounds(std::string_view set_field) {
@@ -81,6 +91,7 @@ RigDefinition LoadDefinition(RigRow row) {
     rig.memo5_first = memo5.substr(0, slash);
     rig.memo5_second = memo5.substr(slash + 1);
   }
+  rig.split_function = SplitFunction(row);
   rig.row = std::move(row);
   return rig;
 }

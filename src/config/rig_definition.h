@@ -31,6 +31,7 @@ struct RigDefinition {
   std::array<std::string, kSliders> slider_captions;      ///< from SSScan
   std::array<std::string, kSliders> slider_descriptions;  ///< from MEMO3
   std::array<SliderBounds, kSliders> slider_bounds;
+  int split_function = 0;    ///< 1 to 9: the function that switches split on and, pressed again, off; 0: none
   int cw_full_scale = 255;   ///< MEMO4's maximum; 254 for the family ICOM
   std::string memo5_first;   ///< VFO-to-memory command
   std::string memo5_second;  ///< command that sets the frequency of VFO B
