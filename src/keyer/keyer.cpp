@@ -13,7 +13,8 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr Duration kSpeedSettled = 2s;  // then it is kept
+constexpr Duration kSpeedSettled = 2s;         // then it is kept
+constexpr Duration kLongestForProgram = 5min;  // a program may hang
 
 Error Closed(const std::string& why) {
   return {ErrorCode::kClosed, why};
@@ -216,29 +217,40 @@ Status Keyer::MayType() const {
   return Ok();
 }
 
-Result<CwTaken> Keyer::Take(std::string_view text) {
+Status Keyer::MaySend(cat::Party party, Duration length) const {
+  if (party == cat::kOperator) return Ok();
+  const bool others = sender_.sending() && sends_for_ != party;
+  if (*console_.Tune || tuner_.is_wished() || others) return Error{ErrorCode::kBusy, "The keyer is in use"};
+  if (sender_.left() + length > kLongestForProgram) return Error{ErrorCode::kBusy, "The text is too long"};
+  return Ok();
+}
+
+Result<CwTaken> Keyer::Take(std::string_view text, cat::Party party) {
   if (const Status may = MayType(); !may) return may.error();
   const CwText parsed = ParseCwText(text);
   CwTaken taken{.characters = static_cast<int>(parsed.symbols.size()), .left_out = parsed.complaint()};
   for (const std::string& symbol : parsed.symbols) taken.length += MorseLength(symbol, *console_.CWSpeed);
+  if (const Status may = MaySend(party, taken.length); !may) return may.error();
+  if (sends_for_ != party && sender_.sending()) sender_.Abort();
+  sends_for_ = party;
   tuner_.Stop();
   if (const Status typed = sender_.Type(parsed.symbols); !typed) return typed.error();
   return taken;
 }
 
-Result<CwTaken> Keyer::Send(std::string_view text) {
+Result<CwTaken> Keyer::Send(std::string_view text, cat::Party party) {
   MacroValues values = functions.values();
   values.frequency = *console_.FreqDisp;
   const Result<MacroText> expanded = ExpandMacros(text, values);
   if (!expanded) return expanded.error();
-  Result<CwTaken> taken = Take(expanded->text);
+  Result<CwTaken> taken = Take(expanded->text, party);
   if (!taken) return taken;
   if (const Status counted = functions.SetNumber(expanded->next_number); !counted) Notice(counted.error().message);
   return taken;
 }
 
 Result<CwTaken> Keyer::Type(std::string_view text) {
-  Result<CwTaken> taken = Take(text);
+  Result<CwTaken> taken = Take(text, cat::kOperator);
   if (taken && !taken->left_out.empty()) Notice(taken->left_out);
   return taken;
 }
@@ -266,6 +278,10 @@ void Keyer::SendChar1(int code) {
   }
   if (code < 0 || code > 0x7F) return Notice("SendChar1 has no code " + std::to_string(code));
   if (const auto typed = Type(std::string(1, static_cast<char>(code))); !typed) Notice(typed.error().message);
+}
+
+void Keyer::StopFor(cat::Party party) {
+  if (sends_for_ == party && sender_.sending()) sender_.Abort();
 }
 
 /// Also what the keyer may have from elsewhere.

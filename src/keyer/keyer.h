@@ -77,8 +77,11 @@ class Keyer final {
   /// Tells a WinKeyer that its host goes, waits until it has heard, and closes.
   Task Finish();
 
-  /// Sends a text with its macros written out; all of it or nothing is taken.
-  Result<CwTaken> Send(std::string_view text);
+  /// Sends a text with its macros written out; all of it or nothing is taken. The operator's ends what a program sends.
+  /// For a program: kBusy while somebody else sends or tunes, or when it would go on for more than five minutes.
+  Result<CwTaken> Send(std::string_view text, cat::Party party = cat::kOperator);
+  /// Stops what that program sends; nobody else's.
+  void StopFor(cat::Party party);
   /// Sends what is being typed as it is.
   Result<CwTaken> Type(std::string_view text);
   /// Sends the message of function 1 to 12.
@@ -119,7 +122,8 @@ class Keyer final {
   std::unique_ptr<CwBackend> MakeSoftwareKeyer();
   void Replace();
   Status MayType() const;
-  Result<CwTaken> Take(std::string_view text);
+  Result<CwTaken> Take(std::string_view text, cat::Party party);
+  Status MaySend(cat::Party party, Duration length) const;
   void Follow(Field field);
   void Ready();
   void Gone();
@@ -138,9 +142,10 @@ class Keyer final {
   CwSender sender_;
   Tuner tuner_;
   std::unique_ptr<WinKeyer> winkeyer_;
-  std::unique_ptr<CwBackend> made_;     ///< a keyer of another kind
-  std::unique_ptr<CwBackend> retired_;  ///< the one before: the change may come from one of its own events
-  CwBackend* backend_ = nullptr;        ///< the one in use
+  std::unique_ptr<CwBackend> made_;        ///< a keyer of another kind
+  std::unique_ptr<CwBackend> retired_;     ///< the one before: the change may come from one of its own events
+  CwBackend* backend_ = nullptr;           ///< the one in use
+  cat::Party sends_for_ = cat::kOperator;  ///< while it sends
   bool failed_ = false;
   bool replacing_ = false;
   bool stopping_ = false;

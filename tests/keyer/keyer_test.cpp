@@ -313,6 +313,32 @@ TEST(Keyer, AStoredTextWithAMissingValueIsNotSentAndTheNumberCountsOnlyWhatIs) {
   EXPECT_EQ(bench.backend().keyed, "DL1ABC 001");
 }
 
+TEST(Keyer, AProgramSendsWhileNobodyElseDoesAndStopsItsOwnAlone) {
+  Bench bench;
+  const cat::Party program = bench.engine.transmission.NewParty();
+  const cat::Party other = bench.engine.transmission.NewParty();
+  const auto refused = [&](cat::Party party, std::string_view text) {
+    const auto taken = bench.keyer.Send(text, party);
+    return !taken && taken.error().code == ErrorCode::kBusy;
+  };
+  EXPECT_TRUE(bench.keyer.Send("EEE", program).ok());
+  EXPECT_TRUE(refused(other, "T"));
+  bench.keyer.StopFor(other);
+  EXPECT_TRUE(bench.keyer.sender().sending());
+  bench.keyer.StopFor(program);
+  EXPECT_FALSE(bench.keyer.sender().sending());
+  EXPECT_TRUE(bench.keyer.Send("EEE", program).ok());
+  EXPECT_TRUE(bench.keyer.Send("TT").ok());  // the operator's goes first
+  EXPECT_TRUE(refused(program, "E"));
+  bench.keyer.StopFor(program);
+  bench.loop.RunFor(60s);
+  EXPECT_TRUE(bench.backend().keyed.ends_with("TT")) << bench.backend().keyed;
+  EXPECT_TRUE(refused(program, std::string(3000, '0')));
+  bench.keyer.TuneIt();
+  EXPECT_TRUE(refused(program, "E"));
+  EXPECT_TRUE(bench.backend().key);
+}
+
 TEST(Keyer, AfterTheEndHasBegunNothingIsTaken) {
   Bench bench;
   EXPECT_TRUE(bench.keyer.Send("TEST").ok());
