@@ -9,6 +9,7 @@ namespace kvx::platform {
 namespace {
 
 constexpr qint64 kMostWaiting = 16 << 10;  // the rest waits in the system and then with the sender
+constexpr int kSilence = 4;                // seconds; a client that has keyed the transmitter may have lost its network
 
 }  // namespace
 
@@ -18,7 +19,7 @@ QtTcpConnection::QtTcpConnection(QTcpSocket* socket)
       }) {
   socket_->setParent(nullptr);
   socket_->setReadBufferSize(kMostWaiting);
-  WatchPeer(*socket_);
+  WatchPeer(*socket_, kSilence);
   // At once, not from the event loop: a client that has sent its command and its end together gets its answer.
   QObject::connect(socket_, &QTcpSocket::readyRead, socket_, [this] { Ready(); });
   QObject::connect(socket_, &QTcpSocket::bytesWritten, socket_, [this] { Ready(); });

@@ -16,6 +16,7 @@ using namespace std::chrono_literals;
 constexpr qint64 kMostWaiting = 1 << 20;
 constexpr std::size_t kMostUnsent = 64 << 10;
 constexpr std::chrono::milliseconds kConnectLimit = 10s;
+constexpr int kSilence = 24;  // seconds
 
 struct Server {
   std::string host;
@@ -77,7 +78,7 @@ Status TcpPort::Open(const PortSettings& /*settings*/) {
 
 void TcpPort::Connected() {
   limit_.stop();
-  WatchPeer(*socket_);
+  WatchPeer(*socket_, kSilence);
   opened_.Request();
 }
 

@@ -5,20 +5,28 @@
 #include <sys/socket.h>
 
 #include <QTcpSocket>
+#include <algorithm>
 
 namespace kvx::platform {
+namespace {
 
-void WatchPeer(QTcpSocket& socket) {
+constexpr int kProbes = 3;
+constexpr int kMilliseconds = 1000;
+
+}  // namespace
+
+void WatchPeer(QTcpSocket& socket, int seconds) {
   socket.setSocketOption(QAbstractSocket::LowDelayOption, 1);
   socket.setSocketOption(QAbstractSocket::KeepAliveOption, 1);
   const int descriptor = static_cast<int>(socket.socketDescriptor());
   const auto set = [descriptor](int option, int value) {
     ::setsockopt(descriptor, IPPROTO_TCP, option, &value, sizeof value);
   };
-  set(TCP_KEEPIDLE, 10);
-  set(TCP_KEEPINTVL, 5);
-  set(TCP_KEEPCNT, 3);
-  set(TCP_USER_TIMEOUT, 25'000);
+  const int interval = std::max(1, seconds / (kProbes + 1));
+  set(TCP_KEEPIDLE, interval);
+  set(TCP_KEEPINTVL, interval);
+  set(TCP_KEEPCNT, kProbes);
+  set(TCP_USER_TIMEOUT, seconds * kMilliseconds);
 }
 
 }  // namespace kvx::platform
