@@ -383,12 +383,12 @@ void Station::ConnectAccessories() {
 void Station::StartNetServer(platform::TcpServer& server) {
   net = std::make_unique<links::NetServer>(loop_, console, engine, server);
   net->on_notice = [this](const std::string& line) { Notice(line); };
-  net->rig.send_morse = [this](std::string_view text) -> Status {
-    const auto taken = keyer.Send(text);
+  net->rig.send_morse = [this](cat::Party party, std::string_view text) -> Status {
+    const auto taken = keyer.Send(text, party);
     if (!taken) return taken.error();
     return Ok();
   };
-  net->rig.stop_morse = [this] { keyer.Escape(); };
+  net->rig.stop_morse = [this](cat::Party party) { keyer.StopFor(party); };
   net->rig.set_key_speed = [this](int wpm) { return keyer.SetSpeed(wpm); };
 }
 

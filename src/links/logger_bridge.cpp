@@ -24,7 +24,7 @@ LoggerBridge::LoggerBridge(Loop& loop, Console& console, cat::Engine& engine, pl
       engine_(engine),
       port_(port),
       rig_(console, engine),
-      waiting_(loop, engine),
+      waiting_(loop, console, engine),
       subscription_(console.Subscribe([this](Field field) { Follow(field); })) {
   port_.on_data = [this] { Receive(); };
   port_.on_lost = [this](const std::string& why) {

@@ -12,6 +12,8 @@ using namespace std::chrono_literals;
 constexpr std::size_t kMostClients = 64;
 constexpr std::size_t kBite = 4096;            // read from a client at a time
 constexpr std::size_t kMostUnsent = 64 << 10;  // a client with more than this unsent is not read from
+constexpr std::size_t kPiece = 2048;           // answered at a time
+constexpr Duration kTurn = 1ms;                // then others have theirs
 constexpr Duration kPatience = 10s;
 constexpr int kHighestPort = 65'535;
 constexpr int kDefaultPort = 4532;
@@ -35,6 +37,7 @@ NetSettings NetSettings::From(const config::Settings& settings) {
 NetServer::NetServer(Loop& loop, Console& console, cat::Engine& engine, platform::TcpServer& server)
     : rig(console, engine),
       loop_(loop),
+      console_(console),
       engine_(engine),
       server_(server),
       subscription_(console.Subscribe([this](Field field) { Follow(field); })) {
@@ -53,7 +56,10 @@ void NetServer::Use(const NetSettings& settings) {
   const bool same_place =
       settings.on && is_listening() && settings.port == settings_.port && settings.address == settings_.address;
   settings_ = settings;
-  rig.writable = settings.write || platform::IsLoopback(settings.address);
+  const bool could_write = std::exchange(rig.writable, settings.write || platform::IsLoopback(settings.address));
+  if (could_write && !rig.writable) {
+    for (const auto& client : clients_) client->session.StopTransmitting();
+  }
   if (same_place) return;
   Close();
   if (settings.on) Listen();
@@ -95,24 +101,40 @@ void NetServer::Welcome(std::unique_ptr<platform::TcpConnection> connection) {
     return;
   }
   const int id = ++last_id_;
-  clients_.push_back(std::make_unique<Client>(id, loop_, engine_, rig, std::move(connection)));
+  clients_.push_back(std::make_unique<Client>(id, loop_, console_, engine_, rig, std::move(connection)));
   Client& client = *clients_.back();
   client.connection->on_ready = [this, &client] { Serve(client); };
   client.connection->on_lost = [this, id] { Drop(id); };
 }
 
-void NetServer::Serve(Client& client) {
-  if (client.session.ended()) return;
+/// True when there was more than a turn's worth.
+bool NetServer::ServeForATurn(Client& client) {
+  const TimePoint end = loop_.Now() + kTurn;
   while (client.connection->bytes_unsent() < kMostUnsent && !client.session.ended()) {
     if (!client.session.has_line()) {
       const std::string bytes = client.connection->Read(kBite);
-      if (bytes.empty()) break;
+      if (bytes.empty()) return false;
       client.session.Take(bytes);
     }
-    if (const std::string answer = client.session.Answer(kMostUnsent); !answer.empty())
-      client.connection->Write(answer);
+    if (const std::string answer = client.session.Answer(kPiece); !answer.empty()) client.connection->Write(answer);
+    if (loop_.Now() >= end) return true;
   }
+  return false;
+}
+
+void NetServer::Serve(Client& client) {
+  if (client.session.ended() || client.served) return;
+  client.served = true;  // writing may tell at once that something has been written
+  loop_.StopTimer(std::exchange(client.turn, 0));
+  const bool more = ServeForATurn(client);
+  client.served = false;
   if (client.session.ended()) client.connection->Close();
+  if (more) {
+    client.turn = loop_.StartTimer(loop_.Now(), [this, &client] {
+      client.turn = 0;
+      Serve(client);
+    });
+  }
   // Every time it takes something, its time begins anew.
   loop_.StopTimer(std::exchange(client.patience, 0));
   if (client.connection->bytes_unsent() == 0) return;
@@ -126,6 +148,7 @@ void NetServer::Drop(int id) {
   const std::unique_ptr<Client> client = std::move(*place);
   clients_.erase(place);
   loop_.StopTimer(client->patience);
+  loop_.StopTimer(client->turn);
 }
 
 void NetServer::Follow(Field field) {

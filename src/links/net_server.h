@@ -27,7 +27,8 @@ struct NetSettings {
 };
 
 /// The NET rigctl server: any number of clients, up to a bound, each with a session of its own. A client that does not
-/// take its answers is not read from and, after a while, dropped; an idle one costs nothing.
+/// take its answers is not read from and, after a while, dropped; one that sends without end gets a turn at a time; an
+/// idle one costs nothing.
 class NetServer {
  public:
   NetServer(Loop& loop, Console& console, cat::Engine& engine, platform::TcpServer& server);
@@ -53,21 +54,26 @@ class NetServer {
 
  private:
   struct Client {
-    Client(int client_id, Loop& loop, cat::Engine& engine, RigctlRig& rig, std::unique_ptr<platform::TcpConnection> tcp)
-        : connection(std::move(tcp)), session(loop, engine, rig), id(client_id) {}
+    Client(int client_id, Loop& loop, Console& console, cat::Engine& engine, RigctlRig& rig,
+           std::unique_ptr<platform::TcpConnection> tcp)
+        : connection(std::move(tcp)), session(loop, console, engine, rig), id(client_id) {}
     std::unique_ptr<platform::TcpConnection> connection;
     RigctlSession session;
     int id;
     Loop::TimerId patience = 0;  ///< runs while its answers wait
+    Loop::TimerId turn = 0;      ///< runs while its lines wait
+    bool served = false;         ///< it has its turn
   };
 
   void Listen();
   void Welcome(std::unique_ptr<platform::TcpConnection> connection);
   void Serve(Client& client);
+  bool ServeForATurn(Client& client);
   void Drop(int id);
   void Follow(Field field);
 
   Loop& loop_;
+  Console& console_;
   cat::Engine& engine_;
   platform::TcpServer& server_;
   NetSettings settings_;

@@ -5,6 +5,7 @@
 #include <charconv>
 
 #include "core/text.h"
+#include "core/tunable.h"
 #include "links/rigctl_caps.h"
 
 namespace kvx::links {
@@ -32,13 +33,13 @@ Rprt TellFrequency(RigctlCall& call, char vfo, std::string_view name) {
 
 Rprt SetFrequency(RigctlCall& call, char vfo) {
   const auto frequency = HertzOf(call.argument(0));
-  if (!frequency || frequency->decihertz <= 0) return Rprt::kInvalid;
+  if (!frequency || !IsTunable(*frequency)) return Rprt::kInvalid;
   return call.rig.SetFrequency(call.client, vfo, *frequency);
 }
 
 Rprt SetMode(RigctlCall& call, char vfo) {
   if (call.argument(0) == "?") {
-    call.reply.Lines("AM CW USB LSB RTTY FM CWR RTTYR PKTLSB PKTUSB PKTFM\n");
+    call.reply.Lines(call.rig.modes() + "\n");
     return Rprt::kOk;
   }
   const auto passband = call.argument(1).empty() ? 0.0 : DecimalOf(call.argument(1));
@@ -110,22 +111,22 @@ Rprt DoGetPtt(RigctlCall& call) {
 Rprt DoSetPtt(RigctlCall& call) {
   const auto on = DecimalOf(call.argument(0));
   if (!on) return Rprt::kInvalid;
-  return *on != 0 ? call.rig.Key(call.client) : call.rig.Release(call.client);
+  return *on != 0 ? call.rig.Key(call.client, call.vfo) : call.rig.Release(call.client);
 }
 
 Rprt DoGetLevel(RigctlCall& call) {
   if (call.argument(0) == "?") {
-    call.reply.Lines("AF RF RFPOWER KEYSPD STRENGTH\n");
+    call.reply.Lines(call.rig.levels(false) + "\n");
     return Rprt::kOk;
   }
-  const auto level = call.rig.level(call.argument(0));
-  if (!level) return Rprt::kNotAvailable;
-  call.reply.Value("", *level);
-  return Rprt::kOk;
+  std::string level;
+  const Rprt code = call.rig.GetLevel(call.argument(0), level);
+  if (code == Rprt::kOk) call.reply.Value("", level);
+  return code;
 }
 Rprt DoSetLevel(RigctlCall& call) {
   if (call.argument(0) == "?") {
-    call.reply.Lines("AF RF RFPOWER KEYSPD\n");
+    call.reply.Lines(call.rig.levels(true) + "\n");
     return Rprt::kOk;
   }
   const auto value = DecimalOf(call.argument(1));
@@ -133,10 +134,10 @@ Rprt DoSetLevel(RigctlCall& call) {
 }
 
 Rprt DoSendMorse(RigctlCall& call) {
-  return call.argument(0).empty() ? Rprt::kInvalid : call.rig.SendMorse(call.argument(0));
+  return call.argument(0).empty() ? Rprt::kInvalid : call.rig.SendMorse(call.client, call.argument(0));
 }
 Rprt DoStopMorse(RigctlCall& call) {
-  return call.rig.StopMorse();
+  return call.rig.StopMorse(call.client);
 }
 
 Rprt DoVfoInfo(RigctlCall& call) {
@@ -169,7 +170,7 @@ Rprt DoVfoOption(RigctlCall& call) {
   return Rprt::kOk;
 }
 Rprt DoDumpState(RigctlCall& call) {
-  call.reply.Lines(DumpState());
+  call.reply.Lines(DumpState(call.rig));
   return Rprt::kOk;
 }
 Rprt DoDumpCaps(RigctlCall& call) {
@@ -181,7 +182,7 @@ Rprt DoVfoList(RigctlCall& call) {
   return Rprt::kOk;
 }
 Rprt DoModes(RigctlCall& call) {
-  call.reply.Value("Modes", "AM CW USB LSB RTTY FM CWR RTTYR PKTLSB PKTUSB PKTFM");
+  call.reply.Value("Modes", call.rig.modes());
   return Rprt::kOk;
 }
 Rprt DoLockMode(RigctlCall& call) {
@@ -230,7 +231,8 @@ constexpr std::array kCommands{
                   .of_vfo = true,
                   .optional = 1},
     RigctlCommand{'t', "get_ptt", 0, kTells, DoGetPtt, true},
-    RigctlCommand{'T', "set_ptt", 1, kChanges, DoSetPtt, true},
+    RigctlCommand{'T', "set_ptt", 1, kOwn, DoSetPtt,
+                  true},  // to release what it has keyed is every client's own affair
     RigctlCommand{'l', "get_level", 1, kTells, DoGetLevel, true},
     RigctlCommand{.letter = 'L',
                   .name = "set_level",
@@ -241,7 +243,7 @@ constexpr std::array kCommands{
                   .optional = 1},
     RigctlCommand{
         .letter = 'b', .name = "send_morse", .arguments = 1, .kind = kChanges, .run = DoSendMorse, .takes_rest = true},
-    RigctlCommand{'\0', "stop_morse", 0, kChanges, DoStopMorse},
+    RigctlCommand{'\0', "stop_morse", 0, kOwn, DoStopMorse},
     RigctlCommand{'\0', "get_vfo_info", 1, kTells, DoVfoInfo},
     RigctlCommand{'\x88', "get_powerstat", 0, kTells, DoPowerStat},
     RigctlCommand{'_', "get_info", 0, kTells, DoInfo},

@@ -4,6 +4,7 @@
 #include <array>
 #include <cmath>
 #include <utility>
+#include <vector>
 
 #include "cat/command_template.h"
 #include "cat/pegasus.h"
@@ -68,14 +69,59 @@ const ModeRow* FindMode(std::string_view console) {
 
 struct LevelRow {
   std::string_view name;
-  int slider;
+  int slider = 0;
 };
 constexpr std::array kSliderLevels{LevelRow{"AF", 7}, LevelRow{"RF", 8}, LevelRow{"RFPOWER", 9}};
+/// Levels of the protocol that no rig has here.
+constexpr std::array kOtherLevels{
+    LevelRow{"PREAMP"},
+    LevelRow{"ATT"},
+    LevelRow{"VOXDELAY"},
+    LevelRow{"SQL"},
+    LevelRow{"IF"},
+    LevelRow{"APF"},
+    LevelRow{"NR"},
+    LevelRow{"PBT_IN"},
+    LevelRow{"PBT_OUT"},
+    LevelRow{"CWPITCH"},
+    LevelRow{"MICGAIN"},
+    LevelRow{"NOTCHF"},
+    LevelRow{"COMP"},
+    LevelRow{"AGC"},
+    LevelRow{"BKINDL"},
+    LevelRow{"BALANCE"},
+    LevelRow{"METER"},
+    LevelRow{"VOXGAIN"},
+    LevelRow{"ANTIVOX"},
+    LevelRow{"SLOPE_LOW"},
+    LevelRow{"SLOPE_HIGH"},
+    LevelRow{"BKIN_DLYMS"},
+    LevelRow{"RAWSTR"},
+    LevelRow{"SWR"},
+    LevelRow{"ALC"},
+    LevelRow{"COMP_METER"},
+    LevelRow{"VD_METER"},
+    LevelRow{"ID_METER"},
+    LevelRow{"RFPOWER_METER"},
+    LevelRow{"NOTCHF_RAW"},
+    LevelRow{"MONITOR_GAIN"},
+    LevelRow{"NB"},
+    LevelRow{"TEMP_METER"},
+    LevelRow{"RFPOWER_METER_WATTS"},
+};
 
-const LevelRow* FindLevel(std::string_view name) {
-  const auto* row = std::find_if(kSliderLevels.begin(), kSliderLevels.end(),
-                                 [&](const LevelRow& r) { return EqualNoCase(r.name, name); });
-  return row == kSliderLevels.end() ? nullptr : row;
+template <std::size_t kSize>
+const LevelRow* FindLevel(const std::array<LevelRow, kSize>& levels, std::string_view name) {
+  const auto* row =
+      std::find_if(levels.begin(), levels.end(), [&](const LevelRow& r) { return EqualNoCase(r.name, name); });
+  return row == levels.end() ? nullptr : row;
+}
+
+/// What to answer for a level that cannot be read or set: it is none at all, or not here.
+Rprt NoLevel(std::string_view name) {
+  const bool known = EqualNoCase(name, "STRENGTH") || EqualNoCase(name, "KEYSPD") ||
+                     FindLevel(kSliderLevels, name) != nullptr || FindLevel(kOtherLevels, name) != nullptr;
+  return known ? Rprt::kNotAvailable : Rprt::kInvalid;
 }
 
 constexpr int kFourBits = 15;  // a meter that answers with four bits counts the S units themselves
@@ -99,6 +145,15 @@ int StrengthOf(int reading, int full_scale) {
   return static_cast<int>(std::lround(kDecibelsAboveNine * (value - nine) / (full_scale - nine)));
 }
 
+RigctlClient::RigctlClient(Loop& loop, Console& console, cat::Engine& engine)
+    : party(engine.transmission.NewParty()),
+      waiting(loop, engine.dispatcher),
+      resume(console.Subscribe([this](Field field) {
+        if (field == Field::kTransmitting) waiting.Resume();
+      })) {
+  waiting.may_send = [this, &engine] { return !engine.transmission.is_of_another(party); };
+}
+
 RigctlRig::RigctlRig(Console& console, cat::Engine& engine) : console_(console), engine_(engine) {}
 
 Frequency RigctlRig::frequency(char vfo) const {
@@ -107,13 +162,43 @@ Frequency RigctlRig::frequency(char vfo) const {
 }
 
 std::string RigctlRig::mode() const {
-  return std::string(Trim(*console_.Mode));
+  const std::string_view mode = Trim(*console_.Mode);
+  const bool reverse = mode == "CW" && *console_.Xnarrow && cat::NarrowCwIsReverse(engine_.rig());
+  return reverse ? "CWR" : std::string(mode);
+}
+
+std::string RigctlRig::modes() const {
+  struct Row {
+    std::string_view name;
+    std::string_view key;
+  };
+  static constexpr std::array kTold{Row{"AM", "XAM"},      Row{"CW", "XCWW"},     Row{"USB", "XUSB"},
+                                    Row{"LSB", "XLSB"},    Row{"RTTY", "XRTTY"},  Row{"FM", "XFMW"},
+                                    Row{"CWR", "XCWN"},    Row{"RTTYR", "XRTTY"}, Row{"PKTLSB", "XLSB"},
+                                    Row{"PKTUSB", "XUSB"}, Row{"PKTFM", "XFMW"}};
+  const bool all = engine_.rig().name.empty();
+  std::string names;
+  for (const Row& row : kTold) {
+    const bool has = row.name == "CWR" ? cat::NarrowCwIsReverse(engine_.rig()) : engine_.dispatcher.Has(row.key);
+    if (all || has) (names += row.name) += ' ';
+  }
+  return std::string(Trim(names));
+}
+
+bool RigctlRig::can_key() const {
+  const config::RigRow& row = engine_.rig().row;
+  return cat::ButtonsKeyTransmitter(row) && !row["Alpha"].empty();
 }
 
 int RigctlRig::passband() const {
   const ModeRow* row = FindMode(Trim(*console_.Mode));
   if (row == nullptr) return 0;
-  return *console_.Xnarrow ? row->narrow : row->wide;
+  return *console_.Xnarrow && HasNarrow(row->narrow_key) ? row->narrow : row->wide;
+}
+
+/// Rows may have no command for a narrow mode, or use its field for CW reverse.
+bool RigctlRig::HasNarrow(std::string_view key) const {
+  return !key.empty() && engine_.dispatcher.Has(key) && !(key == "XCWN" && cat::NarrowCwIsReverse(engine_.rig()));
 }
 
 bool RigctlRig::CanSelect() const {
@@ -124,34 +209,49 @@ std::string RigctlRig::FrequencyTemplate(char vfo) const {
   return engine_.dispatcher.TemplateOf(*cat::FindKey(vfo == 'B' ? "XSETFREQB" : "XSETFREQ"));
 }
 
-SendOutcome RigctlRig::SendOther(char vfo, bool select, const std::string& command) {
+SendOutcome RigctlRig::SendTo(char vfo, bool select, const std::string& command) {
   const char in_use = *console_.ActiveVfo;
   if (!select || vfo == in_use) return engine_.dispatcher.SendData(command);
-  const SendOutcome there = engine_.dispatcher.SendData(vfo == 'B' ? "XVFOB" : "XVFOA");
-  if (there != SendOutcome::kSent) return there;
-  const SendOutcome sent = engine_.dispatcher.SendData(command);
-  engine_.dispatcher.SendData(in_use == 'B' ? "XVFOB" : "XVFOA");
-  return sent;
+  if (transmitting()) return SendOutcome::kRefused;  // it would transmit on the other VFO
+  std::vector<std::string> commands{vfo == 'B' ? "XVFOB" : "XVFOA", command, in_use == 'B' ? "XVFOB" : "XVFOA"};
+  if (split() && engine_.operations.ChoosingEndsSplit()) {
+    if (in_use == 'B') return SendOutcome::kRefused;  // its command for split begins with the choice of A
+    const std::string& switches = engine_.rig().row["Function" + std::to_string(engine_.rig().split_function)];
+    commands.push_back(switches.substr(0, switches.find('/')));
+  }
+  return engine_.dispatcher.SendTogether(commands);
 }
 
 Rprt RigctlRig::SetFrequency(RigctlClient& client, char vfo, Frequency frequency) {
   if (!is_open()) return Rprt::kIo;
-  if (vfo == *console_.ActiveVfo) {
-    if (FrequencyTemplate(vfo).empty() && !cat::IsPegasus(engine_.rig())) return Rprt::kNotAvailable;
-    return CodeOf(engine_.operations.TuneTo(frequency));
-  }
+  if (!may_change(client)) return Rprt::kRejected;
   const std::string text = FrequencyTemplate(vfo);
+  const bool in_use = vfo == *console_.ActiveVfo;
+  if (text.empty() && !(in_use && cat::IsPegasus(engine_.rig()))) return Rprt::kNotAvailable;
+  const auto command = cat::Expand(text, {.rig = engine_.rig(),
+                                          .address_number = *console_.RigNumber,
+                                          .frequency = frequency.displayed() + *console_.Offset});
+  if (!command) return Rprt::kInvalid;
+  if (in_use) return CodeOf(engine_.operations.TuneTo(frequency));
   const bool select = !targeted();
-  if (text.empty() || (select && !CanSelect())) return Rprt::kNotAvailable;
-  if (select && transmitting()) return Rprt::kRejected;  // it would transmit on the other VFO
-  const auto filled = cat::Expand(text, {.rig = engine_.rig(),
-                                         .address_number = *console_.RigNumber,
-                                         .frequency = frequency.displayed() + *console_.Offset});
-  if (!filled) return Rprt::kInvalid;
-  (vfo == 'B' ? console_.FreqB : console_.FreqA).Set(frequency.displayed());
-  return CodeOf(client.waiting.SendLatest(std::string("frequency ") + vfo, [this, vfo, select, command = *filled] {
-    return SendOther(vfo, select, command);
-  }));
+  if (select && !CanSelect()) return Rprt::kNotAvailable;
+  if (select && transmitting()) return Rprt::kRejected;
+  auto& shown = vfo == 'B' ? console_.FreqB : console_.FreqA;
+  const auto send = [this, vfo, select, text = *command, &shown, before = *shown] {
+    const SendOutcome outcome = SendTo(vfo, select, text);
+    if (outcome != SendOutcome::kSent) shown.Set(before);
+    if (outcome == SendOutcome::kSent && !select) AskFrequency(vfo);
+    return outcome;
+  };
+  shown.Set(frequency.displayed());
+  return CodeOf(client.waiting.SendLatest(std::string("frequency ") + vfo, send));
+}
+
+/// The rig may not have taken it, and nobody polls the other VFO.
+void RigctlRig::AskFrequency(char vfo) {
+  const config::RigRow& row = engine_.rig().row;
+  if (!engine_.rig().binary() && row["GetFreq"] != row["ReadFreq"])
+    engine_.dispatcher.SendData(vfo == 'B' ? "XGETFREQB" : "XGETFREQ");
 }
 
 Rprt RigctlRig::SetMode(RigctlClient& client, char vfo, std::string_view mode, int passband) {
@@ -161,37 +261,26 @@ Rprt RigctlRig::SetMode(RigctlClient& client, char vfo, std::string_view mode, i
   const ModeRow* row = FindMode(name->console);
   if (row == nullptr) return Rprt::kNotAvailable;
   if (!is_open()) return Rprt::kIo;
-  const bool has_widths = !row->narrow_key.empty();
-  const bool said_narrow = has_widths && name->name.ends_with('N');
-  const bool narrow = passband < 0 ? *console_.Xnarrow : said_narrow || (passband > 0 && passband <= row->narrow_to);
+  if (!may_change(client)) return Rprt::kRejected;
+  const bool has_narrow = HasNarrow(row->narrow_key);
+  const bool said_narrow = name->name.ends_with('N') || (passband > 0 && passband <= row->narrow_to);
+  const bool reverse = name->name == "CWR" && cat::NarrowCwIsReverse(engine_.rig());
+  const bool narrow = reverse || (has_narrow && (passband < 0 ? *console_.Xnarrow : said_narrow));
   if (vfo == *console_.ActiveVfo) {
     std::string wanted(row->console);
-    if (has_widths && passband >= 0) wanted += narrow ? "N" : "W";
+    if (!row->narrow_key.empty()) wanted += narrow ? "N" : "W";
     const auto set = engine_.operations.SetModeByName(wanted);
     return set ? CodeOf(*set) : Rprt::kInvalid;
   }
   if (!CanSelect()) return Rprt::kNotAvailable;
   if (transmitting()) return Rprt::kRejected;
   client.waiting.Flush();
-  const bool use_narrow = has_widths && narrow && engine_.dispatcher.Has(row->narrow_key);
-  return CodeOf(SendOther(vfo, true, std::string(use_narrow ? row->narrow_key : row->wide_key)));
-}
-
-/// The function button that switches split on and, pressed again, off.
-std::optional<std::size_t> RigctlRig::SplitFunction() const {
-  for (std::size_t i = 0; i < config::kFunctions; ++i) {
-    const std::string number = std::to_string(i + 1);
-    const std::string caption = Upper(engine_.rig().row["F" + number + "Desc"]);
-    const bool two_states = engine_.rig().row["Function" + number].find('/') != std::string::npos;
-    if (two_states && (caption.find("SPLIT") != std::string::npos || caption.find("SPLT") != std::string::npos))
-      return i;
-  }
-  return std::nullopt;
+  return CodeOf(SendTo(vfo, true, std::string(narrow ? row->narrow_key : row->wide_key)));
 }
 
 bool RigctlRig::split() const {
-  const auto function = SplitFunction();
-  return function && console_.FunctionState[*function];
+  const int function = engine_.rig().split_function;
+  return function > 0 && console_.FunctionState[static_cast<std::size_t>(function - 1)];
 }
 
 char RigctlRig::transmit_vfo() const {
@@ -201,19 +290,21 @@ char RigctlRig::transmit_vfo() const {
 
 Rprt RigctlRig::SetSplit(bool on, char transmit) {
   if (!is_open()) return Rprt::kIo;
-  const auto function = SplitFunction();
-  if (!function) return on ? Rprt::kNotAvailable : Rprt::kOk;
+  const int function = engine_.rig().split_function;
+  if (function == 0) return on ? Rprt::kNotAvailable : Rprt::kOk;
   // Whoever listens on the VFO that is to transmit would lose it.
   if (on && transmit == *console_.ActiveVfo) return Rprt::kRejected;
   if (on == split()) return Rprt::kOk;
-  return CodeOf(engine_.dispatcher.SendData("XFN" + std::to_string(*function + 1)));
+  if (transmitting()) return Rprt::kRejected;
+  return CodeOf(engine_.dispatcher.SendData("XFN" + std::to_string(function)));
 }
 
-Rprt RigctlRig::Key(RigctlClient& client) {
+Rprt RigctlRig::Key(RigctlClient& client, char vfo) {
+  if (!writable) return Rprt::kRejected;
   if (!is_open()) return Rprt::kIo;
   if (transmitting()) return engine_.transmission.is_of(client.party) ? Rprt::kOk : Rprt::kRejected;
-  const config::RigRow& row = engine_.rig().row;
-  if (!cat::ButtonsKeyTransmitter(row) || row["Alpha"].empty()) return Rprt::kNotAvailable;
+  if (!can_key()) return Rprt::kNotAvailable;
+  if (vfo != *console_.ActiveVfo && vfo != transmit_vfo()) return Rprt::kRejected;
   // The frequency that was set before is the one to transmit on: it does not wait for its turn any longer.
   engine_.operations.SendWaiting();
   client.waiting.Flush();
@@ -232,19 +323,36 @@ Rprt RigctlRig::Release(const RigctlClient& client) {
 
 void RigctlRig::Leave(RigctlClient& client) {
   Release(client);
-  client.waiting.Flush();
+  StopMorse(client);
+  if (may_change(client)) client.waiting.Flush();
 }
 
-std::optional<std::string> RigctlRig::level(std::string_view name) const {
-  if (EqualNoCase(name, "STRENGTH"))
-    return std::to_string(StrengthOf(*console_.SMeter, cat::SMeterFullScale(engine_.rig())));
-  if (EqualNoCase(name, "KEYSPD")) return std::to_string(*console_.CWSpeed);
-  const LevelRow* row = FindLevel(name);
-  if (row == nullptr || !engine_.dispatcher.Has(cat::SliderKey(row->slider)->key)) return std::nullopt;
+std::string RigctlRig::levels(bool to_set) const {
+  std::string names;
+  for (const LevelRow& row : kSliderLevels) {
+    if (engine_.dispatcher.Has(cat::SliderKey(row.slider)->key)) (names += row.name) += ' ';
+  }
+  if (!to_set || set_key_speed) names += "KEYSPD ";
+  if (!to_set) names += "STRENGTH ";
+  return std::string(Trim(names));
+}
+
+Rprt RigctlRig::GetLevel(std::string_view name, std::string& value) const {
+  if (EqualNoCase(name, "STRENGTH")) {
+    value = std::to_string(StrengthOf(*console_.SMeter, cat::SMeterFullScale(engine_.rig())));
+    return Rprt::kOk;
+  }
+  if (EqualNoCase(name, "KEYSPD")) {
+    value = std::to_string(*console_.CWSpeed);
+    return Rprt::kOk;
+  }
+  const LevelRow* row = FindLevel(kSliderLevels, name);
+  if (row == nullptr || !engine_.dispatcher.Has(cat::SliderKey(row->slider)->key)) return NoLevel(name);
   const auto index = static_cast<std::size_t>(row->slider - 1);
   const auto& bounds = engine_.rig().slider_bounds[index];
   const int top = std::max({bounds.maximum, bounds.minimum, 1});
-  return Fraction(static_cast<double>(console_.Slider[index]) / top);
+  value = Fraction(static_cast<double>(console_.Slider[index]) / top);
+  return Rprt::kOk;
 }
 
 Rprt RigctlRig::SetLevel(std::string_view name, double value) {
@@ -253,8 +361,8 @@ Rprt RigctlRig::SetLevel(std::string_view name, double value) {
     if (!(value >= 1 && value <= 1000)) return Rprt::kInvalid;
     return set_key_speed(static_cast<int>(std::lround(value))) ? Rprt::kOk : Rprt::kInvalid;
   }
-  const LevelRow* row = FindLevel(name);
-  if (row == nullptr) return EqualNoCase(name, "STRENGTH") ? Rprt::kNotAvailable : Rprt::kInvalid;
+  const LevelRow* row = FindLevel(kSliderLevels, name);
+  if (row == nullptr) return NoLevel(name);
   if (!(value >= 0 && value <= 1)) return Rprt::kInvalid;
   if (!is_open()) return Rprt::kIo;
   if (!engine_.dispatcher.Has(cat::SliderKey(row->slider)->key)) return Rprt::kNotAvailable;
@@ -265,16 +373,16 @@ Rprt RigctlRig::SetLevel(std::string_view name, double value) {
   return CodeOf(engine_.operations.SendSlider(row->slider));
 }
 
-Rprt RigctlRig::SendMorse(std::string_view text) const {
+Rprt RigctlRig::SendMorse(const RigctlClient& client, std::string_view text) const {
   if (!send_morse) return Rprt::kNotAvailable;
-  const Status taken = send_morse(text);
+  const Status taken = send_morse(client.party, text);
   if (taken) return Rprt::kOk;
   return taken.error().code == ErrorCode::kClosed ? Rprt::kIo : Rprt::kRejected;
 }
 
-Rprt RigctlRig::StopMorse() const {
+Rprt RigctlRig::StopMorse(const RigctlClient& client) const {
   if (!stop_morse) return Rprt::kNotAvailable;
-  stop_morse();
+  stop_morse(client.party);
   return Rprt::kOk;
 }
 

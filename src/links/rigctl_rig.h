@@ -15,14 +15,14 @@ namespace kvx::links {
 
 /// What a NET rigctl client has of its own.
 struct RigctlClient {
-  RigctlClient(Loop& loop, cat::Engine& engine)
-      : party(engine.transmission.NewParty()), waiting(loop, engine.dispatcher) {}
+  RigctlClient(Loop& loop, Console& console, cat::Engine& engine);
 
   cat::Party party;
   char vfo = '\0';              ///< 'A' or 'B'; '\0': the one in use, whichever that is
   bool names_vfo = false;       ///< it has asked to name the VFO in every command
   bool ended = false;           ///< it has said so
-  cat::LatestCommands waiting;  ///< for the VFO that is not in use
+  cat::LatestCommands waiting;  ///< for the VFO that is not in use; held while somebody else transmits
+  Console::Subscription resume;
 };
 
 /// Strength in decibels above S9 of a reading whose full scale is S9+60.
@@ -40,6 +40,12 @@ class RigctlRig {
   bool is_open() const { return engine_.link.is_open(); }
   const std::string& name() const { return *console_.RigName; }
   char vfo_of(const RigctlClient& client) const { return client.vfo == '\0' ? *console_.ActiveVfo : client.vfo; }
+  /// The names of the modes that the rig has, with blanks between; of all while no rig is chosen.
+  std::string modes() const;
+  /// Whether a mode's narrow key makes it narrow.
+  bool HasNarrow(std::string_view key) const;
+  bool can_key() const;
+  bool can_split() const { return engine_.rig().split_function > 0; }
   /// Of VFO 'A' or 'B'; 0 while the rig has not told it. No error: client libraries take the choice of a VFO back when
   /// its frequency cannot be read.
   Frequency frequency(char vfo) const;
@@ -55,32 +61,42 @@ class RigctlRig {
   /// `passband` in Hz; 0: the mode's usual one, -1: as it is. kInvalid for what is no mode, kNotAvailable for one that
   /// the console has not.
   Rprt SetMode(RigctlClient& client, char vfo, std::string_view mode, int passband);
+  /// kRejected while transmitting: it would go on elsewhere.
   Rprt SetSplit(bool on, char transmit);
-  Rprt Key(RigctlClient& client);
+  /// kRejected when the rig would not transmit on `vfo`.
+  Rprt Key(RigctlClient& client, char vfo);
   Rprt Release(const RigctlClient& client);
-  /// The client goes: what it has keyed is released, what it has set still goes out.
+  /// The client goes, or may operate the rig no longer: what it has keyed is released and its CW stopped, what it has
+  /// set still goes out.
   void Leave(RigctlClient& client);
 
-  /// The value of a level as the protocol writes it; nothing for one that the rig has not.
-  std::optional<std::string> level(std::string_view name) const;
+  /// The names of the levels that the rig has, with blanks between.
+  std::string levels(bool to_set) const;
+  /// The value of a level as the protocol writes it. kInvalid for what is no level, kNotAvailable for one that the rig
+  /// has not.
+  Rprt GetLevel(std::string_view name, std::string& value) const;
   Rprt SetLevel(std::string_view name, double value);
-  Rprt SendMorse(std::string_view text) const;
-  Rprt StopMorse() const;
+  Rprt SendMorse(const RigctlClient& client, std::string_view text) const;
+  /// Stops what this client sends.
+  Rprt StopMorse(const RigctlClient& client) const;
 
   /// Whether clients may change anything.
   bool writable = true;
   /// The station's keyer; unset: there is none.
-  std::function<Status(std::string_view text)> send_morse;
-  std::function<void()> stop_morse;
+  std::function<Status(cat::Party party, std::string_view text)> send_morse;
+  std::function<void(cat::Party party)> stop_morse;
   std::function<Status(int wpm)> set_key_speed;
 
  private:
   std::string FrequencyTemplate(char vfo) const;
   bool targeted() const { return FrequencyTemplate('A') != FrequencyTemplate('B'); }
-  /// Sends commands to the VFO that is not in use; on a rig that has to be on a VFO to set it, there and back.
-  cat::SendOutcome SendOther(char vfo, bool select, const std::string& command);
+  /// Sends a command to a VFO; to the one that is not in use, on a rig that has to be on a VFO to set it, there and
+  /// back, with split as it was.
+  cat::SendOutcome SendTo(char vfo, bool select, const std::string& command);
   bool CanSelect() const;
-  std::optional<std::size_t> SplitFunction() const;
+  void AskFrequency(char vfo);
+  /// Whether that client may change what is transmitted on.
+  bool may_change(const RigctlClient& client) const { return !engine_.transmission.is_of_another(client.party); }
 
   Console& console_;
   cat::Engine& engine_;

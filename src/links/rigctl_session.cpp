@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "core/text.h"
+
 namespace kvx::links {
 namespace {
 
@@ -30,9 +32,19 @@ std::string_view TrimEnd(std::string_view text) {
   return text.substr(0, text.find_last_not_of(kBlanks) + 1);
 }
 
+constexpr std::string_view kHttpEnd = " HTTP/1.1";
+
+/// "POST / HTTP/1.1", of any method and version, or the end of such a line.
+bool IsHttpRequest(std::string_view line) {
+  line = TrimEnd(line);
+  const std::string_view end = line.substr(line.size() - std::min(line.size(), kHttpEnd.size()));
+  return end.size() == kHttpEnd.size() && end.starts_with(" HTTP/") && IsDigit(end[6]) && end[7] == '.';
+}
+
 }  // namespace
 
-RigctlSession::RigctlSession(Loop& loop, cat::Engine& engine, RigctlRig& rig) : rig_(rig), client_(loop, engine) {}
+RigctlSession::RigctlSession(Loop& loop, Console& console, cat::Engine& engine, RigctlRig& rig)
+    : rig_(rig), client_(loop, console, engine) {}
 
 RigctlSession::~RigctlSession() {
   rig_.Leave(client_);
@@ -48,7 +60,11 @@ std::string RigctlSession::Answer(std::size_t enough) {
       skipping_ = true;
     }
     if (end == std::string::npos) {
-      if (skipping_) taken_ = input_.size();
+      if (skipping_) taken_ = input_.size() - std::min(length, kHttpEnd.size() + 1);
+      break;
+    }
+    if (!std::exchange(greeted_, true) && IsHttpRequest(std::string_view(input_).substr(taken_, length))) {
+      client_.ended = true;
       break;
     }
     if (!std::exchange(skipping_, false)) Execute(std::string_view(input_).substr(taken_, length), out);
@@ -124,7 +140,7 @@ void RigctlSession::Run(const RigctlCommand& command, char separator, std::strin
     const bool may = command.kind != RigctlKind::kChanges || rig_.writable || asks;
     code = may ? command.run(call) : Rprt::kRejected;
   }
-  if (!command.bare) reply.End(code, command.kind == RigctlKind::kTells || asks);
+  if (!command.bare) reply.End(code, command.kind == RigctlKind::kTells);
 }
 
 }  // namespace kvx::links

@@ -103,7 +103,7 @@ class NetTest(unittest.TestCase):
         return kvx
 
     def test_rigctl_ts2000(self):
-        self.operate(rigs.Ts2000(38400), "CW", 250)
+        self.operate(rigs.Ts2000(38400), "CWR", 500)
         self.rigctl("L", "RFPOWER", "0.5")
         self.assertEqual(self.rigctl("l", "RFPOWER"), ["0.500000"])
         self.assertTrue(wait_until(lambda: self.station.rigs[0].values.get("PC") == 50, 3))

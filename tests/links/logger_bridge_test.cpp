@@ -109,9 +109,10 @@ TEST(LoggerBridge, SetsReachTheRigAndEveryReplyBehindThemTellsThem) {
       {"TS-2000", "FA;FA00014030000;", "FA00014030000;", "FA00014025000;"},
       {"TS-2000", "FA14030370;FA;", "FA00014030370;", "FA00014030370;"},
       {"TS-2000", "FA99FA00014030000;", "FA00014030000;", ""},
-      {"TS-2000", "FB00007000000;FB;FA;IF;", "FB00007000000;",
+      {"TS-2000", "FB00007000000;FB;FA;IF;", "FB00007000000;FB;",
        "FA00014025000;FB00007000000;IF000140250000001+0000000000020000000;"},
-      {"TS-2000", "FA00000000000;FA123456789012;FA-7000000;FA7e6;FA000140;FA 7000000;", "", ""},
+      {"TS-2000", "FA00000000000;FA00000029999;FA99999999999;FA123456789012;FA-7000000;FA7e6;FA000140;FA 7000000;", "",
+       ""},
       {"FT-857", "FA00014030000;IF;", "01 40 30 00 01", "IF000140300000001+0000000000020000000;"},
       {"IC-7300", "FA00014030000;FA;", "FE FE 94 E0 05 00 00 03 14 00 FD", "FA00014030000;"},
   };
@@ -326,7 +327,7 @@ TEST(LoggerBridge, NoiseIsBoundedAndGivesTheRigNothingIllegal) {
     left.remove_prefix(command.size());
     const bool tunes = command.size() == 14 && (command.starts_with("FA") || command.starts_with("FB")) &&
                        AllDigits(command.substr(2, 11));
-    ASSERT_TRUE(tunes || command == "TX;" || command == "RX;") << command;
+    ASSERT_TRUE(tunes || command == "FB;" || command == "TX;" || command == "RX;") << command;
   }
   EXPECT_GT(rig.size(), 1000u);
   const std::string flood(1'000'000, 'F');

@@ -1,6 +1,7 @@
 #include <random>
 
 #include "cat/cat_fixture.h"
+#include "core/tunable.h"
 #include "fakes/fake_tcp_server.h"
 #include "links/net_server.h"
 #include "links/rigctl_caps.h"
@@ -80,13 +81,19 @@ TEST(Rigctl, WhatCannotBeDoneIsAnsweredByItsCodeAndReachesNoRig) {
       {"F abc m\n", "RPRT -1\nCW\n500\n"},
       {"F -14025000\n", "RPRT -1\n"},
       {"F 0\n", "RPRT -1\n"},
+      {"F 29999\n", "RPRT -1\n"},
+      {"I 14,025\n", "RPRT -1\n"},
+      {"F VFOB 10500000001\n", "RPRT -1\n"},
       {"F 14e6\n", "RPRT -1\n"},
       {"F 99999999999999999999\n", "RPRT -1\n"},
       {"M FOO 0\n", "RPRT -1\n"},
       {"M FAX 0\n", "RPRT -11\n"},
       {"M USB wide\n", "RPRT -1\n"},
       {"V VFOQ\n", "RPRT -1\n"},
-      {"l FOO\n", "RPRT -11\n"},
+      {"l FOO\n", "RPRT -1\n"},
+      {"l SQL\n", "RPRT -11\n"},
+      {"L FOO 1\n", "RPRT -1\n"},
+      {"L SQL 0.5\n", "RPRT -11\n"},
       {"L RFPOWER 1.1\n", "RPRT -1\n"},
       {"L RFPOWER nan\n", "RPRT -1\n"},
       {"L KEYSPD 30\n", "RPRT -11\n"},
@@ -95,7 +102,10 @@ TEST(Rigctl, WhatCannotBeDoneIsAnsweredByItsCodeAndReachesNoRig) {
       {"u NB\n", "RPRT -11\n"},
       {"w FA00007000000;\n", "RPRT -11\n"},
       {"+F\n", "set_freq:\nRPRT -1\n"},
-      {"+l FOO\n", "get_level: FOO\nRPRT -11\n"},
+      {"+l FOO\n", "get_level: FOO\nRPRT -1\n"},
+      {"V ?\n", "VFOA VFOB currVFO\nRPRT 0\n"},
+      {"L ?\n", "AF RF RFPOWER\nRPRT 0\n"},
+      {"l ?\n", "AF RF RFPOWER KEYSPD STRENGTH\n"},
       {"\\foo f\n", "RPRT -4\n"},
       {"@\n", ""},
       {"T x\n", "RPRT -1\n"},
@@ -119,14 +129,16 @@ TEST(Rigctl, SetsReachTheRig) {
       {"TS-2000", "F 14025370.500000", "FA00014025370;"},
       {"TS-2000", "F 14025370,5", "FA00014025370;"},
       {"TS-2000", "F VFOA 7000000", "FA00007000000;"},
-      {"TS-2000", "F VFOB 7000000", "FB00007000000;"},
-      {"TS-2000", "I 7000000", "FB00007000000;"},
+      {"TS-2000", "F VFOB 7000000", "FB00007000000;FB;"},
+      {"TS-2000", "I 7000000", "FB00007000000;FB;"},
       {"TS-2000", "M USB 2400", "MD2;"},
       {"TS-2000", "M PKTUSB 0", "MD2;"},
       {"TS-2000", "M PKTLSB -1", "MD1;"},
       {"TS-2000", "M RTTYR 0", "MD6;"},
       {"TS-2000", "M CW", "MD3;"},
       {"TS-2000", "M CWR 200", "MD7;"},
+      {"TS-2000", "M CW 200", "MD3;"},
+      {"TS-2000", "M FM 8000", "MD4;"},
       {"TS-2000", "X LSB 0", "FR1;FT1;MD1;FR0;FT0;"},
       {"TS-2000", "S 1 VFOB", "FR0;FT1;"},
       {"TS-2000", "S 0 VFOA", ""},
@@ -137,6 +149,9 @@ TEST(Rigctl, SetsReachTheRig) {
       {"FT-857", "F VFOB 7000000", "00 00 00 00 81 00 70 00 00 01 00 00 00 00 81"},
       {"FT-857", "M FM 8000", "88 00 00 00 07"},
       {"FT-857", "M FM 0", "08 00 00 00 07"},
+      {"FT-857", "M CW 250", "02 00 00 00 07"},
+      {"FT-857", "M CWR 0", "03 00 00 00 07"},
+      {"FT-DX5000", "M CWR 0", "MD07;"},
       {"FT-857", "S 1 VFOB", "00 00 00 00 02"},
       {"IC-7300", "F 14025370", "FE FE 94 E0 05 70 53 02 14 00 FD"},
       {"IC-7300", "F VFOB 7000000", "FE FE 94 E0 07 01 FD FE FE 94 E0 05 00 00 00 07 00 FD FE FE 94 E0 07 00 FD"},
@@ -150,6 +165,94 @@ TEST(Rigctl, SetsReachTheRig) {
     if (std::string_view(row.line).find("VFOB") == std::string_view::npos) continue;
     EXPECT_EQ(KhzText(*bench.station.console.FreqDisp), shown) << "the operator's VFO was disturbed";
     EXPECT_EQ(*bench.station.console.ActiveVfo, 'A');
+  }
+}
+
+TEST(Rigctl, TheModeToldIsTheOneThatTheRigHas) {
+  struct Row {
+    const char* rig;
+    const char* set;
+    const char* told;
+  };
+  const Row rows[] = {{"TS-2000", "M CW 250", "CW\n500\n"},    {"TS-2000", "M CWR 250", "CWR\n500\n"},
+                      {"TS-2000", "M FM 8000", "FM\n15000\n"}, {"FT-857", "M CWR 0", "CWR\n500\n"},
+                      {"FT-1000D", "M CW 250", "CW\n250\n"},   {"IC-7300", "M CW 250", "CW\n250\n"},
+                      {"IC-7300", "M FM 8000", "FM\n8000\n"}};
+  for (const Row& row : rows) {
+    Bench bench(row.rig);
+    EXPECT_EQ(bench.Ask(std::string(row.set) + "\nm\n"), std::string("RPRT 0\n") + row.told) << row.rig << row.set;
+  }
+}
+
+TEST(Rigctl, SplitIsAsItWasAfterASetOnTheOtherVfo) {
+  Bench bench;
+  EXPECT_EQ(bench.Ask("S 1 VFOB\nX LSB 0\ns\nT 1\n"), "RPRT 0\nRPRT 0\n1\nVFOB\nRPRT 0\n");
+  EXPECT_EQ(bench.Sent(), "FR0;FT1;FR1;FT1;MD1;FR0;FT0;FR0;FT1;TX;");
+  Bench orion("Orion");
+  orion.Ask("S 1 VFOB\nX LSB 0\n");
+  EXPECT_TRUE(orion.Sent().ends_with("*KVANA<CR>*KVANB<CR>"));
+}
+
+TEST(Rigctl, AClientTransmitsOnItsVfoOrNotAtAll) {
+  Bench bench;
+  EXPECT_EQ(bench.Ask("V VFOB\nT 1\nV VFOA\nT VFOB 1\n"), "RPRT 0\nRPRT -9\nRPRT 0\nRPRT -9\n");
+  EXPECT_EQ(bench.Sent(), "");
+  EXPECT_EQ(bench.Ask("S 1 VFOB\nV VFOB\nT 1\n"), "RPRT 0\nRPRT 0\nRPRT 0\n");
+}
+
+TEST(Rigctl, NobodyElseMovesATransmission) {
+  for (const char* rig : {"TS-2000", "FT-857", "IC-7300"}) {
+    Bench bench(rig);
+    bench.server.Connect(bench.second);
+    bench.Ask("T 1\n");
+    bench.Sent();
+    EXPECT_EQ(bench.second.Ask("F 7000000\nF VFOB 7000000\nM USB 0\nX USB 0\nS 1 VFOB\n"),
+              "RPRT -9\nRPRT -9\nRPRT -9\nRPRT -9\nRPRT -9\n");
+    EXPECT_EQ(bench.Ask("S 1 VFOB\n"), "RPRT -9\n");
+    EXPECT_EQ(bench.Sent(), "") << rig;
+  }
+}
+
+TEST(Rigctl, WhatWaitsDoesSoUntilAnothersTransmissionHasEnded) {
+  Bench bench("FT-857");
+  bench.server.Connect(bench.second);
+  bench.station.engine.link.OpenRigPort({.number = 1, .speed = 4800}, true);
+  for (const bool by_client : {true, false}) {
+    bench.station.loop.RunFor(1s);
+    bench.second.Ask("F VFOB 7000000\nF VFOB 7000010\nF VFOB 7000020\n");
+    by_client ? void(bench.Ask("T 1\n")) : void(bench.station.Send("XSETALPHA"));
+    bench.station.loop.RunFor(2s);
+    EXPECT_TRUE(bench.Sent().ends_with("00 00 00 00 08")) << by_client;
+    by_client ? void(bench.Ask("T 0\n")) : void(bench.station.engine.dispatcher.ReleaseTransmitter());
+    bench.station.loop.RunFor(2s);
+    EXPECT_EQ(bench.Sent(), "00 00 00 00 88 00 00 00 00 81 00 70 00 02 01 00 00 00 00 81");
+  }
+}
+
+TEST(Rigctl, ABurstOfSetsOnTheOtherVfoLeavesTheRigOnItsOwn) {
+  Bench bench("FT-857");
+  bench.station.engine.link.OpenRigPort({.number = 1, .speed = 4800}, true);
+  for (int count = 20; count < 60; ++count) {
+    for (int i = 0; i < count; ++i) bench.Ask("X USB 0\n");
+    const std::string sent = bench.Sent();
+    EXPECT_EQ((sent.size() + 1) % 45, 0U) << "not whole sets of three commands";
+    EXPECT_TRUE(sent.ends_with("01 00 00 00 07 00 00 00 00 81"));
+    bench.station.loop.RunFor(std::chrono::milliseconds(1000 + count));
+  }
+}
+
+TEST(Rigctl, AWebPagesRequestEndsItsConnection) {
+  const std::string body = "\r\nHost: 127.0.0.1\r\n\r\nT 1\nb CQ\n";
+  for (const std::string& request :
+       {"POST / HTTP/1.1" + body, "b / HTTP/1.0" + body, "POST /" + std::string(5000, 'a') + " HTTP/1.1" + body}) {
+    for (const std::size_t size : {1UL, 7UL, 100'000UL}) {
+      Bench bench;
+      std::string answers;
+      for (std::size_t at = 0; at < request.size(); at += size) answers += bench.Ask(request.substr(at, size));
+      EXPECT_TRUE(bench.client.ending);
+      EXPECT_EQ(answers, request.size() < 1000 ? "" : "RPRT -1\n");
+      EXPECT_EQ(bench.Sent(), "");
+    }
   }
 }
 
@@ -244,8 +347,8 @@ TEST(Rigctl, OnASlowLineTheLastOfManyValuesArrivesLast) {
     }
     bench.station.loop.RunFor(100ms);
     const std::string sent = bench.Sent();
-    EXPECT_TRUE(sent.ends_with("00014101990;")) << sent.substr(sent.size() - 40);
-    EXPECT_LT(sent.size(), 14 * 80U) << "more than the line takes in two seconds";
+    EXPECT_TRUE(sent.ends_with("00014101990;") || sent.ends_with("00014101990;FB;")) << sent.substr(sent.size() - 40);
+    EXPECT_LT(sent.size(), 17 * 80U) << "more than the line takes in two seconds";
     EXPECT_GT(sent.size(), 14 * 40U);
   }
 }
@@ -255,7 +358,7 @@ TEST(Rigctl, WhatAClientHasSetGoesOutAlsoWhenItLeavesButNotToAnotherRig) {
   bench.station.engine.link.OpenRigPort({.number = 1, .speed = 4800}, true);
   bench.Ask("F VFOB 7000000\nF VFOB 7000010\nF VFOB 7000020\nF VFOB 7000030\n");
   bench.client.Leave();
-  EXPECT_TRUE(bench.Sent().ends_with("FB00007000030;"));
+  EXPECT_TRUE(bench.Sent().ends_with("FB00007000030;FB;"));
 
   bench.server.Connect(bench.client);
   bench.Ask("F VFOB 7000000\nF VFOB 7000010\nF VFOB 7000020\nF VFOB 7000040\n");
@@ -272,21 +375,31 @@ TEST(Rigctl, ServerBeyondThisMachineIsForReadingUnlessAllowed) {
     bench.net.Use({.on = true, .address = "0.0.0.0", .write = allowed});
     if (!bench.client.connected) bench.server.Connect(bench.client);
     const std::string code = allowed ? "RPRT 0\n" : "RPRT -9\n";
-    EXPECT_EQ(bench.Ask("F 7000000\nM USB 0\nV VFOA\nT 1\nT 0\n"), code + code + "RPRT 0\n" + code + code);
+    EXPECT_EQ(bench.Ask("F 7000000\nM USB 0\nV VFOA\nT 1\nT 0\n"), code + code + "RPRT 0\n" + code + "RPRT 0\n");
     EXPECT_EQ(bench.Sent().empty(), !allowed);
     EXPECT_EQ(bench.Ask("f\n").size(), allowed ? 8U : 9U);
   }
+  bench.Ask("T 1\n");
+  bench.Sent();
+  bench.net.Use({.on = true, .address = "0.0.0.0"});
+  EXPECT_EQ(bench.Sent(), "RX;") << "it may operate the rig no longer";
+  EXPECT_TRUE(bench.client.connected);
 }
 
 TEST(Rigctl, KeyerIsTheStations) {
   Bench bench;
   std::vector<std::string> keyed;
-  bench.net.rig.send_morse = [&](std::string_view text) -> Status {
+  std::vector<cat::Party> parties;
+  bench.net.rig.send_morse = [&](cat::Party party, std::string_view text) -> Status {
+    parties.push_back(party);
     keyed.emplace_back(text);
     if (text == "busy") return Error{ErrorCode::kBusy, ""};
     return Ok();
   };
-  bench.net.rig.stop_morse = [&] { keyed.emplace_back("(stop)"); };
+  bench.net.rig.stop_morse = [&](cat::Party party) {
+    parties.push_back(party);
+    keyed.emplace_back("(stop)");
+  };
   bench.net.rig.set_key_speed = [&](int wpm) -> Status {
     if (wpm > 99) return Error{ErrorCode::kInvalid, ""};
     keyed.push_back(std::to_string(wpm));
@@ -295,7 +408,13 @@ TEST(Rigctl, KeyerIsTheStations) {
   EXPECT_EQ(bench.Ask("b CQ DE K1ABC\n\\send_morse TEST \n+b K\n\\stop_morse\nb\nb busy\n"),
             "RPRT 0\nRPRT 0\nsend_morse: K\nRPRT 0\nRPRT 0\nRPRT -1\nRPRT -9\n");
   EXPECT_EQ(bench.Ask("L KEYSPD 30\nL KEYSPD 200\n"), "RPRT 0\nRPRT -1\n");
-  EXPECT_EQ(keyed, (std::vector<std::string>{"CQ DE K1ABC", "TEST", "K", "(stop)", "busy", "30"}));
+  bench.server.Connect(bench.second);
+  bench.second.Ask("b X\n");
+  bench.second.Leave();
+  EXPECT_EQ(keyed, (std::vector<std::string>{"CQ DE K1ABC", "TEST", "K", "(stop)", "busy", "30", "X", "(stop)"}));
+  const cat::Party first = parties.front();
+  EXPECT_EQ(parties, (std::vector<cat::Party>{first, first, first, first, first, first + 1, first + 1}));
+  bench.client.Leave();
 }
 
 TEST(Rigctl, StateForClientLibrariesHasTheFormTheyRead) {
@@ -313,9 +432,13 @@ TEST(Rigctl, StateForClientLibrariesHasTheFormTheyRead) {
   }
   ASSERT_LT(line + 12, lines.size());
   EXPECT_EQ(lines[line + 8], "0x40005018");
+  EXPECT_EQ(lines[3], "30000.000000 10500000000.000000 0x1dbf -1 -1 0x3 0x1");
   EXPECT_EQ(lines[line + 12], "vfo_ops=0x0");
   EXPECT_TRUE(bench.Ask("+\\dump_state\n").ends_with("done\nRPRT 0\n"));
-  EXPECT_NE(bench.Ask("1\n").find("Can send Morse:\tY\n"), std::string::npos);
+  const std::string caps = bench.Ask("1\n");
+  for (const char* end : {"Can set PTT:\tY\n", "Can send Morse:\tN\n", "Can get mW2power:\tN\n"})
+    EXPECT_NE(caps.find(end), std::string::npos) << end;
+  EXPECT_NE(Bench("TS-520").Ask("1\n").find("Can set PTT:\tN\n"), std::string::npos);
 }
 
 TEST(Rigctl, LinesMayComeInAnyPiecesAndAreBounded) {
@@ -368,11 +491,12 @@ TEST(Rigctl, NoiseAndMutatedCommandsPutNoIllegalFrameOnTheLine) {
   EXPECT_GT(answered, 100'000U);
   for (const std::string& frame : Split(bench.Sent(), ';')) {
     const bool legal =
-        frame.empty() || frame == "TX" || frame == "RX" || frame.starts_with("FR") || frame.starts_with("FT") ||
-        (frame.starts_with("MD") && frame.size() == 3) || (frame.starts_with("PC") && frame.size() == 5) ||
-        (frame.starts_with("AG0") && frame.size() == 6) || (frame.starts_with("RG") && frame.size() == 5) ||
+        frame.empty() || frame == "TX" || frame == "RX" || frame == "FB" || frame.starts_with("FR") ||
+        frame.starts_with("FT") || (frame.starts_with("MD") && frame.size() == 3) ||
+        (frame.starts_with("PC") && frame.size() == 5) || (frame.starts_with("AG0") && frame.size() == 6) ||
+        (frame.starts_with("RG") && frame.size() == 5) ||
         ((frame.starts_with("FA") || frame.starts_with("FB")) && frame.size() == 13 &&
-         AllDigits(std::string_view(frame).substr(2)));
+         IsTunable(Frequency::FromHz(ParseNumber(std::string_view(frame).substr(2), 0, 99'999'999'999).value_or(0))));
     ASSERT_TRUE(legal) << frame;
   }
 }
