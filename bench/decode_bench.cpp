@@ -1,9 +1,9 @@
 // How many characters the decoders get wrong, on the station's own receiver audio. Figures: docs/performance.md.
 
 #include <array>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <fstream>
 #include <functional>
 #include <iterator>
@@ -114,11 +114,11 @@ Score Measure(const Column& column, const audio::LetterModel& letters, double wp
       {.samples_per_second = kRate, .snr_db = column.snr_db, .impulses_per_second = column.impulses, .seed = seed},
       stations);
   std::vector<float> samples = audio.RenderSeconds(audio.Length());
-  const auto began = std::chrono::steady_clock::now();
+  const std::clock_t began = std::clock();
   audio::BestDecoder decoder(kRate, hint, letters);
   const std::string read = Read(decoder, samples);
-  const std::chrono::duration<double> spent = std::chrono::steady_clock::now() - began;
-  Score score{text.size(), audio::EditDistance(text, read), audio.Length(), spent.count()};
+  const double spent = static_cast<double>(std::clock() - began) / CLOCKS_PER_SEC;
+  Score score{text.size(), audio::EditDistance(text, read), audio.Length(), spent};
   if (verbose) {
     std::printf("  %s %2.0f wpm: %zu of %zu, f %.1f->%.1f, %.1f wpm, %.0fx\n    %s\n    %s\n", column.name, wpm,
                 score.wrong, score.sent, hertz, decoder.reception().hertz, decoder.reception().wpm,
@@ -159,12 +159,12 @@ int Run(int argc, char** argv) {
   if (only.empty() || only == "noise") {
     sim::ReceiverAudio audio({.samples_per_second = kRate, .snr_db = 0, .seed = 77}, {});
     std::vector<float> samples = audio.RenderSeconds(300.0 * rounds);
-    const auto began = std::chrono::steady_clock::now();
+    const std::clock_t began = std::clock();
     audio::BestDecoder decoder(kRate, 700, letters);
     const std::string read = Read(decoder, samples);
-    const std::chrono::duration<double> spent = std::chrono::steady_clock::now() - began;
-    std::printf("noise: %zu characters in %d minutes, %.0fx: %s\n", read.size(), 5 * rounds,
-                300.0 * rounds / spent.count(), read.c_str());
+    const double spent = static_cast<double>(std::clock() - began) / CLOCKS_PER_SEC;
+    std::printf("noise: %zu characters in %d minutes, %.0fx: %s\n", read.size(), 5 * rounds, 300.0 * rounds / spent,
+                read.c_str());
   }
   return 0;
 }

@@ -1,6 +1,7 @@
 #include "audio/best_decoder.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <numbers>
 
@@ -10,16 +11,20 @@
 namespace kvx::audio {
 namespace {
 
-constexpr double kWorkEvery = 0.256;  // seconds
+constexpr double kWorkEvery = 0.4;  // seconds
 constexpr double kFirstLook = 3;
-constexpr double kLookEvery = 0.75;
+constexpr double kLookEvery = 1;
 constexpr double kMostHistory = 12;
 constexpr double kEnoughEvidence = 25;  // logarithms
-constexpr double kEnoughMargin = 5;
-constexpr double kAhead = 1.2;  // seconds by which levels are known before they are used
+constexpr double kEnoughMargin = 10;
+constexpr double kLeastMargin = 3;  // after kMostHistory
+constexpr double kAhead = 1.2;      // seconds by which levels are known before they are used
 constexpr double kLeastLag = 2;
 constexpr double kLagDots = 26;
-constexpr float kMostEnergy = 60;  // of a dot against the noise
+constexpr float kMostEnergy = 60;   // of a dot against the noise
+constexpr double kFarthest = 90;    // Hz
+constexpr double kLongUntuned = 4;  // seconds
+constexpr int kDashesToTune = 5;
 constexpr int kTuneSteps = 5;
 constexpr std::size_t kTaps = 21;
 constexpr double kCutoff = 92;  // Hz
@@ -79,6 +84,7 @@ void BestDecoder::Work() {
 
 void BestDecoder::Tune(double offset) {
   offset_ = offset;
+  tuned_ = history_begin_;
   turn_ = 1;
   mixed_.clear();
   tone_.Restart(history_begin_);
@@ -106,16 +112,20 @@ void BestDecoder::LookForSignal(bool last) {
   Tune(watch_.Strongest());
   MixUpTo(end);
   noise_ = watch_.Noise(offset_);
-  const SpeedFinding finding = SurveySpeed(tone_, tone_.begin(), tone_.end(), rate_, noise_);
+  SpeedFinding finding = SurveySpeed(tone_, tone_.begin(), tone_.end(), rate_, noise_);
   evidence_ = finding.evidence;
-  if (finding.evidence < kEnoughEvidence || (finding.margin < kEnoughMargin && !last)) return;
-  Tune(offset_ + SurveyTone(tone_, tone_.begin(), tone_.end(), rate_, noise_, finding.dot, kTuneSteps));
-  MixUpTo(end);
+  const double seconds = static_cast<double>(tone_.end() - tone_.begin()) / rate_;
+  const double margin = last ? 0 : seconds < kMostHistory ? kEnoughMargin : kLeastMargin;
+  if (finding.evidence < kEnoughEvidence || finding.margin < margin) return;
   Begin(finding, tone_.begin());
-  next_look_ = end + std::lround(4 * rate_);
 }
 
-void BestDecoder::Begin(const SpeedFinding& finding, Time time) {
+void BestDecoder::Begin(SpeedFinding finding, Time time) {
+  const Time end = tone_.end();
+  Tune(offset_ + SurveyTone(tone_, time, end, rate_, noise_, finding.dot, kTuneSteps));
+  MixUpTo(end);
+  RefineFinding(tone_, time, end, rate_, noise_, finding);
+  next_look_ = end + std::lround(4 * rate_);
   search_.emplace(letters_, codes_, time, finding.dot);
   keyed_ = KeyedTone(time);
   level_scale_ = finding.level_scale;
@@ -143,23 +153,27 @@ void BestDecoder::Read() {
 }
 
 void BestDecoder::CheckSpeed() {
-  const double window = std::max(5 * rate_, 55 * search_->times().dot());
+  const double window = std::max(9 * rate_, 55 * search_->times().dot());
   const Time end = tone_.end();
-  next_look_ = end + std::lround(std::max(1.5 * rate_, 0.3 * window));
+  next_look_ = end + std::lround(std::max(2.5 * rate_, 0.35 * window));
   const Time from = std::max(tone_.begin(), end - std::lround(window));
-  const SpeedFinding finding = SurveySpeed(tone_, from, end, rate_, noise_, search_->times().dot());
+  SpeedFinding finding = SurveySpeed(tone_, from, end, rate_, noise_, search_->times().dot());
   evidence_ = finding.evidence;
   if (finding.evidence < 5) {
     KeyUpTo(tone_.end());
     Emit(search_->Settle(search_->position()));
     DropHistory(search_->position());
     search_.reset();
+    watch_ = ToneWatch(rate_);  // what comes next may be another station
+    watched_ = history_begin_;
     return;
   }
-  offset_ += SurveyTone(tone_, from, end, rate_, noise_, search_->times().dot(), 1);
+  const Time tuned = std::max(from, tuned_);
+  if (static_cast<double>(end - tuned) > kLongUntuned * rate_) {
+    Retune(SurveyTone(tone_, tuned, end, rate_, noise_, search_->times().dot(), 2));
+  }
   if (std::abs(std::log(finding.dot / search_->times().dot())) > 0.16 && finding.gain > 12 + 0.08 * finding.evidence) {
-    const Time settled = std::max(search_->settled(), tone_.begin());
-    Begin(finding, settled);
+    Begin(finding, std::max(search_->settled(), tone_.begin()));
   }
 }
 
@@ -174,6 +188,12 @@ void BestDecoder::Emit(const std::vector<FoundSymbol>& symbols) {
   }
 }
 
+void BestDecoder::Retune(double off) {
+  if (off == 0 || std::abs(offset_ + off) > kFarthest) return;
+  offset_ += off;
+  tuned_ = tone_.end();
+}
+
 void BestDecoder::LearnFromMarks() {
   for (const auto& [begin, end] : search_->TakeMarks()) {
     if (begin < tone_.begin()) continue;
@@ -184,19 +204,21 @@ void BestDecoder::LearnFromMarks() {
   }
 }
 
+// Measured on what the mixer is given, so that a correction made since the mark does not matter.
 void BestDecoder::CorrectTuning(Time begin, Time end) {
   const double dot = search_->times().dot();
-  if (static_cast<double>(end - begin) < 2 * dot) return;
-  const auto piece = static_cast<Time>(dot * 0.75);
-  std::complex<float> before = tone_.Integral(begin, begin + piece);
-  for (int i = 1; i < 4; ++i) {
-    const std::complex<float> here = tone_.Integral(begin + i * piece, begin + (i + 1) * piece);
-    slips_ += here * std::conj(before);
-    before = here;
+  const Time first = begin - static_cast<Time>(kTaps / 2) - history_begin_;
+  if (first < 0 || static_cast<double>(end - begin) < 2 * dot) return;
+  const auto piece = static_cast<std::size_t>(dot * 0.75);
+  const std::complex<double> step = std::polar(1.0, -2 * std::numbers::pi * offset_ / rate_);
+  std::complex<double> turn = 1;
+  std::array<std::complex<double>, 4> parts;
+  for (std::size_t i = 0; i < parts.size() * piece; ++i, turn *= step) {
+    parts[i / piece] += std::complex<double>(history_[static_cast<std::size_t>(first) + i]) * turn;
   }
-  if (++dashes_ < 5) return;
-  const double off = std::arg(slips_) / (2 * std::numbers::pi * static_cast<double>(piece)) * rate_;
-  if (std::abs(offset_ + off) < ToneWatch::kReach + 40) offset_ += 0.5 * off;
+  for (std::size_t i = 1; i < parts.size(); ++i) slips_ += parts[i] * std::conj(parts[i - 1]);
+  if (++dashes_ < kDashesToTune) return;
+  Retune(0.8 * std::arg(slips_) / (2 * std::numbers::pi * static_cast<double>(piece)) * rate_);
   slips_ = 0;
   dashes_ = 0;
 }

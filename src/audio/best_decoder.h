@@ -32,7 +32,7 @@ class BestDecoder final : public CwDecoder {
   using Time = ToneSignal::Time;
 
   void Work();
-  void Begin(const SpeedFinding& finding, Time time);
+  void Begin(SpeedFinding finding, Time time);
   void Tune(double offset);
   void MixUpTo(Time end);
   void LookForSignal(bool last);
@@ -42,6 +42,7 @@ class BestDecoder final : public CwDecoder {
   void Emit(const std::vector<FoundSymbol>& symbols);
   void LearnFromMarks();
   void CorrectTuning(Time begin, Time end);
+  void Retune(double off);
   Time Needed() const;
   void DropHistory(Time needed);
 
@@ -59,6 +60,7 @@ class BestDecoder final : public CwDecoder {
 
   std::vector<float> taps_;  ///< of the narrow filter behind the mixer
   double offset_ = 0;        ///< Hz: of the tone from where the filter is
+  Time tuned_ = 0;           ///< when that was changed
   std::complex<double> turn_ = 1;
   std::vector<std::complex<float>> mixed_;
   ToneSignal tone_;
@@ -69,7 +71,7 @@ class BestDecoder final : public CwDecoder {
   float power_ = 0;  ///< of the last marks
   float noise_ = 1;
   double evidence_ = 0;
-  std::complex<float> slips_;  ///< how far the phase turns within dashes
+  std::complex<double> slips_;  ///< how far the phase turns within dashes
   int dashes_ = 0;
   bool blank_ = true;  ///< whether the last symbol was one
 };

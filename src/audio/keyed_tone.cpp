@@ -9,8 +9,8 @@ namespace kvx::audio {
 namespace {
 
 constexpr float kOtherLevel = -3.5F;  // logarithm of the chance that the level has changed at once
-constexpr int kTablePerUnit = 16;
-constexpr int kTableEnd = 32;
+constexpr int kTablePerUnit = 8;
+constexpr int kTableEnd = 128;
 
 std::array<float, kTablePerUnit * kTableEnd + 2> MakeTable() {
   std::array<float, kTablePerUnit * kTableEnd + 2> table{};
@@ -53,20 +53,24 @@ const KeyedTone::Sum& KeyedTone::At(Time time) const {
   return sums_[static_cast<std::size_t>(std::clamp(time, begin(), end()) - begin_)];
 }
 
-float KeyedTone::KeyDown(Time from, Time to) const {
+KeyedTone::Fit KeyedTone::Between(Time from, Time to) const {
   const Sum& first = At(from);
   const Sum& last = At(to);
-  const auto signal = static_cast<float>(std::abs(last.signal - first.signal));
-  return LogBesselI0(2 * signal) - static_cast<float>(last.energy - first.energy);
+  const auto real = static_cast<float>(last.signal.real() - first.signal.real());
+  const auto imaginary = static_cast<float>(last.signal.imag() - first.signal.imag());
+  return {real * real + imaginary * imaginary, static_cast<float>(last.energy - first.energy)};
+}
+
+float KeyedTone::KeyDown(Time from, Time to) const {
+  const Fit fit = Between(from, to);
+  return LogBesselI0(2 * std::sqrt(fit.square)) - fit.energy;
 }
 
 float KeyedTone::KeyDownOrChanged(Time from, Time to) const {
-  const Sum& first = At(from);
-  const Sum& last = At(to);
-  const auto square = static_cast<float>(std::norm(last.signal - first.signal));
-  const auto energy = static_cast<float>(last.energy - first.energy);
-  const float known = LogBesselI0(2 * std::sqrt(square)) - energy;
-  return std::max(known, kOtherLevel + square / (1 + energy) - std::log1p(energy));
+  const Fit fit = Between(from, to);
+  const float known = LogBesselI0(2 * std::sqrt(fit.square)) - fit.energy;
+  if (fit.square < fit.energy) return known;  // no more than noise gives
+  return std::max(known, kOtherLevel + fit.square / (1 + fit.energy) - std::log1p(fit.energy));
 }
 
 }  // namespace kvx::audio

@@ -30,7 +30,12 @@ class KeyedTone final {
     std::complex<double> signal;
     double energy = 0;
   };
+  struct Fit {
+    float square;  ///< of the signal's amplitude
+    float energy;
+  };
   const Sum& At(Time time) const;
+  Fit Between(Time from, Time to) const;
 
   Time begin_;
   std::vector<Sum> sums_{Sum{}};  ///< of all before a time: of the signal, as its amplitude and the noise weigh it

@@ -8,6 +8,7 @@ namespace kvx::audio {
 namespace {
 
 constexpr double kStepsPerDot = 6.5;
+constexpr std::size_t kSlots = 256;      // more than two longest gaps
 constexpr float kBeam = 18;              // logarithm: what is less probable than the best by more is given up
 constexpr std::size_t kMostTokens = 28;  // at one time
 constexpr float kPauseStart = -4.5F;     // and that, in a pause, a station begins within one step
@@ -20,10 +21,17 @@ KeyingSearch::KeyingSearch(const LetterModel& letters, const CodeTree& codes, Ti
       times_(dot),
       samples_per_step_(std::max(1.0, dot / kStepsPerDot)),
       origin_(begin),
+      slots_(kSlots),
       settled_(begin) {
   MakeChances();
   trail_.push_back({.begin = begin, .end = begin});
   pauses_.push_back({.trail = 0, .began = begin});
+}
+
+void KeyingSearch::Slot::Clear() {
+  marks.clear();
+  gaps.clear();
+  best_mark = best_gap = -1e30F;
 }
 
 KeyingSearch::Time KeyingSearch::TimeOf(std::int64_t step) const {
@@ -148,9 +156,6 @@ void KeyingSearch::FollowPauses() {
 
 void KeyingSearch::Advance(const KeyedTone& tone) {
   while (TimeOf(now_ + longest_mark_ + 1) <= tone.end()) {
-    while (first_slot_ + static_cast<std::int64_t>(slots_.size()) <= now_ + std::max(longest_gap_, longest_mark_) + 1) {
-      slots_.emplace_back();
-    }
     Slot& slot = SlotAt(now_);
     const Time here = TimeOf(now_);
     for (const Token& token : slot.marks) {
@@ -172,12 +177,8 @@ void KeyingSearch::Advance(const KeyedTone& tone) {
     for (Token& token : slot.gaps) token.trail = Record(token, here);
     if (!slot.gaps.empty()) ExtendByMarks(tone, slot.gaps);
     slot.gaps.clear();
-    slot.gaps.shrink_to_fit();
     ++now_;
-    while (first_slot_ + longest_gap_ + 1 < now_) {
-      slots_.pop_front();
-      ++first_slot_;
-    }
+    SlotAt(now_ - longest_gap_ + static_cast<std::int64_t>(slots_.size())).Clear();
   }
 }
 
@@ -186,8 +187,8 @@ const KeyingSearch::Token* KeyingSearch::Best() const {
   const auto consider = [&](const Token& token) {
     if (best == nullptr || token.score > best->score) best = &token;
   };
-  for (std::int64_t step = first_slot_; step < now_; ++step) {
-    for (const Token& token : slots_[static_cast<std::size_t>(step - first_slot_)].marks) consider(token);
+  for (std::int64_t step = std::max<std::int64_t>(0, now_ - longest_gap_); step < now_; ++step) {
+    for (const Token& token : slots_[static_cast<std::size_t>(step) % slots_.size()].marks) consider(token);
   }
   for (const Token& token : pauses_) consider(token);
   return best;

@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <deque>
 #include <utility>
 #include <vector>
 
@@ -68,13 +67,15 @@ class KeyingSearch final {
     std::vector<Token> gaps;
     float best_mark = -1e30F;
     float best_gap = -1e30F;
+
+    void Clear();
   };
   struct Chances {
     std::vector<float> dot, dash, element_gap, letter_gap, word_gap;
   };
 
   Time TimeOf(std::int64_t step) const;
-  Slot& SlotAt(std::int64_t step) { return slots_[static_cast<std::size_t>(step - first_slot_)]; }
+  Slot& SlotAt(std::int64_t step) { return slots_[static_cast<std::size_t>(step) % slots_.size()]; }
   void MakeChances();
   void Prune(std::vector<Token>& tokens, float least);
   void ExtendByGaps(const Token& token);
@@ -91,11 +92,10 @@ class KeyingSearch final {
   double samples_per_step_;
   Time origin_;
   std::int64_t now_ = 0;
-  std::int64_t first_slot_ = 0;
   Chances chances_;
   std::int64_t longest_mark_ = 0;
   std::int64_t longest_gap_ = 0;
-  std::deque<Slot> slots_;
+  std::vector<Slot> slots_;  ///< a ring: those of the longest gap before now_, and of the longest piece after
   std::vector<Token> pauses_;
   std::vector<Step> trail_;
   float frontier_ = 0;

@@ -16,8 +16,10 @@ namespace {
 using Time = ToneSignal::Time;
 
 constexpr double kSlowest = 4.5;  // words a minute
-constexpr double kFastest = 62;
-constexpr double kSpeedStep = 1.065;
+constexpr double kSpeedStep = 1.085;
+constexpr int kSpeeds = 32;           // up to 56 words a minute
+constexpr int kCoarse = 3;            // steps at once, to see whether there is anything
+constexpr double kAnything = 6;       // evidence
 constexpr double kOtherSpeed = 0.16;  // logarithm: beyond that a speed is another one
 
 constexpr double kToneStep = 0.2;  // of a turn in a dash
@@ -29,6 +31,7 @@ constexpr double kSpread = 0.16;
 constexpr float kStart = -4;  // logarithm of the chance that a station begins within one step
 constexpr float kLeave = -3;  // and that it pauses
 constexpr float kNever = -1e9F;
+constexpr float kRare = -15;
 constexpr float kBeam = 30;         // what is less probable by more is not followed
 constexpr double kMostRatio = 300;  // of tone to noise in 1 Hz: more would make small faults of timing decide
 
@@ -76,7 +79,7 @@ double Evidence(const KeyedTone& tone, double dot) {
   for (std::size_t i = 1; i <= steps; ++i) {
     for (std::size_t length = 1; length <= std::min<std::size_t>(i, kLongestMark); ++length) {
       const float before = gap_ends[i - length] + kLengths.mark[length];
-      if (before < pauses[i - length] - kBeam) continue;
+      if (kLengths.mark[length] < kRare || before < pauses[i - length] - kBeam) continue;
       mark_ends[i] = std::max(mark_ends[i], before + tone.KeyDown(times[i - length], times[i]));
     }
     gap_ends[i] = pauses[i - 1] + kStart;
@@ -88,56 +91,75 @@ double Evidence(const KeyedTone& tone, double dot) {
   return pauses.back();
 }
 
+LevelTrack Levels(const ToneSignal& tone, Time from, Time to, double rate, float noise) {
+  LevelTrack levels(tone, from, to, rate, noise);
+  levels.Soften(static_cast<float>(rate / kMostRatio));
+  return levels;
+}
+
+KeyedTone Keyed(const ToneSignal& tone, Time from, Time to, const LevelTrack& levels) {
+  KeyedTone keyed(from);
+  keyed.Append(tone, levels, to);
+  return keyed;
+}
+
 }  // namespace
 
 SpeedFinding SurveySpeed(const ToneSignal& tone, Time from, Time to, double rate, float noise, double current) {
-  LevelTrack levels(tone, from, to, rate, noise);
-  levels.Soften(static_cast<float>(rate / kMostRatio));
-  const auto scaled = [&](float share) {
-    LevelTrack track = levels;
-    track.Scale(share);
-    KeyedTone keyed(from);
-    keyed.Append(tone, track, to);
-    return keyed;
-  };
-  SpeedFinding best{.evidence = -1e9, .margin = 1e9};
-  const KeyedTone keyed = scaled(1);
+  const KeyedTone keyed = Keyed(tone, from, to, Levels(tone, from, to, rate, noise));
   std::vector<std::pair<double, double>> findings;
-  for (double wpm = kSlowest; wpm <= kFastest; wpm *= kSpeedStep) {
+  SpeedFinding best{.evidence = -1e9, .margin = 1e9};
+  const auto look = [&](int step) {
+    const double wpm = kSlowest * std::pow(kSpeedStep, step);
     const double dot = 1.2 * rate / wpm;
     const double usual = std::log(wpm / 22) / 0.7;  // few are much slower or faster
     findings.emplace_back(dot, Evidence(keyed, dot) - usual * usual / 2);
     if (findings.back().second > best.evidence) std::tie(best.dot, best.evidence) = findings.back();
+  };
+  for (int step = 0; step < kSpeeds; step += kCoarse) look(step);
+  if (best.evidence < kAnything) return best;
+  for (int step = 0; step < kSpeeds; ++step) {
+    if (step % kCoarse != 0) look(step);
   }
   for (const auto& [dot, evidence] : findings) {
     if (std::abs(std::log(dot / best.dot)) > kOtherSpeed) best.margin = std::min(best.margin, best.evidence - evidence);
   }
   if (current > 0) best.gain = best.evidence - Evidence(keyed, current);
-  const double coarse = best.dot;
-  for (const float share : {1.0F, 0.5F, 0.7F, 1.4F}) {
-    const KeyedTone other = scaled(share);
-    for (const double length : {0.97, 1.0, 1.03}) {
-      const double evidence = Evidence(other, coarse * length);
-      if (evidence <= best.evidence) continue;
-      best.evidence = evidence;
-      best.dot = coarse * length;
-      best.level_scale = share;
-    }
-  }
   return best;
 }
 
+void RefineFinding(const ToneSignal& tone, Time from, Time to, double rate, float noise, SpeedFinding& finding) {
+  const LevelTrack levels = Levels(tone, from, to, rate, noise);
+  for (const float share : {0.5F, 0.7F, 1.4F}) {
+    LevelTrack track = levels;
+    track.Scale(share);
+    const double evidence = Evidence(Keyed(tone, from, to, track), finding.dot);
+    if (evidence > finding.evidence) {
+      finding.evidence = evidence;
+      finding.level_scale = share;
+    }
+  }
+  LevelTrack track = levels;
+  track.Scale(finding.level_scale);
+  const KeyedTone keyed = Keyed(tone, from, to, track);
+  const double coarse = finding.dot;
+  for (const double length : {0.94, 0.97, 1.03, 1.06}) {
+    const double evidence = Evidence(keyed, coarse * length);
+    if (evidence > finding.evidence) {
+      finding.evidence = evidence;
+      finding.dot = coarse * length;
+    }
+  }
+}
+
 double SurveyTone(const ToneSignal& tone, Time from, Time to, double rate, float noise, double dot, int reach) {
-  LevelTrack levels(tone, from, to, rate, noise);
-  levels.Soften(static_cast<float>(rate / kMostRatio));
+  const LevelTrack levels = Levels(tone, from, to, rate, noise);
   double best = 0;
   double most = -1e9;
   for (int i = -reach; i <= reach; ++i) {
     const double hertz = i * kToneStep * rate / (3 * dot);
     const ToneSignal turned = tone.Turned(from, to, hertz / rate);
-    KeyedTone keyed(from);
-    keyed.Append(turned, levels, to);
-    const double evidence = Evidence(keyed, dot) - (i == 0 ? 0 : kTurnCost);
+    const double evidence = Evidence(Keyed(turned, from, to, levels), dot) - (i == 0 ? 0 : kTurnCost);
     if (evidence > most) {
       most = evidence;
       best = hertz;

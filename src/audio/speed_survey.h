@@ -19,6 +19,10 @@ struct SpeedFinding {
 SpeedFinding SurveySpeed(const ToneSignal& tone, ToneSignal::Time from, ToneSignal::Time to, double rate, float noise,
                          double current = 0);
 
+/// Makes a finding finer: speed, level and evidence.
+void RefineFinding(const ToneSignal& tone, ToneSignal::Time from, ToneSignal::Time to, double rate, float noise,
+                   SpeedFinding& finding);
+
 /// How many Hz the tone between two times is off 0 Hz, when its dots have that length: the best of `reach` steps to
 /// either side, which are as fine as dashes of that length need.
 double SurveyTone(const ToneSignal& tone, ToneSignal::Time from, ToneSignal::Time to, double rate, float noise,

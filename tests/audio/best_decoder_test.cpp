@@ -54,7 +54,7 @@ TEST(BestDecoder, ReadsFromTheFirstCharacterWhateverTheAir) {
       {"fading, drifting",
        {.snr_db = 10},
        {{.text = kText, .wpm = 18, .hertz = 650, .drift = 10, .fade_hertz = 0.2, .fade_db = 15}},
-       2},
+       5},
       {"an equal neighbour",
        {.snr_db = 15},
        {{.text = kText, .wpm = 25, .hertz = 650},
