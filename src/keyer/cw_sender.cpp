@@ -49,7 +49,10 @@ void CwSender::Use(CwBackend* backend) {
     Drop(why);
     if (on_gone) on_gone();
   };
-  backend_->on_dropped = [this](const std::string& why) { Drop(why); };
+  backend_->on_dropped = [this](const std::string& why) {
+    if (sending()) Drop(why);
+    if (on_stopped) on_stopped();
+  };
   backend_->on_notice = [this](const std::string& line) {
     if (on_notice) on_notice(line);
   };

@@ -62,6 +62,7 @@ class CwSender {
   std::function<void(const std::string& symbol, int wpm)> on_symbol;  ///< a symbol begins
   std::function<void()> on_silence;                                   ///< all has been sent, or it was stopped
   std::function<void()> on_ready;                                     ///< the keyer has become ready
+  std::function<void()> on_stopped;                                   ///< something else has stopped the keyer
   std::function<void()> on_gone;                                      ///< it could not be opened, or has gone
 
  private:

@@ -94,6 +94,7 @@ Keyer::Keyer(const KeyerParts& parts)
   };
   sender_.on_ready = [this] { Ready(); };
   sender_.on_gone = [this] { Gone(); };
+  sender_.on_stopped = [this] { tuner_.Stop(); };
   console_changes_ = console_.Subscribe([this](Field field) { Follow(field); });
 }
 

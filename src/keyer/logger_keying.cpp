@@ -11,7 +11,8 @@ constexpr Duration kOnItsWay = std::chrono::milliseconds(20);  // a status byte 
 
 }  // namespace
 
-void LoggerKeying::Take(std::string_view bytes, TimePoint arrive) {
+LoggerKeying::Effect LoggerKeying::Take(std::string_view bytes, TimePoint arrive) {
+  Effect effect;
   arrive_ = arrive;
   for (const char c : bytes) {
     const bool is_command = !command_.empty() || static_cast<std::uint8_t>(c) < 0x20;
@@ -21,19 +22,24 @@ void LoggerKeying::Take(std::string_view bytes, TimePoint arrive) {
     }
     command_ += c;
     if (command_.size() < WinkeyCommandLength(command_)) continue;
-    Do(command_);
+    Do(command_, effect);
     command_.clear();
   }
+  return effect;
 }
 
-void LoggerKeying::Do(std::string_view command) {
+void LoggerKeying::Do(std::string_view command, Effect& effect) {
   const bool on = command.size() > 1 && command[1] != 0;
   switch (command[0]) {
     case 0x00:
-      if (command[1] == 0x01 || command[1] == 0x03) key_ = ptt_ = paddle_ = text_ = false;  // reset, host close
+      if (command[1] == 0x02) effect.opened = true;
+      if (command[1] != 0x01 && command[1] != 0x03) break;  // reset, host close
+      key_ = ptt_ = paddle_ = text_ = false;
+      effect = {.cleared = true, .opened = false};
       break;
     case 0x0A:
       key_ = ptt_ = text_ = false;
+      effect.cleared = true;
       break;
     case 0x0B:
       key_ = on;

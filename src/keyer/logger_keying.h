@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -11,8 +12,13 @@ namespace kvx::keyer {
 /// keyer's status. Without I/O.
 class LoggerKeying {
  public:
+  /// What some bytes did to the keyer that others use as well.
+  struct Effect {
+    bool cleared = false;             ///< it has dropped its text, whoever's that was
+    std::optional<bool> opened = {};  ///< its host mode has been opened, or closed
+  };
   /// Bytes that have been written, and will all have reached the keyer at `arrive`.
-  void Take(std::string_view bytes, TimePoint arrive);
+  Effect Take(std::string_view bytes, TimePoint arrive);
   /// The keyer has told that it is not sending.
   void Idle(TimePoint now);
   /// The keyer has been cleared, or is out of reach.
@@ -28,7 +34,7 @@ class LoggerKeying {
   std::string Release() const;
 
  private:
-  void Do(std::string_view command);
+  void Do(std::string_view command, Effect& effect);
 
   std::string command_;  ///< begun
   bool key_ = false;

@@ -40,7 +40,7 @@ WinKeyer::~WinKeyer() {
   port_.on_data = nullptr;
   port_.on_opened = nullptr;
   port_.on_lost = nullptr;
-  for (const Loop::TimerId timer : {tick_, tune_end_, guard_check_, pass_}) loop_.StopTimer(timer);
+  for (const Loop::TimerId timer : {tick_, tune_end_, guard_check_, pass_, reopen_}) loop_.StopTimer(timer);
 }
 
 // Opening and closing.
@@ -128,8 +128,8 @@ void WinKeyer::Let() {
   logger_command_.clear();
   logger_keying_.Clear();
   held_.clear();
-  loop_.StopTimer(std::exchange(tune_end_, 0));
-  loop_.StopTimer(std::exchange(pass_, 0));
+  host_closed_ = false;
+  for (Loop::TimerId* timer : {&tune_end_, &pass_, &reopen_}) loop_.StopTimer(std::exchange(*timer, 0));
   Follow();
 }
 
@@ -139,6 +139,7 @@ void WinKeyer::Close() {
 
 Task WinKeyer::HostClose() {
   start_ = Task();
+  loop_.StopTimer(std::exchange(reopen_, 0));
   release_owed_ = false;
   if (state_ != State::kClosed) {
     WriteRelease(progress_.size() > 0);
@@ -158,6 +159,8 @@ Task WinKeyer::HostClose() {
 Task WinKeyer::InitWinkey() {
   state_ = State::kStarting;
   keyer_failed_ = false;
+  host_closed_ = false;
+  loop_.StopTimer(std::exchange(reopen_, 0));
   waited_ = Duration{0};
   pot_ = -1;
   port_.Read();
@@ -253,6 +256,7 @@ std::string_view WinKeyer::state() const {
     case State::kReady:
       break;
   }
+  if (host_closed_) return "starting";
   return progress_.size() > 0 || key_down_ || !keyer_ready_ ? "busy" : "ready";
 }
 
@@ -265,6 +269,7 @@ std::size_t WinKeyer::room() const {
 void WinKeyer::Send(std::string_view symbol) {
   const std::string bytes = WinkeySymbol(symbol);
   if (!ready() || key_down_ || bytes.empty()) return;
+  clear_request_ = false;
   if (std::exchange(speed_in_text_, false) && progress_.size() > 0) Write(WinkeyCommand("1C", told_speed_));
   Write(bytes);
   progress_.Give(std::string_view(bytes).substr(bytes.size() > 1 ? 1 : 0), line_free_at_);

@@ -44,7 +44,7 @@ class WinKeyer final : public CwBackend {
   /// The same for who need not wait for it.
   void Close() override;
   bool closing() const { return !closing_.done(); }
-  bool ready() const override { return state_ == State::kReady; }
+  bool ready() const override { return state_ == State::kReady && !host_closed_; }
   std::string_view state() const override;
   std::size_t room() const override;
   void Send(std::string_view symbol) override;
@@ -68,13 +68,14 @@ class WinKeyer final : public CwBackend {
   int version() const { return version_; }
   bool keyer_ready() const { return keyer_ready_; }    ///< as its status bytes tell
   bool keyer_failed() const { return keyer_failed_; }  ///< the latest start-up timed out
+  /// The logging program has asked the keyer to drop its text, and nothing has been sent from here since.
   bool clear_request() const { return clear_request_; }
-  void ForgetClearRequest() { clear_request_ = false; }
   /// What the logging program has asked the keyer to send lately, blanks left out.
   const std::string& logger_text() const { return logger_text_; }
 
   std::function<void(std::string_view bytes)> on_written;
   std::function<void(std::string_view bytes)> on_received;
+  std::function<void(std::string_view bytes)> on_logger;  ///< what the logging program has sent
 
  private:
   enum class State { kClosed, kStarting, kReady, kFailed };
@@ -98,6 +99,7 @@ class WinKeyer final : public CwBackend {
   void TakeLoggerByte(std::uint8_t byte, std::string& command);
   void Hold(std::string_view bytes);
   void PassOn();
+  void Share(const LoggerKeying::Effect& effect);
   void Follow();
   void Guard();
   void Advance();
@@ -132,9 +134,11 @@ class WinKeyer final : public CwBackend {
   int version_ = 0;
   platform::SerialPort* logger_ = nullptr;
   bool pass_through_ = false;
-  std::string held_;        ///< from the logging program, until the line has room for it
-  bool overrun_ = false;    ///< some of it has been dropped
-  Loop::TimerId pass_ = 0;  ///< to pass on more of it
+  std::string held_;          ///< from the logging program, until the line has room for it
+  bool overrun_ = false;      ///< some of it has been dropped
+  Loop::TimerId pass_ = 0;    ///< to pass on more of it
+  bool host_closed_ = false;  ///< by the logging program
+  Loop::TimerId reopen_ = 0;
   LoggerKeying logger_keying_;
   bool clear_request_ = false;
   std::string logger_text_;

@@ -26,6 +26,8 @@ constexpr std::size_t kMostAtOnce = 256;  // when it is free
 constexpr Duration kPassPace = 100ms;
 constexpr const char* kOverrun = "The logging program sends more than the keyer can take: a part has been dropped";
 constexpr const char* kLoggerGone = "The logging program has gone";
+constexpr Duration kReopenTime = 500ms;  // a logging program that starts anew closes the host mode and opens it
+constexpr const char* kLoggerClears = "The logging program has stopped the keyer";
 constexpr const char* kPaddle = "The paddle has taken over";
 
 }  // namespace
@@ -135,7 +137,7 @@ void WinKeyer::PassOn() {
   held_.erase(0, bytes.size());
   if (!bytes.empty()) {
     Write(bytes);
-    logger_keying_.Take(bytes, line_free_at_);
+    Share(logger_keying_.Take(bytes, line_free_at_));
     Follow();
   }
   if (held_.empty()) {
@@ -145,11 +147,35 @@ void WinKeyer::PassOn() {
   }
 }
 
+/// Text of both is in one buffer, and one host mode is open for both: who empties it stops everything, and one that is
+/// left closed is opened anew.
+void WinKeyer::Share(const LoggerKeying::Effect& effect) {
+  const bool was_ready = ready();
+  if (effect.opened && state_ == State::kReady) {
+    host_closed_ = !*effect.opened;
+    loop_.StopTimer(std::exchange(reopen_, 0));
+  }
+  if (host_closed_ && reopen_ == 0) {
+    reopen_ = loop_.StartTimer(line_free_at_ + kReopenTime, [this] {
+      reopen_ = 0;
+      start_ = InitWinkey();
+    });
+  }
+  if (effect.cleared) {
+    progress_.Clear();
+    speed_in_text_ = false;
+    Tell(on_dropped, kLoggerClears);
+  }
+  if (was_ready == ready()) return;
+  ready() ? Tell(on_ready) : Tell(on_progress);
+}
+
 void WinKeyer::GetWInkey() {
   if (logger_ == nullptr) return;
   const std::string bytes = logger_->Read();
   if (bytes.empty()) return;
   if (bytes.find(static_cast<char>(kClearBuffer)) != std::string::npos) clear_request_ = true;
+  if (on_logger) on_logger(bytes);
   if (pass_through_) Hold(bytes);
   // Bytes may come one at a time: a speed command waits for its parameter.
   std::string command = std::exchange(logger_command_, {});

@@ -12,6 +12,7 @@ import unittest
 
 import rigs
 from station import Station, noted, wait_until
+from strict_winkey import StrictWinkey
 
 STATUS = re.compile(rb"IF\d{11}0001\+0{10}[01][1-6][01]0[01]0000;")
 CAT, CW = 7, 8
@@ -246,7 +247,7 @@ class LoggerTest(unittest.TestCase):
         keyer.drain()
         logger = Pty.at(self.station.path("cw"))
         self.addCleanup(logger.close)
-        everything = bytes(range(256))
+        everything = bytes(range(255, -1, -1))  # no command that ends the host mode
         logger.write(everything)
         self.assertEqual(keyer.read(256), everything)
         for name, write, read in (("logger to keyer", logger.write, keyer.read), ("keyer to logger", keyer.write, logger.read)):
@@ -262,6 +263,31 @@ class LoggerTest(unittest.TestCase):
         keyer.drain()
         logger.write(b"TEST")
         self.assertEqual(keyer.read(1, 0.3), b"")
+
+
+    def test_a_logger_that_stops_or_ends_shares_its_keyer_fairly(self):
+        keyer = StrictWinkey().plug(self.station.path("keyer"))
+        self.station.rigs.append(keyer)
+        self.station.write("ports.ini", f"COM5={self.station.path('keyer')}\nCOM{CW}=pty:{self.station.path('cw')}\n")
+        self.station.write("rig.ini", "KEYERPORT=WINKEY\nPADDLECOM= 5\nWINKEY1= 1\nCWSPEED= 40\n"
+                           f"WINKEYIN= {CW}\nKEYERLINK=True\n")
+        kvx = self.station.start()
+        kvx.wait_status(lambda status: status["keyer"]["ready"])
+        logger = Pty.at(self.station.path("cw"))
+        self.addCleanup(logger.close)
+        kvx.command("cw PARIS PARIS PARIS PARIS")
+        self.assertTrue(wait_until(lambda: keyer.sent.startswith("PA"), 5), keyer.sent)
+        logger.write(b"\x0a")
+        status = kvx.wait_status(lambda status: status["keyer"]["waiting"] == 0)
+        self.assertIn("The logging program has stopped the keyer", status["msg"])
+        self.assertTrue(wait_until(lambda: "0a" in keyer.commands, 2))
+        logger.write(b"\0\x03")
+        self.assertTrue(wait_until(lambda: not keyer.open, 2))
+        kvx.wait_status(lambda status: status["keyer"]["ready"] and keyer.open)
+        keyer.forget()
+        kvx.command("cw TEST")
+        self.assertTrue(wait_until(lambda: keyer.sent == "TEST", 5), keyer.sent)
+        self.assertEqual(keyer.illegal, [])
 
 
 if __name__ == "__main__":

@@ -283,6 +283,49 @@ TEST(WinKeyer, WhatALoggerKeysIsReleased) {
   EXPECT_EQ(bench.Writes(), "13 13|0A") << "a command that has been begun does not swallow it";
 }
 
+TEST(WinKeyer, ALoggerThatEmptiesTheKeyerStopsOurTextAsWellAndAParameterDoesNot) {
+  SharedBench bench;
+  std::vector<std::string> dropped;
+  bench.keyer.on_dropped = [&](const std::string& why) { dropped.push_back(why); };
+  for (const char* symbol : {"C", "Q"}) bench.keyer.Send(symbol);
+  bench.logger.Arrive("\x02\x0A");
+  EXPECT_EQ(bench.keyer.pending(), 2u) << "a speed of 10 wpm";
+  EXPECT_TRUE(bench.keyer.clear_request());
+  bench.logger.Arrive("\x0A");
+  EXPECT_EQ(bench.keyer.pending(), 0u);
+  EXPECT_EQ(dropped, std::vector<std::string>{"The logging program has stopped the keyer"});
+  bench.keyer.Send("K");
+  EXPECT_FALSE(bench.keyer.clear_request());
+}
+
+TEST(WinKeyer, AHostModeThatALoggerLeavesClosedIsOpenedAnew) {
+  SharedBench bench;
+  int readies = 0;
+  bench.keyer.on_ready = [&] { ++readies; };
+  bench.keyer.Send("C");
+  bench.port.TakeWrites();
+  bench.logger.Arrive("\0\x03"s);
+  EXPECT_FALSE(bench.keyer.ready());
+  EXPECT_EQ(bench.keyer.state(), "starting");
+  EXPECT_EQ(bench.keyer.pending() + bench.keyer.room(), 0u) << "it would be sent to a keyer that does not listen";
+  bench.logger.Arrive("\0\x02"s);
+  EXPECT_TRUE(bench.keyer.ready());
+  EXPECT_EQ(readies, 1);
+  bench.loop.RunFor(2s);
+  EXPECT_EQ(bench.Writes(), "00 03|00 02") << "the logger has started anew";
+  bench.logger.Arrive("\0\x03"s);
+  bench.loop.RunFor(1s);
+  EXPECT_EQ(bench.Writes(), "00 03|"s + kEchoTest);
+  bench.Answer();
+  EXPECT_TRUE(bench.keyer.ready());
+  EXPECT_EQ(readies, 2);
+  bench.logger.Arrive("\0\x03"s);
+  bench.port.TakeWrites();
+  bench.keyer.Close();
+  bench.loop.RunFor(2s);
+  EXPECT_EQ(bench.Writes().find(kEchoTest), std::string::npos) << "the console has ended";
+}
+
 TEST(WinKeyer, ALoggerCannotMakeAReleaseWait) {
   SharedBench bench;
   bench.keyer.on_notice = [&bench](const std::string& line) { bench.lines.push_back(line); };
