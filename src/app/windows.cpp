@@ -7,6 +7,8 @@
 #include "console/debug_window.h"
 #include "console/function_list_window.h"
 #include "console/key_screen.h"
+#include "console/link_commands.h"
+#include "console/link_window.h"
 #include "console/memory_window.h"
 #include "console/rig_editor_window.h"
 #include "console/setup_dialog.h"
@@ -44,6 +46,8 @@ bool Save(QWidget& window, const QDir& folder, const QString& name) {
 
 void AddWindows(console::ConsoleWindow& console, Program& program, widgets::Appearance& appearance) {
   program.setup().on_redraw = [&console] { console.Redraw(); };
+  console.on_logger = [&program](bool on) { (void)console::SwitchLogger(program.setup(), on); };
+  console.on_logger_keyer = [&program](bool on) { (void)console::SwitchLoggerKeyer(program.setup(), on); };
   console.AddWindow(Tr("&Setup"), {}, "setup", [&](QWidget* parent) {
     auto* setup = new console::SetupDialog(program.setup(), appearance, program.local_tone(), parent);
     setup->resize(InText(*setup, 54, 40));
@@ -85,6 +89,14 @@ void AddWindows(console::ConsoleWindow& console, Program& program, widgets::Appe
     frame->setWindowTitle(debug->windowTitle());
     frame->setCentralWidget(debug);
     frame->resize(InText(*frame, 66, 32));
+    return frame;
+  });
+  console.AddWindow(Tr("&Link monitor"), QKeySequence("Ctrl+Shift+D"), "links", [&](QWidget* parent) {
+    auto* frame = new QMainWindow(parent);
+    auto* links = new console::LinkWindow(program.station());
+    frame->setWindowTitle(links->windowTitle());
+    frame->setCentralWidget(links);
+    frame->resize(InText(*frame, 72, 28));
     return frame;
   });
 }

@@ -107,6 +107,8 @@ const Announcer::Row Announcer::kRows[] = {
     {Field::kTuning, Topic::kTune, [](const Console& c) { return OnOff("Tune", *c.Tuning); }},
     {Field::kTheme, Topic::kTheme, [](const Console& c) { return "Theme = " + *c.Theme; }},
     {Field::kTextSize, Topic::kTextSize, [](const Console& c) { return "Text size = " + std::to_string(*c.TextSize); }},
+    {Field::kLoggerLink, Topic::kLoggerLink, [](const Console& c) { return "Logger link " + *c.LoggerLink; }},
+    {Field::kKeyerLink, Topic::kKeyerLink, [](const Console& c) { return "Logger CW link " + *c.KeyerLink; }},
     {Field::kFreqDisp, Topic::kFrequency, [](const Console& c) { return "Frequency = " + KhzText(*c.FreqDisp); }},
 };
 

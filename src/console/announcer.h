@@ -45,6 +45,8 @@ class Announcer {
     kSlider,
     kMessage,
     kPlan,
+    kLoggerLink,
+    kKeyerLink,
     kFrequency,
   };
 

@@ -92,6 +92,12 @@ QWidget* ConsoleWindow::MakeCenter() {
   functions->on_list = [this] { OpenWindow("functions"); };
   auto* sliders = new SliderPanel(station_, appearance_);
   footer_ = new FooterPanel(station_, appearance_);
+  footer_->on_logger = [this](bool on) {
+    if (on_logger) on_logger(on);
+  };
+  footer_->on_logger_keyer = [this](bool on) {
+    if (on_logger_keyer) on_logger_keyer(on);
+  };
   panels_ = {screen_, meter, band_, mode, knob, functions, sliders, footer_};
   const int gap = fontMetrics().height() / 3 + 2;
   auto* column = new QVBoxLayout(center_);
@@ -284,6 +290,7 @@ void ConsoleWindow::ShowHelp() {
          "Ctrl+1 to Ctrl+7\trig numbers\n"
          "Ctrl+Alt+0 to Ctrl+Alt+8\tsaved rigs\n"
          "Ctrl+L\tlist of stored function keys\n"
+         "Ctrl+Shift+N, Ctrl+Shift+K\tlink to the logger, link from the logger to the WinKeyer\n"
          "Escape\treleases the transmitter, stops CW, ends a scan"));
   ShowQuestion({.window = this, .title = tr("Keys and mouse")}, help_, [](int) {});
 }

@@ -44,6 +44,22 @@ FooterPanel::FooterPanel(Station& station, const widgets::Appearance& appearance
   keyer_ = MakeLabel(tr("Keyer"), "lamp");
   keyer_->setTextFormat(Qt::RichText);
   row->addWidget(keyer_);
+  logger_ = MakeLink(tr("Logger"), tr("Link to the logger"),
+                     tr("Communicate with N1MM or CWSkimmer through a virtual pair of comm ports."), "Ctrl+Shift+N");
+  logger_keyer_ = MakeLink(tr("CW in"), tr("Link from the logger to the WinKeyer"),
+                           tr("Communicate with Winkeyer through a virtual pair of comm ports."), "Ctrl+Shift+K");
+  connect(logger_, &QPushButton::clicked, this, [this] {
+    if (on_logger) on_logger(!logger_->isChecked());
+  });
+  connect(logger_keyer_, &QPushButton::clicked, this, [this] {
+    if (on_logger_keyer) on_logger_keyer(!logger_keyer_->isChecked());
+  });
+  row->addWidget(logger_);
+  row->addWidget(logger_keyer_);
+  dde_ = MakeLabel(tr("DDE"), "quiet");
+  dde_->setToolTip(tr("The frequency that DDE clients were told last"));
+  dde_->hide();
+  row->addWidget(dde_);
   announcement_ = new widgets::AnnouncementLabel;
   announcement_->setProperty("role", "quiet");
   row->addWidget(announcement_);
@@ -52,7 +68,8 @@ FooterPanel::FooterPanel(Station& station, const widgets::Appearance& appearance
   row->addWidget(scan_);
   following_ = station.functions.scanner.changed.Follow([this] { ShowScan(); });
   row->addWidget(message_, 1);
-  connect(&appearance_, &widgets::Appearance::Changed, this, [this] { ShowPort(), ShowPolling(), ShowKeyer(); });
+  connect(&appearance_, &widgets::Appearance::Changed, this,
+          [this] { ShowPort(), ShowPolling(), ShowKeyer(), ShowLinks(); });
 }
 
 void FooterPanel::Follow(Field field) {
@@ -66,6 +83,12 @@ void FooterPanel::Follow(Field field) {
     case Field::kKeyer:
     case Field::kCwSpeed:
       return ShowKeyer();
+    case Field::kLoggerLink:
+    case Field::kKeyerLink:
+      return ShowLinks();
+    case Field::kDde:
+      ShowText(dde_, ToQt(*console.DdeBox));
+      return dde_->setVisible(!console.DdeBox->empty());
     case Field::kAnnounce:
       return announcement_->setVisible(*console.Announce);
     case Field::kSpkbx:
@@ -88,6 +111,37 @@ void FooterPanel::ShowKeyer() {
   keyer_->setText(KeyerLamp(station_, appearance_.theme()) + speed);
   keyer_->setAccessibleDescription(KeyerState(station_) + speed);
   keyer_->setVisible(station_.keyer.settings().kind != keyer::KeyerKind::kNone);
+}
+
+/// Polling and the links have the same form.
+widgets::LampButton* FooterPanel::MakeLink(const QString& text, const QString& name, const QString& tip,
+                                           const char* keys) {
+  auto* button = new widgets::LampButton(text, name);
+  button->SetRole("lamp");
+  button->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Preferred);
+  button->setShortcut(QKeySequence(keys));
+  widgets::Named(button, name, tip, button->shortcut());
+  return button;
+}
+
+/// Green: on. Red: on, and its port is closed.
+template <class Link>
+void FooterPanel::ShowLink(widgets::LampButton* button, const Link& link, const QString& name) {
+  const widgets::Theme& theme = appearance_.theme();
+  const int height = button->fontMetrics().height();
+  const QString word = !link.is_on() ? tr("off") : link.is_open() ? tr("on") : tr("closed");
+  button->SetLit(link.is_on());
+  button->SetText(name + " " + word);
+  button->setIconSize(QSize(height, height));
+  button->setIcon(Lamp(!link.is_on() ? theme.quiet_ink : link.is_open() ? theme.green : theme.red, height));
+  button->setAccessibleDescription(ToQt(link.state()));
+}
+
+void FooterPanel::ShowLinks() {
+  for (QWidget* button : {logger_, logger_keyer_}) button->setVisible(station_.loggers != nullptr);
+  if (!station_.loggers) return;
+  ShowLink(logger_, station_.loggers->logger, tr("Logger"));
+  ShowLink(logger_keyer_, station_.loggers->winkey, tr("CW in"));
 }
 
 void FooterPanel::ShowScan() {

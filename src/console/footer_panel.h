@@ -1,6 +1,6 @@
 #pragma once
 
-#include <vector>
+#include <functional>
 
 #include "console/panel.h"
 #include "widgets/announcement_label.h"
@@ -8,7 +8,8 @@
 
 namespace kvx::console {
 
-/// The foot of the console: what is connected, the announcement, where a scan is, the message area.
+/// The foot of the console: what is connected, the links to a logger, the announcement, where a scan is, the message
+/// area.
 class FooterPanel final : public Panel {
  public:
   FooterPanel(Station& station, const widgets::Appearance& appearance);
@@ -16,7 +17,15 @@ class FooterPanel final : public Panel {
   /// Has a screen reader read the last announcement once more.
   void RepeatAnnouncement() { announcement_->Repeat(); }
 
+  /// The operator wants a link on or off: the one to the logger or the skimmer, and the one from its keyer.
+  std::function<void(bool on)> on_logger;
+  std::function<void(bool on)> on_logger_keyer;
+
  private:
+  widgets::LampButton* MakeLink(const QString& text, const QString& name, const QString& tip, const char* keys);
+  template <class Link>
+  void ShowLink(widgets::LampButton* button, const Link& link, const QString& name);
+  void ShowLinks();
   void ShowPort();
   void ShowPolling();
   void ShowKeyer();
@@ -26,6 +35,9 @@ class FooterPanel final : public Panel {
   QLabel* port_;
   widgets::LampButton* polling_;
   QLabel* keyer_;  ///< only where there is one
+  widgets::LampButton* logger_;
+  widgets::LampButton* logger_keyer_;
+  QLabel* dde_;  ///< only while somebody is told
   widgets::AnnouncementLabel* announcement_;
   QLabel* scan_;  ///< only while the station scans
   QLabel* message_;

@@ -1,7 +1,5 @@
 #include "console/setup_keyer_page.h"
 
-#include <QLineEdit>
-#include <QSignalBlocker>
 #include <string_view>
 #include <utility>
 
@@ -40,7 +38,7 @@ void SetupKeyerPage::AddRows() {
     group = setting.group;
     keys_.Add(setting);
     if (setting.key == kTuneKey) AddState();
-    if (setting.key == kPortKey) AddDevice();
+    if (setting.key == kPortKey) device_.emplace(setup_, form_, setting.key, tr("&Device"), false);
     if (setting.key != kVolumeKey) continue;
     AddListen();
     AddTexts();
@@ -56,17 +54,6 @@ void SetupKeyerPage::AddState() {
   answer_ = MakeSetupLabel({}, "quiet");
   answer_->setAccessibleName(tr("What the test found"));
   form_.AddWide(answer_);
-}
-
-void SetupKeyerPage::AddDevice() {
-  device_ = NewDeviceBox();
-  connect(device_, &QComboBox::activated, this, [this](int index) {
-    // The list shows what the device is; what counts, and stays in the box, is its address.
-    if (index >= 0) device_->setEditText(device_->itemData(index).toString());
-    SetDevice();
-  });
-  connect(device_->lineEdit(), &QLineEdit::editingFinished, this, [this] { SetDevice(); });
-  form_.AddRow(tr("&Device"), device_, tr("What stands behind that port: a serial device, or pty:PATH, tcp:HOST:PORT"));
 }
 
 void SetupKeyerPage::AddListen() {
@@ -95,38 +82,15 @@ void SetupKeyerPage::AddTexts() {
 
 void SetupKeyerPage::Refresh() {
   keys_.Refresh();
-  ListDevices();
+  device_->Refresh();
   cut_report_->setChecked(keyer_.functions.values().cut_rst);
   cut_number_->setChecked(keyer_.functions.values().cut_number);
   ShowState();
 }
 
-void SetupKeyerPage::ListDevices() {
-  const int number = static_cast<int>(setup_.Stored().number(kPortKey));
-  const QSignalBlocker quiet(device_);
-  device_->clear();
-  for (const DeviceChoice& choice : setup_.Devices()) {
-    const QString address = widgets::ToQt(choice.device.address);
-    device_->addItem(widgets::ToQt(choice.device.description) + "  –  " + address, address);
-    device_->setItemData(device_->count() - 1, address, Qt::ToolTipRole);
-  }
-  device_->setCurrentIndex(-1);
-  device_->setEditText(number == 0 ? QString() : widgets::ToQt(setup_.AddressOf(number)));
-  device_->lineEdit()->setCursorPosition(0);
-  device_->lineEdit()->setModified(false);
-  device_->setEnabled(number > 0);
-}
-
-void SetupKeyerPage::SetDevice() {
-  const int number = static_cast<int>(setup_.Stored().number(kPortKey));
-  const std::string address = device_->currentText().trimmed().toStdString();
-  if (number == 0 || address == setup_.AddressOf(number)) return;
-  form_.Show(setup_.SetDevice(number, address), tr("The device of COM%1 is kept").arg(number));
-}
-
 /// A choice of the keyer that was refused for want of something is tried again when that has been chosen.
 void SetupKeyerPage::Kept(const config::KeptSetting& setting) {
-  if (setting.key == kPortKey) ListDevices();
+  if (setting.key == kPortKey) device_->Refresh();
   answer_->clear();
   const std::string name = setting.name();
   if (name != "WINKEY1" && name != "WINKEY2" && name != "USE2ND") return;

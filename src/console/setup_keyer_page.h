@@ -1,11 +1,12 @@
 #pragma once
 
 #include <QCheckBox>
-#include <QComboBox>
 #include <QLabel>
 #include <QWidget>
+#include <optional>
 
 #include "console/local_tone.h"
+#include "console/setup_device_row.h"
 #include "console/setup_form.h"
 #include "console/setup_key_rows.h"
 #include "console/station_setup.h"
@@ -27,11 +28,8 @@ class SetupKeyerPage final : public QWidget {
  private:
   void AddRows();
   void AddState();
-  void AddDevice();
   void AddListen();
   void AddTexts();
-  void ListDevices();
-  void SetDevice();
   void Kept(const config::KeptSetting& setting);
   void ShowState();
   void StartTest();
@@ -45,7 +43,7 @@ class SetupKeyerPage final : public QWidget {
   SetupKeyRows keys_;
   QLabel* state_ = nullptr;
   QLabel* answer_ = nullptr;
-  QComboBox* device_ = nullptr;
+  std::optional<SetupDeviceRow> device_;  ///< of the WinKeyer's port
   QCheckBox* cut_report_ = nullptr;
   QCheckBox* cut_number_ = nullptr;
   bool testing_ = false;

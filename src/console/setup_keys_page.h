@@ -1,7 +1,11 @@
 #pragma once
 
 #include <QWidget>
+#include <memory>
+#include <string>
+#include <vector>
 
+#include "console/setup_device_row.h"
 #include "console/setup_form.h"
 #include "console/setup_key_rows.h"
 #include "console/station_setup.h"
@@ -16,17 +20,21 @@ class SetupKeysPage final : public QWidget {
   explicit SetupKeysPage(StationSetup& setup);
 
   void Refresh();
-  void Follow(Field) {}
+  void Follow(Field field);
 
  private:
-  void AddLoggerState();
-  void ShowLoggerState();
+  std::unique_ptr<SetupDeviceRow> NewDevice(const std::string& port_key, const QString& label);
+  QLabel* AddState(const QString& name);
+  void ShowStates();
 
   StationSetup& setup_;
   QWidget* rows_;
   SetupForm form_;
   SetupKeyRows keys_;
-  QLabel* logger_ = nullptr;  ///< the links to a logger, and whether it runs
+  std::vector<std::unique_ptr<SetupDeviceRow>> devices_;  ///< behind the logger's ports
+  QLabel* logger_ = nullptr;                              ///< the links to a logger, and whether it runs
+  QLabel* net_ = nullptr;
+  QLabel* dde_ = nullptr;
 };
 
 }  // namespace kvx::console

@@ -16,6 +16,7 @@ constexpr const char* kSimulatedRig = "TS-2000";
 constexpr const char* kSimulatedAddress = "sim:ts2000";
 constexpr const char* kSimulatedKeyer = "sim:winkey";
 constexpr int kSimulatedSpeed = 57'600;
+constexpr const char* kDdeServer = "DDESERVER=";
 
 Status Wrong(const std::string& why) {
   return Error{ErrorCode::kInvalid, why};
@@ -67,12 +68,17 @@ Status StationSetup::CheckDevice(const std::string& address) const {
   return Wrong("There is no simulated device " + OneLine(name, 40) + " (" + known + ")");
 }
 
+void StationSetup::PortMoved(int number) {
+  station_.keyer.PortMoved(number);
+  if (station_.loggers) station_.loggers->PortMoved(number);
+}
+
 Status StationSetup::SetDevice(int number, const std::string& address) {
   if (number < 1 || number > platform::kHighestPort) return Wrong("The port number is 1 to 99");
   if (auto checked = CheckDevice(address); !checked) return checked;
   if (address != AddressOf(number)) {
     if (auto written = platform::WriteAddress(files_, station_.folder(), number, address); !written) return written;
-    station_.keyer.PortMoved(number);
+    PortMoved(number);
   }
   if (number == station_.settings().rig_port) station_.OpenRigPort();
   return Ok();
@@ -111,7 +117,7 @@ Status StationSetup::ApplyRigPort(const RigPortChoice& choice) {
   if (choice.number > 0 && choice.address != AddressOf(choice.number)) {
     auto written = platform::WriteAddress(files_, station_.folder(), choice.number, choice.address);
     if (!written) return written;
-    station_.keyer.PortMoved(choice.number);
+    PortMoved(choice.number);
   }
   station_.ChangeSettings(
       [&](config::StationSettings& settings) {
@@ -261,8 +267,12 @@ Status StationSetup::SetOffset(const std::string& khz) {
 }
 
 config::Settings StationSetup::Stored() const {
-  const Result<std::string> content = station_.ReadFile("rig.ini");
-  return content && IsText(*content) ? config::Settings::Parse(*content) : config::Settings();
+  const Result<std::string> file = station_.ReadFile("rig.ini");
+  const std::string content = file && IsText(*file) ? *file : std::string();
+  config::Settings stored = config::Settings::Parse(content);
+  if (!station_.dde || !Trim(stored.text(kDdeServer)).empty()) return stored;
+  const char* wanted = station_.dde->is_wanted() ? "True" : "False";
+  return config::Settings::Parse(config::RewriteSettings(content, {{kDdeServer, wanted}}));
 }
 
 Result<std::string> StationSetup::Setting(const std::string& key) const {

@@ -74,7 +74,8 @@ class StationSetup {
   Status SetColor(ScreenPart part, std::string_view rrggbb);
   std::string ColorText(ScreenPart part) const;
 
-  /// The settings that are kept for the keyer and for the links to other programs: as they stand in rig.ini now.
+  /// The settings that are kept for the keyer and for the links to other programs: as they stand in rig.ini now, and
+  /// what counts where no line says whether DDE is served.
   config::Settings Stored() const;
   /// The value of one of them. kNotFound for a key that is none of them.
   Result<std::string> Setting(const std::string& key) const;
@@ -87,6 +88,8 @@ class StationSetup {
  private:
   Status CheckDevice(const std::string& address) const;
   Status CheckRigPort(const RigPortChoice& choice) const;
+  /// Another device stands behind that number: who has it open opens it anew.
+  void PortMoved(int number);
   int PortForSimulated(const std::string& address) const;
   Status CheckKeyer(const config::KeptSetting& setting, const std::string& value) const;
   Status ChangeSavedRig(int slot, const std::function<void(config::StationSettings&)>& change);

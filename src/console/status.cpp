@@ -49,8 +49,18 @@ std::string KeyerJson(const Station& station) {
       .str();
 }
 
-std::string NetJson(const links::NetServer& net) {
+/// What the link monitor shows.
+JsonObject ActivityJson(const links::LinkActivity& activity) {
   return JsonObject()
+      .Number("asked", static_cast<std::int64_t>(activity.asked()))
+      .Number("refused", static_cast<std::int64_t>(activity.refused()))
+      .Text("last", ToVisible(activity.last()))
+      .Text("answer", ToVisible(activity.answer()))
+      .Text("last_refused", ToVisible(activity.last_refused()));
+}
+
+std::string NetJson(const links::NetServer& net) {
+  return ActivityJson(net.activity())
       .Flag("on", net.is_listening())
       .Number("clients", static_cast<std::int64_t>(net.clients()))
       .Text("state", net.state())
@@ -58,7 +68,7 @@ std::string NetJson(const links::NetServer& net) {
 }
 
 std::string DdeJson(const links::DdeServer& dde) {
-  return JsonObject()
+  return ActivityJson(dde.activity())
       .Flag("on", dde.is_active())
       .Number("clients", dde.conversations())
       .Text("told", dde.told())
@@ -68,19 +78,19 @@ std::string DdeJson(const links::DdeServer& dde) {
 
 /// Of one of the links to a logger.
 template <class Link>
-std::string LoggerJson(const Link& link) {
-  return JsonObject()
+JsonObject LoggerJson(const Link& link) {
+  return ActivityJson(link.activity())
       .Flag("on", link.is_on())
       .Flag("open", link.is_open())
       .Number("port", link.settings().number)
-      .Text("state", link.state())
-      .str();
+      .Text("state", link.state());
 }
 
 std::string LinksJson(const Station& station) {
   JsonObject links;
   if (station.loggers) {
-    links.Raw("logger", LoggerJson(station.loggers->logger)).Raw("keyer", LoggerJson(station.loggers->winkey));
+    links.Raw("logger", LoggerJson(station.loggers->logger).str());
+    links.Raw("keyer", LoggerJson(station.loggers->winkey).Text("text", station.loggers->winkey.text()).str());
   }
   if (station.dde) links.Raw("dde", DdeJson(*station.dde));
   if (station.net) links.Raw("net", NetJson(*station.net));

@@ -63,8 +63,11 @@ enum class Field {
   kKeyer,
   kCwProgress,
   kTunerNotebook,
+  kLoggerLink,
+  kKeyerLink,
+  kDde,
 };
-inline constexpr Field kLastField = Field::kTunerNotebook;
+inline constexpr Field kLastField = Field::kDde;
 
 /// What the console shows and what its modules share. Every field is observed: whoever sets one to a new value
 /// announces it, and windows, servers and the logger bridge follow from that one signal. Engine thread only.
@@ -198,6 +201,11 @@ class Console {
   Cell<int> CwProgress{*this, Field::kCwProgress};  ///< counts changes of the text being sent
 
   Cell<int> TunerNotebook{*this, Field::kTunerNotebook};  ///< counts changes of the tuner notebook
+
+  // Links to other programs, each as one line: "on COM7", "on, COM7 is closed (why)", "off, no port".
+  Cell<std::string> LoggerLink{*this, Field::kLoggerLink};
+  Cell<std::string> KeyerLink{*this, Field::kKeyerLink};
+  Cell<std::string> DdeBox{*this, Field::kDde};  ///< while DDE is active: the frequency last told, "X01402500X"
 
   // Rig selection and its port.
   Cell<std::string> RigName{*this, Field::kRigName, "NONE"};

@@ -69,12 +69,14 @@ void DdeServer::DDEUnload() {
   loop_.StopTimer(std::exchange(post_, 0));
   if (std::exchange(service_, DdeService::kStopped) != DdeService::kStopped) transport_.Stop();
   why_.clear();
+  Show();
 }
 
 void DdeServer::ServiceChanged(DdeService service, const std::string& why) {
   service_ = service;
   why_ = why;
   if (is_active()) failure_told_ = false;
+  Show();
   const bool failed = service == DdeService::kFailed || service == DdeService::kMissing;
   if (!failed || std::exchange(failure_told_, true) || !on_notice) return;
   on_notice(service == DdeService::kFailed ? "DDE Did not Initialize: " + why : "DDE is off: " + why);
@@ -151,7 +153,10 @@ DdeAnswer DdeServer::Data(const std::string& item, unsigned format) {
   if (format != platform::kDdeText) return {};
   const DdeItem asked = DdeItemOf(item);
   std::string data = DataOf(asked);
-  if (asked == DdeItem::kHertz && !data.empty()) told_ = "X" + data.substr(0, data.size() - 1) + "X";
+  if (asked == DdeItem::kHertz && !data.empty()) {
+    told_ = "X" + data.substr(0, data.size() - 1) + "X";
+    Show();
+  }
   const bool any = !data.empty();
   return {any, std::move(data)};
 }
@@ -191,7 +196,22 @@ DdeAnswer DdeServer::HandleDDECallback(const DdeCall& call) {
       break;  // connections come, are confirmed and go; everything else tells of things that do not concern us
   }
   busy_ = false;
+  Note(call, answer);
   return answer;
+}
+
+/// What clients order, and what they are told, be it asked for or news.
+void DdeServer::Note(const DdeCall& call, const DdeAnswer& answer) {
+  const char* asks = nullptr;
+  if (call.type == DdeType::kAdviseRequest && answer.accepted) activity_.Answered(answer.data.c_str());
+  if (call.type == DdeType::kRequest) asks = "request ";
+  if (call.type == DdeType::kExecute) asks = "execute ";
+  if (call.type == DdeType::kPoke) asks = "poke ";
+  if (asks == nullptr) return;
+  const std::string asked = asks + call.item + (call.item.empty() || call.data.empty() ? "" : " ") + call.data;
+  activity_.Asked(asked);
+  if (!answer.accepted) return activity_.Refused(asked);
+  activity_.Answered(answer.data.empty() ? "done" : answer.data.c_str());
 }
 
 }  // namespace kvx::links

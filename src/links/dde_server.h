@@ -10,6 +10,7 @@
 #include "core/console.h"
 #include "core/loop.h"
 #include "links/dde_answers.h"
+#include "links/link_activity.h"
 #include "platform/dde_transport.h"
 
 namespace kvx::links {
@@ -52,11 +53,14 @@ class DdeServer final {
   const std::string& told() const { return told_; }
   /// One line: "off", "off: Wine is not installed", "on, 2 clients".
   std::string state() const;
+  const LinkActivity& activity() const { return activity_; }
 
   std::function<void(const std::string& line)> on_notice;  ///< one line for the operator
 
  private:
   void Follow(Field field);
+  void Note(const platform::DdeCall& call, const platform::DdeAnswer& answer);
+  void Show() { console_.DdeBox.Set(is_active() ? told_ : std::string()); }
   void ServiceChanged(platform::DdeService service, const std::string& why);
   platform::DdeAnswer Data(const std::string& item, unsigned format);
   platform::DdeAnswer Carry(const DdeOrder& order);
@@ -72,6 +76,7 @@ class DdeServer final {
   bool failure_told_ = false;
   bool busy_ = false;
   std::string told_;
+  LinkActivity activity_;
   std::array<std::string, 3> posted_;  ///< the data of each item that advise links have been told of
   TimePoint next_post_{};
   Loop::TimerId post_ = 0;

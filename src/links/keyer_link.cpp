@@ -17,17 +17,32 @@ KeyerLink::KeyerLink(Console& console, keyer::Keyer& keyer, const platform::Seri
   port_.on_lost = [this](const std::string& why) {
     failure_ = why;
     if (keyer_.winkeyer() != nullptr) keyer_.winkeyer()->LoggerGone();
+    Show();
     if (on_notice) on_notice("The port of the logger's keyer has gone: " + why);
   };
-  if (keyer_.winkeyer() != nullptr) keyer_.winkeyer()->SetLogger(&port_);
+  port_.on_opened = [this] { Show(); };
+  if (keyer_.winkeyer() != nullptr) Watch();
+}
+
+void KeyerLink::Watch() {
+  keyer_.winkeyer()->SetLogger(&port_);
+  keyer_.winkeyer()->on_logger = [this](std::string_view bytes) {
+    if (is_on()) activity_.Asked(bytes);
+  };
+  keyer_.winkeyer()->on_received = [this](std::string_view bytes) {
+    if (is_on() && is_open()) activity_.Answered(bytes);
+  };
 }
 
 KeyerLink::~KeyerLink() {
   port_.on_data = nullptr;
+  port_.on_opened = nullptr;
   port_.on_lost = nullptr;
   if (keyer_.winkeyer() == nullptr) return;
   keyer_.winkeyer()->SetPassThrough(false);
   keyer_.winkeyer()->SetLogger(nullptr);
+  keyer_.winkeyer()->on_logger = nullptr;
+  keyer_.winkeyer()->on_received = nullptr;
 }
 
 void KeyerLink::Use(const LinkPort& settings) {
@@ -43,12 +58,10 @@ void KeyerLink::Use(const LinkPort& settings) {
 }
 
 void KeyerLink::InitComm3() {
-  failure_.clear();
-  if (!settings_.is_chosen()) return;
-  const Status opened = OpenLinkPort(port_, settings_);
-  if (opened) return;
-  failure_ = opened.error().message;
-  if (on_notice) on_notice(kNoKeyerLinkPortOpens);
+  const Status opened = settings_.is_chosen() ? OpenLinkPort(port_, settings_) : Ok();
+  failure_ = opened ? std::string() : opened.error().message;
+  Show();
+  if (!opened && on_notice) on_notice(kNoKeyerLinkPortOpens);
 }
 
 Status KeyerLink::Switch(bool on) {
@@ -69,9 +82,11 @@ Status KeyerLink::Switch(bool on) {
 void KeyerLink::Close() {
   if (keyer_.winkeyer() != nullptr) keyer_.winkeyer()->SetPassThrough(false);
   port_.Close();
+  Show();
 }
 
 void KeyerLink::Follow() {
+  Show();
   if (keyer_.winkeyer() != nullptr) keyer_.winkeyer()->SetPassThrough(is_on());
   CheckKeyer();
 }

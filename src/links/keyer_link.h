@@ -5,6 +5,7 @@
 
 #include "core/console.h"
 #include "keyer/keyer.h"
+#include "links/link_activity.h"
 #include "links/link_port.h"
 #include "platform/serial_port.h"
 
@@ -38,11 +39,16 @@ class KeyerLink final {
   bool is_open() const { return port_.is_open(); }
   const LinkPort& settings() const { return settings_; }
   std::string state() const { return LinkState(settings_, is_open(), failure_); }
+  const LinkActivity& activity() const { return activity_; }
+  /// What the logger has had sent lately, blanks left out.
+  std::string text() const { return keyer_.winkeyer() == nullptr ? std::string() : keyer_.winkeyer()->logger_text(); }
 
   std::function<void(const std::string& line)> on_notice;  ///< one line for the operator
 
  private:
   void Receive();
+  void Watch();
+  void Show() { console_.KeyerLink.Set(state()); }
   void Follow();
   bool has_keyer() const;
   void CheckKeyer();
@@ -55,6 +61,7 @@ class KeyerLink final {
   bool used_ = false;  ///< settings have been taken over
   bool told_ = false;  ///< the operator knows that the keyer cannot be reached
   std::string failure_;
+  LinkActivity activity_;
   Console::Subscription subscription_;
 };
 

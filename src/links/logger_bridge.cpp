@@ -27,15 +27,18 @@ LoggerBridge::LoggerBridge(Loop& loop, Console& console, cat::Engine& engine, pl
       waiting_(loop, console, engine),
       subscription_(console.Subscribe([this](Field field) { Follow(field); })) {
   port_.on_data = [this] { Receive(); };
+  port_.on_opened = [this] { Show(); };
   port_.on_lost = [this](const std::string& why) {
     failure_ = why;
     Forget();
+    Show();
     if (on_notice) on_notice("The port of the logger has gone: " + why);
   };
 }
 
 LoggerBridge::~LoggerBridge() {
   port_.on_data = nullptr;
+  port_.on_opened = nullptr;
   port_.on_lost = nullptr;
   loop_.StopTimer(gone_);
 }
@@ -46,18 +49,16 @@ void LoggerBridge::Use(const LinkPort& settings) {
   const bool same = std::exchange(used_, true) && settings.same_port(settings_);
   settings_ = settings;
   if (!is_on()) Forget();
-  if (same) return;
+  if (same) return Show();
   Close();
   InitComm2();
 }
 
 void LoggerBridge::InitComm2() {
-  failure_.clear();
-  if (!settings_.is_chosen()) return;
-  const Status opened = OpenLinkPort(port_, settings_);
-  if (opened) return;
-  failure_ = opened.error().message;
-  if (on_notice) on_notice(kNoLoggerPortOpens);
+  const Status opened = settings_.is_chosen() ? OpenLinkPort(port_, settings_) : Ok();
+  failure_ = opened ? std::string() : opened.error().message;
+  Show();
+  if (!opened && on_notice) on_notice(kNoLoggerPortOpens);
 }
 
 Status LoggerBridge::Switch(bool on) {
@@ -66,6 +67,7 @@ Status LoggerBridge::Switch(bool on) {
     return Error{ErrorCode::kInvalid, kNoLoggerPort};
   }
   settings_.on = on;
+  Show();
   if (!on) {
     Forget();
     return Ok();
@@ -78,6 +80,7 @@ Status LoggerBridge::Switch(bool on) {
 void LoggerBridge::Close() {
   Forget();
   port_.Close();
+  Show();
 }
 
 void LoggerBridge::Forget() {
@@ -118,6 +121,9 @@ void LoggerBridge::Serve() {
   unfinished_.erase(0, whole);
   if (unfinished_.size() > kLongestUnfinished) unfinished_.erase(0, unfinished_.size() - kLongestUnfinished);
   const std::vector<LoggerCommand> commands = ReadLoggerCommands(text);
+  const auto asked = static_cast<std::size_t>(std::ranges::count(text, ';'));
+  if (asked > 0) activity_.Asked(text, asked);
+  if (commands.size() < asked) activity_.Refused(text);
   std::vector<bool> done(commands.size());
   std::string replies;
   for (const LoggerCommand& command : commands) {
@@ -130,7 +136,9 @@ void LoggerBridge::Serve() {
     }
     replies += ReplyTo(command);
   }
-  if (!replies.empty() && port_.is_open() && port_.bytes_unsent() < kMostUnsent) port_.Write(replies);
+  if (replies.empty() || !port_.is_open() || port_.bytes_unsent() >= kMostUnsent) return;
+  activity_.Answered(replies);
+  port_.Write(replies);
 }
 
 void LoggerBridge::Do(const LoggerCommand& command) {

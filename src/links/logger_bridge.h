@@ -8,6 +8,7 @@
 #include "core/console.h"
 #include "core/loop.h"
 #include "links/kenwood_replies.h"
+#include "links/link_activity.h"
 #include "links/link_port.h"
 #include "links/rigctl_rig.h"
 #include "platform/serial_port.h"
@@ -44,6 +45,7 @@ class LoggerBridge final {
   bool is_open() const { return port_.is_open(); }
   const LinkPort& settings() const { return settings_; }
   std::string state() const { return LinkState(settings_, is_open(), failure_); }
+  const LinkActivity& activity() const { return activity_; }
 
   std::function<void(const std::string& line)> on_notice;   ///< one line for the operator
   std::function<void(std::string_view bytes)> on_received;  ///< whatever arrives, with the link off as well
@@ -60,6 +62,7 @@ class LoggerBridge final {
   void End();
   void Release();
   void Forget();
+  void Show() { console_.LoggerLink.Set(state()); }
   void Follow(Field field);
 
   Loop& loop_;
@@ -72,6 +75,7 @@ class LoggerBridge final {
   bool used_ = false;  ///< settings have been taken over
   std::string failure_;
   std::string unfinished_;
+  LinkActivity activity_;
   bool told_b_ = false;  ///< the logger has set VFO B and is told what is on it
   Loop::TimerId gone_ = 0;
   Console::Subscription subscription_;

@@ -35,6 +35,17 @@ void LoggerLinks::Use(const config::Settings& settings, int rig_port, std::strin
   program_ = named.empty() ? program : named;
 }
 
+void LoggerLinks::PortMoved(int number) {
+  const auto open_anew = [number](auto& link) {
+    if (link.settings().number != number) return;
+    const LinkPort settings = link.settings();
+    link.Use({.on = settings.on});  // lets go what is keyed
+    link.Use(settings);
+  };
+  open_anew(logger);
+  open_anew(winkey);
+}
+
 void LoggerLinks::Close() {
   logger.Close();
   winkey.Close();

@@ -26,6 +26,8 @@ class LoggerLinks final {
 
   /// Follows rig.ini. `rig_port`: the number that the rig has. `program`: the logger's, where rig.ini names none.
   void Use(const config::Settings& settings, int rig_port, std::string_view program);
+  /// Another device stands behind that number.
+  void PortMoved(int number);
   /// Ends both, until Use.
   void Close();
   /// "N1MMLogger.net.exe is running", "... is not running"; empty where nobody knows.

@@ -115,8 +115,13 @@ bool NetServer::ServeForATurn(Client& client) {
       const std::string bytes = client.connection->Read(kBite);
       if (bytes.empty()) return false;
       client.session.Take(bytes);
+      activity_.Asked(bytes, static_cast<std::size_t>(std::ranges::count(bytes, '\n')));
     }
-    if (const std::string answer = client.session.Answer(kPiece); !answer.empty()) client.connection->Write(answer);
+    if (const std::string answer = client.session.Answer(kPiece); !answer.empty()) {
+      activity_.Answered(answer);
+      if (answer.find("RPRT -") != std::string::npos) activity_.Refused(activity_.last());
+      client.connection->Write(answer);
+    }
     if (loop_.Now() >= end) return true;
   }
   return false;

@@ -9,6 +9,7 @@
 #include "config/settings.h"
 #include "core/console.h"
 #include "core/loop.h"
+#include "links/link_activity.h"
 #include "links/rigctl_rig.h"
 #include "links/rigctl_session.h"
 #include "platform/tcp_server.h"
@@ -48,6 +49,8 @@ class NetServer {
   const NetSettings& settings() const { return settings_; }
   /// One line: "off", "on 127.0.0.1:4532, 2 clients", or why it is not on.
   std::string state() const;
+  /// Of all clients together.
+  const LinkActivity& activity() const { return activity_; }
 
   RigctlRig rig;
   std::function<void(const std::string& line)> on_notice;
@@ -78,6 +81,7 @@ class NetServer {
   platform::TcpServer& server_;
   NetSettings settings_;
   std::string failure_;
+  LinkActivity activity_;
   std::vector<std::unique_ptr<Client>> clients_;
   int last_id_ = 0;
   Console::Subscription subscription_;

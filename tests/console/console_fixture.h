@@ -8,6 +8,7 @@
 #include "console/station.h"
 #include "core/hex_text.h"
 #include "core/text.h"
+#include "fakes/fake_dde.h"
 #include "fakes/fake_serial_port.h"
 #include "fakes/system_files.h"
 #include "fakes/temporary_folder.h"
@@ -27,7 +28,8 @@ inline std::string RigIni(const std::string& rig, int speed = 38400, const std::
 /// `Bench bench(RigIni("TS-2000"));`
 template <class Port>
 struct BenchOn {
-  explicit BenchOn(const std::string& rig_ini, const std::string& device = "") : port(MakePort(device, loop)) {
+  explicit BenchOn(const std::string& rig_ini, const std::string& device = "", bool links = false)
+      : port(MakePort(device, loop)), with_links(links) {
     if (!rig_ini.empty()) folder.Put("rig.ini", rig_ini);
   }
   static Port MakePort(const std::string& device, Loop& loop) {
@@ -57,12 +59,18 @@ struct BenchOn {
   VirtualLoop loop;
   Port port;
   FakeSerialPort keyer_port;
+  FakeSerialPort logger_port;
+  FakeSerialPort logger_keyer_port;
+  FakeDde dde;
+  const bool with_links;  ///< to a logger and to DDE clients
   Station station{{.loop = loop,
                    .files = files,
                    .rig_port = port,
                    .folder = folder.path(),
                    .data = KVX_DATA,
-                   .keyer_port = &keyer_port}};
+                   .keyer_port = &keyer_port,
+                   .loggers = {.cat = with_links ? &logger_port : nullptr, .winkey = &logger_keyer_port},
+                   .dde = with_links ? &dde : nullptr}};
 };
 using Bench = BenchOn<FakeSerialPort>;
 

@@ -197,6 +197,8 @@ TEST(StationSetup, EveryKeptSettingGoesToItsLineAndBackAndLeavesTheOthers) {
       std::string typed, line, read;
     };
     std::vector<Value> values{{"7", " 7", "7"}, {"21", " 21", "21"}};
+    if (setting.kind == config::SettingKind::kAddress)
+      values = {{"::1", "::1", "::1"}, {"10.0.0.7", "10.0.0.7", "10.0.0.7"}};
     if (setting.kind == config::SettingKind::kFlag) values = {{"on", "True", "True"}, {"False", "False", "False"}};
     if (setting.kind == config::SettingKind::kYesNo) values = {{"yes", "YES", "YES"}, {"no", "NO", "NO"}};
     if (setting.kind == config::SettingKind::kOnOff) values = {{"on", " 1", "True"}, {"False", " 0", "False"}};

@@ -1,6 +1,7 @@
 #include <random>
 
 #include "cat/cat_fixture.h"
+#include "fakes/fake_dde.h"
 #include "links/dde_server.h"
 #include "platform/gateway_lines.h"
 
@@ -13,30 +14,6 @@ using platform::DdeAnswer;
 using platform::DdeService;
 using platform::DdeType;
 using Lines = std::vector<std::string>;
-
-/// A platform's DDE with one advise link on every item: asks for the data of each post, as the library does.
-class FakeDde final : public platform::DdeTransport {
- public:
-  void Start(const std::string& service, const std::string& topic, const std::vector<std::string>&) override {
-    log.push_back("start " + service + " " + topic);
-    if (on_service) on_service(outcome, why);
-  }
-  void Stop() override { log.push_back("stop"); }
-  void PostAdvise(const std::string& item) override {
-    const DdeAnswer answer = on_call({.type = DdeType::kAdviseRequest, .item = item});
-    posted.push_back(item + " " + (answer.accepted ? answer.data.c_str() : "-"));
-  }
-  int conversations() const override { return 1; }
-  std::string missing() const override { return lacking; }
-  bool is_at_hand() const override { return at_hand; }
-
-  DdeService outcome = DdeService::kRegistered;
-  std::string why;
-  std::string lacking;
-  bool at_hand = true;
-  Lines log;
-  Lines posted;
-};
 
 struct Bench {
   explicit Bench(bool started = true) {
@@ -107,7 +84,7 @@ TEST(DdeAnswers, AFrequencyIsEightCharactersOrNothing) {
 TEST(DdeServer, ARequestIsAnsweredByTheItemFoundAnywhereInItsName) {
   Bench bench;
   EXPECT_EQ(bench.Request("HRD_HERTZ"), "01402500+1");
-  EXPECT_EQ(bench.dde.told(), "X01402500X");
+  EXPECT_EQ(*bench.station.console.DdeBox, "X01402500X");
   EXPECT_EQ(bench.Request("[HRD_MODE]1"), "CW+4");
   EXPECT_EQ(bench.Request("HRD_RADIO_000"), "TS-2000+1");
   for (const char* unknown : {"", "HRD", "HRD_HERT", "MODE"}) EXPECT_EQ(bench.Request(unknown), "-") << unknown;
@@ -311,6 +288,29 @@ TEST(DdeServer, AnythingFromAClientGivesTheRigWholeCommandsOnly) {
   }
   EXPECT_GT(frequencies, 100u);
   EXPECT_GT(modes, 100u);
+}
+
+/// As they would come from a gateway that has gone mad, and on to the rig.
+TEST(DdeServer, TenMillionRandomBytesStayInTheirBounds) {
+  Bench bench;
+  std::mt19937 random(8);
+  platform::GatewayLines cut;
+  std::string piece;
+  std::size_t lines = 0;
+  for (std::size_t bytes = 0; bytes < 10'000'000; bytes += piece.size()) {
+    piece.resize(1 + random() % 4000);
+    for (char& c : piece) c = static_cast<char>(random());
+    for (const std::string& line : cut.Take(piece)) {
+      ASSERT_LE(line.size(), platform::kLongestGatewayLine);
+      ASSERT_LE(platform::GatewayText(line).size(), platform::kLongestGatewayText);
+      bench.Execute(platform::GatewayText(line));
+      ++lines;
+    }
+  }
+  EXPECT_GT(lines, 30'000u);
+  EXPECT_EQ(bench.station.Written(), "") << "none of it is an order";
+  EXPECT_EQ(bench.dde.activity().refused(), lines);
+  EXPECT_LE(bench.dde.activity().last_refused().size(), 80u);
 }
 
 TEST(GatewayLines, CutWhatArrivesHoweverItArrives) {

@@ -69,6 +69,7 @@ TEST(LoggerBridge, AnswersFromTheConsoleInOneWriteAndAsksTheRigNothing) {
   for (const Row& row : rows) {
     Bench bench("TS-2000", "  CW");
     EXPECT_EQ(bench.Ask(row.arrives), row.reply) << row.arrives;
+    EXPECT_EQ(bench.bridge.activity().answer(), row.reply) << row.arrives;
     EXPECT_LE(bench.port.writes.size(), 1u) << row.arrives;
     EXPECT_EQ(bench.Sent(), "") << row.arrives;
   }
@@ -295,6 +296,9 @@ TEST(LoggerBridge, ALoggerThatPollsForAnHourGetsEveryReplyAtItsLength) {
     bench.station.loop.RunFor(100ms);
   }
   EXPECT_EQ(polls, 36'000);
+  EXPECT_EQ(bench.bridge.activity().asked(), 3u * 36'000 + 36'000 / 50);
+  EXPECT_EQ(bench.bridge.activity().refused(), 0u);
+  EXPECT_EQ(bench.bridge.activity().last(), "IF;FA;FB;");
   EXPECT_EQ(bench.notices, Lines{});
 }
 
