@@ -9,6 +9,7 @@ import unittest
 
 import rigs
 from station import Station, noted, wait_until
+from strict_winkey import StrictWinkey
 
 RIGCTL = shutil.which("rigctl")
 SECONDS = 2.0
@@ -54,9 +55,9 @@ class NetTest(unittest.TestCase):
         self.addCleanup(client.close)
         return client
 
-    def rigctl(self, *commands):
-        """What rigctl prints for the commands, line by line."""
-        done = subprocess.run([RIGCTL, "-m", "2", "-r", f"127.0.0.1:{self.port}", *commands], stdin=subprocess.DEVNULL,
+    def rigctl(self, *commands, typed=""):
+        """What rigctl prints for the commands, line by line. `typed`: the form that takes long names with a text."""
+        done = subprocess.run([RIGCTL, "-m", "2", "-r", f"127.0.0.1:{self.port}", *commands], input=typed,
                               capture_output=True, timeout=20, encoding="latin-1", check=False)
         self.assertEqual(done.returncode, 0, f"{commands}: {done.stdout} {done.stderr}")
         return done.stdout.split("\n")[:-1]
@@ -113,6 +114,26 @@ class NetTest(unittest.TestCase):
 
     def test_rigctl_ic7300(self):
         self.operate(rigs.Ic7300(19200), "CW", 250)
+
+    def test_morse_is_keyed_by_the_stations_winkeyer(self):
+        if RIGCTL is None:
+            self.skipTest("rigctl is not installed (package libhamlib-utils)")
+        keyer = StrictWinkey().plug(self.station.path("keyer"))
+        self.station.rigs.append(keyer)
+        settings = f"NETSERVER=True\nNETPORT= {self.port}\nKEYERPORT=WINKEY\nPADDLECOM= 5\nWINKEY1= 1\nCWSPEED= 40\n"
+        self.station.use(rigs.Ts2000(38400), extra=settings)
+        self.station.write("ports.ini", self.station.read("ports.ini").decode() + f"COM5={self.station.path('keyer')}\n")
+        self.station.start().wait_status(lambda status: status["open"] and status["keyer"]["ready"])
+        self.rigctl("b", "CQ TEST")
+        self.assertTrue(wait_until(lambda: keyer.sent == "CQ TEST", 5), keyer.sent)
+        self.rigctl(typed="\\send_morse PARIS PARIS PARIS\n")
+        self.assertTrue(wait_until(lambda: keyer.sent.startswith("CQ TESTPA"), 5), keyer.sent)
+        self.rigctl(typed="\\stop_morse\n")
+        self.assertTrue(wait_until(lambda: "0a" in keyer.commands, 2), keyer.commands)
+        stopped = keyer.sent
+        time.sleep(0.5)
+        self.assertEqual((keyer.sent, keyer.key_down, keyer.illegal), (stopped, False, []))
+        self.assertLess(len(stopped), len("CQ TESTPARIS PARIS"))
 
     def test_transmitter_is_released_with_its_client(self):
         rig = rigs.Ts2000(38400)
