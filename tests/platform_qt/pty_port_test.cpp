@@ -43,6 +43,21 @@ TEST(PtyPort, OtherProgramsComeAndGoAtItsLink) {
   EXPECT_TRUE(port.is_open());
 }
 
+TEST(PtyPort, WhatAProgramHasWrittenIsToldBeforeItsEnd) {
+  TemporaryFolder folder;
+  PtyPort port(folder / "logger");
+  std::string story;
+  port.on_data = [&] { story += port.Read(); };
+  port.on_visit_ended = [&] { story += '>'; };
+  ASSERT_TRUE(port.Open({}).ok());
+  for (int visit = 0; visit < 200; ++visit) {
+    story.clear();
+    FarEnd(folder / "logger").Write("TX;");
+    ASSERT_TRUE(WaitFor([&] { return story.ends_with('>'); })) << visit;
+    EXPECT_EQ(story, "TX;>");
+  }
+}
+
 TEST(PtyPort, AProgramThatCrashedIsNotLockedOut) {
   PtyPort port("");
   ASSERT_TRUE(port.Open({}).ok());

@@ -31,8 +31,12 @@ bool LeftBehind(const std::string& link) {
 }  // namespace
 
 PtyPort::PtyPort(std::string link)
-    : link_(std::move(link)), data_([this] {
+    : link_(std::move(link)),
+      data_([this] {
         if (const auto handler = on_data; handler && bytes_waiting() > 0) handler();
+      }),
+      visit_end_([this] {
+        if (const auto handler = on_visit_ended) handler();
       }) {}
 
 PtyPort::~PtyPort() {
@@ -101,9 +105,11 @@ void PtyPort::WatchVisits() {
 void PtyPort::VisitEnded() {
   std::array<char, 4096> events;
   while (::read(visits_.get(), events.data(), events.size()) > 0) continue;
+  while (Receive()) continue;
   // A program that took the far end for itself and crashed would lock out its own restart.
   ::ioctl(slave_.get(), TIOCNXCL);
-  if (const auto handler = on_visit_ended) handler();
+  visit_end_.Cancel();  // it comes behind what has been read now
+  visit_end_.Request();
 }
 
 void PtyPort::RemoveLink() {
@@ -114,6 +120,7 @@ void PtyPort::RemoveLink() {
 
 void PtyPort::Close() {
   data_.Cancel();
+  visit_end_.Cancel();
   RemoveLink();
   readable_.reset();
   writable_.reset();
@@ -130,13 +137,16 @@ bool PtyPort::is_open() const {
   return readable_ != nullptr;
 }
 
-void PtyPort::Receive() {
+/// False when there was nothing, or no room for it.
+bool PtyPort::Receive() {
   std::array<char, 4096> piece;
+  if (input_.size() >= kMostWaiting) return false;
   const ssize_t size = ::read(master_.get(), piece.data(), piece.size());
-  if (size <= 0) return;
+  if (size <= 0) return false;
   input_.append(piece.data(), static_cast<std::size_t>(size));
   if (input_.size() >= kMostWaiting) readable_->setEnabled(false);
   data_.Request();
+  return true;
 }
 
 std::string PtyPort::Read() {

@@ -34,7 +34,8 @@ class PtyPort final : public SerialPort {
   /// The device name of the far end; empty while closed.
   const std::string& slave_path() const { return slave_path_; }
 
-  std::function<void()> on_visit_ended;  ///< another program has closed the far end; the port stays open
+  /// Another program has closed the far end, and on_data has told what it had written; the port stays open.
+  std::function<void()> on_visit_ended;
 
  private:
   Status MakePair();
@@ -42,7 +43,7 @@ class PtyPort final : public SerialPort {
   void RemoveLink();
   void WatchVisits();
   void VisitEnded();
-  void Receive();
+  bool Receive();
   void Send();
 
   std::string link_;
@@ -56,6 +57,7 @@ class PtyPort final : public SerialPort {
   std::string input_;
   std::string output_;
   LaterCall data_;
+  LaterCall visit_end_;  ///< behind data_, as it is requested later
 };
 
 }  // namespace kvx::platform
