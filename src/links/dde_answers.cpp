@@ -12,7 +12,7 @@ namespace {
 constexpr std::size_t kHertzDigits = 8;
 constexpr std::int64_t kLowestTens = 1000;
 constexpr std::int64_t kHighestTens = 99'000'000;
-constexpr Frequency kLowest = Frequency::FromKhz(1000);
+constexpr Frequency kLowestTold = Frequency::FromKhz(1000);
 constexpr Frequency kFirstInHertz = Frequency::FromKhz(990'000);  // a number this large is no kHz
 constexpr std::int64_t kThousand = 1000;
 
@@ -35,17 +35,15 @@ bool IsLetter(char c) {
   return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
 }
 
-/// What stands behind a word and the separators after it; nothing when the word is not there.
+/// What stands behind a word; nothing when the word is not there.
 std::optional<std::string_view> Behind(std::string_view text, const std::string& upper, std::string_view word) {
   const std::size_t at = upper.find(word);
-  if (at == std::string::npos) return std::nullopt;
-  text.remove_prefix(at + word.size());
-  while (!text.empty() && IsSeparator(text.front())) text.remove_prefix(1);
-  return text;
+  return at == std::string::npos ? std::nullopt : std::optional(text.substr(at + word.size()));
 }
 
-/// The mode that a text begins with; empty for none.
+/// The mode that a text begins with, separators before it left out; empty for none.
 std::string ModeAt(std::string_view text) {
+  while (!text.empty() && IsSeparator(text.front())) text.remove_prefix(1);
   for (const Word& word : kModeWords) {
     const std::string_view rest = text.substr(std::min(word.theirs.size(), text.size()));
     if (EqualNoCase(text.substr(0, word.theirs.size()), word.theirs) && (rest.empty() || !IsLetter(rest.front())))
@@ -54,18 +52,37 @@ std::string ModeAt(std::string_view text) {
   return {};
 }
 
-/// The number that a text begins with, with at most one point or comma in it.
-std::string_view NumberAt(std::string_view text) {
-  std::size_t size = 0;
-  bool point = false;
-  while (size < text.size() && (IsDigit(text[size]) || (!point && text[size] == '.'))) point |= text[size++] == '.';
+/// The first number of a text, with its sign and all of its points and commas; nothing when a unit other than kHz
+/// follows at once.
+std::string_view NumberIn(std::string_view text) {
+  std::size_t begin = std::min(text.find_first_of("0123456789"), text.size());
+  while (begin > 0 && std::string_view("+-.").find(text[begin - 1]) != std::string_view::npos) --begin;
+  text.remove_prefix(begin);
+  std::size_t size = std::min(text.find_first_not_of("0123456789+-.,"), text.size());
+  while (size > 0 && !IsDigit(text[size - 1])) --size;
+  const std::string_view behind = text.substr(size);
+  if (!behind.empty() && IsLetter(behind.front()) && !EqualNoCase(behind.substr(0, 3), "kHz")) return {};
   return text.substr(0, size);
 }
 
-std::optional<Frequency> FrequencyAt(std::string_view text) {
-  auto frequency = ParseKhz(NumberAt(text));
-  if (frequency && *frequency >= kFirstInHertz) frequency->decihertz /= kThousand;
-  return frequency && IsTunable(*frequency) ? frequency : std::nullopt;
+std::optional<Frequency> Tunable(Frequency frequency) {
+  return IsTunable(frequency) ? std::optional(frequency) : std::nullopt;
+}
+
+std::optional<Frequency> FrequencyIn(std::string_view text) {
+  auto frequency = ParseKhz(NumberIn(text));
+  if (!frequency) return std::nullopt;
+  if (*frequency >= kFirstInHertz) frequency->decihertz /= kThousand;
+  return Tunable(*frequency);
+}
+
+/// A frequency in the eight digits of a request.
+bool IsAsTold(std::string_view number) {
+  return number.size() == kHertzDigits && AllDigits(number);
+}
+std::optional<Frequency> ReadTold(std::string_view number) {
+  const std::int64_t tens = LeadingNumber(number);
+  return tens < kLowestTens ? std::nullopt : Tunable(Frequency{tens * 100});
 }
 
 }  // namespace
@@ -80,7 +97,7 @@ DdeItem DdeItemOf(std::string_view name) {
 std::optional<std::string> DdeHertz(std::string_view displayed) {
   displayed = Trim(displayed);
   const auto value = ParseKhz(displayed);
-  if (!value || *value < kLowest) return std::nullopt;
+  if (!value || *value < kLowestTold) return std::nullopt;
   std::string text(displayed);
   std::erase(text, '.');
   const std::int64_t number = LeadingNumber(text);
@@ -104,7 +121,11 @@ DdeOrder ReadDdeExecute(std::string_view command) {
   const auto mode = Behind(command, upper, "MODE");
   const auto frequency = Behind(command, upper, "FREQ");
   if (mode) order.mode = ModeAt(*mode);
-  if (frequency) order.frequency = FrequencyAt(*frequency);
+  if (frequency) {
+    const std::string_view number = NumberIn(*frequency);
+    // Beginning with 0 it is no number of hertz, but what a request has told.
+    order.frequency = IsAsTold(number) && number.front() == '0' ? ReadTold(number) : FrequencyIn(*frequency);
+  }
   order.understood = (mode || frequency) && (!mode || !order.mode.empty()) && (!frequency || order.frequency);
   return order;
 }
@@ -115,9 +136,7 @@ DdeOrder ReadDdePoke(DdeItem item, std::string_view value) {
   if (item == DdeItem::kMode) {
     order.mode = ModeAt(value);
   } else if (item == DdeItem::kHertz) {
-    const bool as_asked = value.size() == kHertzDigits && AllDigits(value);
-    order.frequency = as_asked ? Frequency{LeadingNumber(value) * 100} : FrequencyAt(value);
-    if (as_asked && *order.frequency < kLowest) order.frequency.reset();
+    order.frequency = IsAsTold(value) ? ReadTold(value) : FrequencyIn(value);
   }
   order.understood = !order.mode.empty() || order.frequency;
   return order;

@@ -28,9 +28,9 @@ struct DdeOrder {
   bool understood = false;  ///< it wants something, and nothing of it was beyond reading
 };
 
-/// An execute: "MODE" and "FREQ" anywhere in it, each with its value behind it after a blank, a colon, "=" or a comma.
-/// "CW R" is CW. A frequency is in kHz with or without decimals, as the display shows it; a number from 990,000 on is
-/// in hertz.
+/// An execute: "MODE" and "FREQ" anywhere in it. The mode stands behind its word after blanks, colons, "=" or commas;
+/// "CW R" is CW. The frequency is the first number behind its word, in kHz with or without decimals, as the display
+/// shows it; from 990,000 on it is in hertz, and eight digits of which the first is 0 are those of a request.
 DdeOrder ReadDdeExecute(std::string_view command);
 /// What is poked into an item: a mode, a frequency as an execute has it, or one in the eight digits of a request.
 DdeOrder ReadDdePoke(DdeItem item, std::string_view value);

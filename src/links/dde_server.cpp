@@ -16,6 +16,7 @@ using platform::DdeType;
 
 constexpr const char* kService = "HRD_RADIO_000";
 constexpr const char* kTopic = "HRD_CAT";
+constexpr Duration kTakeOverPause = 2s;
 constexpr Duration kPostPause = 20ms;  // a knob turns faster than a client takes its news
 
 struct ItemRow {
@@ -66,7 +67,7 @@ void DdeServer::INITDDE() {
 }
 
 void DdeServer::DDEUnload() {
-  loop_.StopTimer(std::exchange(post_, 0));
+  for (Loop::TimerId* timer : {&post_, &watch_}) loop_.StopTimer(std::exchange(*timer, 0));
   if (std::exchange(service_, DdeService::kStopped) != DdeService::kStopped) transport_.Stop();
   why_.clear();
   Show();
@@ -77,9 +78,21 @@ void DdeServer::ServiceChanged(DdeService service, const std::string& why) {
   why_ = why;
   if (is_active()) failure_told_ = false;
   Show();
+  WatchOther();
   const bool failed = service == DdeService::kFailed || service == DdeService::kMissing;
   if (!failed || std::exchange(failure_told_, true) || !on_notice) return;
   on_notice(service == DdeService::kFailed ? "DDE Did not Initialize: " + why : "DDE is off: " + why);
+}
+
+/// The service is taken over when the program that has it has gone.
+void DdeServer::WatchOther() {
+  loop_.StopTimer(std::exchange(watch_, 0));
+  if (service_ != DdeService::kFound) return;
+  watch_ = loop_.StartTimer(loop_.Now() + kTakeOverPause, [this] {
+    watch_ = 0;
+    WatchOther();
+    transport_.TakeOver();
+  });
 }
 
 bool DdeServer::is_active() const {
@@ -161,14 +174,15 @@ DdeAnswer DdeServer::Data(const std::string& item, unsigned format) {
   return {any, std::move(data)};
 }
 
-/// Refused when anything of it does not reach the rig. Whoever asks next is told the new state.
+/// All of it or nothing. Whoever asks next is told the new state.
 DdeAnswer DdeServer::Carry(const DdeOrder& order) {
-  bool done = order.understood;
+  if (!order.understood || *console_.Port != "open") return {};
+  bool done = true;
   if (!order.mode.empty()) {
     const auto set = operations_.SetModeByName(order.mode);
-    done = done && set && *set == cat::SendOutcome::kSent;
+    done = set && *set == cat::SendOutcome::kSent;
   }
-  if (order.frequency) done = operations_.TuneTo(*order.frequency) == cat::SendOutcome::kSent && done;
+  if (done && order.frequency) done = operations_.TuneTo(*order.frequency) == cat::SendOutcome::kSent;
   SendDDEx();
   return {.accepted = done};
 }

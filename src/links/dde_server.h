@@ -61,6 +61,7 @@ class DdeServer final {
   void Follow(Field field);
   void Note(const platform::DdeCall& call, const platform::DdeAnswer& answer);
   void Show() { console_.DdeBox.Set(is_active() ? told_ : std::string()); }
+  void WatchOther();
   void ServiceChanged(platform::DdeService service, const std::string& why);
   platform::DdeAnswer Data(const std::string& item, unsigned format);
   platform::DdeAnswer Carry(const DdeOrder& order);
@@ -80,6 +81,7 @@ class DdeServer final {
   std::array<std::string, 3> posted_;  ///< the data of each item that advise links have been told of
   TimePoint next_post_{};
   Loop::TimerId post_ = 0;
+  Loop::TimerId watch_ = 0;  ///< of another program that has the service
   Console::Subscription subscription_;
 };
 

@@ -15,10 +15,11 @@ namespace kvx::platform {
 //     data NAME SIZE TEXT                     clients N
 //     service NAME TOPIC                      call N execute TEXT
 //     done N yes, done N no                   call N poke NAME TEXT
+//     again
 //
 // The items come first, and what follows "service" is their state: a text filled up with NULs to a block of SIZE bytes,
-// which every request is answered from and every advise link gets; SIZE 0: there is no data. "done" answers a call. The
-// end of its input ends the gateway.
+// which every request is answered from and every advise link gets; SIZE 0: there is no data. "done" answers a call.
+// "again" after "found" looks whether the service is free now. The end of its input ends the gateway.
 
 inline constexpr std::size_t kLongestGatewayLine = 1024;
 inline constexpr std::size_t kLongestGatewayText = 250;

@@ -14,6 +14,10 @@ class FakeDde final : public platform::DdeTransport {
     log.push_back("start " + service + " " + topic);
     if (on_service) on_service(outcome, why);
   }
+  void TakeOver() override {
+    log.push_back("take over");
+    if (on_service) on_service(outcome, why);
+  }
   void Stop() override { log.push_back("stop"); }
   void PostAdvise(const std::string& item) override {
     const platform::DdeAnswer answer = on_call({.type = platform::DdeType::kAdviseRequest, .item = item});

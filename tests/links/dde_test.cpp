@@ -119,6 +119,12 @@ TEST(DdeServer, AnExecuteSetsModeAndFrequency) {
       {"FREQ 14030", "14030.00 USB", "FA00014030000;"},
       {"FREQ:7012.55", "7012.55 USB", "FA00007012550;"},
       {"freq=14200000", "14200.00 USB", "FA00014200000;"},
+      {"FREQUENCY 14039", "14039.00 USB", "FA00014039000;"},
+      {"Set Frequency-Hz 14039100", "14039.10 USB", "FA00014039100;"},
+      {"SET FREQUENCY TO 14047kHz", "14047.00 USB", "FA00014047000;"},
+      {"FREQ,28500,5", "28500.50 USB", "FA00028500500;"},
+      {"FREQ 01402500", "14025.00 USB", "FA00014025000;"},
+      {"FREQ 14047,MODE CW", "14047.00 CW", "MD3;FA00014047000;"},
       {"FREQ 21300.5 MODE LSB", "21300.50 LSB", "MD1;FA00021300500;"},
   };
   for (const Row& row : rows) {
@@ -135,7 +141,9 @@ TEST(DdeServer, AnExecuteSetsModeAndFrequency) {
 TEST(DdeServer, WhatIsNotUnderstoodIsRefusedAndDoesNothing) {
   Bench bench;
   for (const char* command : {"", "MODE", "MODE ", "MODE XYZ", "MODE USBX", "FREQ", "FREQ x", "FREQ .", "FREQ 0",
-                              "FREQ 14.038", "FREQ 29.99", "FREQ 99999999999", "FREQ -14000", "14030", "HELLO"}) {
+                              "FREQ -14000", "14030", "HELLO", "FREQ 14021 MODE XX", "MODE USB FREQ x", "FREQ 5",
+                              "FREQ 14.038", "FREQ 14,025,000", "FREQ 14.038MHz", "FREQ 00000099",
+                              "FREQ 99999999999"}) {
     EXPECT_FALSE(bench.Execute(command)) << command;
   }
   EXPECT_FALSE(bench.Poke("HRD_HERTZ", ""));
@@ -145,7 +153,8 @@ TEST(DdeServer, WhatIsNotUnderstoodIsRefusedAndDoesNothing) {
   EXPECT_EQ(bench.station.Written(), "");
   EXPECT_EQ(bench.station.Display(), "14025.00 CW");
   bench.station.port.Lose();
-  EXPECT_FALSE(bench.Execute("FREQ 14030"));
+  EXPECT_FALSE(bench.Execute("FREQ 14030 MODE USB"));
+  EXPECT_EQ(bench.station.Display(), "14025.00 CW") << "what does not reach the rig is not shown";
 }
 
 TEST(DdeServer, APokeSetsWhatARequestOfTheSameTextTells) {
@@ -225,7 +234,7 @@ TEST(DdeServer, StartsWhereDdeIsAtHandAndAsTheSettingSays) {
   EXPECT_EQ(bench.notices, Lines{});
 }
 
-TEST(DdeServer, ASecondConsoleFindsTheServiceAndPostsNothing) {
+TEST(DdeServer, ASecondConsoleFindsTheServicePostsNothingAndTakesOverWhenItIsFree) {
   Bench bench(false);
   bench.transport.outcome = DdeService::kFound;
   bench.dde.INITDDE();
@@ -234,6 +243,13 @@ TEST(DdeServer, ASecondConsoleFindsTheServiceAndPostsNothing) {
   bench.Show("14033.00", " USB");
   bench.Settle();
   EXPECT_EQ(bench.transport.posted, Lines{});
+  EXPECT_EQ(bench.transport.log.back(), "take over");
+  bench.transport.outcome = DdeService::kRegistered;
+  bench.Settle();
+  EXPECT_EQ(bench.dde.state(), "on, 1 client");
+  bench.transport.log.clear();
+  bench.Settle();
+  EXPECT_EQ(bench.transport.log, Lines{});
 }
 
 TEST(DdeServer, AFailureIsOneLineHoweverOftenItIsTriedAgain) {

@@ -2,8 +2,9 @@
 // line; each is answered by one line: "ok ...", "no ..." with the library's error. Data of advise links come as
 // "advise ITEM TEXT" whenever they come.
 //
-//   connect SERVICE TOPIC     request ITEM     execute TEXT     poke ITEM TEXT     advise ITEM     unadvise ITEM
-//   disconnect                hold MS          flood COUNT ITEM
+//   connect SERVICE TOPIC ("-": any)   disconnect             request ITEM         execute TEXT   poke ITEM TEXT
+//   advise ITEM                        advise-asking ITEM     advise-wide ITEM     unadvise ITEM
+//   hold MS                            flood COUNT ITEM       refuse COUNT
 
 #include <windows.h>
 
@@ -51,12 +52,12 @@ HDDEDATA CALLBACK Receive(UINT type, UINT, HCONV, HSZ, HSZ item, HDDEDATA data, 
 }
 
 /// "ok SIZE TEXT", or "no ERROR".
-std::string Transact(UINT type, const std::string& item, std::string data) {
+std::string Transact(UINT type, const std::string& item, std::string data, UINT format = CF_TEXT) {
   const HSZ name = item.empty() ? nullptr : DdeCreateStringHandleA(g_instance, item.c_str(), CP_WINANSI);
   const bool sends = type == XTYP_EXECUTE || type == XTYP_POKE;
   const HDDEDATA answer = DdeClientTransaction(sends ? reinterpret_cast<BYTE*>(data.data()) : nullptr,
                                                sends ? static_cast<DWORD>(data.size() + 1) : 0, g_conversation, name,
-                                               type == XTYP_EXECUTE ? 0 : CF_TEXT, type, kPatience, nullptr);
+                                               type == XTYP_EXECUTE ? 0 : format, type, kPatience, nullptr);
   if (name != nullptr) DdeFreeStringHandle(g_instance, name);
   if (answer == nullptr) return "no " + std::to_string(DdeGetLastError(g_instance));
   if (type != XTYP_REQUEST) return "ok";
@@ -66,11 +67,15 @@ std::string Transact(UINT type, const std::string& item, std::string data) {
 }
 
 std::string Connect(const std::string& service, const std::string& topic) {
-  const HSZ a = DdeCreateStringHandleA(g_instance, service.c_str(), CP_WINANSI);
-  const HSZ b = DdeCreateStringHandleA(g_instance, topic.c_str(), CP_WINANSI);
+  const auto handle = [](const std::string& name) {
+    return name == "-" ? nullptr : DdeCreateStringHandleA(g_instance, name.c_str(), CP_WINANSI);
+  };
+  const HSZ a = handle(service);
+  const HSZ b = handle(topic);
   g_conversation = DdeConnect(g_instance, a, b, nullptr);
-  DdeFreeStringHandle(g_instance, a);
-  DdeFreeStringHandle(g_instance, b);
+  for (const HSZ name : {a, b}) {
+    if (name != nullptr) DdeFreeStringHandle(g_instance, name);
+  }
   return g_conversation == nullptr ? "no " + std::to_string(DdeGetLastError(g_instance)) : "ok";
 }
 
@@ -86,6 +91,16 @@ std::string Flood(int count, const std::string& item) {
   return "ok " + std::to_string(answered) + " " + std::to_string(each);
 }
 
+/// So many executes and pokes of some size that are refused.
+std::string Refuse(int count) {
+  int refused = 0;
+  for (int i = 0; i < count; i += 2) {
+    refused += Transact(XTYP_EXECUTE, {}, std::string(800, 'x')).starts_with("no") ? 1 : 0;
+    refused += Transact(XTYP_POKE, "HRD_MODE", std::string(800, 'x')).starts_with("no") ? 1 : 0;
+  }
+  return "ok " + std::to_string(refused);
+}
+
 std::string Do(std::string line) {
   const std::string word = TakeWord(line);
   if (word == "connect") {
@@ -96,9 +111,11 @@ std::string Do(std::string line) {
   if (word == "request") return Transact(XTYP_REQUEST, line, {});
   if (word == "execute") return Transact(XTYP_EXECUTE, {}, line);
   if (word == "advise") return Transact(XTYP_ADVSTART, line, {});
+  if (word == "advise-wide") return Transact(XTYP_ADVSTART, line, {}, CF_UNICODETEXT);
   if (word == "advise-asking") return Transact(XTYP_ADVSTART | XTYPF_ACKREQ, line, {});
   if (word == "unadvise") return Transact(XTYP_ADVSTOP, line, {});
   if (word == "hold") return Sleep(static_cast<DWORD>(std::atoi(line.c_str()))), "ok";
+  if (word == "refuse") return Refuse(std::atoi(line.c_str()));
   if (word == "flood") {
     const int count = std::atoi(TakeWord(line).c_str());
     return Flood(count, line);

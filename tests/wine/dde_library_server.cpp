@@ -53,6 +53,7 @@ int main() {
     return {call.type != DdeType::kAdviseStart || call.item == "HRD_MODE"};
   };
   library.Start("HRD_RADIO_000", "HRD_CAT", {});
+  SetTimer(nullptr, 0, 500, nullptr);
   const auto self = reinterpret_cast<void*>(static_cast<std::uintptr_t>(GetCurrentThreadId()));
   CloseHandle(CreateThread(nullptr, 0, ReadInput, self, 0, nullptr));
   while (GetMessageA(&message, nullptr, 0, 0) > 0) {
@@ -61,6 +62,8 @@ int main() {
       if (*line == "stop") break;
       mode = *line;
       library.PostAdvise("HRD_MODE");
+    } else if (message.hwnd == nullptr && message.message == WM_TIMER) {
+      library.TakeOver();
     } else {
       TranslateMessage(&message);
       DispatchMessageA(&message);

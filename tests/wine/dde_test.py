@@ -1,6 +1,7 @@
 """A Windows program that speaks DDE, under Wine, and the running console."""
 
 import os
+import re
 import signal
 import subprocess
 import time
@@ -15,6 +16,11 @@ def gateways(kvx):
     """The console's own gateways, by their process."""
     found = subprocess.run(["pgrep", "-P", str(kvx.pid)], stdout=subprocess.PIPE, check=False).stdout
     return [int(pid) for pid in found.split()]
+
+
+def memory(pid):
+    with open(f"/proc/{pid}/status", encoding="ascii") as file:
+        return int(re.search(r"VmRSS:\s+(\d+)", file.read()).group(1))
 
 
 class DdeTest(unittest.TestCase):
@@ -71,7 +77,8 @@ class DdeTest(unittest.TestCase):
             client = self.client()
             self.assertEqual(client.ask(f"{how} HRD_HERTZ")[0], "ok")
             self.assertEqual(client.ask(f"{how} HRD_MODE")[0], "ok")
-            self.assertTrue(client.ask(f"{how} HRD_RADIO")[0].startswith("no"))
+            for refused in (f"{how} HRD_RADIO", "advise-wide HRD_HERTZ"):
+                self.assertTrue(client.ask(refused)[0].startswith("no"))
             kvx.command("freq 14027")
             self.assertEqual(client.next(), "advise HRD_HERTZ 9 01402700")
             kvx.command("mode usb")
@@ -106,7 +113,7 @@ class DdeTest(unittest.TestCase):
         self.assertTrue(wait_until(lambda: not os.path.exists(f"/proc/{second[0]}"), 5))
 
     def test_a_second_console_leaves_the_service_to_the_first(self):
-        self.start()
+        first = self.start()
         with Station() as other:
             other.use(rigs.Ts2000(38400), extra="DDESERVER=True\n")
             second = other.start(environment={**wine.environment(BINARY), "DISPLAY": ""})
@@ -114,6 +121,24 @@ class DdeTest(unittest.TestCase):
             self.assertIn("another program", found["links"]["dde"]["state"])
             second.command("freq 7000")
             self.assertEqual(self.client().ask("request HRD_HERTZ")[0], "ok 9 01402500")
+            first.quit()
+            second.wait_status(lambda status: status["links"]["dde"]["state"].startswith("on, 0"), 10)
+            self.assertEqual(self.client().ask("request HRD_HERTZ")[0], "ok 9 00700000")
+
+    def test_clients_that_ask_for_anything_or_end_without_a_word(self):
+        kvx = self.start()
+        for place in ("HRD_RADIO_000 OTHER", "HRD_RADIO_000 -", "- HRD_CAT"):
+            client = self.client(connects=False)
+            self.assertEqual(client.ask(f"connect {place}")[0], "ok", place)
+            self.assertEqual(client.ask("request HRD_MODE")[0], "ok 6 CW", place)
+            client.process.kill()
+        kvx.wait_status(lambda status: status["links"]["dde"]["clients"] == 0, 6)
+        client, pid = self.client(), gateways(kvx)[0]
+        self.assertTrue(client.ask("refuse 200")[0].startswith("ok"))
+        before = memory(pid)
+        for _ in range(2):
+            self.assertEqual(client.ask("refuse 2000")[0], "ok 2000")
+        self.assertLess(memory(pid) - before, 1000, "kB")
 
     def test_it_is_switched_off_and_on(self):
         kvx = self.start()
@@ -156,6 +181,10 @@ class DdeTest(unittest.TestCase):
         server.say("LSB")
         self.assertEqual(client.next(), "advise HRD_MODE 7 LSB")
         self.assertEqual(client.ask("request HRD_MODE")[0], "ok 7 LSB")
+        self.assertEqual(client.ask("connect HRD_RADIO_000 -")[0], "ok")
+        self.assertEqual(client.ask("connect - HRD_CAT")[0], "ok")
         second = wine.Program(BINARY, "dde_library_server.exe")
         self.addCleanup(second.close)
         self.assertEqual(second.next(30), "service 3")  # found
+        server.say("stop")
+        self.assertEqual(second.next(10), "service 2")

@@ -21,6 +21,7 @@ class WineGateway final : public DdeTransport {
   ~WineGateway() override;
 
   void Start(const std::string& service, const std::string& topic, const std::vector<std::string>& items) override;
+  void TakeOver() override { Say("again"); }
   void Stop() override;
   void PostAdvise(const std::string& item) override;
   int conversations() const override { return conversations_; }

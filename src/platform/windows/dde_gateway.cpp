@@ -74,11 +74,12 @@ class Gateway {
 
  private:
   void TakeLine(std::string_view line);
-  void Start(const std::string& service, const std::string& topic);
+  void Start();
 
   GatewayLines lines_;
   DdeWindow window_;
-  bool started_ = false;
+  std::string service_;
+  std::string topic_;
   std::size_t items_ = 0;
 };
 
@@ -97,15 +98,17 @@ void Gateway::TakeLine(std::string_view line) {
   } else if (word == "done") {
     const int call = WordNumber(TakeWord(line));
     window_.Answer(call, line == "yes");
-  } else if (word == "service" && !started_) {
-    started_ = true;
-    const std::string service(TakeWord(line));
-    Start(service, std::string(TakeWord(line)));
+  } else if (word == "service" && service_.empty()) {
+    service_ = TakeWord(line);
+    topic_ = TakeWord(line);
+    Start();
+  } else if (word == "again" && window_.is_free()) {
+    Start();
   }
 }
 
-void Gateway::Start(const std::string& service, const std::string& topic) {
-  switch (window_.Start(service, topic)) {
+void Gateway::Start() {
+  switch (window_.Start(service_, topic_)) {
     case DdeWindow::Outcome::kRegistered:
       return Say("registered");
     case DdeWindow::Outcome::kFound:

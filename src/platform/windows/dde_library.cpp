@@ -5,6 +5,7 @@
 
 #include <ddeml.h>
 
+#include <array>
 #include <utility>
 
 #include "platform/gateway_lines.h"
@@ -40,11 +41,20 @@ HDDEDATA Number(std::uintptr_t value) {
 }  // namespace
 
 struct DdeLibrary::Callback {
+  /// What there is for a client that names no service or no topic.
+  static HDDEDATA Offer(const DdeLibrary& library, HSZ topic, HSZ service) {
+    if (service != nullptr && DdeCmpStringHandles(service, Handle(library.service_)) != 0) return nullptr;
+    std::array<HSZPAIR, 2> pairs{{{Handle(library.service_), topic != nullptr ? topic : Handle(library.topic_)}, {}}};
+    return DdeCreateDataHandle(library.instance_, reinterpret_cast<BYTE*>(pairs.data()),  // NOLINT
+                               sizeof pairs, 0, nullptr, 0, 0);
+  }
+
   static HDDEDATA CALLBACK Receive(UINT type, UINT format, HCONV conversation, HSZ topic, HSZ item, HDDEDATA data,
                                    ULONG_PTR, ULONG_PTR) {
     DdeLibrary* library = g_library;
     if (library == nullptr || !library->on_call) return nullptr;
-    static_cast<void>(conversation);
+    if (type == XTYP_WILDCONNECT) return Offer(*library, topic, item);
+    if (type == XTYP_DISCONNECT && conversation == library->found_) return library->found_ = nullptr, nullptr;
     if (type == XTYP_CONNECT_CONFIRM) ++library->conversations_;
     if (type == XTYP_DISCONNECT && library->conversations_ > 0) --library->conversations_;
     const bool has_data = type == XTYP_EXECUTE || type == XTYP_POKE;
@@ -74,12 +84,6 @@ DdeLibrary::~DdeLibrary() {
   Stop();
 }
 
-bool DdeLibrary::IsOfferedElsewhere() const {
-  const HCONV conversation = DdeConnect(instance_, Handle(service_), Handle(topic_), nullptr);
-  if (conversation != nullptr) DdeDisconnect(conversation);
-  return conversation != nullptr;
-}
-
 void DdeLibrary::Start(const std::string& service, const std::string& topic, const std::vector<std::string>&) {
   Stop();
   DWORD instance = 0;
@@ -90,9 +94,18 @@ void DdeLibrary::Start(const std::string& service, const std::string& topic, con
   posting_instance_ = instance;
   service_ = DdeCreateStringHandleA(instance_, service.c_str(), CP_WINANSI);
   topic_ = DdeCreateStringHandleA(instance_, topic.c_str(), CP_WINANSI);
-  if (IsOfferedElsewhere()) return Tell(DdeService::kFound, "");
+  Register();
+}
+
+void DdeLibrary::Register() {
+  found_ = DdeConnect(instance_, Handle(service_), Handle(topic_), nullptr);
+  if (found_ != nullptr) return Tell(DdeService::kFound, "");
   registered_ = DdeNameService(instance_, Handle(service_), nullptr, DNS_REGISTER) != nullptr;
   Tell(registered_ ? DdeService::kRegistered : DdeService::kNotRegistered, "");
+}
+
+void DdeLibrary::TakeOver() {
+  if (instance_ != 0 && !registered_ && found_ == nullptr) Register();
 }
 
 void DdeLibrary::Stop() {
@@ -103,6 +116,7 @@ void DdeLibrary::Stop() {
   DdeUninitialize(instance_);
   if (g_library == this) g_library = nullptr;
   instance_ = posting_instance_ = 0;
+  found_ = nullptr;
   conversations_ = 0;
 }
 

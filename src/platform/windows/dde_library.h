@@ -16,6 +16,7 @@ class DdeLibrary final : public DdeTransport {
   ~DdeLibrary() override;
 
   void Start(const std::string& service, const std::string& topic, const std::vector<std::string>& items) override;
+  void TakeOver() override;
   void Stop() override;
   void PostAdvise(const std::string& item) override;
   int conversations() const override { return conversations_; }
@@ -25,12 +26,13 @@ class DdeLibrary final : public DdeTransport {
  private:
   struct Callback;  ///< what the library calls
   void Tell(DdeService service, const std::string& why);
-  bool IsOfferedElsewhere() const;
+  void Register();
 
   std::uint32_t instance_ = 0;
   std::uint32_t posting_instance_ = 0;
   void* service_ = nullptr;  ///< a string handle of the library, as the next
   void* topic_ = nullptr;
+  void* found_ = nullptr;  ///< the conversation with a program that has the service already
   bool registered_ = false;
   int conversations_ = 0;
 };

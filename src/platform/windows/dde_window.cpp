@@ -26,6 +26,9 @@ constexpr std::size_t kMostConversations = 64;
 constexpr std::size_t kMostCalls = 64;  // of all clients, whose outcome is not known yet
 constexpr std::size_t kMostLinks = 32;  // of one conversation
 constexpr UINT kSearchMilliseconds = 1000;
+constexpr UINT kSweepMilliseconds = 2000;
+constexpr int kHighestCall = 999'999;
+constexpr UINT_PTR kSweepTimer = kHighestCall + 1;  // the others have the numbers of their calls
 constexpr UINT kPatienceMilliseconds = 3000;  // for the outcome of a call
 constexpr DWORD kFarewellMilliseconds = 300;  // for clients to take note of the end
 constexpr WORD kDone = 0x8000;                // of an acknowledgement
@@ -79,9 +82,11 @@ struct Unpacked {
   UINT_PTR high = 0;
 };
 
-void PostAck(HWND from, HWND to, bool done, UINT_PTR what) {
+/// `memory`: what came with the message. Wine has made a copy of it for this program, whoever is to free the client's.
+void PostAck(HWND from, HWND to, bool done, UINT_PTR what, HGLOBAL memory = nullptr) {
   const LPARAM parameter = PackDDElParam(WM_DDE_ACK, done ? kDone : 0, what);
   if (!PostMessageA(to, WM_DDE_ACK, reinterpret_cast<WPARAM>(from), parameter)) FreeDDElParam(WM_DDE_ACK, parameter);
+  if (memory != nullptr) GlobalFree(memory);
 }
 
 }  // namespace
@@ -94,6 +99,7 @@ class DdeWindow::Service {
   Outcome Start(const std::string& service, const std::string& topic);
   void SetData(std::string_view name, std::string block);
   void Answer(int call, bool done);
+  HWND found() const;
 
   struct Item {
     std::string name;
@@ -117,8 +123,8 @@ class DdeWindow::Service {
   };
   struct Call {
     HWND window;
-    UINT_PTR what;    ///< the execute's command, or the poke's item
-    HGLOBAL release;  ///< freed when the call has been done
+    UINT_PTR what;   ///< the execute's command, or the poke's item
+    HGLOBAL memory;  ///< what came with it
   };
 
   static LRESULT CALLBACK Receive(HWND window, UINT message, WPARAM wparam, LPARAM lparam);
@@ -128,13 +134,14 @@ class DdeWindow::Service {
   bool IsOfferedElsewhere();
   LRESULT Dispatch(HWND window, UINT message, WPARAM wparam, LPARAM lparam);
   void Welcome(HWND client, ATOM service, ATOM topic);
+  void Sweep();
   void Give(HWND window, HWND client, LPARAM lparam);
   void BeginLink(HWND window, HWND client, LPARAM lparam);
   void EndLinks(HWND window, HWND client, LPARAM lparam);
   void Acknowledged(HWND window, LPARAM lparam);
   void Execute(HWND window, HWND client, LPARAM lparam);
   void Poke(HWND window, HWND client, LPARAM lparam);
-  int Remember(HWND window, UINT_PTR what, HGLOBAL release);
+  int Remember(HWND window, UINT_PTR what, HGLOBAL memory);
   void End(HWND window, bool tell);
   std::size_t Find(const std::string& name) const;
   bool Send(HWND window, HWND client, const Link& link, WORD flags, const std::string& block);
@@ -145,6 +152,7 @@ class DdeWindow::Service {
   std::string name_;
   std::string topic_;
   HWND window_ = nullptr;
+  HWND search_ = nullptr;  ///< in conversation with another server
   std::map<HWND, Conversation> conversations_;
   std::map<int, Call> calls_;
   int last_call_ = 0;
@@ -163,7 +171,10 @@ DdeWindow::Service::~Service() {
     while (PeekMessageA(&message, nullptr, 0, 0, PM_REMOVE)) DispatchMessageA(&message);
   }
   while (!conversations_.empty()) End(conversations_.begin()->first, false);
-  if (window_ != nullptr) DestroyWindow(window_);
+  if (const HWND other = found()) PostMessageA(other, WM_DDE_TERMINATE, reinterpret_cast<WPARAM>(search_), 0);
+  for (const HWND window : {window_, search_}) {
+    if (window != nullptr) DestroyWindow(window);
+  }
 }
 
 LRESULT CALLBACK DdeWindow::Service::Receive(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
@@ -172,14 +183,27 @@ LRESULT CALLBACK DdeWindow::Service::Receive(HWND window, UINT message, WPARAM w
                             : service->Dispatch(window, message, wparam, lparam);
 }
 
-/// Of the window that looks for another server: notes its window.
+/// Of the window that looks for another server: notes its window, and stays in conversation with the first.
 LRESULT CALLBACK DdeWindow::Service::ReceiveSearch(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
-  if (message != WM_DDE_ACK) return DefWindowProcA(window, message, wparam, lparam);
-  GlobalDeleteAtom(LOWORD(lparam));
-  GlobalDeleteAtom(HIWORD(lparam));
-  SetWindowLongPtrA(window, GWLP_USERDATA, 1);
-  PostMessageA(reinterpret_cast<HWND>(wparam), WM_DDE_TERMINATE, reinterpret_cast<WPARAM>(window), 0);  // NOLINT
+  if (message != WM_DDE_ACK && message != WM_DDE_TERMINATE) return DefWindowProcA(window, message, wparam, lparam);
+  const auto found = GetWindowLongPtrA(window, GWLP_USERDATA);
+  const auto other = static_cast<LONG_PTR>(wparam);
+  if (message == WM_DDE_ACK) {
+    GlobalDeleteAtom(LOWORD(lparam));
+    GlobalDeleteAtom(HIWORD(lparam));
+    if (found == 0) SetWindowLongPtrA(window, GWLP_USERDATA, other);
+  }
+  const bool ends = message == WM_DDE_TERMINATE && found == other;
+  if (ends) SetWindowLongPtrA(window, GWLP_USERDATA, 0);
+  if (ends || (message == WM_DDE_ACK && found != 0))
+    PostMessageA(reinterpret_cast<HWND>(wparam), WM_DDE_TERMINATE, reinterpret_cast<WPARAM>(window), 0);  // NOLINT
   return 0;
+}
+
+/// The window of the server that the search has found; null when there is none any more.
+HWND DdeWindow::Service::found() const {
+  const auto other = search_ == nullptr ? nullptr : reinterpret_cast<HWND>(GetWindowLongPtrA(search_, GWLP_USERDATA));
+  return other != nullptr && IsWindow(other) ? other : nullptr;  // NOLINT
 }
 
 bool DdeWindow::Service::Register(const char* name, WNDPROC receive) const {
@@ -198,6 +222,7 @@ HWND DdeWindow::Service::MakeWindow(const char* name) {
 DdeWindow::Outcome DdeWindow::Service::Start(const std::string& service, const std::string& topic) {
   name_ = service;
   topic_ = topic;
+  if (window_ != nullptr) return Outcome::kRegistered;
   if (!Register(kServiceClass, Receive) || !Register(kConversationClass, Receive) ||
       !Register(kSearchClass, ReceiveSearch)) {
     return Outcome::kFailed;
@@ -214,18 +239,19 @@ DdeWindow::Outcome DdeWindow::Service::Start(const std::string& service, const s
 }
 
 bool DdeWindow::Service::IsOfferedElsewhere() {
-  const HWND search = MakeWindow(kSearchClass);
-  if (search == nullptr) return false;
+  if (search_ != nullptr) DestroyWindow(search_);
+  search_ = MakeWindow(kSearchClass);
+  if (search_ == nullptr) return false;
   const ATOM service = GlobalAddAtomA(name_.c_str());
   const ATOM topic = GlobalAddAtomA(topic_.c_str());
   DWORD_PTR result = 0;
-  SendMessageTimeoutA(HWND_BROADCAST, WM_DDE_INITIATE, reinterpret_cast<WPARAM>(search), MAKELPARAM(service, topic),
+  SendMessageTimeoutA(HWND_BROADCAST, WM_DDE_INITIATE, reinterpret_cast<WPARAM>(search_), MAKELPARAM(service, topic),
                       SMTO_ABORTIFHUNG, kSearchMilliseconds, &result);
   GlobalDeleteAtom(service);
   GlobalDeleteAtom(topic);
-  const bool found = GetWindowLongPtrA(search, GWLP_USERDATA) != 0;
-  DestroyWindow(search);
-  return found;
+  if (found() != nullptr) return true;
+  DestroyWindow(std::exchange(search_, nullptr));
+  return false;
 }
 
 LRESULT DdeWindow::Service::Dispatch(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
@@ -234,7 +260,7 @@ LRESULT DdeWindow::Service::Dispatch(HWND window, UINT message, WPARAM wparam, L
     if (window == window_ && !ending_) Welcome(client, LOWORD(lparam), HIWORD(lparam));
     return 0;
   }
-  if (message == WM_TIMER) return Answer(static_cast<int>(wparam), false), 0;
+  if (message == WM_TIMER) return wparam == kSweepTimer ? Sweep() : Answer(static_cast<int>(wparam), false), 0;
   const auto conversation = conversations_.find(window);
   if (message < WM_DDE_FIRST || message > WM_DDE_LAST || conversation == conversations_.end())
     return DefWindowProcA(window, message, wparam, lparam);
@@ -267,26 +293,30 @@ LRESULT DdeWindow::Service::Dispatch(HWND window, UINT message, WPARAM wparam, L
   return 0;
 }
 
-/// 0 for service or topic stands for any.
+/// 0 for service or topic stands for any; there is one service, whatever the topic is called.
 void DdeWindow::Service::Welcome(HWND client, ATOM service, ATOM topic) {
-  const auto same = [](ATOM atom, const std::string& name) {
-    return atom == 0 || lstrcmpiA(AtomText(atom).c_str(), name.c_str()) == 0;
-  };
-  if (!same(service, name_) || !same(topic, topic_)) return;
-  // Clients that have gone without a word make room.
-  std::vector<HWND> gone;
-  for (const auto& [window, conversation] : conversations_) {
-    if (!IsWindow(conversation.client)) gone.push_back(window);
-  }
-  for (const HWND window : gone) End(window, false);
+  if (service != 0 && lstrcmpiA(AtomText(service).c_str(), name_.c_str()) != 0) return;
+  Sweep();
   if (conversations_.size() >= kMostConversations) return;
   const HWND window = MakeWindow(kConversationClass);
   if (window == nullptr) return;
   conversations_[window] = {client};
   SetWindowLongPtrA(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
+  const std::string about = topic == 0 ? topic_ : AtomText(topic);
   SendMessageA(client, WM_DDE_ACK, reinterpret_cast<WPARAM>(window),
-               MAKELPARAM(GlobalAddAtomA(name_.c_str()), GlobalAddAtomA(topic_.c_str())));
+               MAKELPARAM(GlobalAddAtomA(name_.c_str()), GlobalAddAtomA(about.c_str())));
+  SetTimer(window_, kSweepTimer, kSweepMilliseconds, nullptr);
   if (owner_.on_conversations) owner_.on_conversations();
+}
+
+/// Ends conversations with clients that have gone without a word.
+void DdeWindow::Service::Sweep() {
+  std::vector<HWND> gone;
+  for (const auto& [window, conversation] : conversations_) {
+    if (!IsWindow(conversation.client)) gone.push_back(window);
+  }
+  for (const HWND window : gone) End(window, false);
+  if (conversations_.empty()) KillTimer(window_, kSweepTimer);
 }
 
 /// The number of the item that a name stands for; items.size() for none.
@@ -334,14 +364,11 @@ void DdeWindow::Service::BeginLink(HWND window, HWND client, LPARAM lparam) {
   const std::string name = AtomText(what.atom());
   const std::size_t number = Find(name);
   std::vector<Link>& links = conversations_[window].links;
-  std::erase_if(links, [&](const Link& link) { return link.item == name; });
-  const bool taken =
-      options[1] == CF_TEXT && number < items.size() && items[number].advise && links.size() < kMostLinks;
-  if (taken) {
-    links.push_back({.item = name, .number = number, .options = options[0]});
-    GlobalFree(what.memory());
-  }
-  PostAck(window, client, taken, what.atom());
+  const bool known = options[1] == CF_TEXT && number < items.size() && items[number].advise;
+  if (known) std::erase_if(links, [&](const Link& link) { return link.item == name; });
+  const bool taken = known && links.size() < kMostLinks;
+  if (taken) links.push_back({.item = name, .number = number, .options = options[0]});
+  PostAck(window, client, taken, what.atom(), what.memory());
 }
 
 /// Item 0: all of them.
@@ -391,11 +418,10 @@ void DdeWindow::Service::SetData(std::string_view name, std::string block) {
 }
 
 /// Gives the call its number; 0 when there are too many of them.
-int DdeWindow::Service::Remember(HWND window, UINT_PTR what, HGLOBAL release) {
-  constexpr int kHighest = 999'999;
+int DdeWindow::Service::Remember(HWND window, UINT_PTR what, HGLOBAL memory) {
   if (calls_.size() >= kMostCalls) return 0;
-  last_call_ = last_call_ % kHighest + 1;
-  calls_[last_call_] = {window, what, release};
+  last_call_ = last_call_ % kHighestCall + 1;
+  calls_[last_call_] = {window, what, memory};
   SetTimer(window_, static_cast<UINT_PTR>(last_call_), kPatienceMilliseconds, nullptr);
   return last_call_;
 }
@@ -403,8 +429,8 @@ int DdeWindow::Service::Remember(HWND window, UINT_PTR what, HGLOBAL release) {
 void DdeWindow::Service::Execute(HWND window, HWND client, LPARAM lparam) {
   const auto command = reinterpret_cast<HGLOBAL>(lparam);  // NOLINT
   const std::string text = MemoryText(command, 0);
-  const int call = Remember(window, static_cast<UINT_PTR>(lparam), nullptr);
-  if (call == 0) return PostAck(window, client, false, static_cast<UINT_PTR>(lparam));
+  const int call = Remember(window, static_cast<UINT_PTR>(lparam), command);
+  if (call == 0) return PostAck(window, client, false, static_cast<UINT_PTR>(lparam), command);
   if (owner_.on_execute) owner_.on_execute(call, text);
 }
 
@@ -416,9 +442,8 @@ void DdeWindow::Service::Poke(HWND window, HWND client, LPARAM lparam) {
     GlobalUnlock(what.memory());
   }
   const std::string text = MemoryText(what.memory(), sizeof head);
-  const HGLOBAL release = (head[0] & kReceiverFrees) != 0 ? what.memory() : nullptr;
-  const int call = head[1] == CF_TEXT ? Remember(window, what.atom(), release) : 0;
-  if (call == 0) return PostAck(window, client, false, what.atom());
+  const int call = head[1] == CF_TEXT ? Remember(window, what.atom(), what.memory()) : 0;
+  if (call == 0) return PostAck(window, client, false, what.atom(), what.memory());
   if (owner_.on_poke) owner_.on_poke(call, GatewayText(AtomText(what.atom())), text);
 }
 
@@ -428,11 +453,13 @@ void DdeWindow::Service::Answer(int number, bool done) {
   const Call call = found->second;
   calls_.erase(found);
   KillTimer(window_, static_cast<UINT_PTR>(number));
-  if (done && call.release != nullptr) GlobalFree(call.release);
   const auto conversation = conversations_.find(call.window);
-  if (conversation == conversations_.end()) return;
+  if (conversation == conversations_.end()) {
+    GlobalFree(call.memory);
+    return;
+  }
   const HWND client = conversation->second.client;
-  PostAck(call.window, client, done, call.what);
+  PostAck(call.window, client, done, call.what, call.memory);
   for (Link& link : conversation->second.links) {
     if (link.stale) Advise(call.window, client, link);
   }
@@ -466,6 +493,10 @@ DdeWindow::Outcome DdeWindow::Start(const std::string& service, const std::strin
 
 void DdeWindow::Answer(int call, bool done) {
   service_->Answer(call, done);
+}
+
+bool DdeWindow::is_free() const {
+  return service_->found() == nullptr;
 }
 
 int DdeWindow::conversations() const {

@@ -24,8 +24,10 @@ class DdeWindow final {
   void AddItem(std::string name, bool advise);
   /// The item's data from now on, which its advise links get. An empty block: there is none.
   void SetData(std::string_view name, std::string block);
-  /// Looks for the service, and offers it when nobody else does.
+  /// Looks for the service, and offers it when nobody else does; else stays a client of the one that does.
   Outcome Start(const std::string& service, const std::string& topic);
+  /// Whoever was found to offer the service has ended that.
+  bool is_free() const;
   /// The outcome of a call.
   void Answer(int call, bool done);
   int conversations() const;
