@@ -4,8 +4,12 @@
 #include <string_view>
 
 #include "config/rig_definition.h"
+#include "core/loop.h"
 
 namespace kvx::cat {
+
+/// Then a transmission has been forgotten.
+inline constexpr Duration kLongestTransmission = std::chrono::minutes(5);
 
 /// What bytes on the line do to the rig's transmitter.
 struct Keying {

@@ -350,7 +350,7 @@ std::string CommandLine::DoLimits(std::string_view argument) {
 
 std::string CommandLine::DoEscape(std::string_view) {
   const Console& console = station_.console;
-  const bool keyed = *console.Transmitting || *console.Tune || station_.keyer.sender().sending();
+  const bool keyed = *console.Transmitting || station_.keyer.transmits();
   if (!station_.Escape()) return Fail(*console.MsgArea);
   return keyed ? "ok escape" : "ok escape: nothing was being transmitted from here";
 }

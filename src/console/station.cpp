@@ -15,8 +15,6 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr Duration kLongestTransmission = 5min;
-constexpr Duration kGrace = 2s;  // then the guard takes the engine to hang
 constexpr Duration kDeliveryCheck = 20ms;
 constexpr std::size_t kLongestNotice = 400;
 constexpr Duration kSameNotice = 1s;  // one that comes again sooner is of the same moment
@@ -90,7 +88,7 @@ Station::Station(const StationParts& parts)
     engine.dispatcher.on_keyed = [this, guard = parts.guard](std::string_view release) {
       disarm_ = Task();
       guard->Arm(release);
-      guard->ReleaseAfter(kLongestTransmission + kGrace);
+      guard->ReleaseAfter(cat::kLongestTransmission + platform::kGuardGrace);
     };
   }
   transmission_ = console.Subscribe([this](Field field) {
@@ -491,7 +489,7 @@ void Station::GiveUpRig(bool for_another_rig) {
 
 /// Whoever keyed the transmitter and has gone to sleep does not keep it keyed.
 Task Station::LimitTransmission() {
-  co_await loop_.Sleep(kLongestTransmission);
+  co_await loop_.Sleep(cat::kLongestTransmission);
   if (engine.dispatcher.ReleaseTransmitter())
     Notice("The transmitter was keyed for five minutes and has been released");
 }

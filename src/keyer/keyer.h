@@ -100,6 +100,8 @@ class Keyer final {
 
   const KeyerSettings& settings() const { return settings_; }
   const CwSender& sender() const { return sender_; }
+  /// It transmits, whoever has told it to: also a logging program that shares it.
+  bool transmits() const { return *console_.Tune || sender_.sending() || (winkeyer_ && winkeyer_->keyed()); }
   bool ready() const { return backend_ != nullptr && backend_->ready(); }
   /// The last try to open it was in vain.
   bool failed() const { return failed_; }

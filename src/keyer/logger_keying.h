@@ -26,6 +26,10 @@ class LoggerKeying {
 
   /// The transmitter may be keyed, or text may be in the keyer.
   bool keyed() const { return key_ || ptt_ || paddle_ || text_; }
+  /// The key is down, or the software paddle closed, until the program ends that.
+  bool holds_key() const { return key_ || paddle_; }
+  /// So is the transmitter.
+  bool holds() const { return holds_key() || ptt_; }
   /// Parameters that the latest command still lacks.
   std::size_t missing() const;
   /// When all of its bytes will have reached the keyer.

@@ -16,7 +16,6 @@ constexpr Duration kFirstRetry = 250ms;
 constexpr Duration kSlowestRetry = 1s;
 constexpr Duration kDeliverTime = 500ms;
 constexpr Duration kGuardCheck = 20ms;
-constexpr Duration kGrace = 2s;  // then the guard takes the engine to hang
 
 // Few enough to take text back, enough for the line and a busy loop.
 constexpr std::size_t kAheadSymbols = 3;
@@ -40,7 +39,7 @@ WinKeyer::~WinKeyer() {
   port_.on_data = nullptr;
   port_.on_opened = nullptr;
   port_.on_lost = nullptr;
-  for (const Loop::TimerId timer : {tick_, tune_end_, guard_check_, pass_, reopen_}) loop_.StopTimer(timer);
+  for (const Loop::TimerId timer : {tick_, tune_end_, guard_check_, pass_, reopen_, hold_end_}) loop_.StopTimer(timer);
 }
 
 // Opening and closing.
@@ -308,7 +307,7 @@ bool WinKeyer::Key(bool down) {
     return true;
   }
   Follow();
-  if (guard_ != nullptr) guard_->ReleaseAfter(settings_.tune_limit + kGrace);
+  if (guard_ != nullptr) guard_->ReleaseAfter(settings_.tune_limit + platform::kGuardGrace);
   Write(kWinkeyKeyDown);
   tune_end_ = loop_.StartTimer(loop_.Now() + settings_.tune_limit, [this] {
     tune_end_ = 0;
@@ -328,6 +327,7 @@ void WinKeyer::Follow() {
     });
   }
   Guard();
+  LimitHold();
 }
 
 /// Armed until the device has the release.

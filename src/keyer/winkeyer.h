@@ -22,7 +22,7 @@ namespace kvx::keyer {
 /// followed by what it reports. A port that cannot be opened or vanishes is tried again; a keyer that stays silent is
 /// left alone until the next Open. What it had not sent when it went is never sent again; one that went while it was
 /// keyed is released before anything else when it is back. A logging program on another port may share it: what that
-/// one keys is released as well. Engine thread only.
+/// one keys is released as well, and held no longer than a tune or any transmission. Engine thread only.
 class WinKeyer final : public CwBackend {
  public:
   WinKeyer(Loop& loop, Console& console, platform::SerialPort& port, platform::ReleaseGuard* guard = nullptr);
@@ -45,6 +45,8 @@ class WinKeyer final : public CwBackend {
   void Close() override;
   bool closing() const { return !closing_.done(); }
   bool ready() const override { return state_ == State::kReady && !host_closed_; }
+  /// The transmitter may be keyed by what was written to it, also by a logging program.
+  bool keyed() const { return key_down_ || progress_.size() > 0 || logger_keying_.keyed(); }
   std::string_view state() const override;
   std::size_t room() const override;
   void Send(std::string_view symbol) override;
@@ -90,8 +92,6 @@ class WinKeyer final : public CwBackend {
   void Write(std::string_view bytes);
   void WriteRelease(bool clear);
   Duration LineTime(std::size_t bytes) const;
-  /// The transmitter may be keyed by what was written to it.
-  bool keyed() const { return key_down_ || progress_.size() > 0 || logger_keying_.keyed(); }
   bool may_write() const { return port_.is_open() && (state_ == State::kReady || state_ == State::kFailed); }
   void TakeFlags(std::string_view bytes);
   void TakePot(std::uint8_t byte);
@@ -100,6 +100,8 @@ class WinKeyer final : public CwBackend {
   void Hold(std::string_view bytes);
   void PassOn();
   void Share(const LoggerKeying::Effect& effect);
+  void LimitHold();
+  void ReleaseLogger(const char* why);
   void Follow();
   void Guard();
   void Advance();
@@ -140,6 +142,8 @@ class WinKeyer final : public CwBackend {
   bool host_closed_ = false;  ///< by the logging program
   Loop::TimerId reopen_ = 0;
   LoggerKeying logger_keying_;
+  Duration hold_limit_{0};  ///< how long the logging program may hold what it holds; 0: nothing
+  Loop::TimerId hold_end_ = 0;
   bool clear_request_ = false;
   std::string logger_text_;
   std::string logger_command_;  ///< begun at the end of the latest arrival

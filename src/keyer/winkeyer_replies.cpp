@@ -2,6 +2,7 @@
 #include <optional>
 #include <utility>
 
+#include "cat/transmit.h"
 #include "core/hex_text.h"
 #include "core/text.h"
 #include "keyer/winkeyer.h"
@@ -28,6 +29,7 @@ constexpr const char* kOverrun = "The logging program sends more than the keyer 
 constexpr const char* kLoggerGone = "The logging program has gone";
 constexpr Duration kReopenTime = 500ms;  // a logging program that starts anew closes the host mode and opens it
 constexpr const char* kLoggerClears = "The logging program has stopped the keyer";
+constexpr const char* kHeld = "The logging program held the key for too long: it has been released";
 constexpr const char* kPaddle = "The paddle has taken over";
 
 }  // namespace
@@ -110,10 +112,31 @@ void WinKeyer::SetPassThrough(bool on) {
 void WinKeyer::LoggerGone() {
   held_.clear();
   logger_command_.clear();
-  if (!logger_keying_.keyed() || !may_write()) return logger_keying_.Clear();
+  if (logger_keying_.keyed() && may_write()) return ReleaseLogger(kLoggerGone);
+  logger_keying_.Clear();
+  Follow();
+}
+
+void WinKeyer::ReleaseLogger(const char* why) {
   const bool sends = progress_.size() > 0;
   Abort();  // a keyer's buffer has no owners
-  if (sends) Tell(on_dropped, kLoggerGone);
+  if (sends) Tell(on_dropped, why);
+}
+
+/// A logging program that hangs does not hold the key for longer than a tune may last, nor the transmitter for longer
+/// than any transmission.
+void WinKeyer::LimitHold() {
+  const Duration longest = logger_keying_.holds_key() ? settings_.tune_limit : cat::kLongestTransmission;
+  const Duration limit = logger_keying_.holds() ? longest : Duration{0};
+  if (limit == std::exchange(hold_limit_, limit)) return;
+  loop_.StopTimer(std::exchange(hold_end_, 0));
+  if (limit == Duration{0}) return;
+  if (guard_ != nullptr) guard_->ReleaseAfter(limit + platform::kGuardGrace);
+  hold_end_ = loop_.StartTimer(loop_.Now() + limit, [this] {
+    hold_end_ = 0;
+    ReleaseLogger(kHeld);
+    Tell(on_notice, kHeld);
+  });
 }
 
 /// The line is slow: what would make a release wait stays here.

@@ -48,6 +48,9 @@ std::optional<Frequency> SetFrequency(std::string_view command, std::string_view
 std::optional<LoggerCommand> ReadCommand(std::string_view text) {
   using enum LoggerRequest;
   const auto has = [text](std::string_view word) { return text.find(word) != std::string_view::npos; };
+  if (const std::size_t at = text.find("AI");
+      at != std::string_view::npos && text[at + 2] >= '0' && text[at + 2] <= '3')
+    return LoggerCommand{.request = kSetInformation, .setting = text[at + 2]};
   if (has("AI")) return LoggerCommand{.request = kAutoInformation, .query = has("AI;")};
   if (has("PS")) return LoggerCommand{.request = kPower, .query = has("PS;")};
   if (has("FA;")) return LoggerCommand{.request = kReadA};

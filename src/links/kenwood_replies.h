@@ -11,7 +11,18 @@ namespace kvx::links {
 
 /// What a logger that believes to have a Kenwood before it asks for or orders. In the order in which what has arrived
 /// together is dealt with.
-enum class LoggerRequest { kAutoInformation, kPower, kReadA, kReadB, kReadStatus, kSetA, kSetB, kTransmit, kReceive };
+enum class LoggerRequest {
+  kAutoInformation,
+  kPower,
+  kReadA,
+  kReadB,
+  kReadStatus,
+  kSetA,
+  kSetB,
+  kSetInformation,
+  kTransmit,
+  kReceive
+};
 
 /// One whole command of a logger.
 struct LoggerCommand {
@@ -19,6 +30,7 @@ struct LoggerCommand {
   std::size_t place = 0;  ///< among the commands that have arrived together
   bool query = false;     ///< of kAutoInformation and kPower: it is no setting
   Frequency frequency;    ///< of kSetA and kSetB
+  char setting = '0';     ///< of kSetInformation: '0' to '3'
 };
 
 /// The commands in a text that ends in ";". They are found anywhere between two ";", so that a character lost or added

@@ -4,23 +4,24 @@
 
 namespace kvx::links {
 
-KeyerLink::KeyerLink(Console& console, keyer::Keyer& keyer, const platform::SerialPort& keyer_port,
+KeyerLink::KeyerLink(Loop& loop, Console& console, keyer::Keyer& keyer, const platform::SerialPort& keyer_port,
                      platform::SerialPort& port)
     : console_(console),
       keyer_(keyer),
       keyer_port_(keyer_port),
       port_(port),
+      line_(loop, port, "The port of the logger's keyer"),
       subscription_(console.Subscribe([this](Field field) {
         if (field == Field::kKeyer) CheckKeyer();
       })) {
   port_.on_data = [this] { Receive(); };
-  port_.on_lost = [this](const std::string& why) {
-    failure_ = why;
+  line_.on_lost = [this] {
     if (keyer_.winkeyer() != nullptr) keyer_.winkeyer()->LoggerGone();
-    Show();
-    if (on_notice) on_notice("The port of the logger's keyer has gone: " + why);
   };
-  port_.on_opened = [this] { Show(); };
+  line_.on_change = [this] { Show(); };
+  line_.on_notice = [this](const std::string& line) {
+    if (on_notice) on_notice(line);
+  };
   if (keyer_.winkeyer() != nullptr) Watch();
 }
 
@@ -36,8 +37,6 @@ void KeyerLink::Watch() {
 
 KeyerLink::~KeyerLink() {
   port_.on_data = nullptr;
-  port_.on_opened = nullptr;
-  port_.on_lost = nullptr;
   if (keyer_.winkeyer() == nullptr) return;
   keyer_.winkeyer()->SetPassThrough(false);
   keyer_.winkeyer()->SetLogger(nullptr);
@@ -51,17 +50,14 @@ void KeyerLink::Use(const LinkPort& settings) {
   const bool same = std::exchange(used_, true) && settings.same_port(settings_);
   settings_ = settings;
   if (!same) {
-    port_.Close();
+    line_.Close();
     InitComm3();
   }
   Follow();
 }
 
 void KeyerLink::InitComm3() {
-  const Status opened = settings_.is_chosen() ? OpenLinkPort(port_, settings_) : Ok();
-  failure_ = opened ? std::string() : opened.error().message;
-  Show();
-  if (!opened && on_notice) on_notice(kNoKeyerLinkPortOpens);
+  if (!line_.Open(settings_) && on_notice) on_notice(kNoKeyerLinkPortOpens);
 }
 
 Status KeyerLink::Switch(bool on) {
@@ -72,17 +68,16 @@ Status KeyerLink::Switch(bool on) {
   settings_.on = on;
   told_ = false;
   if (on && !is_open()) InitComm3();
-  if (on && has_keyer()) keyer_.Open();
   Follow();
-  if (on && !failure_.empty()) return Error{ErrorCode::kIo, kNoKeyerLinkPortOpens};
+  if (on && has_keyer()) keyer_.Open();
+  if (on && !line_.failure().empty()) return Error{ErrorCode::kIo, kNoKeyerLinkPortOpens};
   if (told_) return Error{ErrorCode::kIo, kNoKeyerPortOpens};
   return Ok();
 }
 
 void KeyerLink::Close() {
   if (keyer_.winkeyer() != nullptr) keyer_.winkeyer()->SetPassThrough(false);
-  port_.Close();
-  Show();
+  line_.Close();
 }
 
 void KeyerLink::Follow() {

@@ -20,7 +20,8 @@ inline constexpr const char* kNoKeyerPortOpens = "Unable to open WINKEYER output
 class KeyerLink final {
  public:
   /// `keyer_port`: of the WinKeyer. `port`: towards the logger.
-  KeyerLink(Console& console, keyer::Keyer& keyer, const platform::SerialPort& keyer_port, platform::SerialPort& port);
+  KeyerLink(Loop& loop, Console& console, keyer::Keyer& keyer, const platform::SerialPort& keyer_port,
+            platform::SerialPort& port);
   ~KeyerLink();
   KeyerLink(const KeyerLink&) = delete;
   KeyerLink& operator=(const KeyerLink&) = delete;
@@ -38,7 +39,7 @@ class KeyerLink final {
   bool is_on() const { return settings_.on && settings_.is_chosen(); }
   bool is_open() const { return port_.is_open(); }
   const LinkPort& settings() const { return settings_; }
-  std::string state() const { return LinkState(settings_, is_open(), failure_); }
+  std::string state() const { return LinkState(settings_, is_open(), line_.failure()); }
   const LinkActivity& activity() const { return activity_; }
   /// What the logger has had sent lately, blanks left out.
   std::string text() const { return keyer_.winkeyer() == nullptr ? std::string() : keyer_.winkeyer()->logger_text(); }
@@ -60,7 +61,7 @@ class KeyerLink final {
   LinkPort settings_;
   bool used_ = false;  ///< settings have been taken over
   bool told_ = false;  ///< the operator knows that the keyer cannot be reached
-  std::string failure_;
+  LinkLine line_;
   LinkActivity activity_;
   Console::Subscription subscription_;
 };

@@ -1,6 +1,7 @@
 #include "links/link_port.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "core/text.h"
 #include "platform/ports_file.h"
@@ -49,6 +50,62 @@ std::string LinkState(const LinkPort& wanted, bool open, const std::string& fail
   if (!wanted.is_chosen()) return word + ", no port";
   if (open) return word + " " + NameOf(wanted.number);
   return word + ", " + NameOf(wanted.number) + " is closed" + (failure.empty() ? "" : " (" + failure + ")");
+}
+
+LinkLine::LinkLine(Loop& loop, platform::SerialPort& port, std::string name)
+    : port_(port), name_(std::move(name)), again_(loop, [this] { static_cast<void>(Try()); }) {
+  port_.on_opened = [this] { Opened(); };
+  port_.on_lost = [this](const std::string& why) { Lost(why); };
+}
+
+LinkLine::~LinkLine() {
+  port_.on_opened = nullptr;
+  port_.on_lost = nullptr;
+}
+
+Status LinkLine::Open(const LinkPort& wanted) {
+  wanted_ = wanted;
+  missed_ = false;
+  failure_.clear();
+  again_.Stop();
+  return Try();
+}
+
+Status LinkLine::Try() {
+  const Status opened = wanted_.is_chosen() ? OpenLinkPort(port_, wanted_) : Ok();
+  if (port_.is_open()) {
+    Opened();
+    return opened;
+  }
+  if (!opened) {
+    failure_ = opened.error().message;
+    missed_ = true;
+    again_.Again();
+  }
+  if (on_change) on_change();
+  return opened;
+}
+
+void LinkLine::Opened() {
+  again_.Stop();
+  failure_.clear();
+  if (on_change) on_change();
+  if (std::exchange(missed_, false) && on_notice) on_notice(name_ + " is back");
+}
+
+void LinkLine::Lost(const std::string& why) {
+  failure_ = why;
+  again_.Again();
+  if (on_lost) on_lost();
+  if (on_change) on_change();
+  if (!std::exchange(missed_, true) && on_notice) on_notice(name_ + " has gone: " + why);
+}
+
+void LinkLine::Close() {
+  again_.Stop();
+  failure_.clear();
+  port_.Close();
+  if (on_change) on_change();
 }
 
 }  // namespace kvx::links

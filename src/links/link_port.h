@@ -1,10 +1,12 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <string_view>
 
 #include "config/settings.h"
 #include "core/result.h"
+#include "links/retry_timer.h"
 #include "platform/serial_port.h"
 
 namespace kvx::links {
@@ -27,5 +29,35 @@ Status OpenLinkPort(platform::SerialPort& port, const LinkPort& wanted);
 
 /// "off", "on COM7", "on, COM7 is closed (why)", "off, no port".
 std::string LinkState(const LinkPort& wanted, bool open, const std::string& failure);
+
+/// The port of a link, opened as the settings say. One that cannot be opened or goes is tried again; that it has gone
+/// and that it is back is said once. Takes the port's on_opened and on_lost.
+class LinkLine {
+ public:
+  /// `name`: as the sentences about it begin.
+  LinkLine(Loop& loop, platform::SerialPort& port, std::string name);
+  ~LinkLine();
+
+  /// Opens it, anew if it is open. The error is not said.
+  Status Open(const LinkPort& wanted);
+  void Close();
+  const std::string& failure() const { return failure_; }
+
+  std::function<void()> on_lost;
+  std::function<void()> on_change;  ///< it has been opened or closed, or why it is not open has changed
+  std::function<void(const std::string& line)> on_notice;
+
+ private:
+  Status Try();
+  void Opened();
+  void Lost(const std::string& why);
+
+  platform::SerialPort& port_;
+  std::string name_;
+  LinkPort wanted_;
+  std::string failure_;
+  bool missed_ = false;  ///< the operator knows that it is not open
+  RetryTimer again_;
+};
 
 }  // namespace kvx::links

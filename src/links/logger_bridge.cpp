@@ -25,21 +25,18 @@ LoggerBridge::LoggerBridge(Loop& loop, Console& console, cat::Engine& engine, pl
       port_(port),
       rig_(console, engine),
       waiting_(loop, console, engine),
+      line_(loop, port, "The port of the logger"),
       subscription_(console.Subscribe([this](Field field) { Follow(field); })) {
   port_.on_data = [this] { Receive(); };
-  port_.on_opened = [this] { Show(); };
-  port_.on_lost = [this](const std::string& why) {
-    failure_ = why;
-    Forget();
-    Show();
-    if (on_notice) on_notice("The port of the logger has gone: " + why);
+  line_.on_lost = [this] { Forget(); };
+  line_.on_change = [this] { Show(); };
+  line_.on_notice = [this](const std::string& line) {
+    if (on_notice) on_notice(line);
   };
 }
 
 LoggerBridge::~LoggerBridge() {
   port_.on_data = nullptr;
-  port_.on_opened = nullptr;
-  port_.on_lost = nullptr;
   loop_.StopTimer(gone_);
 }
 
@@ -55,10 +52,7 @@ void LoggerBridge::Use(const LinkPort& settings) {
 }
 
 void LoggerBridge::InitComm2() {
-  const Status opened = settings_.is_chosen() ? OpenLinkPort(port_, settings_) : Ok();
-  failure_ = opened ? std::string() : opened.error().message;
-  Show();
-  if (!opened && on_notice) on_notice(kNoLoggerPortOpens);
+  if (!line_.Open(settings_) && on_notice) on_notice(kNoLoggerPortOpens);
 }
 
 Status LoggerBridge::Switch(bool on) {
@@ -73,18 +67,18 @@ Status LoggerBridge::Switch(bool on) {
     return Ok();
   }
   if (!is_open()) InitComm2();
-  if (!failure_.empty()) return Error{ErrorCode::kIo, kNoLoggerPortOpens};
+  if (!line_.failure().empty()) return Error{ErrorCode::kIo, kNoLoggerPortOpens};
   return Ok();
 }
 
 void LoggerBridge::Close() {
   Forget();
-  port_.Close();
-  Show();
+  line_.Close();
 }
 
 void LoggerBridge::Forget() {
   unfinished_.clear();
+  information_ = '0';
   waiting_.waiting.Forget();
   Release();
 }
@@ -154,6 +148,9 @@ void LoggerBridge::Do(const LoggerCommand& command) {
       return Transmit();
     case LoggerRequest::kReceive:
       return End();
+    case LoggerRequest::kSetInformation:
+      information_ = command.setting;
+      return;
     default:
       return;
   }
@@ -162,7 +159,7 @@ void LoggerBridge::Do(const LoggerCommand& command) {
 std::string LoggerBridge::ReplyTo(const LoggerCommand& command) const {
   switch (command.request) {
     case LoggerRequest::kAutoInformation:
-      return command.query ? "AI0;" : "";
+      return command.query ? std::string("AI") + information_ + ";" : "";
     case LoggerRequest::kPower:
       return command.query ? "PS1;" : "";
     case LoggerRequest::kReadA:

@@ -44,7 +44,7 @@ class LoggerBridge final {
   bool is_on() const { return settings_.on && settings_.is_chosen(); }
   bool is_open() const { return port_.is_open(); }
   const LinkPort& settings() const { return settings_; }
-  std::string state() const { return LinkState(settings_, is_open(), failure_); }
+  std::string state() const { return LinkState(settings_, is_open(), line_.failure()); }
   const LinkActivity& activity() const { return activity_; }
 
   std::function<void(const std::string& line)> on_notice;   ///< one line for the operator
@@ -73,8 +73,9 @@ class LoggerBridge final {
   RigctlClient waiting_;  ///< the logger as a client of it
   LinkPort settings_;
   bool used_ = false;  ///< settings have been taken over
-  std::string failure_;
+  LinkLine line_;
   std::string unfinished_;
+  char information_ = '0';  ///< the logger's AI setting, which it is told and nothing comes of
   LinkActivity activity_;
   bool told_b_ = false;  ///< the logger has set VFO B and is told what is on it
   Loop::TimerId gone_ = 0;

@@ -17,7 +17,7 @@ int PortOf(const keyer::KeyerSettings& keyer) {
 LoggerLinks::LoggerLinks(Loop& loop, Console& console, cat::Engine& engine, keyer::Keyer& keyer,
                          const platform::SerialPort& keyer_port, const LoggerPorts& ports)
     : logger(loop, console, engine, *ports.cat),
-      winkey(console, keyer, keyer_port, *ports.winkey),
+      winkey(loop, console, keyer, keyer_port, *ports.winkey),
       keyer_(keyer),
       processes_(ports.processes) {}
 

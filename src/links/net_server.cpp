@@ -40,6 +40,7 @@ NetServer::NetServer(Loop& loop, Console& console, cat::Engine& engine, platform
       console_(console),
       engine_(engine),
       server_(server),
+      again_(loop, [this] { Listen(); }),
       subscription_(console.Subscribe([this](Field field) { Follow(field); })) {
   server_.on_connection = [this](std::unique_ptr<platform::TcpConnection> connection) {
     Welcome(std::move(connection));
@@ -66,23 +67,30 @@ void NetServer::Use(const NetSettings& settings) {
 }
 
 void NetServer::Retry() {
+  failure_.clear();  // whoever asks for it wants to hear what comes of it
   if (settings_.on && !is_listening()) Listen();
 }
 
 void NetServer::Listen() {
-  failure_.clear();
+  const std::string before = std::exchange(failure_, {});
   const std::string place = settings_.address + ":" + std::to_string(settings_.port);
   const Status listening = server_.Listen(settings_.address, settings_.port);
-  if (listening) return;
+  if (listening) {
+    again_.Stop();
+    if (!before.empty() && on_notice) on_notice("NET rigctl server: listening on " + place);
+    return;
+  }
+  again_.Again();
   failure_ = listening.error().code == ErrorCode::kBusy
                  ? "NET rigctl server: port " + std::to_string(settings_.port) + " on " + settings_.address +
                        " is taken by another program"
                  : "NET rigctl server: cannot listen on " + place + ": " + listening.error().message;
-  if (on_notice) on_notice(failure_);
+  if (failure_ != before && on_notice) on_notice(failure_);
 }
 
 void NetServer::Close() {
   failure_.clear();
+  again_.Stop();
   server_.Close();
   while (!clients_.empty()) Drop(clients_.back()->id);
 }

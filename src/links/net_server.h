@@ -10,6 +10,7 @@
 #include "core/console.h"
 #include "core/loop.h"
 #include "links/link_activity.h"
+#include "links/retry_timer.h"
 #include "links/rigctl_rig.h"
 #include "links/rigctl_session.h"
 #include "platform/tcp_server.h"
@@ -37,9 +38,9 @@ class NetServer {
   NetServer(const NetServer&) = delete;
   NetServer& operator=(const NetServer&) = delete;
 
-  /// Follows the settings. What is wrong with them is said once, in one line.
+  /// Follows the settings. What is wrong with them is said once, in one line. A place that is taken is tried again.
   void Use(const NetSettings& settings);
-  /// Tries again to listen where that was not possible.
+  /// Tries again at once to listen where that was not possible.
   void Retry();
   /// Ends all connections and listens no more, until Use.
   void Close();
@@ -82,6 +83,7 @@ class NetServer {
   NetSettings settings_;
   std::string failure_;
   LinkActivity activity_;
+  RetryTimer again_;
   std::vector<std::unique_ptr<Client>> clients_;
   int last_id_ = 0;
   Console::Subscription subscription_;

@@ -58,8 +58,8 @@ enum class DdeService {
 class DdeTransport {
  public:
   virtual ~DdeTransport() = default;
-  /// Looks for the service and registers it when nobody has it, else stays a client of whoever has; on_service tells how
-  /// that ended, perhaps during this call. `items`: the names of those that there are.
+  /// Looks for the service and registers it when nobody has it, else stays a client of whoever has; on_service tells
+  /// how that ended, perhaps during this call. `items`: the names of those that there are.
   virtual void Start(const std::string& service, const std::string& topic, const std::vector<std::string>& items) = 0;
   /// Of a service that was found elsewhere: registers it if that program has ended it meanwhile; on_service tells.
   virtual void TakeOver() = 0;

@@ -111,6 +111,12 @@ class LoggerTest(unittest.TestCase):
 
     def test_the_rig_is_released_when_the_logger_is_gone(self):
         kvx = self.start()
+        for _ in range(5):
+            hasty = Pty.at(self.station.path("cat"))
+            hasty.write(b"TX;")
+            hasty.close()
+            self.assertTrue(wait_until(lambda: self.rig.transmitting, 2))
+            self.assertTrue(wait_until(lambda: not self.rig.transmitting, 3), "it wrote and went at once")
         ends = (lambda logger: logger.close(), lambda logger: kvx.command("link logger off"),
                 lambda logger: kvx.quit())
         for number, end in enumerate(ends):
@@ -203,11 +209,11 @@ class LoggerTest(unittest.TestCase):
         return tell("FA; answered by rigctlcom", times)
 
     def test_noise_leaves_the_rig_alone(self):
-        kvx = self.start(mode="CW")
+        kvx = self.start()
         logger = self.logger()
         noise = random.Random(6)
         before = self.memory_of(kvx)
-        sent = 0
+        sent, keyed = 0, False
         while sent < 10_000_000:
             piece = bytearray(noise.randbytes(2000))
             for _ in range(20):
@@ -217,12 +223,16 @@ class LoggerTest(unittest.TestCase):
             logger.write(bytes(piece))
             sent += len(piece)
             logger.read(65536, 0)
+            keyed = keyed or self.rig.transmitting
         logger.drain()
         logger.write(b";FA;")
         self.assertEqual(len(logger.read(14)), 14)
         self.assertEqual(self.rig.refused, [])
         self.assertLess(self.memory_of(kvx) - before, 8000, "kB")
-        self.assertFalse(self.rig.transmitting)
+        self.assertTrue(keyed)
+        logger.close()
+        logger.descriptor = -1
+        self.assertTrue(wait_until(lambda: not self.rig.transmitting, 3))
 
     def memory_of(self, kvx):
         with open(f"/proc/{kvx.pid}/status", encoding="ascii") as file:
@@ -256,13 +266,24 @@ class LoggerTest(unittest.TestCase):
                 taken, came = took(lambda: write(b"\xc0"), read, 1)
                 self.assertEqual(came, b"\xc0", name)
                 times.append(taken)
-            self.assertLess(tell(name, times), 5000)
+            self.assertLess(tell(name, times), 1000)
         logger.write(b"\x02\x1c")
         kvx.wait_status(lambda status: status["keyer"]["speed"] == 28)
         kvx.command("link keyer off")
         keyer.drain()
         logger.write(b"TEST")
         self.assertEqual(keyer.read(1, 0.3), b"")
+        kvx.command("link keyer on")
+        keyer.drain()
+        for keys, release in ((b"\x0b\x01", b"\x0a\x0b\0"), (b"\x18\x01", b"\x0a\x0b\0\x18\0")):
+            short = Pty.at(self.station.path("cw"))
+            short.write(keys)
+            short.close()
+            self.assertEqual(keyer.read(2 + len(release)), keys + release, "it wrote and went at once")
+        logger.write(b"\x0b\x01")
+        self.assertEqual(keyer.read(2), b"\x0b\x01")
+        self.assertEqual(kvx.command("escape"), "ok escape")
+        self.assertEqual(keyer.read(3), b"\x0a\x0b\0")
 
 
     def test_a_logger_that_stops_or_ends_shares_its_keyer_fairly(self):

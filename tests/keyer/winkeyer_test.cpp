@@ -326,6 +326,29 @@ TEST(WinKeyer, AHostModeThatALoggerLeavesClosedIsOpenedAnew) {
   EXPECT_EQ(bench.Writes().find(kEchoTest), std::string::npos) << "the console has ended";
 }
 
+TEST(WinKeyer, WhatALoggerHoldsHasAnEnd) {
+  struct Row {
+    std::string keys;
+    Duration limit;
+    std::string release;
+  };
+  for (const Row& row : {Row{"\x0B\x01", 10s, "0A|0B 00"}, Row{"\x14\x01", 10s, "0A|0B 00 14 00"},
+                         Row{"\x18\x01", 5min, "0A|0B 00 18 00"}, Row{"\x18\x01\x0B\x01", 10s, "0A|0B 00 18 00"}}) {
+    SharedBench bench;
+    bench.keyer.on_notice = [&bench](const std::string& line) { bench.lines.push_back(line); };
+    bench.logger.Arrive(row.keys);
+    bench.loop.RunFor(row.limit - 1s);
+    bench.logger.Arrive(row.keys);  // it holds it no longer for saying so again
+    bench.loop.RunFor(500ms);
+    EXPECT_TRUE(bench.keyer.keyed());
+    bench.port.TakeWrites();
+    bench.loop.RunFor(1s);
+    EXPECT_EQ(bench.Writes(), row.release);
+    EXPECT_FALSE(bench.keyer.keyed());
+    EXPECT_EQ(bench.lines.size(), 1u);
+  }
+}
+
 TEST(WinKeyer, ALoggerCannotMakeAReleaseWait) {
   SharedBench bench;
   bench.keyer.on_notice = [&bench](const std::string& line) { bench.lines.push_back(line); };

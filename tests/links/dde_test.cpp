@@ -140,9 +140,25 @@ TEST(DdeServer, AnExecuteSetsModeAndFrequency) {
 
 TEST(DdeServer, WhatIsNotUnderstoodIsRefusedAndDoesNothing) {
   Bench bench;
-  for (const char* command : {"", "MODE", "MODE ", "MODE XYZ", "MODE USBX", "FREQ", "FREQ x", "FREQ .", "FREQ 0",
-                              "FREQ -14000", "14030", "HELLO", "FREQ 14021 MODE XX", "MODE USB FREQ x", "FREQ 5",
-                              "FREQ 14.038", "FREQ 14,025,000", "FREQ 14.038MHz", "FREQ 00000099",
+  for (const char* command : {"",
+                              "MODE",
+                              "MODE ",
+                              "MODE XYZ",
+                              "MODE USBX",
+                              "FREQ",
+                              "FREQ x",
+                              "FREQ .",
+                              "FREQ 0",
+                              "FREQ -14000",
+                              "14030",
+                              "HELLO",
+                              "FREQ 14021 MODE XX",
+                              "MODE USB FREQ x",
+                              "FREQ 5",
+                              "FREQ 14.038",
+                              "FREQ 14,025,000",
+                              "FREQ 14.038MHz",
+                              "FREQ 00000099",
                               "FREQ 99999999999"}) {
     EXPECT_FALSE(bench.Execute(command)) << command;
   }

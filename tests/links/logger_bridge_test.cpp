@@ -62,6 +62,8 @@ TEST(LoggerBridge, AnswersFromTheConsoleInOneWriteAndAsksTheRigNothing) {
       {"AI;", "AI0;"},
       {"FA;AI;PS;", "AI0;PS1;FA00014025000;"},
       {"AI0;AI2;PS1;", ""},
+      {"AI2;AI;AI0;AI;", "AI2;AI0;"},
+      {"AI;AI9;AI1", "AI0;"},
       {"\r\nif;\r\n", "IF000140250000001+0000000000030000000;"},
       {"xxFA;", "FA00014025000;"},
       {"ID;MD;SM0;;;FA1X;FA-FB;FA;", "FA00014025000;FB00014025000;"},
@@ -273,6 +275,24 @@ TEST(LoggerBridge, ThePortIsOpenedAsChosenAndFailureIsToldOnce) {
   EXPECT_EQ(bench.Ask("FA;"), "FA00014025000;");
 }
 
+TEST(LoggerBridge, APortThatHasGoneIsOpenedWhenItIsBackAndBothAreSaidOnce) {
+  Bench bench;
+  bench.port.absent = true;
+  bench.port.Lose();
+  const int opens = bench.port.opens;
+  bench.station.loop.RunFor(10min);
+  EXPECT_GE(bench.port.opens - opens, 20);
+  EXPECT_LE(bench.port.opens - opens, 30) << "later each time";
+  bench.port.absent = false;
+  bench.station.loop.RunFor(30s);
+  EXPECT_EQ(bench.Ask("FA;"), "FA00014025000;");
+  EXPECT_EQ(bench.notices,
+            (Lines{"The port of the logger has gone: the device has gone", "The port of the logger is back"}));
+  bench.bridge.Close();
+  bench.station.loop.RunFor(1min);
+  EXPECT_FALSE(bench.bridge.is_open()) << "closed on purpose";
+}
+
 TEST(LoggerBridge, SwitchedOffItTakesNothingAndKeepsNothingForLater) {
   Bench bench;
   std::string heard;
@@ -368,7 +388,7 @@ struct KeyerBench {
                       .port = &keyer_port,
                       .make_line = {},
                       .make_backend = {}}};
-  KeyerLink link{station.console, keyer, keyer_port, port};
+  KeyerLink link{station.loop, station.console, keyer, keyer_port, port};
   Lines notices;
 };
 
@@ -419,6 +439,36 @@ TEST(KeyerLink, EachPortThatDoesNotOpenHasItsMessage) {
   KeyerBench without({.kind = keyer::KeyerKind::kNone});
   EXPECT_FALSE(without.link.Switch(true).ok());
   EXPECT_EQ(without.notices, Lines{"Unable to open WINKEYER output port"});
+}
+
+TEST(KeyerLink, NoiseIsBoundedAndEndsWithTheKeyUp) {
+  KeyerBench bench;
+  ASSERT_TRUE(bench.link.Switch(true).ok());
+  std::mt19937 random(5);
+  for (int i = 0; i < 2000; ++i) {
+    std::string piece;
+    for (int n = 0; n < 500; ++n) piece += static_cast<char>(random());
+    bench.port.Arrive(piece);
+    bench.keyer_port.Arrive(piece.substr(0, 10));
+    bench.station.loop.RunFor(200ms);
+    EXPECT_LE(std::exchange(bench.keyer_port.written, {}).size(), 300u) << "more than the line takes";
+    EXPECT_LE(bench.keyer.winkeyer()->logger_text().size(), 1000u);
+  }
+  EXPECT_LE(bench.notices.size(), 10u);
+  ASSERT_TRUE(bench.link.Switch(false).ok());
+  EXPECT_FALSE(bench.keyer.winkeyer()->keyed());
+}
+
+TEST(KeyerLink, AKeyerThatIsNotThereIsToldByTheSwitch) {
+  KeyerBench bench;
+  bench.keyer_port.absent = true;
+  bench.keyer_port.Lose();
+  bench.station.loop.RunFor(3s);
+  const Status on = bench.link.Switch(true);
+  EXPECT_EQ(on ? "" : on.error().message, "Unable to open WINKEYER output port");
+  bench.keyer_port.absent = false;
+  bench.station.loop.RunFor(2s);
+  EXPECT_TRUE(bench.link.Switch(true).ok());
 }
 
 struct FakeProcesses final : platform::ProcessList {

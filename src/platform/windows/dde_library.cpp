@@ -54,7 +54,10 @@ struct DdeLibrary::Callback {
     DdeLibrary* library = g_library;
     if (library == nullptr || !library->on_call) return nullptr;
     if (type == XTYP_WILDCONNECT) return Offer(*library, topic, item);
-    if (type == XTYP_DISCONNECT && conversation == library->found_) return library->found_ = nullptr, nullptr;
+    if (type == XTYP_DISCONNECT && conversation == library->found_) {
+      library->found_ = nullptr;
+      return nullptr;
+    }
     if (type == XTYP_CONNECT_CONFIRM) ++library->conversations_;
     if (type == XTYP_DISCONNECT && library->conversations_ > 0) --library->conversations_;
     const bool has_data = type == XTYP_EXECUTE || type == XTYP_POKE;

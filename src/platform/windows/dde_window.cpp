@@ -15,25 +15,24 @@
 #include <vector>
 
 #include "platform/gateway_lines.h"
+#include "platform/windows/dde_search.h"
 
 namespace kvx::platform {
 namespace {
 
 constexpr char kServiceClass[] = "KvxDdeService";
 constexpr char kConversationClass[] = "KvxDdeConversation";
-constexpr char kSearchClass[] = "KvxDdeSearch";
 constexpr std::size_t kMostConversations = 64;
 constexpr std::size_t kMostCalls = 64;  // of all clients, whose outcome is not known yet
 constexpr std::size_t kMostLinks = 32;  // of one conversation
-constexpr UINT kSearchMilliseconds = 1000;
 constexpr UINT kSweepMilliseconds = 2000;
 constexpr int kHighestCall = 999'999;
 constexpr UINT_PTR kSweepTimer = kHighestCall + 1;  // the others have the numbers of their calls
-constexpr UINT kPatienceMilliseconds = 3000;  // for the outcome of a call
-constexpr DWORD kFarewellMilliseconds = 300;  // for clients to take note of the end
-constexpr WORD kDone = 0x8000;                // of an acknowledgement
-constexpr WORD kAskForAck = 0x8000;           // of an advise link: the client acknowledges each piece of data
-constexpr WORD kNoData = 0x4000;              // of an advise link: the client asks for the data itself
+constexpr UINT kPatienceMilliseconds = 3000;        // for the outcome of a call
+constexpr DWORD kFarewellMilliseconds = 300;        // for clients to take note of the end
+constexpr WORD kDone = 0x8000;                      // of an acknowledgement
+constexpr WORD kAskForAck = 0x8000;                 // of an advise link: the client acknowledges each piece of data
+constexpr WORD kNoData = 0x4000;                    // of an advise link: the client asks for the data itself
 constexpr WORD kIsResponse = 0x1000;
 constexpr WORD kReceiverFrees = 0x2000;
 
@@ -99,7 +98,7 @@ class DdeWindow::Service {
   Outcome Start(const std::string& service, const std::string& topic);
   void SetData(std::string_view name, std::string block);
   void Answer(int call, bool done);
-  HWND found() const;
+  bool is_free() const { return !search_.is_found(); }
 
   struct Item {
     std::string name;
@@ -128,10 +127,8 @@ class DdeWindow::Service {
   };
 
   static LRESULT CALLBACK Receive(HWND window, UINT message, WPARAM wparam, LPARAM lparam);
-  static LRESULT CALLBACK ReceiveSearch(HWND window, UINT message, WPARAM wparam, LPARAM lparam);
   bool Register(const char* name, WNDPROC receive) const;
   HWND MakeWindow(const char* name);
-  bool IsOfferedElsewhere();
   LRESULT Dispatch(HWND window, UINT message, WPARAM wparam, LPARAM lparam);
   void Welcome(HWND client, ATOM service, ATOM topic);
   void Sweep();
@@ -152,7 +149,7 @@ class DdeWindow::Service {
   std::string name_;
   std::string topic_;
   HWND window_ = nullptr;
-  HWND search_ = nullptr;  ///< in conversation with another server
+  DdeSearch search_;
   std::map<HWND, Conversation> conversations_;
   std::map<int, Call> calls_;
   int last_call_ = 0;
@@ -171,39 +168,13 @@ DdeWindow::Service::~Service() {
     while (PeekMessageA(&message, nullptr, 0, 0, PM_REMOVE)) DispatchMessageA(&message);
   }
   while (!conversations_.empty()) End(conversations_.begin()->first, false);
-  if (const HWND other = found()) PostMessageA(other, WM_DDE_TERMINATE, reinterpret_cast<WPARAM>(search_), 0);
-  for (const HWND window : {window_, search_}) {
-    if (window != nullptr) DestroyWindow(window);
-  }
+  if (window_ != nullptr) DestroyWindow(window_);
 }
 
 LRESULT CALLBACK DdeWindow::Service::Receive(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
   auto* service = reinterpret_cast<Service*>(GetWindowLongPtrA(window, GWLP_USERDATA));  // NOLINT
   return service == nullptr ? DefWindowProcA(window, message, wparam, lparam)
                             : service->Dispatch(window, message, wparam, lparam);
-}
-
-/// Of the window that looks for another server: notes its window, and stays in conversation with the first.
-LRESULT CALLBACK DdeWindow::Service::ReceiveSearch(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
-  if (message != WM_DDE_ACK && message != WM_DDE_TERMINATE) return DefWindowProcA(window, message, wparam, lparam);
-  const auto found = GetWindowLongPtrA(window, GWLP_USERDATA);
-  const auto other = static_cast<LONG_PTR>(wparam);
-  if (message == WM_DDE_ACK) {
-    GlobalDeleteAtom(LOWORD(lparam));
-    GlobalDeleteAtom(HIWORD(lparam));
-    if (found == 0) SetWindowLongPtrA(window, GWLP_USERDATA, other);
-  }
-  const bool ends = message == WM_DDE_TERMINATE && found == other;
-  if (ends) SetWindowLongPtrA(window, GWLP_USERDATA, 0);
-  if (ends || (message == WM_DDE_ACK && found != 0))
-    PostMessageA(reinterpret_cast<HWND>(wparam), WM_DDE_TERMINATE, reinterpret_cast<WPARAM>(window), 0);  // NOLINT
-  return 0;
-}
-
-/// The window of the server that the search has found; null when there is none any more.
-HWND DdeWindow::Service::found() const {
-  const auto other = search_ == nullptr ? nullptr : reinterpret_cast<HWND>(GetWindowLongPtrA(search_, GWLP_USERDATA));
-  return other != nullptr && IsWindow(other) ? other : nullptr;  // NOLINT
 }
 
 bool DdeWindow::Service::Register(const char* name, WNDPROC receive) const {
@@ -223,35 +194,16 @@ DdeWindow::Outcome DdeWindow::Service::Start(const std::string& service, const s
   name_ = service;
   topic_ = topic;
   if (window_ != nullptr) return Outcome::kRegistered;
-  if (!Register(kServiceClass, Receive) || !Register(kConversationClass, Receive) ||
-      !Register(kSearchClass, ReceiveSearch)) {
-    return Outcome::kFailed;
-  }
+  if (!Register(kServiceClass, Receive) || !Register(kConversationClass, Receive)) return Outcome::kFailed;
   const HWND window = MakeWindow(kServiceClass);
   if (window == nullptr) return Outcome::kFailed;
-  if (IsOfferedElsewhere()) {
+  if (search_.Find(name_, topic_)) {
     DestroyWindow(window);
     return Outcome::kFound;
   }
   window_ = window;
   SetWindowLongPtrA(window_, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
   return Outcome::kRegistered;
-}
-
-bool DdeWindow::Service::IsOfferedElsewhere() {
-  if (search_ != nullptr) DestroyWindow(search_);
-  search_ = MakeWindow(kSearchClass);
-  if (search_ == nullptr) return false;
-  const ATOM service = GlobalAddAtomA(name_.c_str());
-  const ATOM topic = GlobalAddAtomA(topic_.c_str());
-  DWORD_PTR result = 0;
-  SendMessageTimeoutA(HWND_BROADCAST, WM_DDE_INITIATE, reinterpret_cast<WPARAM>(search_), MAKELPARAM(service, topic),
-                      SMTO_ABORTIFHUNG, kSearchMilliseconds, &result);
-  GlobalDeleteAtom(service);
-  GlobalDeleteAtom(topic);
-  if (found() != nullptr) return true;
-  DestroyWindow(std::exchange(search_, nullptr));
-  return false;
 }
 
 LRESULT DdeWindow::Service::Dispatch(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
@@ -496,7 +448,7 @@ void DdeWindow::Answer(int call, bool done) {
 }
 
 bool DdeWindow::is_free() const {
-  return service_->found() == nullptr;
+  return service_->is_free();
 }
 
 int DdeWindow::conversations() const {
