@@ -5,7 +5,6 @@
 
 #include "core/text.h"
 #include "platform/ports_file.h"
-#include "platform/tcp_server.h"
 
 namespace kvx::config {
 namespace {
@@ -175,12 +174,6 @@ Result<std::string> Choice(const KeptSetting& setting, std::string_view value) {
   std::string all;
   for (const std::string& choice : *setting.choices) all += (all.empty() ? "" : ", ") + choice;
   return Wrong(setting, "is one of " + all);
-}
-
-/// Whether a name is one, the network has to be asked; an address can be checked.
-Result<std::string> Address(const KeptSetting& setting, std::string_view value) {
-  if (value.empty() || EqualNoCase(value, "localhost") || platform::IsAddress(value)) return std::string(value);
-  return Wrong(setting, "is an address in numbers, as in 127.0.0.1 or ::1, or localhost");
 }
 
 /// Readers look for every key anywhere in a line, so that a text with a key in it would change that setting too.

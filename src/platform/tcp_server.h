@@ -46,8 +46,6 @@ class TcpServer {
   std::function<void(std::unique_ptr<TcpConnection> connection)> on_connection;
 };
 
-/// Whether a text is an address in numbers, "127.0.0.1" or "::1".
-bool IsAddress(std::string_view text);
 /// Whether nobody but programs on this machine can reach an address.
 bool IsLoopback(std::string_view address);
 

@@ -75,12 +75,6 @@ TEST(KeptSettings, AValueIsWrittenAsReadersTakeItOrRefusedInOneSentence) {
            Row{"SPOTPATH", "/x?rigport=9", "error: SPOTPATH cannot contain RIGPORT="},
            Row{"SPOTPATH", std::string(250, 'x'), std::string(250, 'x')},
            Row{"SPOTPATH", std::string(251, 'x'), "error: SPOTPATH is at most 250"},
-           Row{"NETADDRESS", " 0.0.0.0 ", "0.0.0.0"},
-           Row{"NETADDRESS", "::1", "::1"},
-           Row{"NETADDRESS", "LocalHost", "LocalHost"},
-           Row{"NETADDRESS", "256.0.0.1", "error: NETADDRESS is an address in numbers"},
-           Row{"NETADDRESS", "127.0.0.1.", "error: NETADDRESS is an address in numbers"},
-           Row{"NETADDRESS", "shack.example.org", "error: NETADDRESS is an address in numbers"},
            Row{"FONTNAME", "Köln Mono", "Köln Mono"},
        }) {
     const std::string line = InFile(row.key, row.value);

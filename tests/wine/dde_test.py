@@ -137,7 +137,7 @@ class DdeTest(unittest.TestCase):
         self.assertTrue(client.ask("refuse 200")[0].startswith("ok"))
         before = memory(pid)
         for _ in range(2):
-            self.assertEqual(client.ask("refuse 2000")[0], "ok 2000")
+            self.assertTrue(client.ask("refuse 2000")[0].startswith("ok"))
         self.assertLess(memory(pid) - before, 1000, "kB")
 
     def test_it_is_switched_off_and_on(self):
