@@ -321,9 +321,10 @@ Rprt RigctlRig::Release(const RigctlClient& client) {
   return engine_.dispatcher.ReleaseTransmitter(client.party) ? Rprt::kOk : Rprt::kIo;
 }
 
+/// Programs that are started for one command have a text sent and end in order: it is not cut off by that.
 void RigctlRig::Leave(RigctlClient& client) {
   Release(client);
-  StopMorse(client);
+  if (!client.ended) StopMorse(client);
   if (may_change(client)) client.waiting.Flush();
 }
 

@@ -55,9 +55,9 @@ class NetTest(unittest.TestCase):
         self.addCleanup(client.close)
         return client
 
-    def rigctl(self, *commands, typed=""):
-        """What rigctl prints for the commands, line by line. `typed`: the form that takes long names with a text."""
-        done = subprocess.run([RIGCTL, "-m", "2", "-r", f"127.0.0.1:{self.port}", *commands], input=typed,
+    def rigctl(self, *commands):
+        """What rigctl prints for the commands, line by line."""
+        done = subprocess.run([RIGCTL, "-m", "2", "-r", f"127.0.0.1:{self.port}", *commands], stdin=subprocess.DEVNULL,
                               capture_output=True, timeout=20, encoding="latin-1", check=False)
         self.assertEqual(done.returncode, 0, f"{commands}: {done.stdout} {done.stderr}")
         return done.stdout.split("\n")[:-1]
@@ -126,10 +126,12 @@ class NetTest(unittest.TestCase):
         self.station.start().wait_status(lambda status: status["open"] and status["keyer"]["ready"])
         self.rigctl("b", "CQ TEST")
         self.assertTrue(wait_until(lambda: keyer.sent == "CQ TEST", 5), keyer.sent)
-        self.rigctl(typed="\\send_morse PARIS PARIS PARIS\n")
-        self.assertTrue(wait_until(lambda: keyer.sent.startswith("CQ TESTPA"), 5), keyer.sent)
-        self.rigctl(typed="\\stop_morse\n")
-        self.assertTrue(wait_until(lambda: "0a" in keyer.commands, 2), keyer.commands)
+        arguments = [RIGCTL, "-m", "2", "-r", f"127.0.0.1:{self.port}"]
+        with subprocess.Popen(arguments, stdin=subprocess.PIPE, stdout=subprocess.DEVNULL, text=True) as rigctl:
+            print("\\send_morse PARIS PARIS PARIS", file=rigctl.stdin, flush=True)
+            self.assertTrue(wait_until(lambda: keyer.sent.startswith("CQ TESTPA"), 5), keyer.sent)
+            print("\\stop_morse", file=rigctl.stdin, flush=True)
+            self.assertTrue(wait_until(lambda: "0a" in keyer.commands, 2), keyer.commands)
         stopped = keyer.sent
         time.sleep(0.5)
         self.assertEqual((keyer.sent, keyer.key_down, keyer.illegal), (stopped, False, []))

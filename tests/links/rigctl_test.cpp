@@ -415,6 +415,12 @@ TEST(Rigctl, KeyerIsTheStations) {
   const cat::Party first = parties.front();
   EXPECT_EQ(parties, (std::vector<cat::Party>{first, first, first, first, first, first + 1, first + 1}));
   bench.client.Leave();
+  keyed.clear();
+  FakeTcpClient single;
+  bench.server.Connect(single);
+  single.Ask("b CQ\nq\n");
+  single.Leave();
+  EXPECT_EQ(keyed, std::vector<std::string>{"CQ"}) << "whoever ends in order has it sent to its end";
 }
 
 TEST(Rigctl, StateForClientLibrariesHasTheFormTheyRead) {
