@@ -307,6 +307,7 @@ QWidget* ConsoleWindow::OpenWindow(const QString& file_name) {
     if (other.file_name != file_name) continue;
     if (!other.window) {
       other.window = other.maker(this);
+      other.window->installEventFilter(this);
       other.window->resize(
           other.window->sizeHint().expandedTo(other.window->size()).boundedTo(screen()->availableSize()));
       Restore(other.window, file_name.toStdString(), other.places);
@@ -367,16 +368,28 @@ void ConsoleWindow::NotePlace(QWidget* window, const std::string& name, const st
   places_[file][name] = {corner.x(), corner.y(), size.width(), size.height(), window->isMaximized()};
 }
 
+void ConsoleWindow::WritePlaces(const std::string& file) {
+  if (places_[file].empty()) return;
+  const auto present = station_.ReadFile(file);
+  const std::string content = WithWindowPlaces(present ? std::string_view(*present) : std::string_view(), places_[file]);
+  if (auto written = station_.WriteFile(file, content); !written) station_.Notice(written.error().message);
+}
+
+/// A window that closes writes its file, so that its place survives whatever happens to the program.
+void ConsoleWindow::KeepPlaceOf(const QObject* window) {
+  for (const OtherWindow& other : others_) {
+    if (other.window.data() != window) continue;
+    NotePlace(other.window, other.file_name.toStdString(), other.places);
+    WritePlaces(other.places);
+  }
+}
+
 void ConsoleWindow::MaxAllForms() {
   NotePlace(this, kConsoleName, kPlacesFile);
   for (const OtherWindow& other : others_) {
     if (other.window) NotePlace(other.window, other.file_name.toStdString(), other.places);
   }
-  for (const auto& [file, places] : places_) {
-    if (places.empty()) continue;
-    if (auto written = station_.WriteFile(file, FormatWindowPlaces(places)); !written)
-      station_.Notice(written.error().message);
-  }
+  for (const auto& [file, places] : places_) WritePlaces(file);
   for (QWidget* window : QApplication::topLevelWidgets()) {
     if (window->isWindow() && window->isVisible() && window->windowState() != Qt::WindowNoState)
       window->setWindowState(Qt::WindowNoState);
@@ -437,7 +450,8 @@ void ConsoleWindow::keyPressEvent(QKeyEvent* event) {
 
 /// Wherever no control wants it, the wheel tunes; with Shift it scrolls what is larger than the window.
 bool ConsoleWindow::eventFilter(QObject* watched, QEvent* event) {
-  if (event->type() != QEvent::Wheel) return QMainWindow::eventFilter(watched, event);
+  if (event->type() == QEvent::Close) KeepPlaceOf(watched);
+  if (event->type() != QEvent::Wheel || static_cast<QWidget*>(watched)->isWindow()) return QMainWindow::eventFilter(watched, event);
   const auto* wheel = static_cast<QWheelEvent*>(event);
   if (wheel->modifiers() & Qt::ShiftModifier) return false;
   if (IsMeantFor(center_->childAt(center_->mapFromGlobal(wheel->globalPosition().toPoint())))) return true;

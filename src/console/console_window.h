@@ -95,6 +95,8 @@ class ConsoleWindow final : public QMainWindow {
   void ReadPlaces(const std::string& file);
   void Restore(QWidget* window, const std::string& name, const std::string& file);
   void NotePlace(QWidget* window, const std::string& name, const std::string& file);
+  void WritePlaces(const std::string& file);
+  void KeepPlaceOf(const QObject* window);
 
   Station& station_;
   widgets::Appearance& appearance_;

@@ -53,4 +53,16 @@ std::string FormatWindowPlaces(const WindowPlaces& places) {
   return out;
 }
 
+std::string WithWindowPlaces(std::string_view content, const WindowPlaces& places) {
+  std::string out = FormatWindowPlaces(places);
+  for (std::size_t lines = 0; !content.empty() && lines < kMostWindows; ++lines) {
+    const std::string_view line = TakeLine(content).text;
+    const std::size_t equals = line.find('=');
+    const bool kept = equals != std::string_view::npos && equals > 0 && ParseWindowPlaces(line).empty() &&
+                      !places.contains(line.substr(0, equals));
+    if (kept) out.append(line) += '\n';
+  }
+  return out;
+}
+
 }  // namespace kvx::console

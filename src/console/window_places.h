@@ -23,5 +23,7 @@ using WindowPlaces = std::map<std::string, WindowPlace, std::less<>>;
 /// Lines that cannot be read, and places that no screen can have, are left out.
 WindowPlaces ParseWindowPlaces(std::string_view content);
 std::string FormatWindowPlaces(const WindowPlaces& places);
+/// The file with these places in it. Its lines "NAME=value" that are none, of the window itself, stay behind them.
+std::string WithWindowPlaces(std::string_view content, const WindowPlaces& places);
 
 }  // namespace kvx::console

@@ -224,7 +224,12 @@ TEST(ConsoleWindow, ShutDownBringsTheWindowsBackAndKeepsTheirPlaces) {
     other->resize(300, 200);
     return other;
   });
+  desk.bench.folder.Put("Windows.pos", "OWN=of a window\nother=1 2\n");
   QWidget* other = desk.window->OpenWindow("other");
+  other->resize(300, 250);
+  other->close();
+  EXPECT_EQ(ParseWindowPlaces(desk.bench.folder.Get("Windows.pos")).at("other").height, 250) << "at its own closing";
+  desk.window->OpenWindow("other")->resize(300, 200);
   desk.window->resize(1100, 700);
   desk.window->close();
   EXPECT_TRUE(asked);
@@ -236,6 +241,7 @@ TEST(ConsoleWindow, ShutDownBringsTheWindowsBackAndKeepsTheirPlaces) {
   ASSERT_EQ(places.size(), 2U);
   EXPECT_EQ(places.at("console").width, 1100);
   EXPECT_EQ(places.at("other").height, 200);
+  EXPECT_TRUE(file->ends_with("\nOWN=of a window\n")) << *file;
 }
 
 TEST(ConsoleWindow, EscapeReleasesTheTransmitterInEveryWindowAndStillDoesWhatItDoesThere) {
