@@ -371,7 +371,8 @@ void ConsoleWindow::NotePlace(QWidget* window, const std::string& name, const st
 void ConsoleWindow::WritePlaces(const std::string& file) {
   if (places_[file].empty()) return;
   const auto present = station_.ReadFile(file);
-  const std::string content = WithWindowPlaces(present ? std::string_view(*present) : std::string_view(), places_[file]);
+  const std::string content =
+      WithWindowPlaces(present ? std::string_view(*present) : std::string_view(), places_[file]);
   if (auto written = station_.WriteFile(file, content); !written) station_.Notice(written.error().message);
 }
 
@@ -451,7 +452,8 @@ void ConsoleWindow::keyPressEvent(QKeyEvent* event) {
 /// Wherever no control wants it, the wheel tunes; with Shift it scrolls what is larger than the window.
 bool ConsoleWindow::eventFilter(QObject* watched, QEvent* event) {
   if (event->type() == QEvent::Close) KeepPlaceOf(watched);
-  if (event->type() != QEvent::Wheel || static_cast<QWidget*>(watched)->isWindow()) return QMainWindow::eventFilter(watched, event);
+  if (event->type() != QEvent::Wheel || static_cast<QWidget*>(watched)->isWindow())
+    return QMainWindow::eventFilter(watched, event);
   const auto* wheel = static_cast<QWheelEvent*>(event);
   if (wheel->modifiers() & Qt::ShiftModifier) return false;
   if (IsMeantFor(center_->childAt(center_->mapFromGlobal(wheel->globalPosition().toPoint())))) return true;

@@ -24,11 +24,6 @@ bool Panel::Offers(std::string_view key) const {
   return station_.engine.dispatcher.Has(key);
 }
 
-void ShowText(QLabel* label, const QString& text) {
-  label->setText(text);
-  label->setAccessibleDescription(text);
-}
-
 QLabel* MakeLabel(const QString& name, const char* role) {
   auto* label = new QLabel;
   label->setProperty("role", role);

@@ -32,10 +32,9 @@ class Panel : public QFrame {
   Station& station_;
 };
 
+using widgets::ShowText;
 using widgets::ToQt;
 /// A label with a name for the screen reader and a role for the style sheet.
 QLabel* MakeLabel(const QString& name, const char* role);
-/// Shows a text, on the screen and for the screen reader.
-void ShowText(QLabel* label, const QString& text);
 
 }  // namespace kvx::console

@@ -253,13 +253,13 @@ void CompassRose::paintEvent(QPaintEvent*) {
 
 void CompassRose::PaintFace(QPainter& painter, const Face& face) const {
   const Theme& theme = appearance_.theme();
-  painter.setBrush(theme.screen);
+  painter.setBrush(theme.background);
   painter.setPen(QPen(theme.edge, theme.edge_width));
   painter.drawEllipse(QPointF(), face.rim, face.rim);
   for (int degrees = 0; degrees < 360; degrees += kTickDegrees) {
     const bool major = degrees % kLabelDegrees == 0;
     painter.setPen(QPen(theme.quiet_ink, major ? 2 : 1));
-    painter.drawLine(At(degrees, face.rim * (1 - kTick)), At(degrees, face.rim * (major ? 1 + kTick / 2 : 1)));
+    painter.drawLine(At(degrees, face.rim * (1 - kTick)), At(degrees, face.rim));
     if (!major) continue;
     painter.setPen(degrees % 90 == 0 ? theme.ink : theme.quiet_ink);
     DrawCentred(painter, At(degrees, (face.rim + face.outer) / 2), CompassLabel(degrees));
@@ -292,7 +292,13 @@ void CompassRose::PaintArc(QPainter& painter, const Face& face, std::size_t inde
   if (2 * half < metrics.ascent() || length < 1.5 * metrics.horizontalAdvance(antenna.name)) return;
   const bool on_color = antenna.lit && Contrast(theme.panel, color) > Contrast(theme.ink, color);
   painter.setPen(on_color ? theme.panel : theme.ink);
-  DrawCentred(painter, At(arc.from + arc.span / 2, radius), antenna.name);
+  const double middle = arc.from + arc.span / 2;
+  const bool lower = middle > 90 && middle < 270;  // along the arc, and never upside down
+  painter.save();
+  painter.translate(At(middle, radius));
+  painter.rotate(lower ? middle - 180 : middle);
+  DrawCentred(painter, {}, antenna.name);
+  painter.restore();
 }
 
 void CompassRose::PaintNeedle(QPainter& painter, const Face& face, double bearing, const QPen& pen) const {

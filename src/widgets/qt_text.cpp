@@ -20,4 +20,9 @@ void SetRole(QWidget* widget, const char* role) {
   widget->style()->polish(widget);
 }
 
+void ShowText(QLabel* label, const QString& text) {
+  label->setText(text);
+  label->setAccessibleDescription(text);
+}
+
 }  // namespace kvx::widgets

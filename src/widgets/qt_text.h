@@ -2,6 +2,7 @@
 
 #include <QFont>
 #include <QKeySequence>
+#include <QLabel>
 #include <QString>
 #include <QWidget>
 #include <string_view>
@@ -18,6 +19,16 @@ QFont FixedFont();
 
 /// Gives a widget another role of the style sheet.
 void SetRole(QWidget* widget, const char* role);
+
+/// The same for one that has just been made.
+template <class Widget>
+Widget* WithRole(Widget* widget, const char* role) {
+  widget->setProperty("role", role);
+  return widget;
+}
+
+/// Shows a text, on the screen and for the screen reader.
+void ShowText(QLabel* label, const QString& text);
 
 /// Gives a control its name for screen readers, its tip and its shortcut, which the tip tells.
 template <class Control>

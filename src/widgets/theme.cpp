@@ -244,6 +244,8 @@ QString StyleSheet(const Theme& theme) {
     QLabel[role="caption"] { color: @quiet; font-weight: 600; }
     QLabel[role="title"] { font-weight: 600; }
     QLabel[role="error"] { color: @red; }
+    QLabel[role="light"] { color: @quiet; }
+    QLabel[role="light-on"] { color: @accent; }
     QLabel[role="chip"] { color: @digits; border: @border; border-radius: 4px; padding: 2px 8px; }
     QLabel[role="chip-on"] { background: @accent; color: @accentink; border: 1px solid @accent; border-radius: 4px; padding: 2px 8px; }
     QLabel[role="chip-danger"] { background: @red; color: @background; border: 1px solid @red; border-radius: 4px; padding: 2px 8px; font-weight: 600; }
