@@ -18,7 +18,7 @@ ARROWS = {
     "keyer": {"core", "platform", "config", "cat"},
     "links": {"core", "platform", "config", "cat", "keyer"},
     "audio": {"core", "platform"},
-    "accessories": {"core", "platform", "config", "cat"},
+    "accessories": {"core", "platform", "config", "cat", "widgets"},
     "widgets": {"core"},
     "console": {"core", "platform", "config", "sim", "cat", "functions", "keyer", "links", "accessories", "audio", "widgets"},
     "app": {"core", "platform", "config", "sim", "cat", "functions", "keyer", "links", "accessories", "audio", "widgets", "console"},

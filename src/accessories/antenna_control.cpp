@@ -79,11 +79,8 @@ void AntennaControl::Load(const config::Settings& settings) {
   std::string_view rest = content ? std::string_view(*content) : std::string_view();
   while (!rest.empty()) {
     const std::string_view line = TakeLine(rest).text;
-    if (!line.starts_with(kLastBearingKey)) {
-      place += std::string(line) + "\n";
-    } else if (IsBearing(line.substr(kLastBearingKey.size()))) {
+    if (line.starts_with(kLastBearingKey) && IsBearing(line.substr(kLastBearingKey.size())))
       last_bearing_ = Trim(line.substr(kLastBearingKey.size()));
-    }
   }
   InitComm();
   keep_open_ = KeepOpen();
@@ -97,12 +94,19 @@ void AntennaControl::Close() {
   if (rotator_ != nullptr) rotator_->Close();
   pending_.clear();
   SetPortState("closed");
-  SavePlace();
+  SaveBearing();
 }
 
-void AntennaControl::SavePlace() {
-  if (place.empty() && last_bearing_.empty()) return;
-  const Status written = files_.Write(file_, place + std::string(kLastBearingKey) + last_bearing_ + "\n");
+void AntennaControl::SaveBearing() {
+  if (last_bearing_.empty()) return;
+  std::string lines;
+  const auto content = files_.Read(file_, kPositionLimit);
+  std::string_view rest = content ? std::string_view(*content) : std::string_view();
+  while (!rest.empty()) {
+    const std::string_view line = TakeLine(rest).text;
+    if (!line.starts_with(kLastBearingKey)) lines.append(line) += '\n';
+  }
+  const Status written = files_.Write(file_, lines + std::string(kLastBearingKey) + last_bearing_ + "\n");
   if (!written) Show(written.error().message);
 }
 

@@ -113,9 +113,10 @@ class AntennaControl final {
   /// MSec as a length; 0: the lines are latched, below 0: nothing is sent.
   int pulse_microseconds() const;
 
-  /// Writes AntContF.Pos: the window's place, which is any lines, and the last bearing.
-  void SavePlace();
-  std::string place;
+  /// Keeps the last bearing in AntContF.Pos, whose other lines are the window's place.
+  void SaveBearing();
+  /// Puts a sentence into SPKBX while announcements are on. Of one topic only the latest is told.
+  void Announce(int topic, const std::string& sentence);
 
   mutable Listeners changed;                              ///< told of every change of what can be asked here
   std::function<bool(std::string_view bytes)> write_rig;  ///< UseRig; false: it was not written
@@ -127,10 +128,9 @@ class AntennaControl final {
   std::function<void(int port, std::uint8_t data)> on_data;
 
  private:
-  friend class DirectPort;  // which announces, and chooses the port for a moment
+  friend class DirectPort;  // which chooses the port for a moment
 
   std::string& at(AntennaField which) { return fields_[static_cast<std::size_t>(which)]; }
-  void Announce(int topic, const std::string& sentence);
   void Show(const std::string& text);
   void OpenRotator();
   Task KeepOpen();

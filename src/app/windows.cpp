@@ -2,18 +2,26 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QMessageBox>
+#include <QPointer>
 #include <iostream>
 
+#include "accessories/accessories.h"
+#include "accessories/antenna_port_window.h"
+#include "accessories/antenna_window.h"
+#include "accessories/direct_port_window.h"
 #include "console/debug_window.h"
 #include "console/function_list_window.h"
 #include "console/key_screen.h"
 #include "console/link_commands.h"
 #include "console/link_window.h"
 #include "console/memory_window.h"
+#include "console/questions.h"
 #include "console/rig_editor_window.h"
 #include "console/setup_dialog.h"
 #include "console/tuner_window.h"
 #include "core/text.h"
+#include "widgets/qt_text.h"
 
 namespace kvx::app {
 namespace {
@@ -40,6 +48,32 @@ bool Save(QWidget& window, const QDir& folder, const QString& name) {
   if (window.grab().save(file)) return true;
   std::cerr << "kvx: cannot write " << file.toStdString() << '\n';
   return false;
+}
+
+void AddAntennaWindows(console::ConsoleWindow& console, Program& program, widgets::Appearance& appearance) {
+  accessories::Accessories& accessories = *program.station().accessories;
+  const auto make_antennas = [&](QWidget* parent) {
+    auto* antennas = new accessories::AntContF(accessories.antennas, program.station().console, appearance, parent);
+    antennas->on_port_settings = [&] { console.OpenWindow("antenna-port"); };
+    antennas->on_direct_port = [&] { console.OpenWindow("direct-port"); };
+    antennas->on_message = [antennas](const QString& message) {
+      auto* box = new QMessageBox(QMessageBox::Warning, {}, message, QMessageBox::Ok, antennas);
+      console::ShowQuestion({.window = antennas, .title = antennas->windowTitle()}, box, [](int) {});
+    };
+    accessories.antennas.show = [show = accessories.antennas.show,
+                                 window = QPointer(antennas)](const std::string& text) {
+      show(text);
+      if (window) window->ShowMessage(widgets::ToQt(text));
+    };
+    return antennas;
+  };
+  console.AddWindow(Tr("&Antenna Control"), QKeySequence("Ctrl+B"), "antennas", make_antennas, "AntContF.Pos");
+  console.AddWindow(Tr("Antenna &Port Settings"), QKeySequence("Ctrl+Shift+B"), "antenna-port",
+                    [&](QWidget* parent) { return new accessories::AntSpeedF(accessories.antennas, parent); });
+  const auto make_direct = [&](QWidget* parent) {
+    return new accessories::DirectPF(accessories.antennas, accessories.direct, parent);
+  };
+  console.AddWindow(Tr("D&irect Port"), QKeySequence("Ctrl+Shift+D"), "direct-port", make_direct, "DirectPF.Pos");
 }
 
 }  // namespace
@@ -83,6 +117,7 @@ void AddWindows(console::ConsoleWindow& console, Program& program, widgets::Appe
   console.AddWindow(
       Tr("Antenna &tuner"), QKeySequence("Ctrl+U"), "tuner",
       [&](QWidget* parent) { return new console::TunerWindow(program.station(), parent); }, "TunerF.pos");
+  AddAntennaWindows(console, program, appearance);
   console.AddWindow(Tr("&Debug view"), QKeySequence("Ctrl+D"), "debug", [&](QWidget* parent) {
     auto* frame = new QMainWindow(parent);  // what a screen reader takes for a window
     auto* debug = new console::DebugWindow(program.station(), appearance);

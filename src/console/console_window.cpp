@@ -285,6 +285,7 @@ void ConsoleWindow::ShowHelp() {
          "Ctrl+Shift+1 to Ctrl+Shift+0\tthe first ten memory channels with a name\n"
          "Ctrl+Shift+M, Ctrl+M\tstores a memory channel, opens their table\n"
          "Ctrl+K\tsends CW\n"
+         "Ctrl+B\tantennas and rotator\n"
          "Ctrl+T\ttunes: holds the key down, or lets it go\n"
          "Ctrl+Shift+PgDn, Ctrl+Shift+PgUp\tone word a minute slower, faster\n"
          "Ctrl+1 to Ctrl+7\trig numbers\n"

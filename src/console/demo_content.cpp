@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "accessories/accessories.h"
 #include "core/text.h"
 
 namespace kvx::console {
@@ -97,6 +98,26 @@ Status PutRows(functions::FunctionStore& store, const std::string& rig) {
   return put ? Ok() : Status(put.error());
 }
 
+/// Four ranges, and a first bearing before there is a rotator to miss.
+Status PutAntennas(accessories::AntennaControl& antennas) {
+  using enum accessories::AntennaField;
+  struct AntennaRow {
+    const char* from;
+    const char* to;
+  };
+  constexpr std::array kRanges{AntennaRow{"20", "95"}, AntennaRow{"80", "200"}, AntennaRow{"200", "290"},
+                               AntennaRow{"290", "355"}};
+  for (int antenna = 1; antenna <= accessories::kAntennas; ++antenna) {
+    const AntennaRow& row = kRanges[static_cast<std::size_t>(antenna - 1)];
+    if (const Status set = antennas.SetField(accessories::FromField(antenna), row.from); !set) return set;
+    if (const Status set = antennas.SetField(accessories::ToField(antenna), row.to); !set) return set;
+  }
+  if (const Status gone = antennas.GoTo("38", false); !gone) return gone;
+  antennas.SetBearing("FN31PR");
+  if (const Status set = antennas.SetField(kLocator, "JN58TD"); !set) return set;
+  return antennas.UsePreset("GS-232");
+}
+
 bool IsEmpty(const functions::MemoryChannels& memories) {
   for (int number = 1; number <= functions::kChannels; ++number) {
     if (!memories.channel(number).empty()) return false;
@@ -114,6 +135,8 @@ void FillForDemonstration(Station& station) {
   const auto segments = station.tuner_notebook.Rows();
   const auto used = [](const accessories::TunerRow& row) { return row.stored || row.unsaved; };
   if (segments && std::none_of(segments->begin(), segments->end(), used)) tell(PutTuner(station.tuner_notebook));
+  accessories::AntennaControl& antennas = station.accessories->antennas;
+  if (antennas.field(accessories::AntennaField::kAnt1To).empty()) tell(PutAntennas(antennas));
   if (*station.console.RigName == "NONE") return;
   const auto rows = station.functions.store.All();
   if (rows && rows->empty()) tell(PutRows(station.functions.store, *station.console.RigName));

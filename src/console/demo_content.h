@@ -4,8 +4,8 @@
 
 namespace kvx::console {
 
-/// Gives a station that has none yet some memory channels and stored function keys of its rig, so that a demonstration
-/// has something to show. What cannot be written is told.
+/// Gives a station that has none yet some memory channels, stored function keys of its rig and antennas, so that a
+/// demonstration has something to show. What cannot be written is told.
 void FillForDemonstration(Station& station);
 
 }  // namespace kvx::console

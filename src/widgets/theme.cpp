@@ -279,7 +279,7 @@ QString StyleSheet(const Theme& theme) {
     QCheckBox:focus, QRadioButton:focus { border: @focus; }
     QCheckBox::indicator, QRadioButton::indicator { width: 0.8em; height: 0.8em; border: 1px solid @quiet; background: @screen; }
     QCheckBox::indicator { border-radius: 3px; }
-    QRadioButton::indicator { border-radius: 0.46em; }
+    QRadioButton::indicator { border-radius: 0.4em; }
     QCheckBox::indicator:checked, QRadioButton::indicator:checked { border-color: @accent; background: @accent; }
     QCheckBox::indicator:disabled, QRadioButton::indicator:disabled { border-color: @faint; }
     QCheckBox::indicator:checked:disabled, QRadioButton::indicator:checked:disabled { background: @faint; }

@@ -45,8 +45,8 @@ QColor QuietInkOn(const QColor& ground, const QColor& ink);
 double Contrast(const QColor& first, const QColor& second);
 
 /// The one style sheet of every window. Roles that a widget may have (`setProperty("role", ...)`): frames "panel" and
-/// "screen"; labels "title", "quiet", "caption" (small capitals above a group), "message", "error", "chip", "light", "light-on"; buttons
-/// "chip" (small, on the screen), "small", "flat", "danger".
+/// "screen"; labels "title", "quiet", "caption" (small capitals above a group), "message", "error", "chip", "light",
+/// "light-on"; buttons "chip" (small, on the screen), "small", "flat", "danger".
 QString StyleSheet(const Theme& theme);
 
 }  // namespace kvx::widgets

@@ -241,12 +241,13 @@ TEST_F(AntennaTest, FieldsAreAnnouncedAndKept) {
 
 TEST_F(AntennaTest, TheLastBearingAndThePlaceOutliveTheProgram) {
   Load(kRanges);
-  antennas.place = "AntContF=1 2 3 4 normal\n";
+  folder.Put("AntContF.Pos", "antennas=1 2 3 4 normal\nLastBearing=7\n");
   Go("33");
   antennas.Close();
   Accessories next{{.loop = loop, .console = console, .files = files, .folder = folder.path()}};
   next.antennas.Load({});
-  EXPECT_EQ(next.antennas.LastBearing() + " " + next.antennas.place, "33 AntContF=1 2 3 4 normal\n");
+  EXPECT_EQ(next.antennas.LastBearing(), "33");
+  EXPECT_EQ(folder.Get("AntContF.Pos"), "antennas=1 2 3 4 normal\nLastBearing=33\n");
 }
 
 TEST_F(AntennaTest, LockedNoAntennaIsSwitchedOnTheAir) {

@@ -6,6 +6,10 @@
 #include <QShortcut>
 #include <QTest>
 
+#include "accessories/accessories.h"
+#include "accessories/antenna_port_window.h"
+#include "accessories/antenna_window.h"
+#include "accessories/direct_port_window.h"
 #include "console/console_window.h"
 #include "console/debug_window.h"
 #include "console/function_list_window.h"
@@ -74,7 +78,8 @@ TEST(Shortcuts, NoKeyMeansTwoThingsInAWindow) {
   widgets::Appearance appearance;
   ConsoleWindow console{bench.station, appearance};
   // Those of the menu of windows, as the program has them.
-  for (const char* key : {"Ctrl+E", "Ctrl+L", "Ctrl+M", "Ctrl+K", "Ctrl+D", "Ctrl+Shift+D"})
+  for (const char* key : {"Ctrl+E", "Ctrl+L", "Ctrl+M", "Ctrl+K", "Ctrl+U", "Ctrl+B", "Ctrl+Shift+B", "Ctrl+Shift+D",
+                          "Ctrl+D", "Ctrl+Shift+L"})
     console.AddWindow(key, QKeySequence(key), QString(key).toLower(),
                       [](QWidget* parent) { return new QWidget(parent); });
   FunctionListWindow functions{bench.station, appearance};
@@ -84,8 +89,14 @@ TEST(Shortcuts, NoKeyMeansTwoThingsInAWindow) {
   LinkWindow links{bench.station};
   RigEditorWindow rig_editor{editor, appearance};
   SetupDialog dialog{setup, appearance};
-  for (QWidget* window : std::initializer_list<QWidget*>{&console, &functions, &memories, &key_screen, &debug, &links,
-                                                         &rig_editor, &dialog})
+  accessories::AntennaControl& control = bench.station.accessories->antennas;
+  accessories::AntContF antennas{control, bench.station.console, appearance};
+  QTest::keyClick(&antennas, Qt::Key_U, Qt::AltModifier);
+  accessories::AntSpeedF antenna_port{control};
+  accessories::DirectPF direct_port{control, bench.station.accessories->direct};
+  for (QWidget* window :
+       std::initializer_list<QWidget*>{&console, &functions, &memories, &key_screen, &debug, &links, &rig_editor, &dialog,
+                                       &antennas, &antenna_port, &direct_port})
     EXPECT_EQ(Clashes(*window), QStringList()) << window->windowTitle().toStdString();
 }
 
