@@ -126,7 +126,7 @@ void AddWindows(console::ConsoleWindow& console, Program& program, widgets::Appe
     frame->resize(InText(*frame, 66, 32));
     return frame;
   });
-  console.AddWindow(Tr("&Link monitor"), QKeySequence("Ctrl+Shift+D"), "links", [&](QWidget* parent) {
+  console.AddWindow(Tr("&Link monitor"), QKeySequence("Ctrl+Shift+L"), "links", [&](QWidget* parent) {
     auto* frame = new QMainWindow(parent);
     auto* links = new console::LinkWindow(program.station());
     frame->setWindowTitle(links->windowTitle());
