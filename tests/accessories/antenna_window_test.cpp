@@ -104,7 +104,7 @@ struct Shack {
   FakeSerialPort rotator;
   FakePortAccess ports;
   Accessories accessories{
-      {.console = console, .files = files, .folder = folder.path(), .rotator = &rotator, .ports = &ports}};
+      {.loop = loop, .console = console, .files = files, .folder = folder.path(), .rotator = &rotator, .ports = &ports}};
   AntennaControl& antennas = accessories.antennas;
   widgets::Appearance appearance;
   std::size_t kept = 0;
