@@ -103,8 +103,12 @@ struct Shack {
   SystemFiles files;
   FakeSerialPort rotator;
   FakePortAccess ports;
-  Accessories accessories{
-      {.loop = loop, .console = console, .files = files, .folder = folder.path(), .rotator = &rotator, .ports = &ports}};
+  Accessories accessories{{.loop = loop,
+                           .console = console,
+                           .files = files,
+                           .folder = folder.path(),
+                           .rotator = &rotator,
+                           .ports = &ports}};
   AntennaControl& antennas = accessories.antennas;
   widgets::Appearance appearance;
   std::size_t kept = 0;

@@ -94,9 +94,8 @@ TEST(Shortcuts, NoKeyMeansTwoThingsInAWindow) {
   QTest::keyClick(&antennas, Qt::Key_U, Qt::AltModifier);
   accessories::AntSpeedF antenna_port{control};
   accessories::DirectPF direct_port{control, bench.station.accessories->direct};
-  for (QWidget* window :
-       std::initializer_list<QWidget*>{&console, &functions, &memories, &key_screen, &debug, &links, &rig_editor, &dialog,
-                                       &antennas, &antenna_port, &direct_port})
+  for (QWidget* window : std::initializer_list<QWidget*>{&console, &functions, &memories, &key_screen, &debug, &links,
+                                                         &rig_editor, &dialog, &antennas, &antenna_port, &direct_port})
     EXPECT_EQ(Clashes(*window), QStringList()) << window->windowTitle().toStdString();
 }
 
