@@ -13,6 +13,8 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr Duration kDraftPace = 500ms;  // between two writes of what is being typed
+constexpr Duration kLongestPause = 8s;  // after writes that have failed
+constexpr auto kLastPatience = 2500ms;  // at the end, when there is no next time
 constexpr std::size_t kMostDropped = 50;
 constexpr std::size_t kLargestFile = 1U << 20;
 
@@ -60,8 +62,8 @@ Status TunerNotebook::Load() {
 }
 
 void TunerNotebook::Close() {
-  KeepDrafts();
   closed_ = true;
+  KeepDrafts(kLastPatience);
 }
 
 /// The segment of the frequency on the display; null when there is none.
@@ -233,22 +235,34 @@ void TunerNotebook::SetDraft(std::string_view key, std::optional<TunerValues> va
   } else {
     drafts_.erase(name);
   }
+  KeepLater();
+}
+
+void TunerNotebook::KeepLater() {
   if (timer_ != 0) return;
-  timer_ = loop_.StartTimer(loop_.Now() + kDraftPace, [this] {
+  timer_ = loop_.StartTimer(loop_.Now() + std::max(pause_, kDraftPace), [this] {
     timer_ = 0;
     KeepDrafts();
   });
 }
 
-void TunerNotebook::KeepDrafts() {
+/// Tried again and again, told at the first failure, at the last and when they are kept at last.
+void TunerNotebook::KeepDrafts(std::chrono::milliseconds patience) {
   loop_.StopTimer(timer_);
   timer_ = 0;
+  const Duration before = std::exchange(pause_, Duration(0));
   if (to_keep_.empty()) return;
-  if (const Status kept = store_.KeepDrafts(to_keep_); kept) {
+  const Status kept = store_.KeepDrafts(to_keep_, patience);
+  if (kept) {
     to_keep_.clear();
-  } else if (on_notice) {
-    on_notice("What is unsaved in the tuner notebook is not on the disk: " + kept.error().message);
+    if (before > Duration(0) && on_notice) on_notice("What is unsaved in the tuner notebook is on the disk now");
+    return;
   }
+  if ((before == Duration(0) || closed_) && on_notice)
+    on_notice("What is unsaved in the tuner notebook is not on the disk: " + kept.error().message);
+  if (closed_) return;
+  pause_ = std::clamp(2 * before, kDraftPace, kLongestPause);
+  KeepLater();
 }
 
 void TunerNotebook::Changed() {

@@ -105,7 +105,8 @@ class TunerNotebook final {
   void Follow(Field field);
   void SetDraft(std::string_view key, std::optional<TunerValues> values);
   Status Save(const TunerRecords& records);
-  void KeepDrafts();
+  void KeepDrafts(std::chrono::milliseconds patience = TunerStore::kPatience);
+  void KeepLater();
   void Changed();
   Result<TunerRecords> ReadFile(const platform::Path& file) const;
 
@@ -126,6 +127,7 @@ class TunerNotebook final {
   std::map<std::string, std::optional<TunerValues>> to_keep_;  ///< drafts that the file has otherwise
   std::deque<std::pair<const TunerSegment*, TunerValues>> dropped_;
   Loop::TimerId timer_ = 0;
+  Duration pause_{};  ///< until drafts that could not be kept are tried again; 0: they could
   Console::Subscription subscription_;
 };
 

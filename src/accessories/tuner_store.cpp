@@ -17,8 +17,7 @@ constexpr const char* kTemplate = "Tuner.sqlite";
 constexpr std::string_view kOldName = "TunerSUB.mdb";
 constexpr const char* kRecords = "Tuner";
 constexpr const char* kDrafts = "TunerDraft";
-constexpr std::chrono::milliseconds kPatience{50};  // while another program writes; the window must not stand still
-constexpr int kFirstValue = 2;                      // of a bound statement, behind the key
+constexpr int kFirstValue = 2;  // of a bound statement, behind the key
 
 /// "Desc1 = ?2, xmtr1 = ?3, ...", or with another text behind each column.
 std::string Columns(bool with_values = false) {
@@ -71,8 +70,8 @@ Status Remove(Sqlite& store, const std::string& table, const std::string& key) {
 }
 
 template <class Work>
-Status InTransaction(const platform::Path& file, Work work) {
-  auto store = Sqlite::Open(file, kPatience);
+Status InTransaction(const platform::Path& file, std::chrono::milliseconds patience, Work work) {
+  auto store = Sqlite::Open(file, patience);
   if (!store) return store.error();
   if (const Status begun = store->Run("BEGIN IMMEDIATE"); !begun) return begun;
   const std::string drafts =
@@ -186,7 +185,7 @@ Result<TunerRecords> TunerStore::ReadTable(const std::string& table) const {
 }
 
 Status TunerStore::Save(const TunerRecords& records) {
-  return InTransaction(file_, [&records](Sqlite& store) -> Status {
+  return InTransaction(file_, kPatience, [&records](Sqlite& store) -> Status {
     for (const auto& [key, values] : records) {
       if (const Status put = Put(store, kRecords, key, values); !put) return put;
       if (const Status removed = Remove(store, kDrafts, key); !removed) return removed;
@@ -195,8 +194,9 @@ Status TunerStore::Save(const TunerRecords& records) {
   });
 }
 
-Status TunerStore::KeepDrafts(const std::map<std::string, std::optional<TunerValues>>& drafts) {
-  return InTransaction(file_, [&drafts](Sqlite& store) -> Status {
+Status TunerStore::KeepDrafts(const std::map<std::string, std::optional<TunerValues>>& drafts,
+                              std::chrono::milliseconds patience) {
+  return InTransaction(file_, patience, [&drafts](Sqlite& store) -> Status {
     for (const auto& [key, values] : drafts) {
       const Status done = values ? Put(store, kDrafts, key, *values) : Remove(store, kDrafts, key);
       if (!done) return done;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <chrono>
 #include <map>
 #include <optional>
 #include <string>
@@ -50,6 +51,9 @@ using TunerRecords = std::map<std::string, TunerValues, std::less<>>;
 /// programs may use it meanwhile; every write is one transaction.
 class TunerStore final {
  public:
+  /// How long a step waits while another program writes; the window must not stand still.
+  static constexpr std::chrono::milliseconds kPatience{50};
+
   TunerStore(platform::Files& files, platform::Path folder, platform::Path data)
       : files_(files), folder_(std::move(folder)), data_(std::move(data)) {}
 
@@ -65,7 +69,8 @@ class TunerStore final {
   /// Writes records, each in place of the one that is there; what was not saved of them goes.
   Status Save(const TunerRecords& records);
   /// Writes drafts; nothing: there is none any more.
-  Status KeepDrafts(const std::map<std::string, std::optional<TunerValues>>& drafts);
+  Status KeepDrafts(const std::map<std::string, std::optional<TunerValues>>& drafts,
+                    std::chrono::milliseconds patience = kPatience);
 
  private:
   Status Check() const;

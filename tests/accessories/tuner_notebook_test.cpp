@@ -186,6 +186,17 @@ TEST(TunerNotebook, AFileThatCannotBeUsedLosesNothing) {
   }
   EXPECT_TRUE(bench.notebook->SaveIt().ok());
   EXPECT_EQ(bench.Shown(), "14000 stored: beam/") << "read before it is written over";
+  bench.notices.clear();
+  bench.Edit("Desc1", "beam 2");
+  {
+    auto other = bench.Store();
+    EXPECT_TRUE(other.Run("BEGIN IMMEDIATE").ok());
+    bench.loop.RunFor(20s);
+  }
+  EXPECT_EQ(bench.notices.size(), 1U) << "told once";
+  bench.loop.RunFor(9s);
+  EXPECT_EQ(bench.Query("SELECT Desc1 FROM TunerDraft"), "beam 2") << "a draft is tried again";
+  EXPECT_EQ(bench.notices.back(), "What is unsaved in the tuner notebook is on the disk now");
 }
 
 TEST(TunerNotebook, ExchangesCsvAndTakesItAsUnsaved) {
