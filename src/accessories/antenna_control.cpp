@@ -27,6 +27,7 @@ constexpr int kFastest = 4'000'000;
 // Topics of announcements beyond the fields'.
 constexpr int kBearingTopic = kAntennaFields;
 constexpr int kPathTopic = kAntennaFields + 1;
+constexpr int kOtherPortTopic = kAntennaFields + 2;
 
 /// What is announced of a field's new text.
 std::string Sentence(const AntennaFieldRow& row, const std::string& text) {
@@ -115,6 +116,7 @@ Status AntennaControl::SetField(AntennaField which, std::string_view text) {
   auto value = FieldText(which, text);
   if (!value) return Error{ErrorCode::kInvalid, std::string(row.name) + " cannot be " + OneLine(text, 60)};
   if (*value == field(which)) return Ok();
+  if (which == kDirectPort) Announce(kOtherPortTopic, row.label + field(which) + " off");
   at(which) = std::move(*value);
   changed_fields_ = true;
   Announce(static_cast<int>(which), Sentence(row, field(which)));

@@ -112,9 +112,9 @@ QWidget* AntennaSetup::MakeRanges() {
     grid->addWidget(WithRole(new QLabel(note), "quiet"), row++, 0, 1, 4);
   }
   auto* port = controls_.Line(kPPort, tr("Parallel port"), tr("1: LPT1, 2: LPT2"), kBearingCharacters);
-  grid->addWidget(LabelFor(tr("Par&allel port"), port), row, 0, 1, 2);
+  grid->addWidget(LabelFor(tr("P&arallel port"), port), row, 0, 1, 2);
   grid->addWidget(port, row++, 2, 1, 2);
-  grid->addWidget(controls_.Box(kAntLock, tr("No &hot switching"),
+  grid->addWidget(controls_.Box(kAntLock, tr("No hot s&witching"),
                                 tr("Switches no antenna while the console keys the transmitter")),
                   row++, 0, 1, 4);
   grid->setRowStretch(row, 1);
@@ -124,6 +124,7 @@ QWidget* AntennaSetup::MakeRanges() {
 void AntennaSetup::ChoosePreset(int index) {
   if (index == 0) return;
   const Status used = antennas_.UsePreset(presets_->itemText(index).toStdString());
+  antennas_.SaveChanges();
   if (on_entered) on_entered(used);
 }
 

@@ -272,10 +272,11 @@ void AntContF::closeEvent(QCloseEvent* event) {
   QMainWindow::closeEvent(event);
 }
 
-/// Enter presses Send wherever nothing else takes it.
+/// Enter sends from the bearing's field alone: in the setup it only ends an entry, and a kilowatt may be on.
 void AntContF::keyPressEvent(QKeyEvent* event) {
   const bool enter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
-  if (!enter || event->modifiers() & ~Qt::KeypadModifier) return QMainWindow::keyPressEvent(event);
+  if (!enter || !bearing_->hasFocus() || event->modifiers() & ~Qt::KeypadModifier)
+    return QMainWindow::keyPressEvent(event);
   if (!event->isAutoRepeat()) Send();
 }
 

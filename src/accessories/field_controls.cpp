@@ -29,6 +29,11 @@ void FieldControls::Enter(AntennaField field, const QString& text) const {
   if (on_entered) on_entered(entered);
 }
 
+void FieldControls::Choose(AntennaField field, const QString& text) const {
+  Enter(field, text);
+  antennas_.SaveChanges();
+}
+
 QLineEdit* FieldControls::Line(AntennaField field, const QString& name, const QString& tip, int characters) {
   auto* line = Named(new QLineEdit, name, tip);
   line->setObjectName(RowOf(field).name);
@@ -36,7 +41,10 @@ QLineEdit* FieldControls::Line(AntennaField field, const QString& name, const QS
     if (line->text() != TextOf(field)) line->setText(TextOf(field));
   };
   QObject::connect(line, &QLineEdit::textEdited, line, [this, field](const QString& text) { Enter(field, text); });
-  QObject::connect(line, &QLineEdit::editingFinished, line, show);  // what was refused goes
+  QObject::connect(line, &QLineEdit::editingFinished, line, [this, show] {
+    antennas_.SaveChanges();
+    show();  // what was refused goes
+  });
   refreshed_.emplace_back([line, show] {
     const bool in_hand = line->hasFocus() && line->isModified();
     if (!in_hand) show();
@@ -48,7 +56,7 @@ QLineEdit* FieldControls::Line(AntennaField field, const QString& name, const QS
 QCheckBox* FieldControls::Box(AntennaField field, const QString& text, const QString& tip) {
   auto* box = Named(new QCheckBox(text), QString(text).remove('&'), tip, QKeySequence::mnemonic(text));
   box->setObjectName(RowOf(field).name);
-  QObject::connect(box, &QCheckBox::clicked, box, [this, field](bool on) { Enter(field, on ? "True" : "False"); });
+  QObject::connect(box, &QCheckBox::clicked, box, [this, field](bool on) { Choose(field, on ? "True" : "False"); });
   refreshed_.emplace_back([this, box, field] { box->setChecked(antennas_.is_on(field)); });
   return box;
 }
@@ -61,7 +69,7 @@ QList<QRadioButton*> FieldControls::Options(AntennaField field, const std::vecto
     auto* button = Named(new QRadioButton(text), text, tip);
     group->addButton(button);
     buttons << button;
-    QObject::connect(button, &QRadioButton::clicked, button, [this, field, value = value] { Enter(field, value); });
+    QObject::connect(button, &QRadioButton::clicked, button, [this, field, value = value] { Choose(field, value); });
     refreshed_.emplace_back([this, button, group, field, value = value] {
       group->setExclusive(false);  // the field may hold none of the values
       button->setChecked(TextOf(field).trimmed() == value);

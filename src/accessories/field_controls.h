@@ -45,6 +45,8 @@ class FieldControls final {
 
  private:
   void Enter(AntennaField field, const QString& text) const;
+  /// The same, kept in rig.ini at once.
+  void Choose(AntennaField field, const QString& text) const;
   QString TextOf(AntennaField field) const;
 
   AntennaControl& antennas_;

@@ -226,7 +226,7 @@ TEST_F(AntennaTest, FieldsAreAnnouncedAndKept) {
   EXPECT_EQ(announced,
             "Comm port set to 4|Comm port set to none|Speed set to 1200|Start bits set to 2|Stop bits set to 2|Use rig "
             "comm port set to on|Parallel interface set to L P T 2|Comm String = A<CR>|Antenna 1 from 5|Antenna 4 to "
-            "90|Micro seconds = 0|Invert signal on|Port 2 on|");
+            "90|Micro seconds = 0|Invert signal on|Port 1 off|Port 2 on|");
   for (const auto& [field, text] :
        {std::pair{kPPort, "3"}, {kUseRig, "maybe"}, {kCommString, "XRIG=1"}, {kAnt1To, "1\n2"}})
     EXPECT_FALSE(antennas.SetField(field, text)) << text;

@@ -192,10 +192,14 @@ TEST(AntennaWindow, TheSetupIsShownBelowAndItsFieldsCountAtOnce) {
   shack.Key(Qt::Key_Return);
   EXPECT_EQ(shack.Find<QLineEdit>("CommString").text().toStdString(), shack.antennas.field(kCommString));
   EXPECT_NE(shack.antennas.field(kCommString).find("AP1<BEARING>"), std::string::npos);
-  shack.Turned();
+  EXPECT_GT(std::exchange(shack.kept, 0U), 0U);
+  shack.antennas.SetBearing("110");
   shack.Type("Rport", "7");
-  shack.Find<QLineEdit>("Rspeed").setFocus();
+  EXPECT_EQ(shack.kept, 0U) << "the entry has not ended";
+  shack.Key(Qt::Key_Return);
   EXPECT_EQ(shack.rotator.opened.number, 7);
+  EXPECT_GT(std::exchange(shack.kept, 0U), 0U) << "a crash loses no entry";
+  EXPECT_EQ(shack.Turned() + shack.Calls().toStdString(), "") << "Enter in the setup drives nothing";
   shack.Click("setup");
   EXPECT_EQ(window.height(), height);
   window.close();
@@ -247,7 +251,10 @@ TEST(DirectPortWindow, ButtonsLatchOrPulseTheLinesOfTheirOwnPort) {
   EXPECT_EQ(shack.Calls(), "S0 C7 ");
   EXPECT_EQ(shack.Lit(), "Lamp0 ");
   EXPECT_TRUE(shack.antennas.SetField(kMSec, "500").ok());
+  QStringList said;
+  shack.antennas.announce = [&said](int, const auto& sentence) { said << sentence.c_str(); };
   shack.Click("Option2");
+  EXPECT_EQ(said.join("/"), "Port 1 off/Port 2 on");
   shack.Click("Command8");
   EXPECT_EQ(shack.Calls().left(3), "P4 ");
   EXPECT_EQ(shack.ports.data[1], 0x01) << "the other port keeps its lines";
