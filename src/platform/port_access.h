@@ -28,7 +28,8 @@ inline constexpr int kLongestPulse = 1'000'000;  ///< microseconds
 inline constexpr std::size_t kPortAccessArguments = 11;
 using PortAccessCall = std::array<std::int32_t, kPortAccessArguments>;
 
-/// What every call shares with CW keying.
+/// What every call shares with CW keying. Here CW is keyed on lines of its own, so every call
+/// has 0 for them.
 struct SharedPortSettings {
   std::int32_t setting = 0;
   std::int32_t flag = 0;
