@@ -69,7 +69,7 @@ Status KeyerLink::Switch(bool on) {
   told_ = false;
   if (on && !is_open()) InitComm3();
   Follow();
-  if (on && has_keyer()) keyer_.Open();
+  if (on && has_keyer() && (*console_.KeyerState == "closed" || *console_.KeyerState == "failed")) keyer_.Open();
   if (on && !line_.failure().empty()) return Error{ErrorCode::kIo, kNoKeyerLinkPortOpens};
   if (told_) return Error{ErrorCode::kIo, kNoKeyerPortOpens};
   return Ok();

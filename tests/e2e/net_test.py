@@ -123,9 +123,11 @@ class NetTest(unittest.TestCase):
         settings = f"NETSERVER=True\nNETPORT= {self.port}\nKEYERPORT=WINKEY\nPADDLECOM= 5\nWINKEY1= 1\nCWSPEED= 40\n"
         self.station.use(rigs.Ts2000(38400), extra=settings)
         self.station.write("ports.ini", self.station.read("ports.ini").decode() + f"COM5={self.station.path('keyer')}\n")
-        self.station.start().wait_status(lambda status: status["open"] and status["keyer"]["ready"])
+        kvx = self.station.start()
+        kvx.wait_status(lambda status: status["open"] and status["keyer"]["ready"])
         self.rigctl("b", "CQ TEST")
         self.assertTrue(wait_until(lambda: keyer.sent == "CQ TEST", 5), keyer.sent)
+        kvx.wait_status(lambda status: status["keyer"]["left_ms"] == 0 and status["keyer"]["sending"] == "")
         arguments = [RIGCTL, "-m", "2", "-r", f"127.0.0.1:{self.port}"]
         with subprocess.Popen(arguments, stdin=subprocess.PIPE, stdout=subprocess.DEVNULL, text=True) as rigctl:
             print("\\send_morse PARIS PARIS PARIS", file=rigctl.stdin, flush=True)
