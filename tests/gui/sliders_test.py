@@ -58,8 +58,9 @@ class SlidersTest(WindowTest):
         self.sends(lambda: self.desktop.key("Up"), "PC006;")
 
     def test_what_the_rig_has_is_shown(self):
-        self.rig.values["AG"] = 77
         slider = self.slider("af gain")
+        self.rig.values["AG"] = 77
+        self.rig.plug(self.station.device)  # makes the console ask again
         self.assertTrue(wait_until(lambda: slider.value == 77, 20, 0.05), slider.value)
 
     def test_the_slider_of_the_band_tunes(self):
