@@ -59,7 +59,9 @@ class SlidersTest(WindowTest):
 
     def test_what_the_rig_has_is_shown(self):
         slider = self.slider("af gain")
+        self.rig.unplug()
         self.rig.values["AG"] = 77
+        self.settle(0.5)
         self.rig.plug(self.station.device)  # makes the console ask again
         self.assertTrue(wait_until(lambda: slider.value == 77, 20, 0.05), slider.value)
 
