@@ -85,13 +85,16 @@ Result<std::uint8_t> PosixParallelPort::ReadData() const {
 }
 
 Result<std::shared_ptr<PosixParallelPort>> SharedParallelPorts::Take(const std::string& path) {
-  if (auto port = taken_[path].lock()) {
+  std::error_code error;
+  const std::string device = std::filesystem::canonical(path, error).string();
+  std::weak_ptr<PosixParallelPort>& taken = taken_[error ? path : device];
+  if (auto port = taken.lock()) {
     if (const auto works = port->ReadData(); !works) return works.error();
     return port;
   }
   auto port = std::make_shared<PosixParallelPort>(path);
   if (const Status opened = port->Open(); !opened) return opened.error();
-  taken_[path] = port;
+  taken = port;
   return port;
 }
 

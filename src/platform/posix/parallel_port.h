@@ -48,7 +48,7 @@ class PosixParallelPort {
 };
 
 /// The parallel ports that this program has claimed. The key and the antenna switch may be at the same one, which can
-/// be claimed only once: it stays claimed as long as anybody has it. Engine thread only.
+/// be claimed only once: it stays claimed as long as anybody has it, under whichever path. Engine thread only.
 class SharedParallelPorts {
  public:
   Result<std::shared_ptr<PosixParallelPort>> Take(const std::string& path);
