@@ -12,6 +12,7 @@ namespace kvx::accessories {
 namespace {
 
 constexpr double kEarthRadius = 6371.0;  // kilometres, the mean one
+constexpr double kSamePlace = 0.001;     // kilometres
 constexpr double kEarthCircle = 2 * std::numbers::pi * kEarthRadius;
 
 double Radians(double degrees) {
@@ -32,6 +33,12 @@ constexpr std::array kPairs{Pair{18, 'A'}, Pair{10, '0'}, Pair{24, 'A'}, Pair{10
 /// Whole degrees, 0 to 359.
 std::string WholeDegrees(double bearing) {
   return std::to_string(static_cast<int>(std::lround(bearing)) % 360);
+}
+
+/// A longer number of whole degrees would make the rotator's command longer.
+std::string_view WithoutZeros(std::string_view bearing) {
+  while (std::min(bearing.find('.'), bearing.size()) > 3) bearing.remove_prefix(1);
+  return bearing;
 }
 
 Error NotABearing() {
@@ -91,14 +98,17 @@ Path LongPath(const Path& path) {
 Result<Target> ParseTarget(std::string_view typed, std::string_view own_locator, bool long_path) {
   typed = Trim(typed);
   if (IsBearing(typed)) {
-    if (!long_path) return Target{std::string(typed), std::nullopt};
+    if (!long_path) return Target{std::string(WithoutZeros(typed)), std::nullopt};
     return Target{WholeDegrees(LongPath({Val(typed), 0}).bearing), std::nullopt};
   }
   const auto there = FromLocator(typed);
   if (!there) return NotABearing();
   const auto here = FromLocator(own_locator);
+  if (!here && !Trim(own_locator).empty())
+    return Error{ErrorCode::kInvalid, "Your own locator, " + OneLine(own_locator, 40) + ", is no Maidenhead locator"};
   if (!here) return Error{ErrorCode::kInvalid, "Your own locator is not set: it tells the bearing to " + Upper(typed)};
   Path path = ShortPath(*here, *there);
+  if (path.kilometres < kSamePlace) return Error{ErrorCode::kInvalid, Upper(typed) + " is where you are: no bearing"};
   if (long_path) path = LongPath(path);
   return Target{WholeDegrees(path.bearing), path.kilometres};
 }

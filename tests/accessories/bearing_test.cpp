@@ -15,17 +15,19 @@ TEST(Bearing, IsANumberOrALocator) {
     bool long_path;
     std::string text;  ///< empty: refused
   };
-  const Row rows[] = {{"0", false, "0"},       {"359", false, "359"},   {" 7.9 ", false, "7.9"}, {"45", true, "225"},
-                      {"270", true, "90"},     {"359.5", false, ""},    {"360", false, ""},      {"-1", false, ""},
-                      {"", false, ""},         {"abc", false, ""},      {"4 5", false, ""},      {"1.2.3", false, ""},
-                      {"QF67bf", false, "74"}, {"qf67BF", true, "254"}, {"JN48q", false, ""},    {"ZZ00", false, ""},
-                      {".", false, ""}};
+  const Row rows[] = {
+      {"0", false, "0"},       {"359", false, "359"},       {" 7.9 ", false, "7.9"}, {"45", true, "225"},
+      {"270", true, "90"},     {"359.5", false, ""},        {"360", false, ""},      {"-1", false, ""},
+      {"", false, ""},         {"abc", false, ""},          {"4 5", false, ""},      {"1.2.3", false, ""},
+      {"QF67bf", false, "74"}, {"qf67BF", true, "254"},     {"JN48q", false, ""},    {"ZZ00", false, ""},
+      {".", false, ""},        {"00045.5", false, "045.5"}, {"jn48qm", false, ""}};
   for (const Row& row : rows) {
     const auto target = ParseTarget(row.typed, "JN48QM", row.long_path);
     EXPECT_EQ(target ? target->text : "", row.text) << row.typed;
   }
   EXPECT_EQ(ParseTarget("400", "", false).error().message, "Please enter a bearing between 0 and 359");
   EXPECT_NE(ParseTarget("QF67", "", false).error().message.find("own locator"), std::string::npos);
+  EXPECT_NE(ParseTarget("QF67", "xx", false).error().message.find("xx, is no"), std::string::npos);
   // To the antipodes' neighbourhood and back: the two ways add up to the whole circle.
   const auto there = ParseTarget("QF67bf", "JN48QM", false);
   const auto around = ParseTarget("QF67bf", "JN48QM", true);
