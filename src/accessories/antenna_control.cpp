@@ -120,6 +120,7 @@ Status AntennaControl::SetField(AntennaField which, std::string_view text) {
   at(which) = std::move(*value);
   changed_fields_ = true;
   Announce(static_cast<int>(which), Sentence(row, field(which)));
+  if (which == kPPort || which == kDirectPort) ReadLights(LeadingNumber(field(which)) == 2 ? 2 : 1);
   changed.Tell();
   return Ok();
 }
@@ -207,20 +208,31 @@ std::string AntennaControl::PreviewCommand() const {
   return target ? ToVisible(RotatorBytes(FormatIt(field(kCommString), target->text))) : std::string();
 }
 
-void AntennaControl::TurnRotator(std::string_view bearing) {
+Status AntennaControl::TurnRotator(std::string_view bearing) {
   const std::string bytes = RotatorBytes(FormatIt(field(kCommString), bearing));
-  if (bytes.empty() || ended_) return;
+  if (bytes.empty()) return Ok();
   last_command_ = ToVisible(bytes);
-  if (is_on(kUseRig)) {
-    if (!write_rig || !write_rig(bytes)) Show("The rotator has not been turned: the rig port is closed");
-    return;
-  }
+  const Status written = WriteRotator(bytes);
+  if (written) return Ok();
+  const std::string why = "The rotator has not been turned: " + written.error().message;
+  Show(why);
+  return Error{written.error().code, why};
+}
+
+Status AntennaControl::WriteRotator(const std::string& bytes) {
+  if (ended_) return Error{ErrorCode::kClosed, "the console is closing"};
+  if (is_on(kUseRig)) return write_rig ? write_rig(bytes) : Error{ErrorCode::kClosed, "there is no rig port"};
   if (rotator_ == nullptr || LeadingNumber(field(kRport)) == 0)
-    return Show("The rotator has not been turned: no port is chosen for it");
+    return Error{ErrorCode::kClosed, "no port is chosen for it"};
   if (!rotator_->is_open() && port_state_ != "opening") InitComm();
-  if (rotator_->is_open()) return rotator_->Write(bytes);
-  if (port_state_ != "opening") return Show("The rotator has not been turned: its port is " + port_state_);
-  pending_ = bytes;
+  if (rotator_->is_open()) {
+    rotator_->Write(bytes);
+  } else if (port_state_ == "opening") {
+    pending_ = bytes;
+  } else {
+    return Error{ErrorCode::kClosed, "its port is " + port_state_};
+  }
+  return Ok();
 }
 
 // Going to a bearing.
@@ -255,26 +267,24 @@ Status AntennaControl::SendIt() {
     return target.error();
   }
   last_bearing_ = target->text;
-  TurnRotator(target->text);
+  Status gone = TurnRotator(target->text);
   const double bearing = Val(target->text);
-  Status switched = Ok();
   for (int antenna = 1; antenna <= kAntennas; ++antenna) {
     if (Val(field(FromField(antenna))) <= bearing && bearing <= Val(field(ToField(antenna)))) {
-      if (const Status pressed = PressAntenna(antenna); !pressed) switched = pressed;
+      if (const Status pressed = PressAntenna(antenna); !pressed && gone) gone = pressed;
     }
   }
   changed.Tell();
-  return switched;
+  return gone;
 }
 
 // The antennas.
 
 Status AntennaControl::PressAntenna(int antenna) {
   if (antenna < 1 || antenna > kAntennas) return Error{ErrorCode::kInvalid, "Antennas have the numbers 1 to 4"};
-  if (is_on(kAntLock) && transmitting && transmitting()) {
-    const std::string why = "The antenna has not been switched: the transmitter is keyed";
-    Show(why);
-    return Error{ErrorCode::kBusy, why};
+  if (const Status free = NotLocked(antenna + 3); !free) {
+    Show(free.error().message);
+    return free;
   }
   for (int i = 1; i <= kAntennas; ++i) lamps_[static_cast<std::size_t>(i - 1)] = i == antenna;
   const Status driven = SendChar1(10, 255, 0, antenna + 3, 0);
@@ -314,16 +324,27 @@ Status AntennaControl::SetClearPort(int bit, platform::PortAction action, int po
   });
 }
 
-/// The error of a call that fails at once.
+Status AntennaControl::NotLocked(int pin) const {
+  const bool held = pin > 3 && pin <= 3 + kAntennas && is_on(kAntLock) && transmitting && transmitting();
+  return held ? Error{ErrorCode::kBusy, "The antenna has not been switched: the transmitter is keyed"} : Ok();
+}
+
 Status AntennaControl::Call(const platform::PortAccessCall& call, Done done) {
   if (ports_ == nullptr) return Error{ErrorCode::kNotFound, "this program has no parallel port"};
   if (ended_) return Error{ErrorCode::kClosed, "the console is closing"};
-  const auto failed = std::make_shared<Status>(Ok());
-  ports_->SendChar(call, [failed, done = std::move(done)](const Result<std::uint8_t>& data) {
-    if (!data) *failed = data.error();
+  if (const Status free = NotLocked(call[platform::kPin]); !free) return free;
+  struct Outcome {
+    Status status = Ok();
+    bool later = false;
+  };
+  const auto outcome = std::make_shared<Outcome>();
+  ports_->SendChar(call, [this, outcome, done = std::move(done)](const Result<std::uint8_t>& data) {
+    if (!data) outcome->status = data.error();
+    if (!data && outcome->later) Show("The parallel port has not done what it was asked for: " + data.error().message);
     if (done) done(data);
   });
-  return *failed;
+  outcome->later = true;
+  return outcome->status;
 }
 
 void AntennaControl::TookData(int port, std::uint8_t data) {
@@ -337,6 +358,12 @@ void AntennaControl::SetLights(std::string_view bits) {
 }
 
 void AntennaControl::ReadLights(int port) {
+  if (port == 0) port = parallel_port();
+  if (ports_ != nullptr && ports_->InUse(port)) return ReadPort(port);
+  TookData(port, 0);
+}
+
+void AntennaControl::ReadPort(int port) {
   if (ports_ == nullptr || ended_) return;
   if (port == 0) port = parallel_port();
   if (const auto data = ports_->ReadData(port)) TookData(port, *data);

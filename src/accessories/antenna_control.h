@@ -82,7 +82,8 @@ class AntennaControl final {
   Result<Target> PreviewTarget() const { return ParseTarget(bearing_, field(AntennaField::kLocator), long_path_); }
   /// What it would send to the rotator, control characters made visible.
   std::string PreviewCommand() const;
-  /// Goes to the bearing. The sentence of an error has been announced or shown.
+  /// Goes to the bearing: the antennas follow it even where the rotator has not been turned. The sentence of an error
+  /// has been announced or shown.
   Status SendIt();
   /// The same for a bearing given at once, the long way round if that is wanted; that choice is for this time only.
   Status GoTo(std::string_view bearing, bool long_path);
@@ -99,15 +100,18 @@ class AntennaControl final {
   Status SendChar1(int p1, int p2, int p3, int p4, int p5, Done done = {});
   /// Sets or clears a data bit and lets the lamps follow what the port shows. `port`: 0, that of PPort.
   Status SetClearPort(int bit, platform::PortAction action, int port = 0, Done done = {});
-  /// One call of the parallel ports. The error of one that fails at once.
+  /// One call of the parallel ports. The error of one that fails at once; why one fails later is shown. kBusy for an
+  /// antenna's line while AntLock holds it.
   Status Call(const platform::PortAccessCall& call, Done done);
   /// Lamps 1 to 4 from the characters 6, 5, 4 and 3 of eight binary digits.
   void SetLights(std::string_view bits);
   bool AntDot(int antenna) const { return lamps_.at(static_cast<std::size_t>(antenna - 1)); }
   /// The antenna whose lamp is lit, the lowest; 0: none.
   int antenna() const;
-  /// Lets the lamps follow the port as it is.
+  /// Lets the lamps follow the port as it is. One that is not in use is not claimed for that: its lamps are out.
   void ReadLights(int port = 0);
+  /// The same for one that is about to be used.
+  void ReadPort(int port = 0);
   /// That of PPort, 1 when it is 0.
   int parallel_port() const;
   /// MSec as a length; 0: the lines are latched, below 0: nothing is sent.
@@ -118,9 +122,9 @@ class AntennaControl final {
   /// Puts a sentence into SPKBX while announcements are on. Of one topic only the latest is told.
   void Announce(int topic, const std::string& sentence);
 
-  mutable Listeners changed;                              ///< told of every change of what can be asked here
-  std::function<bool(std::string_view bytes)> write_rig;  ///< UseRig; false: it was not written
-  std::function<bool()> transmitting;                     ///< for AntLock
+  mutable Listeners changed;                                ///< told of every change of what can be asked here
+  std::function<Status(std::string_view bytes)> write_rig;  ///< UseRig; the error says why it was not written
+  std::function<bool()> transmitting;                       ///< for AntLock
   std::function<void(int topic, const std::string& sentence)> announce;  ///< announcements are on
   std::function<void(const std::string& text)> show;                     ///< a message to the operator
   std::function<void(std::vector<config::SettingChange> lines)> keep;    ///< into rig.ini
@@ -134,7 +138,9 @@ class AntennaControl final {
   void Show(const std::string& text);
   void OpenRotator();
   Task KeepOpen();
-  void TurnRotator(std::string_view bearing);
+  Status TurnRotator(std::string_view bearing);
+  Status WriteRotator(const std::string& bytes);
+  Status NotLocked(int pin) const;
   void RotatorOpened();
   void RotatorLost(const std::string& why);
   void RotatorSaid();

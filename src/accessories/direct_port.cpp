@@ -35,8 +35,9 @@ Status DirectPort::Press(int bit) {
   if (bit < 0 || bit >= kBits) return NoSuchBit();
   const Button& button = *std::ranges::find(kButtons, bit, &Button::bit);
   if (*button.announced != '\0') antennas_.Announce(kTopics + bit, button.announced);
-  if (button.toggle) return Change(bit, lamp(bit) ? platform::kClear : platform::kSet);
-  return PressPulse(bit);
+  if (!button.toggle) return PressPulse(bit);
+  ReadPort();
+  return Change(bit, lamp(bit) ? platform::kClear : platform::kSet);
 }
 
 Status DirectPort::Change(int bit, platform::PortAction action) {
@@ -48,8 +49,9 @@ Status DirectPort::Change(int bit, platform::PortAction action) {
 Status DirectPort::PressPulse(int bit) {
   std::string& chosen = antennas_.at(AntennaField::kPPort);
   const std::string own = std::exchange(chosen, std::to_string(port()));
-  const Status sent =
-      antennas_.SendChar1(10, 255, 0, bit + kPinOfBitZero, 0, [this, bit](const auto&) { BringUpToDate(bit); });
+  const Status sent = antennas_.SendChar1(10, 255, 0, bit + kPinOfBitZero, 0, [this, bit](const auto& data) {
+    if (data || antennas_.pulse_microseconds() == 0) BringUpToDate(bit);
+  });
   chosen = own;
   return sent;
 }
@@ -64,6 +66,7 @@ Status DirectPort::PulseBit(int bit, std::optional<int> microseconds) {
   if (bit < 0 || bit >= kBits) return NoSuchBit();
   const int stored = antennas_.pulse_microseconds();
   if (!microseconds && stored > 0 && IsAntenna(bit)) return PressPulse(bit);
+  if (!microseconds && stored < 0) return Error{ErrorCode::kInvalid, "MSec is negative: nothing is sent"};
   const int length = microseconds.value_or(stored > 0 ? stored : kDefaultPulse);
   return antennas_.Call(platform::PulseCall(port(), bit + kPinOfBitZero, length, 255, 0, platform::kPulse),
                         [this, bit](const auto& data) {
@@ -79,6 +82,10 @@ void DirectPort::SetLights(std::string_view bits) {
 
 void DirectPort::ReadLights() {
   antennas_.ReadLights(port());
+}
+
+void DirectPort::ReadPort() {
+  antennas_.ReadPort(port());
 }
 
 }  // namespace kvx::accessories

@@ -38,13 +38,15 @@ class DirectPort final {
   Status Press(int bit);
   /// Sets or clears a bit.
   Status Change(int bit, platform::PortAction action);
-  /// Pulses a bit for so long; no length: that of MSec, 10 when that is 0.
+  /// Pulses a bit for so long; no length: that of MSec, 10 when that is 0. kInvalid when that is negative.
   Status PulseBit(int bit, std::optional<int> microseconds = std::nullopt);
   /// Eight lamps from eight binary digits, the last of bit 0.
   void SetLights(std::string_view bits);
   bool lamp(int bit) const { return lamps_.at(static_cast<std::size_t>(bit)); }
-  /// Lets the lamps follow the port as it is.
+  /// Lets the lamps follow the port as it is. One that is not in use is not claimed for that: its lamps are out.
   void ReadLights();
+  /// The same for one that is about to be used.
+  void ReadPort();
   /// 1 or 2.
   int port() const;
 

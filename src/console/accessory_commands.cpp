@@ -62,7 +62,7 @@ std::string Lamps(const DirectPort& direct) {
 
 std::string Bit(DirectPort& direct, std::string_view argument) {
   if (argument.empty()) {
-    direct.ReadLights();
+    direct.ReadPort();
     return "ok bits " + Lamps(direct);
   }
   const auto [number, rest] = FirstWord(argument);
@@ -84,7 +84,9 @@ std::string Bit(DirectPort& direct, std::string_view argument) {
 }
 
 std::string FieldText(const AntennaControl& antennas, AntennaField field) {
-  return std::string(accessories::RowOf(field).name) + " " + OneLine(antennas.field(field));
+  const std::string& text = antennas.field(field);
+  const bool plain = std::none_of(text.begin(), text.end(), [](char c) { return (c & 0xE0) == 0 || c == 0x7F; });
+  return std::string(accessories::RowOf(field).name) + " " + (plain ? text : OneLine(text));
 }
 
 /// The rotator's port follows its fields at once.
@@ -104,6 +106,8 @@ std::string SetField(AntennaControl& antennas, std::string_view argument) {
   if (!field) return Fail("there is no field " + OneLine(name, 40) + ": antset lists them");
   const std::string_view after = argument.substr(static_cast<std::size_t>(name.end() - argument.begin()));
   if (after.empty()) return "ok antset " + FieldText(antennas, *field);
+  if (*field == AntennaField::kLocator && !text.empty() && !accessories::FromLocator(text))
+    return Fail(OneLine(text, 40) + " is no Maidenhead locator");
   if (const Status set = antennas.SetField(*field, text); !set) return Fail(set.error().message);
   antennas.Save();
   if (IsPortField(*field)) antennas.InitComm();

@@ -371,7 +371,10 @@ void Station::ChangeSettings(
 
 void Station::ConnectAccessories() {
   accessories::AntennaControl& antennas = accessories->antennas;
-  antennas.write_rig = [this](std::string_view bytes) { return !stopping_ && engine.link.WriteRigPort(bytes); };
+  antennas.write_rig = [this](std::string_view bytes) -> Status {
+    if (stopping_ || !engine.link.is_open()) return Error{ErrorCode::kClosed, "the rig port is closed"};
+    return engine.link.WriteRigPort(bytes) ? Ok() : Error{ErrorCode::kBusy, "too much is waiting at the rig port"};
+  };
   antennas.transmitting = [this] { return *console.Transmitting || *console.Tune || keyer.sender().sending(); };
   antennas.announce = [this](int topic, const std::string& sentence) { announcer.Accessory(topic, sentence); };
   antennas.show = [this](const std::string& text) { Notice(text); };

@@ -30,8 +30,14 @@ ParallelPort& ParallelLines::PortOf(int number) {
     entry.lost = !opened;
     if (!opened) Lost(number, opened.error());
     if (opened) entry.told.clear();
+    if (opened && entry.raised != 0) LowerRaised(entry);
   }
   return entry.lost ? static_cast<ParallelPort&>(entry.shadow) : *entry.port;
+}
+
+void ParallelLines::LowerRaised(Entry& entry) {
+  const auto data = entry.port->ReadData();
+  if (data && entry.port->WriteData(With(*data, entry.raised, false))) entry.raised = 0;
 }
 
 void ParallelLines::Lost(int number, const Error& error) {
@@ -44,9 +50,12 @@ void ParallelLines::Lost(int number, const Error& error) {
 
 Result<std::uint8_t> ParallelLines::ReadData(int port) {
   auto data = PortOf(port).ReadData();
-  if (data) return data;
-  Lost(port, data.error());
-  return PortOf(port).ReadData();
+  if (!data) {
+    Lost(port, data.error());
+    data = PortOf(port).ReadData();
+  }
+  if (data) ports_[port].shadow.WriteData(*data).ok();
+  return data;
 }
 
 void ParallelLines::SendChar(const PortAccessCall& call, Done done) {
@@ -82,7 +91,7 @@ void ParallelLines::Raise(const Waiting& waiting, ParallelPort& port, std::uint8
     Lost(number, raised.error());
     return Tell(waiting.done, raised.error());
   }
-  pulse_ = std::make_unique<Pulse>(Pulse{number, &port, after, end, waiting.done});
+  pulse_ = std::make_unique<Pulse>(Pulse{number, &port, line, after, end, waiting.done});
   if (length <= kHeldInPlace) return EndPulse();
   timer_ = loop_.StartTimer(end - kHeldInPlace, [this] {
     timer_ = 0;
@@ -94,8 +103,14 @@ void ParallelLines::Raise(const Waiting& waiting, ParallelPort& port, std::uint8
 void ParallelLines::EndPulse() {
   const auto pulse = std::exchange(pulse_, nullptr);
   const Status lowered = pulse->port->WriteDataAt(pulse->end, pulse->after);
-  pulse->port->DisarmRelease();
-  if (!lowered) Lost(pulse->number, lowered.error());
+  if (lowered) {
+    pulse->port->DisarmRelease();
+    ports_[pulse->number].shadow.WriteData(pulse->after).ok();
+  } else {
+    Lost(pulse->number, lowered.error());
+    ports_[pulse->number].raised |= pulse->line;
+    PortOf(pulse->number);
+  }
   Tell(pulse->done, lowered ? pulse->port->ReadData() : Result<std::uint8_t>(lowered.error()));
 }
 
@@ -111,11 +126,12 @@ void ParallelLines::Close() {
   loop_.StopTimer(std::exchange(timer_, 0));
   waiting_.clear();
   if (pulse_) {
-    pulse_->port->WriteData(pulse_->after).ok();
-    pulse_->port->DisarmRelease();
-    pulse_.reset();
+    pulse_->end = loop_.Now();
+    pulse_->done = {};
+    EndPulse();
   }
   for (auto& [number, entry] : ports_) {
+    if (entry.raised != 0) PortOf(number);
     if (entry.port) entry.port->Close();
   }
 }

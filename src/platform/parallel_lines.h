@@ -14,8 +14,9 @@ namespace kvx::platform {
 
 /// The data lines of this machine's parallel ports. A port is claimed at its first use and kept. A port that cannot be
 /// had is told once; from then on its lines are those of a register in memory, until it can be had. A pulse ends with
-/// its line low. One of at most 2 ms is held in place, to the microsecond, a longer one by a timer, of which the last 2
-/// ms are. Whatever is asked for meanwhile waits, up to a bound.
+/// its line low; where the port refuses that, the line is lowered as soon as the port can be had again. One of at most
+/// 2 ms is held in place, to the microsecond, a longer one by a timer, of which the last 2 ms are. Whatever is asked
+/// for meanwhile waits, up to a bound.
 class ParallelLines final : public PortAccess {
  public:
   /// Makes the port of a number.
@@ -28,6 +29,7 @@ class ParallelLines final : public PortAccess {
   ParallelLines& operator=(const ParallelLines&) = delete;
 
   void SendChar(const PortAccessCall& call, Done done) override;
+  bool InUse(int port) const override { return ports_.contains(port); }
   Result<std::uint8_t> ReadData(int port) override;
   void Close() override;
 
@@ -41,6 +43,7 @@ class ParallelLines final : public PortAccess {
   struct Pulse {
     int number;
     ParallelPort* port;
+    std::uint8_t line;
     std::uint8_t after;
     TimePoint end;
     Done done;
@@ -49,12 +52,14 @@ class ParallelLines final : public PortAccess {
   struct Entry {
     std::unique_ptr<ParallelPort> port;
     ShadowParallelPort shadow;
-    bool lost = false;  ///< the port cannot be had: the shadow stands for it
-    std::string told;   ///< why it could not be had
+    bool lost = false;        ///< the port cannot be had: the shadow, which has its last byte, stands for it
+    std::uint8_t raised = 0;  ///< lines that a pulse could not lower
+    std::string told;         ///< why it could not be had
   };
 
   ParallelPort& PortOf(int number);
   void Lost(int number, const Error& error);
+  void LowerRaised(Entry& entry);
   void Carry(const Waiting& waiting);
   void Raise(const Waiting& waiting, ParallelPort& port, std::uint8_t data);
   void EndPulse();

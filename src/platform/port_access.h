@@ -59,7 +59,9 @@ class PortAccess {
   /// Calls are carried out in their order; `done`, which may be empty, is called when this one has been, a short one
   /// before SendChar returns.
   virtual void SendChar(const PortAccessCall& call, Done done) = 0;
-  /// The data byte as it is.
+  /// Whether the port has been asked for anything yet.
+  virtual bool InUse(int port) const = 0;
+  /// The data byte as it is; claims the port.
   virtual Result<std::uint8_t> ReadData(int port) = 0;
   /// Ends a pulse under way with its line lowered, drops what waits, and gives the ports back.
   virtual void Close() = 0;

@@ -24,7 +24,11 @@ class AntennaTest : public testing::Test {
   void Load(const std::string& ini) {
     antennas.show = [this](const std::string& text) { told += text + "|"; };
     antennas.announce = [this](int, const std::string& sentence) { announced += sentence + "|"; };
-    antennas.write_rig = [this](std::string_view bytes) { return rig_open && (rig += bytes, true); };
+    antennas.write_rig = [this](std::string_view bytes) -> Status {
+      if (!rig_open) return Error{ErrorCode::kClosed, "the rig port is closed"};
+      rig += bytes;
+      return Ok();
+    };
     antennas.transmitting = [this] { return keyed; };
     antennas.keep = [this](std::vector<config::SettingChange> kept) {
       ini_file = config::RewriteSettings(ini_file, kept);
@@ -102,6 +106,8 @@ TEST_F(AntennaTest, PulsesEachAntennaForItsTime) {
   EXPECT_EQ(lpt[2].Take(), "4@0 0@20 ");
   antennas.SetField(kMSec, "-5").ok();
   EXPECT_EQ(Go("100"), ".1..");
+  EXPECT_TRUE(all.direct.Press(2));
+  EXPECT_FALSE(all.direct.PulseBit(0));
   EXPECT_EQ(lpt[2].Take(), "");
 }
 
@@ -117,6 +123,7 @@ TEST_F(AntennaTest, WithNoLampLitNothingIsLatched) {
 /// The port-access library's own view.
 struct Library final : platform::PortAccess {
   void SendChar(const platform::PortAccessCall& call, Done) override { calls.push_back(call); }
+  bool InUse(int) const override { return true; }
   Result<std::uint8_t> ReadData(int) override { return std::uint8_t{0}; }
   void Close() override {}
   std::vector<platform::PortAccessCall> calls;
@@ -164,6 +171,40 @@ TEST_F(AntennaTest, APortThatIsNotThereIsToldOnceAndShownFromMemory) {
   EXPECT_EQ(lpt[1].Take(), "0@0 8@0 8@0 8@0 ") << "it is used as soon as it is there";
   lpt[1].broken = true;
   EXPECT_EQ(antennas.PressAntenna(3).error().message, "/dev/parport0: Input/output error");
+  lpt[1].absent = true;
+  antennas.ReadLights();
+  EXPECT_EQ(Lamps(), ".1..") << "its last byte";
+}
+
+TEST_F(AntennaTest, ALineThatCouldNotBeLoweredIsLoweredWhenThePortIsBack) {
+  Load("MICROSEC= 50000\n");
+  EXPECT_TRUE(all.direct.PulseBit(5, 50000));
+  lpt[1].broken = lpt[1].absent = true;
+  loop.RunFor(1s);
+  EXPECT_EQ(told,
+            "/dev/parport0: Input/output error; the lamps show what its lines would be|/dev/parport0: no such parallel "
+            "port; the lamps show what its lines would be|The parallel port has not done what it was asked for: "
+            "/dev/parport0: Input/output error|");
+  lpt[1].broken = lpt[1].absent = false;
+  EXPECT_TRUE(all.direct.Change(0, platform::kSet));
+  EXPECT_EQ(lpt[1].data, 1);
+}
+
+TEST_F(AntennaTest, LampsFollowTheChosenPortAndClaimNone) {
+  Load("");
+  antennas.ReadLights();
+  all.direct.ReadLights();
+  EXPECT_FALSE(lpt[1].open);
+  lpt[2].data = 1 | 8;
+  EXPECT_TRUE(all.direct.Press(0));
+  antennas.SetField(kDirectPort, "2").ok();
+  EXPECT_FALSE(all.direct.lamp(0) || lpt[2].open);
+  EXPECT_TRUE(all.direct.Press(0)) << "lit at that port: it is put out";
+  EXPECT_EQ(lpt[2].data, 8);
+  antennas.SetField(kPPort, "2").ok();
+  EXPECT_EQ(Lamps(), ".1..");
+  antennas.SetField(kDirectPort, "1").ok();
+  EXPECT_TRUE(all.direct.lamp(0));
 }
 
 TEST_F(AntennaTest, DirectPortTogglesAndPulses) {
@@ -188,7 +229,7 @@ TEST_F(AntennaTest, TheRotatorHasAPortOrTheRigsOne) {
   Go("12");
   EXPECT_EQ(rig + rotator.written, "M012\r");
   rig_open = false;
-  Go("13");
+  EXPECT_EQ(antennas.GoTo("13", false).error().message, "The rotator has not been turned: the rig port is closed");
   EXPECT_EQ(told, "The rotator has not been turned: the rig port is closed|");
   told.clear();
   antennas.SetField(kUseRig, "off").ok();
@@ -256,7 +297,15 @@ TEST_F(AntennaTest, LockedNoAntennaIsSwitchedOnTheAir) {
   EXPECT_EQ(Go("10"), "1...") << "not locked";
   antennas.SetField(kAntLock, "on").ok();
   EXPECT_EQ(Go("200"), "1...");
-  EXPECT_EQ(told, "The antenna has not been switched: the transmitter is keyed|");
+  const std::string why = "The antenna has not been switched: the transmitter is keyed";
+  EXPECT_EQ(told, why + "|");
+  antennas.SetField(kMSec, "20").ok();
+  lpt[1].Take();
+  EXPECT_EQ(all.direct.Change(3, platform::kSet).error().message, why);
+  EXPECT_EQ(all.direct.PulseBit(4, 100).error().message, why);
+  EXPECT_EQ(all.direct.Press(2).error().message, why);
+  EXPECT_EQ(lpt[1].Take(), "");
+  EXPECT_TRUE(all.direct.Change(6, platform::kSet)) << "no antenna's line";
 }
 
 }  // namespace

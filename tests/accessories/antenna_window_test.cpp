@@ -34,6 +34,7 @@ struct FakePortAccess final : platform::PortAccess {
     calls += QString("%1%2 ").arg("PSC"[call[platform::kAction]]).arg(call[platform::kPin] - 2);
     if (done) done(byte);
   }
+  bool InUse(int) const override { return true; }
   Result<std::uint8_t> ReadData(int port) override { return data[port]; }
   void Close() override {}
 
