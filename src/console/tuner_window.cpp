@@ -227,7 +227,9 @@ void TunerWindow::ShowFields() {
   ShowSegment(**segment);
   for (std::size_t i = 0; i < fields_.size(); ++i) {
     const QString text = ToQt(notebook_.fields()[i]);
-    if (text != fields_[i]->text()) fields_[i]->setText(text);
+    if (text == fields_[i]->text()) continue;
+    fields_[i]->setText(text);
+    if (!fields_[i]->hasFocus()) fields_[i]->setCursorPosition(0);  // the beginning of a long text is seen
   }
   const bool unsaved = notebook_.state() == accessories::TunerState::kUnsaved;
   ShowText(state_, ToQt(notebook_.StateText()));
