@@ -1,14 +1,19 @@
-// How many characters the decoders get wrong, on the station's own receiver audio. Figures: docs/performance.md.
+// How many characters a decoder gets wrong, on the station's own receiver audio. Figures: docs/performance.md.
+//
+//     kvx_decode [SECONDS [ROUNDS [COLUMN]]]    texts of SECONDS a speed, ROUNDS of them; with COLUMN shows what was
+//     read
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
 #include <fstream>
-#include <functional>
 #include <iterator>
 #include <limits>
+#include <memory>
 #include <random>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -23,7 +28,10 @@ namespace {
 constexpr int kRate = 8000;
 constexpr std::array kSpeeds{5.0, 12.0, 18.0, 25.0, 35.0, 45.0};
 constexpr double kClean = std::numeric_limits<double>::infinity();
+constexpr double kFarthestHint = 50;  // Hz
+constexpr double kNoiseSeconds = 300;
 
+/// What the audio is like; texts of a column stay the same from run to run.
 struct Column {
   const char* name;
   double snr_db = kClean;
@@ -47,29 +55,30 @@ constexpr std::array kColumns{
     Column{"impulses", 10, 0, 0, false, 10},
 };
 
-/// Words, callsigns, numbers and groups as they come on the bands.
+/// A text for a speed: words, most of them in the decoders' list, and as much that is in none.
 std::string TextOf(double seconds, double wpm, std::uint32_t seed) {
-  static constexpr std::array kTexts{
-      "CQ",     "TEST",      "DE",      "THE",     "UR",      "599",    "TU",  "WX",   "IS",    "SUNNY",
-      "OP",     "QTH",       "NR",      "ANTENNA", "AT",      "METERS", "AND", "HERE", "FINE",  "BUSINESS",
-      "QRZ?",   "OVERNIGHT", "JUMPING", "ZEBRA",   "VOYAGE",  "PSE",    "K",   "TNX",  "FER",   "CALL",
-      "QUARTZ", "HARBOUR",   "MEADOW",  "COFFEE",  "STRANGE", "TEMP",   "PWR", "100",  "WATTS", "RIG"};
+  static constexpr std::array kWords{"CQ",   "TEST",  "DE",   "THE",     "UR",        "599",     "TU",     "WX",
+                                     "IS",   "SUNNY", "OP",   "QTH",     "NR",        "AT",      "METERS", "AND",
+                                     "HERE", "FINE",  "QRZ?", "PSE",     "OVERNIGHT", "JUMPING", "ZEBRA",  "VOYAGE",
+                                     "K",    "TNX",   "FER",  "HARBOUR", "WATTS",     "QUARTZ",  "MEADOW", "COFFEE",
+                                     "TEMP", "PWR",   "100",  "RIG"};
   std::mt19937 random(seed);
   const auto draw = [&](std::size_t count) { return static_cast<std::size_t>(random() % count); };
-  const auto letter = [&] { return static_cast<char>('A' + draw(26)); };
-  const auto digit = [&] { return static_cast<char>('0' + draw(10)); };
+  const auto some = [&](char first, std::size_t kinds, int count) {
+    std::string text;
+    for (int i = 0; i < count; ++i) text += static_cast<char>(first + static_cast<char>(draw(kinds)));
+    return text;
+  };
   std::string text;
   while (static_cast<double>(text.size()) < seconds * wpm / 12) {
     const std::size_t kind = draw(10);
     if (!text.empty()) text += ' ';
     if (kind < 6) {
-      text += kTexts[draw(kTexts.size())];
+      text += kWords[draw(kWords.size())];
     } else if (kind < 8) {
-      text += {letter(), letter(), digit(), letter(), letter(), letter()};
-    } else if (kind < 9) {
-      text += {digit(), digit(), digit(), digit()};
+      text += some('A', 26, 2) + some('0', 10, 1) + some('A', 26, 3);
     } else {
-      text += {letter(), letter(), letter(), letter(), letter()};
+      text += kind == 8 ? some('0', 10, 4) : some('A', 26, 5);
     }
   }
   return text;
@@ -80,92 +89,109 @@ struct Score {
   std::size_t wrong = 0;
   double seconds = 0;
   double spent = 0;
+
+  double percent() const { return 100.0 * static_cast<double>(wrong) / static_cast<double>(sent); }
+  void Add(const Score& other) {
+    sent += other.sent;
+    wrong += other.wrong;
+    seconds += other.seconds;
+    spent += other.spent;
+  }
 };
 
-std::string Read(audio::CwDecoder& decoder, std::span<const float> samples) {
-  std::string text;
-  decoder.on_text = [&](const audio::ReadText& read) { text += read.text; };
-  decoder.Feed(samples);
-  decoder.Finish();
-  while (!text.empty() && text.back() == ' ') text.pop_back();
-  return text;
-}
-
-Score Measure(const Column& column, const audio::LetterModel& letters, double wpm, double seconds, std::uint32_t seed,
-              bool verbose) {
-  std::mt19937 random(seed);
-  const double hertz = 500 + static_cast<double>(random() % 400);
-  const double hint = hertz - 45 + static_cast<double>(random() % 91);
-  const std::string text = TextOf(seconds, wpm, seed + 7);
-  std::vector<sim::HeardStation> stations{{.text = text,
-                                           .wpm = wpm,
-                                           .hertz = hertz,
-                                           .jitter = column.jitter,
-                                           .fade_hertz = 0.2,
-                                           .fade_db = column.fade_db,
-                                           .start = 0.5}};
-  if (column.neighbour) {
-    stations.push_back({.text = TextOf(seconds, 22, seed + 11),
-                        .wpm = 22,
-                        .hertz = hertz + (seed % 2 == 0 ? 250 : -250),
-                        .start = 0.2});
+class Measurement {
+ public:
+  Measurement(double seconds, int rounds, bool verbose) : seconds_(seconds), rounds_(rounds), verbose_(verbose) {
+    std::ifstream file(std::string(KVX_DATA) + "/dict.txt");
+    letters_ = std::make_unique<audio::LetterModel>(std::string(std::istreambuf_iterator<char>(file), {}));
   }
-  sim::ReceiverAudio audio(
-      {.samples_per_second = kRate, .snr_db = column.snr_db, .impulses_per_second = column.impulses, .seed = seed},
-      stations);
-  std::vector<float> samples = audio.RenderSeconds(audio.Length());
-  const std::clock_t began = std::clock();
-  audio::BestDecoder decoder(kRate, hint, letters);
-  const std::string read = Read(decoder, samples);
-  const double spent = static_cast<double>(std::clock() - began) / CLOCKS_PER_SEC;
-  Score score{text.size(), audio::EditDistance(text, read), audio.Length(), spent};
-  if (verbose) {
-    std::printf("  %s %2.0f wpm: %zu of %zu, f %.1f->%.1f, %.1f wpm, %.0fx\n    %s\n    %s\n", column.name, wpm,
-                score.wrong, score.sent, hertz, decoder.reception().hertz, decoder.reception().wpm,
-                score.seconds / score.spent, text.c_str(), read.c_str());
-  }
-  return score;
-}
 
-int Run(int argc, char** argv) {
-  const double seconds = argc > 1 ? std::atof(argv[1]) : 60;
-  const int rounds = argc > 2 ? std::atoi(argv[2]) : 1;
-  const std::string only = argc > 3 ? argv[3] : "";
-  const bool verbose = argc > 4;
-  std::ifstream file(std::string(KVX_DATA) + "/dict.txt");
-  const std::string words(std::istreambuf_iterator<char>(file), {});
-  const audio::LetterModel letters(words);
-  std::uint32_t seed = 100;
-  for (const Column& column : kColumns) {
-    seed += 1000;
-    if (!only.empty() && std::string_view(column.name).find(only) == std::string_view::npos) continue;
+  /// One line of the table.
+  Score Measure(const Column& column, std::uint32_t seed) const {
     Score all;
     std::printf("%-10s", column.name);
     for (const double wpm : kSpeeds) {
       Score one;
-      for (int round = 0; round < rounds; ++round) {
-        const Score score =
-            Measure(column, letters, wpm, seconds,
-                    seed + static_cast<std::uint32_t>(wpm) + static_cast<std::uint32_t>(round) * 50, verbose);
-        one.sent += score.sent, one.wrong += score.wrong, one.seconds += score.seconds, one.spent += score.spent;
+      for (int round = 0; round < rounds_; ++round) {
+        one.Add(MeasureText(column, wpm, seed + static_cast<std::uint32_t>(wpm + 50 * round)));
       }
-      std::printf(" %6.2f", 100.0 * static_cast<double>(one.wrong) / static_cast<double>(one.sent));
-      all.sent += one.sent, all.wrong += one.wrong, all.seconds += one.seconds, all.spent += one.spent;
+      std::printf(" %6.2f", one.percent());
+      all.Add(one);
     }
-    std::printf("  | %6.2f %% of %zu  %.0fx\n", 100.0 * static_cast<double>(all.wrong) / static_cast<double>(all.sent),
-                all.sent, all.seconds / all.spent);
+    std::printf(" | %6.2f %% of %zu, %.0f times real time\n", all.percent(), all.sent, all.seconds / all.spent);
     std::fflush(stdout);
+    return all;
   }
-  if (only.empty() || only == "noise") {
+
+  void MeasureNoise() const {
     sim::ReceiverAudio audio({.samples_per_second = kRate, .snr_db = 0, .seed = 77}, {});
-    std::vector<float> samples = audio.RenderSeconds(300.0 * rounds);
-    const std::clock_t began = std::clock();
-    audio::BestDecoder decoder(kRate, 700, letters);
-    const std::string read = Read(decoder, samples);
-    const double spent = static_cast<double>(std::clock() - began) / CLOCKS_PER_SEC;
-    std::printf("noise: %zu characters in %d minutes, %.0fx: %s\n", read.size(), 5 * rounds, 300.0 * rounds / spent,
-                read.c_str());
+    const double seconds = kNoiseSeconds * rounds_;
+    Score score;
+    const std::string read = Read(audio.RenderSeconds(seconds), 700, score);
+    std::printf("noise alone: %zu characters in %.0f minutes, %.0f times real time\n", read.size(), seconds / 60,
+                seconds / score.spent);
   }
+
+ private:
+  Score MeasureText(const Column& column, double wpm, std::uint32_t seed) const {
+    std::mt19937 random(seed);
+    const auto between = [&](double low, double high) { return low + (high - low) * random() / 4'294'967'296.0; };
+    const double hertz = between(500, 900);
+    const std::string text = TextOf(seconds_, wpm, seed);
+    std::vector<sim::HeardStation> stations{{.text = text,
+                                             .wpm = wpm,
+                                             .hertz = hertz,
+                                             .jitter = column.jitter,
+                                             .fade_hertz = 0.2,
+                                             .fade_db = column.fade_db,
+                                             .start = 0.5}};
+    if (column.neighbour) {
+      stations.push_back(
+          {.text = TextOf(seconds_, 22, seed + 1), .wpm = 22, .hertz = hertz + (seed % 2 == 0 ? 250 : -250)});
+    }
+    sim::ReceiverAudio audio(
+        {.samples_per_second = kRate, .snr_db = column.snr_db, .impulses_per_second = column.impulses, .seed = seed},
+        stations);
+    Score score{.sent = text.size(), .seconds = audio.Length()};
+    const double hint = hertz + between(-kFarthestHint, kFarthestHint);
+    const std::string read = Read(audio.RenderSeconds(audio.Length()), hint, score);
+    score.wrong = audio::EditDistance(text, read);
+    if (verbose_) std::printf("\n  %.0f wpm\n    %s\n    %s\n", wpm, text.c_str(), read.c_str());
+    return score;
+  }
+
+  std::string Read(std::span<const float> samples, double hint, Score& score) const {
+    const std::clock_t began = std::clock();
+    audio::BestDecoder decoder(kRate, hint, *letters_);
+    std::string text;
+    decoder.on_text = [&](const audio::ReadText& read) { text += read.text; };
+    decoder.Feed(samples);
+    decoder.Finish();
+    score.spent = static_cast<double>(std::clock() - began) / CLOCKS_PER_SEC;
+    while (!text.empty() && text.back() == ' ') text.pop_back();
+    return text;
+  }
+
+  double seconds_;
+  int rounds_;
+  bool verbose_;
+  std::unique_ptr<audio::LetterModel> letters_;
+};
+
+int Run(std::span<char*> arguments) {
+  const double seconds = arguments.size() > 1 ? std::atof(arguments[1]) : 60;
+  const int rounds = arguments.size() > 2 ? std::max(1, std::atoi(arguments[2])) : 1;
+  const std::string_view only = arguments.size() > 3 ? arguments[3] : "";
+  const Measurement measurement(seconds, rounds, !only.empty());
+  std::printf("wrong, %%  ");
+  for (const double wpm : kSpeeds) std::printf(" %3.0f wpm", wpm);
+  std::printf(" | all\n");
+  std::uint32_t seed = 0;
+  for (const Column& column : kColumns) {
+    seed += 1000;
+    if (std::string_view(column.name).find(only) != std::string_view::npos) measurement.Measure(column, seed);
+  }
+  if (only.empty()) measurement.MeasureNoise();
   return 0;
 }
 
@@ -173,5 +199,5 @@ int Run(int argc, char** argv) {
 }  // namespace kvx
 
 int main(int argc, char** argv) {
-  return kvx::Run(argc, argv);
+  return kvx::Run({argv, static_cast<std::size_t>(argc)});
 }

@@ -2,16 +2,19 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
+#include <utility>
 
 namespace kvx::audio {
 namespace {
 
-constexpr double kStepsPerDot = 6.5;
+constexpr double kStepsPerDot = 6.5;     // between them edges are not told apart
 constexpr std::size_t kSlots = 256;      // more than two longest gaps
 constexpr float kBeam = 18;              // logarithm: what is less probable than the best by more is given up
 constexpr std::size_t kMostTokens = 28;  // at one time
+constexpr float kEndedGap = 10;          // logarithm: what a gap, and the letter that it ends, may cost
+constexpr float kPause = -3;             // logarithm of the chance that a word ends in a pause
 constexpr float kPauseStart = -4.5F;     // and that, in a pause, a station begins within one step
+constexpr float kNever = -1e8F;
 
 }  // namespace
 
@@ -85,7 +88,7 @@ void KeyingSearch::ExtendByGaps(const Token& token) {
   const auto extend = [&](const std::vector<float>& chances, Piece piece, float score) {
     next.piece = piece;
     for (std::size_t i = 1; i < chances.size(); ++i) {
-      if (chances[i] < -1e8F) continue;
+      if (chances[i] < kNever) continue;
       next.score = score + chances[i];
       Slot& slot = SlotAt(now_ + static_cast<std::int64_t>(i));
       Push(slot.gaps, slot.best_gap, next);
@@ -103,7 +106,7 @@ void KeyingSearch::ExtendByGaps(const Token& token) {
   next.context = LetterModel::After(next.context, kBlank);
   extend(chances_.word_gap, Piece::kWordGap, blank);
   next.piece = Piece::kPause;
-  next.score = blank - 3;
+  next.score = blank + kPause;
   Slot& slot = SlotAt(now_ + longest_gap_);
   slot.marks.push_back(next);  // joins the pauses there
 }
@@ -132,7 +135,7 @@ void KeyingSearch::ExtendByMarks(const KeyedTone& tone, const std::vector<Token>
       const std::vector<float>& chances = dash ? chances_.dash : chances_.dot;
       const float score = token.score + codes_.log_share(next.next) - codes_.log_share(token.next);
       for (std::size_t i = 1; i < chances.size(); ++i) {
-        if (chances[i] < -1e8F) continue;
+        if (chances[i] < kNever) continue;
         next.score = score + chances[i] + fits[i];
         Slot& slot = SlotAt(now_ + static_cast<std::int64_t>(i));
         Push(slot.marks, slot.best_mark, next);
@@ -141,44 +144,44 @@ void KeyingSearch::ExtendByMarks(const KeyedTone& tone, const std::vector<Token>
   }
 }
 
-void KeyingSearch::FollowPauses() {
-  if (pauses_.size() > 1) {
-    const auto best = std::max_element(pauses_.begin(), pauses_.end(),
-                                       [](const Token& a, const Token& b) { return a.score < b.score; });
-    pauses_ = {*best};
+// Gaps that have become too long for a word's.
+void KeyingSearch::TakePauses(Slot& slot) {
+  const Time here = TimeOf(now_);
+  for (Token token : slot.marks) {
+    if (token.piece != Piece::kPause) continue;
+    token.trail = Record(token, here);
+    token.node = CodeTree::kRoot;
+    token.began = here;
+    if (pauses_.empty()) pauses_.push_back(token);
+    if (token.score > pauses_.front().score) pauses_.front() = token;
   }
+  std::erase_if(slot.marks, [](const Token& token) { return token.piece == Piece::kPause; });
+}
+
+void KeyingSearch::EndPause(Slot& slot) {
   if (pauses_.empty()) return;
   Token next = pauses_.front();
   next.score += kPauseStart;
-  Slot& slot = SlotAt(now_);
   Push(slot.gaps, slot.best_gap, next);
 }
 
 void KeyingSearch::Advance(const KeyedTone& tone) {
-  while (TimeOf(now_ + longest_mark_ + 1) <= tone.end()) {
+  for (; TimeOf(now_ + longest_mark_ + 1) <= tone.end(); ++now_) {
     Slot& slot = SlotAt(now_);
     const Time here = TimeOf(now_);
-    for (const Token& token : slot.marks) {
-      if (token.piece != Piece::kPause) continue;
-      pauses_.push_back(token);
-      pauses_.back().trail = Record(token, here);
-      pauses_.back().node = CodeTree::kRoot;
-      pauses_.back().began = here;
-    }
-    std::erase_if(slot.marks, [](const Token& token) { return token.piece == Piece::kPause; });
+    TakePauses(slot);
     Prune(slot.marks, std::max(slot.best_mark, frontier_) - kBeam);
     for (Token& token : slot.marks) {
       frontier_ = std::max(frontier_, token.score);
       token.trail = Record(token, here);
       ExtendByGaps(token);
     }
-    FollowPauses();
-    Prune(slot.gaps, std::max(slot.best_gap, frontier_ - 10) - kBeam);
+    EndPause(slot);
+    Prune(slot.gaps, std::max(slot.best_gap, frontier_ - kEndedGap) - kBeam);
     for (Token& token : slot.gaps) token.trail = Record(token, here);
     if (!slot.gaps.empty()) ExtendByMarks(tone, slot.gaps);
     slot.gaps.clear();
-    ++now_;
-    SlotAt(now_ - longest_gap_ + static_cast<std::int64_t>(slots_.size())).Clear();
+    SlotAt(now_ + 1 - longest_gap_ + static_cast<std::int64_t>(slots_.size())).Clear();
   }
 }
 
@@ -194,24 +197,29 @@ const KeyingSearch::Token* KeyingSearch::Best() const {
   return best;
 }
 
-std::vector<FoundSymbol> KeyingSearch::Settle(Time before) {
-  const Token* best = Best();
-  if (best == nullptr) return {};
+// The pieces on the best way that end before a time, up to the last gap among them that ends a character.
+std::vector<KeyingSearch::Trail> KeyingSearch::SettledWay(Time before) const {
   std::vector<Trail> way;
-  for (Trail at = best->trail; at > settled_trail_; at = trail_[static_cast<std::size_t>(at)].before) way.push_back(at);
-  std::reverse(way.begin(), way.end());
-  // Settled is what is followed by a gap that ends a character, all before the given time.
-  std::size_t count = 0;
-  for (std::size_t i = 0; i < way.size(); ++i) {
-    const Step& step = trail_[static_cast<std::size_t>(way[i])];
-    if (step.end > before) break;
-    if (step.piece >= Piece::kLetterGap) count = i + 1;
+  const Token* best = Best();
+  if (best == nullptr) return way;
+  bool ended = false;
+  for (Trail at = best->trail; at > 0;) {
+    const Step& step = trail_[static_cast<std::size_t>(at)];
+    ended = ended || (step.end <= before && step.piece >= Piece::kLetterGap);
+    if (ended) way.push_back(at);
+    at = step.before;
   }
+  std::reverse(way.begin(), way.end());
+  return way;
+}
+
+std::vector<FoundSymbol> KeyingSearch::Settle(Time before) {
   std::vector<FoundSymbol> found;
-  if (count == 0) return found;
-  Time begin = -1;
-  for (std::size_t i = 0; i < count; ++i) {
-    const Step& step = trail_[static_cast<std::size_t>(way[i])];
+  const std::vector<Trail> way = SettledWay(before);
+  if (way.empty()) return found;
+  Time begin = -1;  // of the character's first mark
+  for (const Trail at : way) {
+    const Step& step = trail_[static_cast<std::size_t>(at)];
     times_.Learn(step.piece, static_cast<double>(step.end - step.begin));
     if (step.piece <= Piece::kDash) {
       marks_.emplace_back(step.begin, step.end);
@@ -223,9 +231,8 @@ std::vector<FoundSymbol> KeyingSearch::Settle(Time before) {
     begin = -1;
     if (step.piece != Piece::kLetterGap) found.push_back({kBlank, step.begin, step.end, 0});
   }
-  const Trail last = way[count - 1];
-  settled_ = trail_[static_cast<std::size_t>(last)].end;
-  Forget(last);
+  settled_ = trail_[static_cast<std::size_t>(way.back())].end;
+  Forget(way.back());
   MakeChances();
   return found;
 }
@@ -254,7 +261,6 @@ void KeyingSearch::Forget(Trail kept) {
   }
   follow(pauses_);
   trail_ = std::move(steps);
-  settled_trail_ = 0;
 }
 
 std::vector<std::pair<KeyingSearch::Time, KeyingSearch::Time>> KeyingSearch::TakeMarks() {

@@ -82,8 +82,10 @@ class KeyingSearch final {
   void ExtendByMarks(const KeyedTone& tone, const std::vector<Token>& tokens);
   void Push(std::vector<Token>& tokens, float& best, const Token& token);
   Trail Record(const Token& token, Time end);
-  void FollowPauses();
+  void TakePauses(Slot& slot);
+  void EndPause(Slot& slot);
   const Token* Best() const;
+  std::vector<Trail> SettledWay(Time before) const;
   void Forget(Trail kept);
 
   const LetterModel& letters_;
@@ -95,11 +97,10 @@ class KeyingSearch final {
   Chances chances_;
   std::int64_t longest_mark_ = 0;
   std::int64_t longest_gap_ = 0;
-  std::vector<Slot> slots_;  ///< a ring: those of the longest gap before now_, and of the longest piece after
-  std::vector<Token> pauses_;
-  std::vector<Step> trail_;
+  std::vector<Slot> slots_;    ///< a ring: those of the longest gap before now_, and of the longest piece after
+  std::vector<Token> pauses_;  ///< none or one, the best
+  std::vector<Step> trail_;    ///< the first is where all come from
   float frontier_ = 0;
-  Trail settled_trail_ = 0;
   Time settled_;
   float settled_score_ = 0;
   std::vector<std::pair<Time, Time>> marks_;

@@ -14,7 +14,9 @@ namespace {
 
 constexpr double kWordShare = 0.6;    // of what is sent; the rest follows no list
 constexpr double kRareSign = 0.0002;  // a sign that hardly anybody sends
-constexpr int kOrder = 3;
+constexpr std::size_t kOrder = 3;
+constexpr double kFirstRank = 10;  // words are as frequent as Zipf's law has it, but for the first ones
+constexpr double kWordWeight = 300;
 
 enum class Kind { kBlank, kLetter, kDigit, kUsual, kRare };
 
@@ -68,18 +70,41 @@ struct Counts {
 /// How often symbols follow others, by how many others and which.
 using Statistics = std::array<std::map<LetterModel::Context, Counts>, kOrder + 1>;
 
+LetterModel::Context Newest(LetterModel::Context context, std::size_t symbols) {
+  return context & ((1U << LetterModel::kSymbolBits * symbols) - 1);
+}
+
 void Learn(Statistics& statistics, std::string_view word, double weight) {
   LetterModel::Context context = LetterModel::kStart;
   for (std::size_t i = 0; i <= word.size(); ++i) {
     const Symbol symbol = i < word.size() ? SymbolOf(word[i]).value_or(kBlank) : kBlank;
-    for (int order = 0; order <= kOrder; ++order) {
-      Counts& counts = statistics[static_cast<std::size_t>(order)][context & ((1U << 6 * order) - 1)];
+    for (std::size_t order = 0; order < statistics.size(); ++order) {
+      Counts& counts = statistics[order][Newest(context, order)];
       if (counts.of[symbol] == 0) ++counts.kinds;
       counts.of[symbol] += weight;
       counts.all += weight;
     }
     context = LetterModel::After(context, symbol);
   }
+}
+
+// What a context leads to: each order of the statistics corrects the one below it, as far as it has seen the context.
+std::array<float, kSymbols> RowAfter(const Statistics& statistics, LetterModel::Context context) {
+  std::array<double, kSymbols> row = PlainRow(Kind::kLetter);
+  for (std::size_t order = 0; order < statistics.size(); ++order) {
+    const auto found = statistics[order].find(Newest(context, order));
+    if (found == statistics[order].end()) break;
+    const Counts& counts = found->second;
+    for (std::size_t i = 0; i < kSymbols; ++i) {
+      row[i] = (counts.of[i] + counts.kinds * row[i]) / (counts.all + counts.kinds);
+    }
+  }
+  const std::array<double, kSymbols> plain = PlainRow(KindOf(static_cast<Symbol>(Newest(context, 1))));
+  std::array<float, kSymbols> logs{};
+  for (std::size_t i = 0; i < kSymbols; ++i) {
+    logs[i] = static_cast<float>(std::log(kWordShare * row[i] + (1 - kWordShare) * plain[i] + 1e-9));
+  }
+  return logs;
 }
 
 }  // namespace
@@ -91,41 +116,24 @@ char CharacterOf(Symbol symbol) {
 
 LetterModel::LetterModel(std::string_view words) : row_of_(std::size_t{kContextMask} + 1) {
   Statistics statistics;
-  double rank = 10;
+  double rank = kFirstRank;
   for (const std::string& line : Split(words, '\n')) {
     const std::string word = Upper(Trim(line));
-    if (word.empty()) continue;
-    Learn(statistics, word, 300 / rank++);
+    if (!word.empty()) Learn(statistics, word, kWordWeight / rank++);
   }
-  // A context that has not been seen tells what its newer part tells; each order corrects the one below it.
-  const auto mixed = [&](Context context) {
-    std::array<double, kSymbols> row = PlainRow(Kind::kLetter);
-    for (std::size_t order = 0; order <= kOrder; ++order) {
-      const auto found = statistics[order].find(context & ((1U << 6 * order) - 1));
-      if (found == statistics[order].end()) break;
-      const Counts& counts = found->second;
-      for (std::size_t i = 0; i < kSymbols; ++i) {
-        row[i] = (counts.of[i] + counts.kinds * row[i]) / (counts.all + counts.kinds);
-      }
-    }
-    const std::array<double, kSymbols> plain = PlainRow(KindOf(static_cast<Symbol>(context & 63U)));
-    Row logs{};
-    for (std::size_t i = 0; i < kSymbols; ++i) {
-      logs[i] = static_cast<float>(std::log(kWordShare * row[i] + (1 - kWordShare) * plain[i] + 1e-9));
-    }
-    return logs;
-  };
   const auto add_row = [&](Context context) {
-    rows_.push_back(mixed(context));
+    rows_.push_back(RowAfter(statistics, context));
     return static_cast<std::uint16_t>(rows_.size() - 1);
   };
+  constexpr Context kAll = 1U << kSymbolBits;
+  constexpr Context kUnseen = kAll - 1;  // no symbol is that
   for (Context last = 0; last < kSymbols; ++last) {
-    const std::uint16_t row = add_row((kContextMask & ~63U) | last);
-    for (Context rest = 0; rest < 64 * 64; ++rest) row_of_[rest << 6 | last] = row;
+    const std::uint16_t row = add_row(kUnseen << 2 * kSymbolBits | kUnseen << kSymbolBits | last);
+    for (Context rest = 0; rest < kAll * kAll; ++rest) row_of_[rest << kSymbolBits | last] = row;
   }
   for (const auto& [pair, counts] : statistics[2]) {
-    const std::uint16_t row = add_row(63U << 12 | pair);
-    for (Context first = 0; first < 64; ++first) row_of_[first << 12 | pair] = row;
+    const std::uint16_t row = add_row(kUnseen << 2 * kSymbolBits | pair);
+    for (Context first = 0; first < kAll; ++first) row_of_[first << 2 * kSymbolBits | pair] = row;
   }
   for (const auto& [context, counts] : statistics[3]) row_of_[context] = add_row(context);
 }

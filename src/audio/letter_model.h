@@ -22,6 +22,7 @@ class LetterModel final {
   /// The last symbols, newest in the low bits.
   using Context = std::uint32_t;
   static constexpr Context kStart = 0;  ///< after a blank
+  static constexpr int kSymbolBits = 6;
 
   /// Words one to a line.
   explicit LetterModel(std::string_view words);
@@ -31,7 +32,6 @@ class LetterModel final {
   float LogProbability(Context context, Symbol symbol) const;
 
  private:
-  static constexpr int kSymbolBits = 6;
   static constexpr Context kContextMask = (1U << 3 * kSymbolBits) - 1;
   using Row = std::array<float, kSymbols>;
 

@@ -9,12 +9,12 @@ namespace {
 constexpr double kLevelHop = 0.05;    // seconds
 constexpr double kLevelReach = 1.3;   // seconds on either side
 constexpr float kLeastShare = 0.01F;  // of the strongest power: less is no mark
-constexpr float kLeastRatio = 20;
+constexpr float kLeastRatio = 20;     // of the tone to the noise in 1 Hz
 
 }  // namespace
 
 LevelTrack::LevelTrack(const ToneSignal& tone, ToneSignal::Time from, ToneSignal::Time to, double rate, float noise)
-    : from_(from), hop_(std::lround(rate * kLevelHop)) {
+    : from_(from), hop_(2 * std::lround(rate * kLevelHop / 2)) {
   std::vector<float> powers;
   const auto square = static_cast<float>(hop_ * hop_);
   for (ToneSignal::Time time = from; time + hop_ <= to; time += hop_ / 2) {

@@ -19,6 +19,7 @@ constexpr double kSlowest = 4.5;  // words a minute
 constexpr double kSpeedStep = 1.085;
 constexpr int kSpeeds = 32;           // up to 56 words a minute
 constexpr int kCoarse = 3;            // steps at once, to see whether there is anything
+constexpr double kSteadyPiece = 0.3;  // seconds
 constexpr double kAnything = 6;       // evidence
 constexpr double kOtherSpeed = 0.16;  // logarithm: beyond that a speed is another one
 
@@ -91,6 +92,14 @@ double Evidence(const KeyedTone& tone, double dot) {
   return pauses.back();
 }
 
+/// The same for a carrier that is not keyed.
+double SteadyEvidence(const KeyedTone& tone, double rate) {
+  const auto piece = static_cast<Time>(kSteadyPiece * rate);
+  double sum = 0;
+  for (Time time = tone.begin(); time + piece <= tone.end(); time += piece) sum += tone.KeyDown(time, time + piece);
+  return sum;
+}
+
 LevelTrack Levels(const ToneSignal& tone, Time from, Time to, double rate, float noise) {
   LevelTrack levels(tone, from, to, rate, noise);
   levels.Soften(static_cast<float>(rate / kMostRatio));
@@ -117,14 +126,16 @@ SpeedFinding SurveySpeed(const ToneSignal& tone, Time from, Time to, double rate
     if (findings.back().second > best.evidence) std::tie(best.dot, best.evidence) = findings.back();
   };
   for (int step = 0; step < kSpeeds; step += kCoarse) look(step);
-  if (best.evidence < kAnything) return best;
+  const double steady = std::max(0.0, SteadyEvidence(keyed, rate));
+  if (best.evidence - steady < kAnything) return {.evidence = best.evidence - steady};
   for (int step = 0; step < kSpeeds; ++step) {
     if (step % kCoarse != 0) look(step);
   }
   for (const auto& [dot, evidence] : findings) {
     if (std::abs(std::log(dot / best.dot)) > kOtherSpeed) best.margin = std::min(best.margin, best.evidence - evidence);
   }
-  if (current > 0) best.gain = best.evidence - Evidence(keyed, current);
+  best.evidence -= steady;
+  if (current > 0) best.gain = best.evidence + steady - Evidence(keyed, current);
   return best;
 }
 
