@@ -17,7 +17,8 @@ constexpr double kLookEvery = 1;
 constexpr double kMostHistory = 12;
 constexpr double kEnoughEvidence = 25;  // logarithms
 constexpr double kEnoughMargin = 10;
-constexpr double kLeastMargin = 3;  // after kMostHistory
+constexpr double kLeastMargin = 3;  // after kLongLook
+constexpr double kLongLook = 8;     // seconds
 constexpr double kAhead = 1.2;      // seconds by which levels are known before they are used
 constexpr double kLeastLag = 2;
 constexpr double kLagDots = 26;
@@ -115,7 +116,7 @@ void BestDecoder::LookForSignal(bool last) {
   SpeedFinding finding = SurveySpeed(tone_, tone_.begin(), tone_.end(), rate_, noise_);
   evidence_ = finding.evidence;
   const double seconds = static_cast<double>(tone_.end() - tone_.begin()) / rate_;
-  const double margin = last ? 0 : seconds < kMostHistory ? kEnoughMargin : kLeastMargin;
+  const double margin = last ? 0 : seconds < kLongLook ? kEnoughMargin : kLeastMargin;
   if (finding.evidence < kEnoughEvidence || finding.margin < margin) return;
   Begin(finding, tone_.begin());
 }

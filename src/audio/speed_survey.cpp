@@ -21,7 +21,7 @@ constexpr int kSpeeds = 32;           // up to 56 words a minute
 constexpr int kCoarse = 3;            // steps at once, to see whether there is anything
 constexpr double kSteadyPiece = 0.3;  // seconds
 constexpr double kAnything = 6;       // evidence
-constexpr double kOtherSpeed = 0.16;  // logarithm: beyond that a speed is another one
+constexpr double kOtherSpeed = 0.26;  // logarithm: beyond that a speed is another one
 
 constexpr double kToneStep = 0.2;  // of a turn in a dash
 constexpr double kTurnCost = 3;    // logarithm: less is chance

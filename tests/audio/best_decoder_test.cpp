@@ -53,7 +53,7 @@ TEST(BestDecoder, ReadsFromTheFirstCharacterWhateverTheAir) {
       {"a hand", {.snr_db = 10}, {{.text = kText, .wpm = 22, .hertz = 650, .jitter = 0.15}}, 3},
       {"fading, drifting",
        {.snr_db = 10},
-       {{.text = kText, .wpm = 18, .hertz = 650, .drift = 10, .fade_hertz = 0.2, .fade_db = 15}},
+       {{.text = kText, .wpm = 18, .hertz = 650, .drift = 4, .fade_hertz = 0.2, .fade_db = 15}},
        5},
       {"an equal neighbour",
        {.snr_db = 15},
