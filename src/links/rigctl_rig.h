@@ -66,8 +66,8 @@ class RigctlRig {
   /// kRejected when the rig would not transmit on `vfo`.
   Rprt Key(RigctlClient& client, char vfo);
   Rprt Release(const RigctlClient& client);
-  /// The client goes, or may operate the rig no longer: what it has keyed is released and its CW stopped, what it has
-  /// set still goes out.
+  /// The client goes, or may operate the rig no longer: what it has keyed is released, and so is its CW unless it has
+  /// said that it ends; what it has set still goes out.
   void Leave(RigctlClient& client);
 
   /// The names of the levels that the rig has, with blanks between.
