@@ -49,12 +49,19 @@ struct DdeLibrary::Callback {
                                sizeof pairs, 0, nullptr, 0, 0);
   }
 
+  /// The program that has the service ends it. Wine's library ends the service without its conversations.
+  static bool HasLost(const DdeLibrary& library, UINT type, HCONV conversation, HSZ service) {
+    if (library.found_ == nullptr) return false;
+    if (type == XTYP_UNREGISTER) return DdeCmpStringHandles(service, Handle(library.service_)) == 0;
+    return type == XTYP_DISCONNECT && conversation == library.found_;
+  }
+
   static HDDEDATA CALLBACK Receive(UINT type, UINT format, HCONV conversation, HSZ topic, HSZ item, HDDEDATA data,
                                    ULONG_PTR, ULONG_PTR) {
     DdeLibrary* library = g_library;
     if (library == nullptr || !library->on_call) return nullptr;
     if (type == XTYP_WILDCONNECT) return Offer(*library, topic, item);
-    if (type == XTYP_DISCONNECT && conversation == library->found_) {
+    if (HasLost(*library, type, conversation, topic)) {
       library->found_ = nullptr;
       return nullptr;
     }
