@@ -227,7 +227,8 @@ class LoggerTest(unittest.TestCase):
         logger.drain()
         logger.write(b";FA;")
         self.assertEqual(len(logger.read(14)), 14)
-        self.assertEqual(self.rig.refused, [])
+        # A release begins with an end mark: what it overtakes may be cut in two.
+        self.assertEqual([frame for frame in self.rig.refused if frame != ";"], [])
         self.assertLess(self.memory_of(kvx) - before, 8000, "kB")
         self.assertTrue(keyed)
         logger.close()
