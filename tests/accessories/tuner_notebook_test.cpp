@@ -221,6 +221,7 @@ TEST(TunerNotebook, ExchangesCsvAndTakesItAsUnsaved) {
 
 /// The sample of an old database with its table of function keys made one of the tuner: names and texts are UTF-16, and
 /// as long as before.
+#ifndef KVX_WITHOUT_MDB
 TEST(TunerNotebook, TakesTheRecordsOfAnOldDatabaseOnce) {
   Bench bench;
   std::string bytes = *bench.files.Read(std::string(KVX_TEST_DATA) + "/old-rigsetup.mdb");
@@ -236,6 +237,7 @@ TEST(TunerNotebook, TakesTheRecordsOfAnOldDatabaseOnce) {
   EXPECT_EQ(bench.notices, std::vector{"1 segment taken from tunersub.MDB"s});
   EXPECT_EQ(bench.Shown(), "14000 stored: /Y");
 }
+#endif
 
 }  // namespace
 }  // namespace kvx::accessories
