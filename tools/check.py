@@ -17,7 +17,7 @@ ARROWS = {
     "functions": {"core", "platform", "config", "cat"},
     "keyer": {"core", "platform", "config", "cat"},
     "links": {"core", "platform", "config", "cat", "keyer"},
-    "audio": {"core", "platform"},
+    "audio": {"core", "platform", "config", "widgets"},
     "accessories": {"core", "platform", "config", "cat", "widgets"},
     "widgets": {"core"},
     "console": {"core", "platform", "config", "sim", "cat", "functions", "keyer", "links", "accessories", "audio", "widgets"},

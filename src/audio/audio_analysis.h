@@ -1,0 +1,130 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "audio/cw_decoder.h"
+#include "audio/heard_signal.h"
+#include "audio/spectrum_settings.h"
+#include "core/listeners.h"
+#include "core/loop.h"
+#include "core/result.h"
+#include "platform/audio_input.h"
+#include "platform/files.h"
+#include "platform/worker.h"
+
+namespace kvx::audio {
+
+/// One transformed buffer, as the display takes it.
+struct SpectrumFrame {
+  std::int64_t number = 0;  ///< 1 is the first of this run
+  int samples_per_second = 0;
+  int bins = 0;               ///< N; there are N / 2 + 1 levels
+  std::vector<float> trace;   ///< dB, by bin
+  std::vector<float> levels;  ///< dB, by bin, of this buffer alone: the waterfall's line
+  std::vector<float> scope;   ///< the buffer's samples, -1..1
+};
+
+/// What has been counted since capture began.
+struct CaptureCounts {
+  std::int64_t samples = 0;  ///< taken from the source
+  std::int64_t frames = 0;   ///< transformed
+  std::int64_t lost = 0;     ///< samples dropped because the arithmetic fell behind
+};
+
+/// A run of decoded text of one look.
+struct DecodedText {
+  std::string text;
+  bool corrected = false;  ///< put in place of what had been read: shown in light grey
+};
+
+/// What the audio analysis is put together from. Everything is borrowed.
+struct AudioParts {
+  Loop& loop;
+  platform::Files& files;
+  platform::Path folder;  ///< of the station: SpecDisplay.pos, dict.txt
+  platform::Path data;    ///< the shipped dict.txt
+  platform::Worker& worker;
+  platform::AudioDeviceList* devices = nullptr;  ///< null: there are none
+  /// Makes the source of SpectrumSettings::source; kNotFound or kInvalid names what is wrong with it.
+  std::function<Result<std::unique_ptr<platform::AudioInput>>(const std::string& source)> make_input;
+};
+
+/// The audio window's part that needs no window: takes samples from a source, has them transformed and decoded on the
+/// worker, and keeps the latest of everything. Independent of the rig.
+class AudioAnalysis final {
+ public:
+  explicit AudioAnalysis(const AudioParts& parts);
+  ~AudioAnalysis();
+  AudioAnalysis(const AudioAnalysis&) = delete;
+  AudioAnalysis& operator=(const AudioAnalysis&) = delete;
+
+  /// The settings from SpecDisplay.pos and the word list.
+  void Load();
+  /// Keeps the settings; the file's window part stays as it is.
+  void Save();
+
+  const SpectrumSettings& settings() const { return settings_; }
+  /// Sets a control by its name ("cboBins", "Thresh", "optAverage", "source", ...) and does what follows from that.
+  /// kNotFound for another name, kInvalid for a value that it cannot hold; both say so in one sentence.
+  Status Set(std::string_view control, std::string_view value);
+  /// Presses a button by its name: cmdStore, cmdDisplaytrace, cmdTracemath, CmdSwitch, CR, SS, DCW.
+  Status Press(std::string_view button);
+  /// The caption of a control as it stands: "Freeze", "Ref: 0 dB", "Decode CW", ...
+  std::string Caption(std::string_view control) const;
+
+  /// Begins and ends capture. A source that cannot be opened, or is lost, is tried again from time to time.
+  void Start();
+  void Stop();
+  bool running() const { return running_; }
+  /// "stopped", "open", "ended", or why there is no sound.
+  const std::string& source_state() const { return source_state_; }
+  std::vector<platform::AudioDevice> Devices() const;
+
+  const SpectrumFrame& frame() const { return *frame_; }
+  const std::vector<float>& trace2() const { return trace2_; }  ///< empty: nothing has been stored
+  const CaptureCounts& counts() const { return counts_; }
+  /// Of the strongest tone between txtFMin and txtFMax, 0..100: what a scan listens for.
+  int level() const { return level_; }
+
+  /// Puts the decoder on a tone: a click.
+  void TuneTo(double hertz);
+  const std::vector<DecodedText>& text() const { return text_; }  ///< the latest 20,000 characters
+  void ClearText();
+  Reception reception() const { return reception_; }
+  int CWSp() const;  ///< words a minute, 0: not known
+  const std::vector<HeardSignal>& signals() const { return signals_; }
+
+  /// Begins to record what is captured to a WAV file; Close writes its header. Errors are one sentence.
+  Status Record(const platform::Path& file);
+  Status StopRecording();
+  bool recording() const { return recording_; }
+
+  mutable Listeners changed;                        ///< settings, captions, the source's state
+  mutable Listeners framed;                         ///< there is a new frame
+  mutable Listeners text_changed;                   ///< text, reception or signals
+  std::function<void(const DecodedText&)> on_text;  ///< for the command line: as it is read
+  std::function<void(const std::string& line)> on_notice;
+
+ private:
+  struct Work;  ///< lives on the worker
+
+  AudioParts parts_;
+  SpectrumSettings settings_;
+  bool running_ = false;
+  bool recording_ = false;
+  std::string source_state_ = "stopped";
+  std::shared_ptr<const SpectrumFrame> frame_;
+  std::vector<float> trace2_;
+  CaptureCounts counts_;
+  int level_ = 0;
+  std::vector<DecodedText> text_;
+  Reception reception_;
+  std::vector<HeardSignal> signals_;
+};
+
+}  // namespace kvx::audio
