@@ -2,11 +2,12 @@
 #include <set>
 
 #include "cat_fixture.h"
+#include "config/rig_setups.h"
 
 namespace kvx::cat {
 namespace {
 
-// tests/data/rig_expectations.csv was written from the makers' command sets, not from the rows:
+// tests/data/rig_expectations/*.csv were written from the makers' command sets, not from the rows:
 // rig,what,argument,expect. Bytes are text or, for a binary rig, pairs; an empty `expect` means that nothing may be
 // sent.
 struct Expectation {
@@ -15,13 +16,25 @@ struct Expectation {
 
 std::vector<Expectation> Expectations() {
   std::vector<Expectation> rows;
-  for (const std::string& line : Split(ReadWhole(KVX_TEST_DATA "/rig_expectations.csv"), '\n')) {
-    if (line.empty() || line.starts_with("rig,")) continue;
-    const std::vector<std::string> cells = Split(line, ',');
-    EXPECT_EQ(cells.size(), 4U) << line;
-    if (cells.size() == 4) rows.push_back({cells[0], cells[1], cells[2], cells[3]});
+  for (const auto& file : std::filesystem::directory_iterator(KVX_TEST_DATA "/rig_expectations")) {
+    for (const std::string& line : Split(ReadWhole(file.path()), '\n')) {
+      if (line.empty() || line.starts_with("rig,") || line.starts_with("#")) continue;
+      const std::vector<std::string> cells = Split(line, ',');
+      EXPECT_EQ(cells.size(), 4U) << line;
+      if (cells.size() == 4) rows.push_back({cells[0], cells[1], cells[2], cells[3]});
+    }
   }
   return rows;
+}
+
+std::vector<config::RigSetup> Setups() {
+  std::vector<config::RigSetup> setups;
+  for (const auto& file : std::filesystem::directory_iterator(KVX_DATA "/rig_setups")) {
+    const auto of_maker = config::ParseRigSetups(ReadWhole(file.path()));
+    EXPECT_TRUE(of_maker.ok()) << file.path() << " " << of_maker.error().message;
+    if (of_maker.ok()) setups.insert(setups.end(), of_maker->begin(), of_maker->end());
+  }
+  return setups;
 }
 
 std::string_view AfterBlank(std::string_view text) {
@@ -125,6 +138,76 @@ TEST(RigRows, PutOnTheWireWhatTheMakersCommandSetsSay) {
     Check(row);
   }
   for (const auto& [name, row] : ShippedRigs()) EXPECT_TRUE(checked.contains(name)) << name << " has no expectations";
+}
+
+/// What a rig is expected to send and to be understood by: `argument` -> `expect` of each check that is not "nothing".
+class Checks {
+ public:
+  Checks(const std::vector<Expectation>& all, const std::string& rig) {
+    for (const Expectation& row : all) {
+      if (row.rig == rig && !row.expect.empty()) rows_.push_back(&row);
+    }
+  }
+  bool Has(std::string_view what, std::string_view argument) const {
+    return std::any_of(rows_.begin(), rows_.end(),
+                       [&](const Expectation* row) { return row->what == what && row->argument == argument; });
+  }
+  bool HasReply(std::string_view start) const {
+    return std::any_of(rows_.begin(), rows_.end(),
+                       [&](const Expectation* row) { return row->what == "reply" && row->expect.starts_with(start); });
+  }
+  std::set<Frequency> frequencies() const {
+    std::set<Frequency> result;
+    for (const Expectation* row : rows_) {
+      if (row->what == "freq") result.insert(*ParseKhz(row->argument));
+    }
+    return result;
+  }
+
+ private:
+  std::vector<const Expectation*> rows_;
+};
+
+void CheckComplete(const config::RigRow& row, const config::RigSetup& setup, const Checks& checks) {
+  if (!row["SetFreq"].empty()) {
+    const std::set<Frequency> frequencies = checks.frequencies();
+    EXPECT_GE(frequencies.size(), 5U) << "frequencies";
+    for (const Frequency frequency : frequencies) EXPECT_TRUE(setup.Receives(frequency)) << KhzText(frequency);
+    ASSERT_FALSE(setup.ranges.empty());
+    EXPECT_TRUE(frequencies.contains(setup.ranges.front().low)) << "the lowest frequency";
+    EXPECT_TRUE(frequencies.contains(setup.ranges.back().high)) << "the highest frequency";
+  }
+  struct Needed {
+    std::string_view field, what, argument;
+  };
+  constexpr std::array kNeeded{
+      Needed{"LSB", "mode", "LSB"}, Needed{"USB", "mode", "USB"},         Needed{"CWw", "mode", "CWW"},
+      Needed{"CWn", "mode", "CWN"}, Needed{"AM", "mode", "AM"},           Needed{"FMw", "mode", "FMW"},
+      Needed{"FMn", "mode", "FMN"}, Needed{"RTTY", "mode", "RTTY"},       Needed{"VFOA", "vfo", "A"},
+      Needed{"VFOB", "vfo", "B"},   Needed{"Alpha", "transmit", "Alpha"}, Needed{"Bravo", "transmit", "Bravo"},
+  };
+  for (const Needed& needed : kNeeded) {
+    EXPECT_EQ(checks.Has(needed.what, needed.argument), !row[needed.field].empty()) << needed.field;
+  }
+  constexpr std::array<std::pair<std::string_view, std::string_view>, 4> kReplies{
+      {{"frequency", "freq "}, {"mode", "mode "}, {"meter", "smeter "}, {"vfob", "freqb "}}};
+  for (const auto& [word, start] : kReplies) {
+    const bool read = std::find(setup.replies.begin(), setup.replies.end(), word) != setup.replies.end();
+    EXPECT_EQ(checks.HasReply(start), read) << word;
+  }
+}
+
+TEST(RigRows, HaveASetupAndExpectationsOfWhateverTheyCanDo) {
+  const std::vector<Expectation> expectations = Expectations();
+  for (const config::RigSetup& setup : Setups()) {
+    SCOPED_TRACE(setup.rig);
+    const auto row = ShippedRigs().find(setup.rig);
+    if (row == ShippedRigs().end()) {
+      ADD_FAILURE() << "no such rig";
+      continue;
+    }
+    CheckComplete(row->second, setup, Checks(expectations, setup.rig));
+  }
 }
 
 TEST(RigRows, NeverTransmitButFromXmt) {
