@@ -6,7 +6,6 @@
 
 #include "app/tone_recorder.h"
 #include "core/text.h"
-#include "platform/posix/files.h"
 #include "platform/qt/pty_port.h"
 #include "platform/qt/qt_loop.h"
 #include "platform/qt/standard_input.h"
@@ -49,9 +48,8 @@ int RunRigSimulator(int argc, char** argv, const Options& options) {
   device->send = [&](std::string_view bytes) { from_rig.Push(bytes); };
   device->complain = [&](const std::string& line) { output.WriteLine(line); };
 
-  platform::PosixFiles files;
   std::optional<ToneRecorder> recorder;
-  if (auto* keyer = dynamic_cast<sim::WinkeyDevice*>(device.get())) recorder.emplace(loop, files, *keyer);
+  if (auto* keyer = dynamic_cast<sim::WinkeyDevice*>(device.get())) recorder.emplace(loop, *keyer);
   const auto operate = [&](const std::string& command) -> std::string {
     const std::string_view word = std::string_view(command).substr(0, command.find(' '));
     if (recorder && EqualNoCase(word, "record"))

@@ -8,14 +8,13 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr int kSamplesPerSecond = 8000;
-constexpr std::size_t kMostSamples = 600 * kSamplesPerSecond;
+constexpr std::int64_t kMostSamples = 600 * kSamplesPerSecond;
 constexpr Duration kInterval = 500ms;
 constexpr Duration kLatestEdge = 200ms;  // a busy loop tells an edge late
 
 }  // namespace
 
-ToneRecorder::ToneRecorder(Loop& loop, platform::Files& files, sim::WinkeyDevice& keyer)
-    : loop_(loop), files_(files), keyer_(keyer) {
+ToneRecorder::ToneRecorder(Loop& loop, sim::WinkeyDevice& keyer) : loop_(loop), keyer_(keyer) {
   keyer_.on_key = [this](bool down, TimePoint when) {
     if (tone_) tone_->Key(down, when);
   };
@@ -31,22 +30,27 @@ std::string ToneRecorder::Operate(std::string_view argument) {
   if (argument.empty()) return "error: a file name or off is wanted";
   if (off && !tone_) return "error: nothing is being recorded";
   std::string answer = tone_ ? End() : "ok";
-  if (!off) Begin(platform::Path(std::string(argument)));
-  return answer;
+  if (off) return answer;
+  const std::string begun = Begin(platform::Path(std::string(argument)));
+  return begun == "ok" ? answer : begun;
 }
 
-void ToneRecorder::Begin(const platform::Path& path) {
+std::string ToneRecorder::Begin(const platform::Path& path) {
+  auto file = platform::WavWriter::Create(path, kSamplesPerSecond);
+  if (!file) return "error: " + file.error().message;
+  file_ = std::move(*file);
   path_ = path;
-  samples_.clear();
+  failure_.clear();
   tone_ = std::make_unique<sim::SideTone>(kSamplesPerSecond, keyer_.side_tone_hertz(), loop_.Now());
   if (keyer_.key()) tone_->Key(true, loop_.Now());
   Render();
+  return "ok";
 }
 
 void ToneRecorder::Render() {
   timer_ = 0;
   Take(loop_.Now() - kLatestEdge);
-  if (samples_.size() >= kMostSamples) {
+  if (file_->samples() >= kMostSamples) {
     End();
     return;
   }
@@ -54,17 +58,18 @@ void ToneRecorder::Render() {
 }
 
 void ToneRecorder::Take(TimePoint until) {
-  const std::vector<std::int16_t> more = tone_->Render(until);
-  samples_.insert(samples_.end(), more.begin(), more.end());
+  const Status written = file_->Write(tone_->Render(until));
+  if (!written && failure_.empty()) failure_ = written.error().message;
 }
 
 std::string ToneRecorder::End() {
   loop_.StopTimer(timer_);
   Take(loop_.Now());
   tone_.reset();
-  const Status written = files_.Write(path_, sim::WavFile(samples_, kSamplesPerSecond));
-  if (!written) return "error: " + written.error().message;
-  return "ok " + std::to_string(samples_.size() / kSamplesPerSecond) + " s in " + path_.string();
+  const Status closed = file_->Close();
+  if (!closed && failure_.empty()) failure_ = closed.error().message;
+  if (!failure_.empty()) return "error: " + failure_;
+  return "ok " + std::to_string(file_->samples() / kSamplesPerSecond) + " s in " + path_.string();
 }
 
 }  // namespace kvx::app

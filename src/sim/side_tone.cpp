@@ -9,13 +9,6 @@ namespace {
 
 constexpr double kSlopeSeconds = 0.005;
 constexpr double kLoudest = 16'000;
-constexpr int kBytesPerSample = 2;
-
-std::string LittleEndian(std::uint32_t number, int bytes) {
-  std::string text;
-  for (int i = 0; i < bytes; ++i) text += static_cast<char>(number >> 8 * i & 0xFF);
-  return text;
-}
 
 }  // namespace
 
@@ -43,19 +36,6 @@ std::vector<std::int16_t> SideTone::Render(TimePoint until) {
     samples.push_back(static_cast<std::int16_t>(std::lround(loudness * std::sin(step_ * static_cast<double>(next_)))));
   }
   return samples;
-}
-
-std::string WavFile(std::span<const std::int16_t> samples, int samples_per_second) {
-  constexpr std::uint32_t kHeaderAfterSize = 36;
-  const auto rate = static_cast<std::uint32_t>(samples_per_second);
-  const auto size = static_cast<std::uint32_t>(samples.size() * kBytesPerSample);
-  std::string file = "RIFF" + LittleEndian(kHeaderAfterSize + size, 4) + "WAVEfmt " + LittleEndian(16, 4);
-  file += LittleEndian(1, 2) + LittleEndian(1, 2);  // PCM, one channel
-  file += LittleEndian(rate, 4) + LittleEndian(rate * kBytesPerSample, 4);
-  file += LittleEndian(kBytesPerSample, 2) + LittleEndian(8 * kBytesPerSample, 2);
-  file += "data" + LittleEndian(size, 4);
-  for (const std::int16_t sample : samples) file += LittleEndian(static_cast<std::uint16_t>(sample), kBytesPerSample);
-  return file;
 }
 
 }  // namespace kvx::sim

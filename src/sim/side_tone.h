@@ -2,8 +2,6 @@
 
 #include <cstdint>
 #include <deque>
-#include <span>
-#include <string>
 #include <vector>
 
 #include "core/loop.h"
@@ -41,8 +39,5 @@ class SideTone {
   bool down_ = false;
   double level_ = 0;  ///< 0..1, before it is rounded off
 };
-
-/// Mono samples as a WAV file.
-std::string WavFile(std::span<const std::int16_t> samples, int samples_per_second);
 
 }  // namespace kvx::sim
