@@ -9,25 +9,17 @@
 
 #include "audio/cw_decoder.h"
 #include "audio/heard_signal.h"
+#include "audio/spectrum_frame.h"
 #include "audio/spectrum_settings.h"
 #include "core/listeners.h"
 #include "core/loop.h"
 #include "core/result.h"
+#include "core/retry_timer.h"
 #include "platform/audio_input.h"
 #include "platform/files.h"
 #include "platform/worker.h"
 
 namespace kvx::audio {
-
-/// One transformed buffer, as the display takes it.
-struct SpectrumFrame {
-  std::int64_t number = 0;  ///< 1 is the first of this run
-  int samples_per_second = 0;
-  int bins = 0;               ///< N; there are N / 2 + 1 levels
-  std::vector<float> trace;   ///< dB, by bin
-  std::vector<float> levels;  ///< dB, by bin, of this buffer alone: the waterfall's line
-  std::vector<float> scope;   ///< the buffer's samples, -1..1
-};
 
 /// What has been counted since capture began.
 struct CaptureCounts {
@@ -47,12 +39,15 @@ struct AudioParts {
   Loop& loop;
   platform::Files& files;
   platform::Path folder;  ///< of the station: SpecDisplay.pos, dict.txt
-  platform::Path data;    ///< the shipped dict.txt
+  platform::Path data;    ///< with the shipped dict.txt
   platform::Worker& worker;
   platform::AudioDeviceList* devices = nullptr;  ///< null: there are none
   /// Makes the source of SpectrumSettings::source; kNotFound or kInvalid names what is wrong with it.
   std::function<Result<std::unique_ptr<platform::AudioInput>>(const std::string& source)> make_input;
 };
+
+class SpectrumWorker;
+struct AudioFindings;
 
 /// The audio window's part that needs no window: takes samples from a source, has them transformed and decoded on the
 /// worker, and keeps the latest of everything. Independent of the rig.
@@ -88,7 +83,8 @@ class AudioAnalysis final {
   const SpectrumFrame& frame() const { return *frame_; }
   const std::vector<float>& trace2() const { return trace2_; }  ///< empty: nothing has been stored
   const CaptureCounts& counts() const { return counts_; }
-  /// Of the strongest tone between txtFMin and txtFMax, 0..100: what a scan listens for.
+  /// Of the strongest tone between txtFMin and txtFMax, 0..100: 100 is full scale, 0 is 100 dB below. What a scan
+  /// listens for.
   int level() const { return level_; }
 
   /// Puts the decoder on a tone: a click.
@@ -111,20 +107,36 @@ class AudioAnalysis final {
   std::function<void(const std::string& line)> on_notice;
 
  private:
-  struct Work;  ///< lives on the worker
+  void Change(const SpectrumSettings& settings);
+  void Configure();
+  void Open();
+  void Lost(const std::string& why);
+  void End(const std::string& state);
+  void SetState(const std::string& state);
+  void Take(std::span<const std::int16_t> samples);
+  void Post(std::function<void(SpectrumWorker&)> job, std::int64_t samples = 0);
+  void Use(AudioFindings& found, TimePoint given);
+  void Append(DecodedText piece);
+  std::string ReadWords() const;
 
   AudioParts parts_;
   SpectrumSettings settings_;
+  std::shared_ptr<SpectrumWorker> work_;  ///< of this run
+  std::unique_ptr<platform::AudioInput> input_;
+  RetryTimer retry_;
   bool running_ = false;
   bool recording_ = false;
   std::string source_state_ = "stopped";
   std::shared_ptr<const SpectrumFrame> frame_;
+  TimePoint framed_at_{};    ///< when its samples came
+  std::int64_t queued_ = 0;  ///< samples on their way through the worker
   std::vector<float> trace2_;
   CaptureCounts counts_;
   int level_ = 0;
   std::vector<DecodedText> text_;
   Reception reception_;
   std::vector<HeardSignal> signals_;
+  std::shared_ptr<const bool> alive_ = std::make_shared<const bool>(true);
 };
 
 }  // namespace kvx::audio

@@ -6,7 +6,7 @@
 
 #include "config/settings.h"
 #include "core/result.h"
-#include "links/retry_timer.h"
+#include "core/retry_timer.h"
 #include "platform/serial_port.h"
 
 namespace kvx::links {

@@ -6,7 +6,7 @@
 
 #include "core/loop.h"
 
-namespace kvx::links {
+namespace kvx {
 
 /// Tries something that has failed again, later each time, until it is told that it works or is not wanted any more.
 class RetryTimer {
@@ -40,4 +40,4 @@ class RetryTimer {
   Loop::TimerId timer_ = 0;
 };
 
-}  // namespace kvx::links
+}  // namespace kvx
