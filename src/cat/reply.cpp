@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "cat/text_replies.h"
 #include "core/text.h"
 
 namespace kvx::cat {
@@ -48,6 +49,7 @@ FamilyKeying KeyingOf(std::string_view family) {
 }
 
 int SMeterFullScale(const config::RigDefinition& rig) {
+  if (rig.family == "KENWOOD") return KenwoodFullScale(rig);
   const Family* row = FindFamily(rig.family);
   return rig.five_byte() ? kFiveByteFullScale : row == nullptr ? kFiveByteFullScale : row->s_meter_full_scale;
 }
@@ -57,8 +59,9 @@ bool NarrowCwIsReverse(const config::RigDefinition& rig) {
     std::string_view family;
     std::string_view command;
   };
-  static constexpr std::array kReverse{Row{"KENWOOD", "MD7;"}, Row{"YAESU", "MD07;"}, Row{"YAESU", "0300000007"},
-                                       Row{"ICOM", "E00607"}, Row{"TEN-TEC", "*RMM3"}};
+  static constexpr std::array kReverse{Row{"KENWOOD", "MD7;"}, Row{"KENWOOD", "OM07;"},    Row{"KENWOOD", "ZZMD03;"},
+                                       Row{"YAESU", "MD07;"},  Row{"YAESU", "0300000007"}, Row{"ICOM", "E00607"},
+                                       Row{"TEN-TEC", "*RMM3"}};
   const std::string& narrow = rig.row["CWn"];
   return std::any_of(kReverse.begin(), kReverse.end(), [&](const Row& row) {
     return rig.family == row.family && narrow.find(row.command) != std::string::npos;

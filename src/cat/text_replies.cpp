@@ -16,8 +16,8 @@ constexpr std::size_t kStatusFrequency = 2;
 constexpr std::size_t kStatusFrequencyDigits = 11;
 constexpr std::size_t kStatusMode = 29;
 constexpr std::size_t kStatusVfo = 30;
-constexpr std::size_t kShortestStatus = 35;
-constexpr std::size_t kLongestStatus = 40;  // a longer one has swallowed something else
+constexpr std::size_t kShortestStatus = 33;  // TS-440: nothing behind the split digit, or blanks
+constexpr std::size_t kLongestStatus = 40;   // a longer one has swallowed something else
 
 /// How many digits the rig's frequency replies have; 0 when its row does not tell.
 std::size_t FrequencyDigitCount(const config::RigDefinition& rig) {
@@ -38,13 +38,15 @@ class FrameReader {
       Reader read;
     };
     constexpr std::array kReports{
+        Row{"ZZMD", &FrameReader::ReadWideMode}, Row{"ZZIF", &FrameReader::PassOver},
         Row{"IF", &FrameReader::ReadStatus},     Row{"FA", &FrameReader::ReadFrequencyA},
         Row{"FB", &FrameReader::ReadFrequencyB}, Row{"MD", &FrameReader::ReadMode},
+        Row{"OM", &FrameReader::ReadMainMode},   Row{"FR", &FrameReader::ReadVfo},
         Row{"SM", &FrameReader::ReadSMeter},     Row{"RM", &FrameReader::ReadMeter},
     };
     for (const Row& row : kReports) {
       const std::size_t at = frame.rfind(row.name);
-      if (at != std::string_view::npos && (this->*row.read)(frame.substr(at + 2))) return;
+      if (at != std::string_view::npos && (this->*row.read)(frame.substr(at + row.name.size()))) return;
     }
     if (ReadTextSlider(frame, context_, replies_)) return;
     if (!frame.empty() && (frame.back() == '?' || frame == "E" || frame == "O")) Add({.kind = Reply::Kind::kRefused});
@@ -53,15 +55,16 @@ class FrameReader {
  private:
   void Add(Reply reply) { replies_.push_back(std::move(reply)); }
 
-  bool AddMode(int code) {
-    const std::string_view caption = CaptionOf(*dialect_.modes, code);
+  bool AddMode(int code) { return AddMode(*dialect_.modes, code); }
+  bool AddMode(const std::array<ModeCode, 16>& modes, int code) {
+    const std::string_view caption = CaptionOf(modes, code);
     if (caption.empty()) return false;
     Add({.kind = Reply::Kind::kMode, .mode = std::string(caption)});
     return true;
   }
 
   bool ReadStatus(std::string_view body) {
-    if (!dialect_.kenwood_status || body.size() + 2 < kShortestStatus || body.size() + 2 > kLongestStatus) return false;
+    if (!dialect_.kenwood || body.size() + 2 < kShortestStatus || body.size() + 2 > kLongestStatus) return false;
     if (context_.rig.row["SetFreq"].find("<FREQ11") == std::string::npos) return false;
     const std::string_view digits = body.substr(kStatusFrequency - 2, kStatusFrequencyDigits);
     if (!AllDigits(Trim(digits)) || digits.back() == ' ') return false;
@@ -92,7 +95,41 @@ class FrameReader {
     return AddMode(HexDigitValue(body.back()));
   }
 
+  /// "ZZMD01": the mode as two digits.
+  bool ReadWideMode(std::string_view body) {
+    if (dialect_.wide_modes == nullptr || body.size() != 2 || !AllDigits(body)) return false;
+    return AddMode(*dialect_.wide_modes, static_cast<int>(LeadingNumber(body)));
+  }
+
+  /// "ZZIF" is an "IF" with two mode digits, which nobody asks for.
+  bool PassOver(std::string_view) { return dialect_.wide_modes != nullptr; }
+
+  /// "OM0d": the mode of the main receiver, or of the display on the left; "OM1d" is not for the display.
+  bool ReadMainMode(std::string_view body) {
+    if (!dialect_.kenwood || body.size() != 2 || body[0] != '0') return false;
+    return AddMode(HexDigitValue(body[1]));
+  }
+
+  bool ReadVfo(std::string_view body) {
+    if (!dialect_.kenwood || (body != "0" && body != "1")) return false;
+    Add({.kind = Reply::Kind::kVfo, .value = body == "0" ? 'A' : 'B'});
+    return true;
+  }
+
+  /// Whether the rig's S-meter query, and so its reply, names the receiver: "SM0;".
+  bool names_receiver() const {
+    const std::string& query = context_.rig.row["GetSMeter"];
+    const std::size_t at = query.find("SM");
+    return at != std::string::npos && at + 2 < query.size() && IsDigit(query[at + 2]);
+  }
+
   bool ReadSMeter(std::string_view body) {
+    if (dialect_.s_meter_digits == 0) {
+      if (!AllDigits(body) || body.size() < 2 || body.size() > 5) return false;
+      if (names_receiver() && body[0] != '0') return false;  // the sub receiver's
+      Add({.kind = Reply::Kind::kSMeter, .value = static_cast<int>(LeadingNumber(body))});
+      return true;
+    }
     const auto digits = static_cast<std::size_t>(dialect_.s_meter_digits);
     if (!AllDigits(body) || body.size() < digits || body.size() > digits + 1) return false;
     if (body.size() > digits && body[0] != '0') return false;  // the sub receiver's

@@ -24,8 +24,7 @@ constexpr std::array<ModeCode, 16> kTextModes{{{0x1, " LSB"},
                                                {0xC, " USB"},
                                                {0xD, "  AM"},
                                                {0xE, "  FM"}}};
-constexpr TextDialect kText{
-    .kenwood_status = false, .mode_prefix_digits = 1, .s_meter_digits = 3, .meter_digits = 3, .modes = &kTextModes};
+constexpr TextDialect kText{.mode_prefix_digits = 1, .s_meter_digits = 3, .meter_digits = 3, .modes = &kTextModes};
 
 // Five-byte models, reply to opcode 03: ff ff ff ff mm   f = frequency in 10 Hz, BCD, most significant first; m = mode
 constexpr std::array<ModeCode, 12> kFiveByteModes{{{0x00, " LSB"},

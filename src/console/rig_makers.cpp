@@ -15,16 +15,19 @@ struct NamePrefix {
 };
 // A longer prefix stands before a shorter one that it begins with.
 constexpr std::array kPrefixes{
-    NamePrefix{"TS-", "Kenwood"},      NamePrefix{"TM-", "Kenwood"},     NamePrefix{"TH-", "Kenwood"},
-    NamePrefix{"R-5000", "Kenwood"},   NamePrefix{"FTDX", "Yaesu"},      NamePrefix{"FT-", "Yaesu"},
-    NamePrefix{"FRG-", "Yaesu"},       NamePrefix{"VR-", "Yaesu"},       NamePrefix{"IC-", "Icom"},
-    NamePrefix{"PCR", "Icom"},         NamePrefix{"K2", "Elecraft"},     NamePrefix{"K3", "Elecraft"},
-    NamePrefix{"K4", "Elecraft"},      NamePrefix{"KX", "Elecraft"},     NamePrefix{"Orion", "Ten-Tec"},
-    NamePrefix{"Pegasus", "Ten-Tec"},  NamePrefix{"Jupiter", "Ten-Tec"}, NamePrefix{"Omni", "Ten-Tec"},
-    NamePrefix{"Argonaut", "Ten-Tec"}, NamePrefix{"Eagle", "Ten-Tec"},   NamePrefix{"RX-320", "Ten-Tec"},
-    NamePrefix{"RX-340", "Ten-Tec"},   NamePrefix{"RX-350", "Ten-Tec"},  NamePrefix{"TT-", "Ten-Tec"},
-    NamePrefix{"Flex", "FlexRadio"},   NamePrefix{"JST-", "JRC"},        NamePrefix{"NRD-", "JRC"},
-    NamePrefix{"AR", "AOR"},           NamePrefix{"DX-", "Alinco"},
+    NamePrefix{"TS-", "Kenwood"},      NamePrefix{"TM-", "Kenwood"},        NamePrefix{"TH-", "Kenwood"},
+    NamePrefix{"R-5000", "Kenwood"},   NamePrefix{"FTDX", "Yaesu"},         NamePrefix{"FT-", "Yaesu"},
+    NamePrefix{"FRG-", "Yaesu"},       NamePrefix{"VR-", "Yaesu"},          NamePrefix{"IC-", "Icom"},
+    NamePrefix{"PCR", "Icom"},         NamePrefix{"K2", "Elecraft"},        NamePrefix{"K3", "Elecraft"},
+    NamePrefix{"K4", "Elecraft"},      NamePrefix{"KX", "Elecraft"},        NamePrefix{"Orion", "Ten-Tec"},
+    NamePrefix{"Pegasus", "Ten-Tec"},  NamePrefix{"Jupiter", "Ten-Tec"},    NamePrefix{"Omni", "Ten-Tec"},
+    NamePrefix{"Argonaut", "Ten-Tec"}, NamePrefix{"Eagle", "Ten-Tec"},      NamePrefix{"RX-320", "Ten-Tec"},
+    NamePrefix{"RX-340", "Ten-Tec"},   NamePrefix{"RX-350", "Ten-Tec"},     NamePrefix{"TT-", "Ten-Tec"},
+    NamePrefix{"Flex", "FlexRadio"},   NamePrefix{"PowerSDR", "FlexRadio"}, NamePrefix{"ANAN", "Apache Labs"},
+    NamePrefix{"QCX", "QRP Labs"},     NamePrefix{"QDX", "QRP Labs"},       NamePrefix{"QMX", "QRP Labs"},
+    NamePrefix{"FDM-", "ELAD"},        NamePrefix{"TX-500", "Lab599"},      NamePrefix{"SunSDR", "Expert Electronics"},
+    NamePrefix{"JST-", "JRC"},         NamePrefix{"NRD-", "JRC"},           NamePrefix{"AR", "AOR"},
+    NamePrefix{"DX-", "Alinco"},
 };
 constexpr std::string_view kOther = "Other";
 
