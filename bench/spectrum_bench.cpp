@@ -1,5 +1,5 @@
-// What one buffer of receiver audio costs, and beside it the transform alone of a library made for speed, FFTW, in double
-// precision, where it was there to build with. Figures: docs/performance.md.
+// What one buffer of receiver audio costs, and beside it the transform alone of a library made for speed, FFTW, in
+// double precision, where it was there to build with. Figures: docs/performance.md.
 
 #include <benchmark/benchmark.h>
 

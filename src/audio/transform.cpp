@@ -3,6 +3,7 @@
 #include <bit>
 #include <cassert>
 #include <cmath>
+#include <cstring>
 
 // This file is compiled for more than one kind of processor where the system can choose among them at run time.
 #if defined(__x86_64__) && defined(__gnu_linux__) && !defined(__clang__) && !defined(__SANITIZE_ADDRESS__)
@@ -15,7 +16,6 @@ namespace kvx::audio {
 namespace {
 
 constexpr std::size_t kFirst = 8;  // points that the first three stages join
-constexpr std::size_t kLanes = 8;  // of these side by side
 constexpr float kFloor = 1e-7F;
 
 std::size_t Reversed(std::size_t number, int bits) {
@@ -37,6 +37,38 @@ void Join(float* __restrict real, float* __restrict imaginary, std::size_t half,
     imaginary2[k] = imaginary[k] - turned_imaginary;
     real[k] += turned_real;
     imaginary[k] += turned_imaginary;
+  }
+}
+
+/// Eight values side by side.
+using Lanes = float __attribute__((vector_size(kFirst * sizeof(float))));
+
+/// One of the first three stages, in every lane.
+template <std::size_t half>
+[[gnu::always_inline]] inline void JoinLanes(Lanes* real, Lanes* imaginary, const float* cosines, const float* sines) {
+  for (std::size_t begin = 0; begin < kFirst; begin += 2 * half) {
+    for (std::size_t k = begin; k < begin + half; ++k) {
+      const float cosine = cosines[k - begin];
+      const float sine = sines[k - begin];
+      const Lanes turned_real = real[k + half] * cosine + imaginary[k + half] * sine;
+      const Lanes turned_imaginary = imaginary[k + half] * cosine - real[k + half] * sine;
+      real[k + half] = real[k] - turned_real;
+      imaginary[k + half] = imaginary[k] - turned_imaginary;
+      real[k] += turned_real;
+      imaginary[k] += turned_imaginary;
+    }
+  }
+}
+
+/// Rows become columns: three perfect shuffles of the rows do it.
+[[gnu::always_inline]] inline void Transpose(Lanes* rows) {
+  for (int round = 0; round < 3; ++round) {
+    Lanes shuffled[kFirst];
+    for (std::size_t i = 0; i < kFirst / 2; ++i) {
+      shuffled[2 * i] = __builtin_shufflevector(rows[i], rows[i + 4], 0, 8, 1, 9, 2, 10, 3, 11);
+      shuffled[2 * i + 1] = __builtin_shufflevector(rows[i], rows[i + 4], 4, 12, 5, 13, 6, 14, 7, 15);
+    }
+    std::memcpy(rows, shuffled, sizeof shuffled);
   }
 }
 
@@ -70,42 +102,28 @@ void Transform::Run(std::span<const float> samples) {
   }
 }
 
-// The points that the first three stages join are size / 8 apart in the samples: done there for many at a time, and
-// put in reversed order then, they are as quick as later stages.
+// The points that the first three stages join are size / 8 apart in the samples: done there for eight at a time, turned
+// from columns into rows, and put in reversed order then, they are as quick as later stages.
 KVX_FOR_EACH_PROCESSOR
 void Transform::FirstStages(const float* samples) {
   const std::size_t stride = size_ / kFirst;
   constexpr std::size_t kReversedThree[kFirst] = {0, 4, 2, 6, 1, 5, 3, 7};
-  for (std::size_t from = 0; from < stride; from += kLanes) {
-    float real[kFirst][kLanes];
-    float imaginary[kFirst][kLanes] = {};
+  for (std::size_t from = 0; from < stride; from += kFirst) {
+    Lanes real[kFirst];
+    Lanes imaginary[kFirst];
     for (std::size_t point = 0; point < kFirst; ++point) {
-      for (std::size_t lane = 0; lane < kLanes; ++lane)
-        real[point][lane] = samples[kReversedThree[point] * stride + from + lane];
+      std::memcpy(&real[point], samples + kReversedThree[point] * stride + from, sizeof(Lanes));
+      imaginary[point] = Lanes{};
     }
-    for (std::size_t half = 1; half < kFirst; half *= 2) {
-      for (std::size_t i = 0; i < kFirst / 2; ++i) {
-        const std::size_t k = i % half;
-        const std::size_t first = i / half * 2 * half + k;
-        const std::size_t second = first + half;
-        const float cosine = cosines_[half + k];
-        const float sine = sines_[half + k];
-        for (std::size_t lane = 0; lane < kLanes; ++lane) {
-          const float turned_real = real[second][lane] * cosine + imaginary[second][lane] * sine;
-          const float turned_imaginary = imaginary[second][lane] * cosine - real[second][lane] * sine;
-          real[second][lane] = real[first][lane] - turned_real;
-          imaginary[second][lane] = imaginary[first][lane] - turned_imaginary;
-          real[first][lane] += turned_real;
-          imaginary[first][lane] += turned_imaginary;
-        }
-      }
-    }
-    for (std::size_t lane = 0; lane < kLanes; ++lane) {
+    JoinLanes<1>(real, imaginary, &cosines_[1], &sines_[1]);
+    JoinLanes<2>(real, imaginary, &cosines_[2], &sines_[2]);
+    JoinLanes<4>(real, imaginary, &cosines_[4], &sines_[4]);
+    Transpose(real);
+    Transpose(imaginary);
+    for (std::size_t lane = 0; lane < kFirst; ++lane) {
       const std::size_t to = reversed_[from + lane] * kFirst;
-      for (std::size_t point = 0; point < kFirst; ++point) {
-        real_[to + point] = real[point][lane];
-        imaginary_[to + point] = imaginary[point][lane];
-      }
+      std::memcpy(&real_[to], &real[lane], sizeof(Lanes));
+      std::memcpy(&imaginary_[to], &imaginary[lane], sizeof(Lanes));
     }
   }
 }
