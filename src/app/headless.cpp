@@ -5,6 +5,7 @@
 
 #include "app/program.h"
 #include "console/accessory_commands.h"
+#include "console/audio_commands.h"
 #include "console/command_line.h"
 #include "console/cw_commands.h"
 #include "console/link_commands.h"
@@ -31,6 +32,7 @@ int RunHeadless(int argc, char** argv, const Options& options) {
   console::AddMemoryCommands(commands, program.station());
   console::AddCwCommands(commands, program.loop(), program.station());
   console::AddAccessoryCommands(commands, program.station());
+  console::AddAudioCommands(commands, program.loop(), program.station());
   console::AddLinkCommands(commands, program.setup());
   console::AddTunerCommands(commands, program.station());
   console::AddRigEditorCommands(commands, program.station(), program.files());

@@ -6,6 +6,8 @@
 #include <utility>
 
 #include "accessories/accessories.h"
+#include "audio/audio_analysis.h"
+#include "audio/spectrum_trace.h"
 #include "cat/reply.h"
 #include "core/appearance_limits.h"
 #include "core/text.h"
@@ -59,6 +61,7 @@ Station::Station(const StationParts& parts)
   ConnectAccessories();
   if (parts.net != nullptr) StartNetServer(*parts.net);
   if (parts.loggers.cat != nullptr && parts.keyer_port != nullptr) StartLoggerLinks(parts);
+  if (parts.worker != nullptr) ConnectAudio(parts);
   if (parts.dde != nullptr) {
     dde = std::make_unique<links::DdeServer>(loop_, console, engine.operations, *parts.dde);
     dde->on_notice = [this](const std::string& line) { Notice(line); };
@@ -70,15 +73,7 @@ Station::Station(const StationParts& parts)
   });
   engine.poller.on_cycle_end = [this] { bands.SetPriv(); };
   functions.keys.press = [this](int number) { PressFunction(number); };
-  functions.scanner.level = [this] { return *console.SMeter; };
-  functions.scanner.sending = [this] { return keyer.sender().sending(); };
-  functions.scanner.deaf = [this]() -> std::string {
-    if (!*console.Polling) return "the rig is not polled";
-    return *console.MeterOn ? "another meter is polled instead of the S-meter" : "";
-  };
-  functions.scanner.full_scale = [this] { return cat::SMeterFullScale(engine.rig()); };
-  functions.scanner.channels = [this] { return functions::ChannelStops(memories); };
-  functions.scanner.recall = [this](int channel) { return memories.Recall(channel); };
+  ConnectScanner();
   keyer.on_notice = [this](const std::string& line) { Notice(line); };
   keyer.keep = [this](std::vector<config::SettingChange> lines) { KeepInFile(std::move(lines)); };
   tuner_notebook.on_notice = [this](const std::string& line) { Notice(line); };
@@ -135,6 +130,7 @@ void Station::Start() {
   PrepareStore();
   InitRig(" ").ok();
   if (const Status loaded = keyer.functions.Load(); !loaded) Notice(loaded.error().message);
+  if (audio) audio->Load();
   FollowKeyer();
   FollowLinks();
   accessories->antennas.Load(settings_file_.Read());
@@ -381,6 +377,36 @@ void Station::ConnectAccessories() {
   antennas.keep = [this](std::vector<config::SettingChange> lines) { KeepInFile(std::move(lines)); };
 }
 
+void Station::ConnectAudio(const StationParts& parts) {
+  audio = std::make_unique<audio::AudioAnalysis>(audio::AudioParts{.loop = loop_,
+                                                                   .files = files_,
+                                                                   .folder = folder_,
+                                                                   .data = data_,
+                                                                   .worker = *parts.worker,
+                                                                   .devices = parts.audio_devices,
+                                                                   .make_input = parts.audio_input});
+  audio->on_notice = [this](const std::string& line) { Notice(line); };
+}
+
+/// What a scan listens to: the receiver's audio while that is heard, else the S-meter.
+void Station::ConnectScanner() {
+  functions::Scanner& scanner = functions.scanner;
+  scanner.level = [this] { return HearsAudio() ? audio->level() : *console.SMeter; };
+  scanner.full_scale = [this] { return HearsAudio() ? audio::kFullLoudness : cat::SMeterFullScale(engine.rig()); };
+  scanner.deaf = [this]() -> std::string {
+    if (HearsAudio()) return "";
+    if (!*console.Polling) return "the rig is not polled";
+    return *console.MeterOn ? "another meter is polled instead of the S-meter" : "";
+  };
+  scanner.sending = [this] { return keyer.sender().sending(); };
+  scanner.channels = [this] { return functions::ChannelStops(memories); };
+  scanner.recall = [this](int channel) { return memories.Recall(channel); };
+}
+
+bool Station::HearsAudio() const {
+  return audio && audio->running() && audio->source_state() == "open";
+}
+
 void Station::StartNetServer(platform::TcpServer& server) {
   net = std::make_unique<links::NetServer>(loop_, console, engine, server);
   net->on_notice = [this](const std::string& line) { Notice(line); };
@@ -529,6 +555,8 @@ Task Station::ShutDown() {
   if (net) net->Close();
   if (loggers) loggers->Close();
   if (dde) dde->DDEUnload();
+  if (audio) audio->Stop();
+  if (audio) audio->Save();
   engine.dispatcher.ReleaseTransmitter();
   functions.scanner.Stop();
   engine.operations.SendWaiting();

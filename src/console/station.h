@@ -22,14 +22,19 @@
 #include "links/dde_server.h"
 #include "links/logger_links.h"
 #include "links/net_server.h"
+#include "platform/audio_input.h"
 #include "platform/release_guard.h"
 
 namespace kvx::accessories {
 struct Accessories;
 }
+namespace kvx::audio {
+class AudioAnalysis;
+}
 namespace kvx::platform {
 class PortAccess;
-}
+class Worker;
+}  // namespace kvx::platform
 
 namespace kvx::console {
 
@@ -51,6 +56,10 @@ struct StationParts {
   platform::DdeTransport* dde = nullptr;     ///< null: there is none
   platform::SerialPort* rotator = nullptr;   ///< the same
   platform::PortAccess* parallel = nullptr;  ///< the parallel ports; null: there are none
+  platform::Worker* worker = nullptr;        ///< of the audio analysis; null: there is none
+  platform::AudioDeviceList* audio_devices = nullptr;
+  /// Makes a source of receiver audio by its name in the settings; kNotFound or kInvalid says what is wrong with it.
+  std::function<Result<std::unique_ptr<platform::AudioInput>>(const std::string& source)> audio_input;
 };
 
 /// The station: one console with its rig, from start-up to the orderly shut-down. Windows and the headless command line
@@ -166,6 +175,9 @@ class Station {
   void ConnectAccessories();
   void StartNetServer(platform::TcpServer& server);
   void StartLoggerLinks(const StationParts& parts);
+  void ConnectAudio(const StationParts& parts);
+  void ConnectScanner();
+  bool HearsAudio() const;
   platform::PortSettings RigPort() const;
 
   Loop& loop_;
@@ -194,6 +206,7 @@ class Station {
   std::unique_ptr<links::NetServer> net;        ///< null: there is none
   std::unique_ptr<links::LoggerLinks> loggers;  ///< the same
   std::unique_ptr<links::DdeServer> dde;        ///< the same
+  std::unique_ptr<audio::AudioAnalysis> audio;  ///< the same
 
  private:
   Clock clock_;

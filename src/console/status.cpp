@@ -1,6 +1,7 @@
 #include "console/status.h"
 
 #include "console/accessory_commands.h"
+#include "console/audio_commands.h"
 #include "core/text.h"
 #include "keyer/cw_text.h"
 
@@ -102,8 +103,8 @@ std::string LinksJson(const Station& station) {
 std::string StatusJson(const Station& station) {
   const Console& console = station.console;
   const cat::Engine& engine = station.engine;
-  return JsonObject()
-      .Text("rig", *console.RigName)
+  JsonObject status;
+  status.Text("rig", *console.RigName)
       .Text("family", *console.RigType)
       .Number("port", station.settings().rig_port)
       .Number("speed", station.settings().rig_speed)
@@ -141,8 +142,9 @@ std::string StatusJson(const Station& station) {
       .Number("rx", static_cast<std::int64_t>(engine.link.received_bytes()))
       .Number("tx", static_cast<std::int64_t>(engine.link.sent_bytes()))
       .Number("replies", static_cast<std::int64_t>(engine.parser.replies_read()))
-      .Number("refused", static_cast<std::int64_t>(engine.parser.refusals()))
-      .str();
+      .Number("refused", static_cast<std::int64_t>(engine.parser.refusals()));
+  if (station.audio) status.Raw("audio", AudioJson(*station.audio));
+  return status.str();
 }
 
 }  // namespace kvx::console
