@@ -2,6 +2,7 @@
 
 #include "cat/convert.h"
 #include "cat/pegasus.h"
+#include "cat/yaesu_layouts.h"
 #include "core/hex_text.h"
 #include "core/text.h"
 
@@ -281,7 +282,7 @@ void Dispatcher::Arm(const std::string& command, const QueryTemplate& query, con
 /// Acknowledgements come in the order of commands and queries, so each has its place between the replies.
 void Dispatcher::ArmAcknowledgements(std::size_t bytes) {
   const auto commands = static_cast<int>(bytes * 2 / kPieceDigits);
-  if (!rig_.five_byte() || commands == 0) return;
+  if (!rig_.five_byte() || !YaesuAcknowledges(rig_) || commands == 0) return;
   ArmedQuery armed;
   armed.extraction = Extraction{.reply_length = commands * 2};
   armed.acknowledgement = true;

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "cat/text_replies.h"
+#include "cat/yaesu_layouts.h"
 #include "core/text.h"
 
 namespace kvx::cat {
@@ -21,7 +22,7 @@ constexpr std::array kFamilies{
     Family{"CI-V", ParseIcom, KeyingIcom, 241, 25},         Family{"YAESU", ParseYaesu, KeyingYaesu, 255, 25},
     Family{"KENWOOD", ParseKenwood, KeyingKenwood, 30, 60},
 };
-constexpr int kFiveByteFullScale = 15;  // four bits
+constexpr int kUnknownFullScale = 15;
 
 const Family* FindFamily(std::string_view name) {
   const auto* row =
@@ -51,7 +52,8 @@ FamilyKeying KeyingOf(std::string_view family) {
 int SMeterFullScale(const config::RigDefinition& rig) {
   if (rig.family == "KENWOOD") return KenwoodFullScale(rig);
   const Family* row = FindFamily(rig.family);
-  return rig.five_byte() ? kFiveByteFullScale : row == nullptr ? kFiveByteFullScale : row->s_meter_full_scale;
+  if (rig.nameless()) return YaesuMeterOf(rig).full_scale();
+  return row == nullptr ? kUnknownFullScale : row->s_meter_full_scale;
 }
 
 bool NarrowCwIsReverse(const config::RigDefinition& rig) {

@@ -11,7 +11,9 @@ constexpr Duration kReplyTime = 600ms;
 
 void ReplyParser::ForgetOverdue() {
   const auto overdue = [this](const ArmedQuery& query) {
-    return loop_.Now() - query.sent >= (query.acknowledgement ? kAcknowledgeTime : kReplyTime);
+    const int characters = query.extraction ? query.extraction->reply_length : 0;
+    const Duration on_the_line = link_.TimeOf(static_cast<std::size_t>(rig_.binary() ? characters / 2 : 0));
+    return loop_.Now() - query.sent >= (query.acknowledgement ? kAcknowledgeTime : kReplyTime + on_the_line);
   };
   while (!armed_.empty() && overdue(armed_.front())) armed_.pop_front();
   // A reply without a name that stopped in the middle has lost bytes: nothing that is still due could be told apart

@@ -2,6 +2,7 @@
 
 #include "cat/convert.h"
 #include "cat/text_replies.h"
+#include "cat/yaesu_layouts.h"
 #include "core/hex_text.h"
 #include "core/text.h"
 
@@ -26,41 +27,7 @@ constexpr std::array<ModeCode, 16> kTextModes{{{0x1, " LSB"},
                                                {0xE, "  FM"}}};
 constexpr TextDialect kText{.mode_prefix_digits = 1, .s_meter_digits = 3, .meter_digits = 3, .modes = &kTextModes};
 
-// Five-byte models, reply to opcode 03: ff ff ff ff mm   f = frequency in 10 Hz, BCD, most significant first; m = mode
-constexpr std::array<ModeCode, 12> kFiveByteModes{{{0x00, " LSB"},
-                                                   {0x01, " USB"},
-                                                   {0x02, "  CW"},
-                                                   {0x03, "  CW"},
-                                                   {0x04, "  AM"},
-                                                   {0x06, "  FM"},
-                                                   {0x08, "  FM"},
-                                                   {0x0A, "RTTY"},
-                                                   {0x0C, "  FM"},
-                                                   {0x82, "  CW"},
-                                                   {0x83, "  CW"},
-                                                   {0x88, "  FM"}}};
-// Older models, 16-byte operating data: bb ff ff ff ss oo oo mm ...   f = frequency in 10 Hz, binary, most significant
-// first
-constexpr std::array<ModeCode, 7> kStatusModes{
-    {{0, " LSB"}, {1, " USB"}, {2, "  CW"}, {3, "  AM"}, {4, "  FM"}, {5, "RTTY"}, {6, "RTTY"}}};
-
-constexpr std::size_t kBcdDigits = 8;
-constexpr std::size_t kBinaryDigits = 6;
 constexpr int kFiveByteReply = 10;  // hexadecimal characters
-
-std::optional<Frequency> FrequencyOf(std::string_view data) {
-  if (data.size() == kBinaryDigits) return Frequency::FromHz(ConvertDec(data) * 10);
-  if (data.size() != kBcdDigits) return std::nullopt;
-  const auto bytes = BytesFromHex(data);
-  const auto tens = bytes ? GetDecFromBCD(*bytes) : std::nullopt;
-  if (!tens) return std::nullopt;
-  return Frequency::FromHz(*tens * 10);
-}
-
-std::string_view ModeOf(std::string_view data, int reply_length) {
-  const auto code = static_cast<int>(ConvertDec(data));
-  return reply_length == kFiveByteReply ? CaptionOf(kFiveByteModes, code) : CaptionOf(kStatusModes, code & 0x0F);
-}
 
 /// Reads one whole reply of a binary model with everything that the row says stands in a reply to that query.
 class StatusReader {
@@ -75,55 +42,50 @@ class StatusReader {
     ReadField("ReadMode", &StatusReader::AddMode);
     ReadField("GetSMeter", &StatusReader::AddSMeter);
     if (frequency && reply_.size() == kFiveByteReply && context_.rig.row["ReadMode"].empty())
-      AddMode(reply_.substr(8, 2));
+      AddMode({query_.command, query_.extraction}, reply_.substr(8, 2));
   }
 
  private:
   bool ReadFrequency() {
-    if (query_.frequency) return AddFrequency(Data(query_.extraction));
+    if (query_.frequency) return AddFrequency({query_.command, query_.extraction});
     const std::string_view field = query_.vfo_b ? "ReadFreq" : "GetFreq";
     const QueryTemplate query = SplitQuery(context_.rig.row[field]);
-    return SameQuery(query) && AddFrequency(Data(query.extraction));
+    return SameQuery(query) && AddFrequency(query);
   }
 
-  void ReadField(std::string_view field, bool (StatusReader::*add)(std::string_view)) {
+  void ReadField(std::string_view field, void (StatusReader::*add)(const QueryTemplate&, std::string_view)) {
     const QueryTemplate query = SplitQuery(context_.rig.row[field]);
-    if (SameQuery(query)) (this->*add)(Data(query.extraction));
+    if (SameQuery(query)) (this->*add)(query, Data(query));
   }
 
   bool SameQuery(const QueryTemplate& query) const {
     return query.extraction && EqualNoCase(WithoutBlanks(query.command), query_.command);
   }
-  std::string_view Data(const std::optional<Extraction>& extraction) const {
-    return extraction ? extraction->DataOf(reply_).value_or(std::string_view{}) : std::string_view{};
+  std::string_view Data(const QueryTemplate& query) const {
+    return query.extraction ? query.extraction->DataOf(reply_).value_or(std::string_view{}) : std::string_view{};
   }
 
-  bool AddFrequency(std::string_view data) {
-    const auto frequency = FrequencyOf(data);
+  bool AddFrequency(const QueryTemplate& query) {
+    const auto frequency = YaesuFrequency(query, Data(query));
     if (!frequency || frequency->decihertz == 0) return false;
     const auto kind = query_.vfo_b ? Reply::Kind::kFrequencyB : Reply::Kind::kShownFrequency;
     replies_.push_back({.kind = kind, .frequency = *frequency});
     return true;
   }
 
-  bool AddMode(std::string_view data) {
-    const std::string_view caption = data.empty() ? std::string_view{} : ModeOf(data, static_cast<int>(reply_.size()));
-    if (caption.empty()) return false;
-    replies_.push_back({.kind = Reply::Kind::kMode, .mode = std::string(caption)});
-    return true;
+  void AddMode(const QueryTemplate& query, std::string_view data) {
+    const std::string_view caption = data.empty() ? std::string_view{} : YaesuMode(query, data, context_.rig);
+    if (!caption.empty()) replies_.push_back({.kind = Reply::Kind::kMode, .mode = std::string(caption)});
   }
 
-  bool AddSMeter(std::string_view data) {
-    if (data.empty()) return false;
-    // Receiver status, opcode E7: squelch, centre and tone flags above the meter's four bits.
-    const bool receiver_status = query_.command.ends_with("E7");
-    const auto value = static_cast<int>(ConvertDec(data));
-    replies_.push_back({.kind = Reply::Kind::kSMeter, .value = receiver_status ? value & 0x0F : value});
-    return true;
+  void AddSMeter(const QueryTemplate& /*query*/, std::string_view data) {
+    if (data.empty()) return;
+    const int value = YaesuMeterOf(context_.rig).ValueOf(static_cast<int>(ConvertDec(data)));
+    replies_.push_back({.kind = Reply::Kind::kSMeter, .value = value});
   }
 
   void ReadSlider() {
-    const std::string_view data = Data(query_.extraction);
+    const std::string_view data = Data({query_.command, query_.extraction});
     if (data.empty()) return;
     replies_.push_back(
         {.kind = Reply::Kind::kSlider, .value = static_cast<int>(ConvertDec(data)), .number = query_.slider});
@@ -136,15 +98,15 @@ class StatusReader {
 };
 
 /// The models that are asked by opcode 03 have an opcode to key and one to release; the older ones, which are asked for
-/// their operating data, one opcode with 1 or 0 before it.
+/// their operating data, one opcode with 1 or 0 before it. A rig that cannot be asked is told by the order of its
+/// parameters.
 Keying KeyingByOpcode(std::string_view command, const config::RigDefinition& rig) {
   constexpr char kKey = '\x08';
   constexpr char kRelease = '\x88';
   constexpr char kSwitch = '\x0F';
   const auto query = WithoutBlanks(SplitQuery(rig.row["GetFreq"]).command);
   const auto opcode = query.size() == 10 ? HexByte(std::string_view(query).substr(8)) : std::nullopt;
-  const bool by_switch = opcode && *opcode != 0x03;
-  if (!opcode) return {};
+  const bool by_switch = opcode ? *opcode != 0x03 : rig.row.rev_data;
   if (by_switch && command[4] != kSwitch) return {};
   const bool on = by_switch ? command[3] == 1 : command[4] == kKey;
   const bool off = by_switch ? command[3] == 0 : command[4] == kRelease;

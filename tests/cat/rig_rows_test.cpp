@@ -98,6 +98,9 @@ void Check(const Expectation& row) {
   }
   if (row.what == "freq") {
     station.engine.operations.TuneTo(*ParseKhz(row.argument));
+  } else if (row.what == "freqb") {
+    station.console.ActiveVfo.Set('B');
+    station.engine.operations.TuneTo(*ParseKhz(row.argument));
   } else if (row.what == "mode") {
     station.Send("X" + row.argument);
   } else if (row.what == "vfo") {
