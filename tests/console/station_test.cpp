@@ -2,11 +2,24 @@
 
 #include <sqlite3.h>
 
+#include <filesystem>
+#include <fstream>
+
 #include "console/status.h"
 #include "console_fixture.h"
 
 namespace kvx::console {
 namespace {
+
+/// How many rows the shipped files begin.
+std::size_t ShippedRigs() {
+  std::size_t rigs = 0;
+  for (const auto& file : std::filesystem::directory_iterator(KVX_DATA "/rigs")) {
+    std::ifstream lines(file.path());
+    for (std::string line; std::getline(lines, line);) rigs += line.starts_with("RigName,") ? 1 : 0;
+  }
+  return rigs;
+}
 
 TEST(Station, FirstStartComesUpWithItsStartValuesAndAllShippedRigs) {
   Bench bench("");
@@ -16,7 +29,7 @@ TEST(Station, FirstStartComesUpWithItsStartValuesAndAllShippedRigs) {
   EXPECT_EQ(KhzText(*console.FromF) + KhzText(*console.ToF) + KhzText(*console.Reference), "14000.0014350.0014000.00");
   EXPECT_EQ(*console.RigSlot, 1);
   EXPECT_EQ(bench.station.position.memory_first[100], "0000");
-  EXPECT_EQ(bench.station.RigNames()->size(), 13U);
+  EXPECT_EQ(bench.station.RigNames()->size(), ShippedRigs());
   EXPECT_EQ(bench.port.opens, 0) << "no rig, no port";
   EXPECT_EQ(bench.folder.Get("rig.ini"), "");
 }
@@ -272,7 +285,7 @@ TEST(Station, FilesThatCannotBeReadAreNamedAndNothingIsDestroyed) {
     bench.Start(1s);
     EXPECT_NE(notices.find(row.file), std::string::npos) << row.file << ": " << notices;
     EXPECT_EQ(bench.folder.Get(row.kept_as), row.content) << row.file;
-    EXPECT_EQ(bench.station.RigNames()->size(), 13U) << row.file;
+    EXPECT_EQ(bench.station.RigNames()->size(), ShippedRigs()) << row.file;
   }
 }
 
