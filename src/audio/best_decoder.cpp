@@ -32,9 +32,10 @@ constexpr double kCutoff = 92;  // Hz
 
 }  // namespace
 
-BestDecoder::BestDecoder(double samples_per_second, double hertz, const LetterModel& letters)
+BestDecoder::BestDecoder(double samples_per_second, double hertz, const LetterModel& letters, double reach)
     : samples_per_second_(samples_per_second),
       hertz_(hertz),
+      reach_(std::min(reach, ToneWatch::kReach)),
       letters_(letters),
       filter_(samples_per_second, hertz),
       rate_(filter_.rate()),
@@ -110,7 +111,7 @@ void BestDecoder::LookForSignal(bool last) {
   if (!watch_.ready()) return;
   const Time end = history_begin_ + static_cast<Time>(history_.size());
   next_look_ = end + std::lround(kLookEvery * rate_);
-  Tune(watch_.Strongest());
+  Tune(watch_.Strongest(reach_));
   MixUpTo(end);
   noise_ = watch_.Noise(offset_);
   SpeedFinding finding = SurveySpeed(tone_, tone_.begin(), tone_.end(), rate_, noise_);

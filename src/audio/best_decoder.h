@@ -20,8 +20,8 @@ namespace kvx::audio {
 /// from their beginning. What is more likely noise gives no text.
 class BestDecoder final : public CwDecoder {
  public:
-  /// `letters` outlives the decoder.
-  BestDecoder(double samples_per_second, double hertz, const LetterModel& letters);
+  /// `letters` outlives the decoder. `reach`: within how many Hz of a tone it looks for the strongest.
+  BestDecoder(double samples_per_second, double hertz, const LetterModel& letters, double reach = ToneWatch::kReach);
 
   void Feed(std::span<const float> samples) override;
   void Finish() override;
@@ -48,6 +48,7 @@ class BestDecoder final : public CwDecoder {
 
   double samples_per_second_;
   double hertz_;
+  double reach_;
   const LetterModel& letters_;
   CodeTree codes_;
   ToneFilter filter_;

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <numbers>
 
 #include "audio/tone_filter.h"
 
@@ -18,13 +17,8 @@ constexpr double kNoiseShare = 0.4;  // of the bins are sure to be without other
 
 }  // namespace
 
-ToneWatch::ToneWatch(double rate) : rate_(rate), powers_(2 * kBins + 1) {
-  for (std::size_t i = 0; i < kLength; ++i) {
-    const double angle = 2 * std::numbers::pi * static_cast<double>(i) / kLength;
-    window_.push_back(static_cast<float>((1 - std::cos(angle)) / 2 / std::sqrt(0.375 * kLength)));
-    turns_.push_back(std::complex<float>(std::polar(1.0, -angle)));
-  }
-}
+ToneWatch::ToneWatch(double rate)
+    : rate_(rate), window_(HannWindow(kLength)), fourier_(kLength), values_(kLength), powers_(2 * kBins + 1) {}
 
 double ToneWatch::HertzOf(std::size_t bin) const {
   return (static_cast<double>(bin) - kBins) * rate_ / kLength;
@@ -32,23 +26,26 @@ double ToneWatch::HertzOf(std::size_t bin) const {
 
 void ToneWatch::Feed(std::span<const std::complex<float>> samples) {
   kept_.insert(kept_.end(), samples.begin(), samples.end());
-  for (; kept_.size() >= kLength; kept_.erase(kept_.begin(), kept_.begin() + kHop)) Measure();
+  std::size_t at = 0;
+  for (; at + kLength <= kept_.size(); at += kHop) {
+    for (std::size_t i = 0; i < kLength; ++i) values_[i] = window_[i] * kept_[at + i];
+    Measure();
+  }
+  kept_.erase(kept_.begin(), kept_.begin() + static_cast<std::ptrdiff_t>(at));
 }
 
 void ToneWatch::Measure() {
+  fourier_.Transform(values_);
   const float share = 1.0F / static_cast<float>(std::min(++count_, kMemory));
   for (std::size_t bin = 0; bin < powers_.size(); ++bin) {
-    const std::size_t turn = (bin + kLength - kBins) % kLength;
-    std::complex<float> sum;
-    for (std::size_t i = 0; i < kLength; ++i) sum += window_[i] * kept_[i] * turns_[i * turn % kLength];
-    powers_[bin] += share * (std::norm(sum) - powers_[bin]);
+    powers_[bin] += share * (std::norm(values_[(bin + kLength - kBins) % kLength]) - powers_[bin]);
   }
 }
 
-double ToneWatch::Strongest() const {
+double ToneWatch::Strongest(double reach) const {
   std::size_t best = 0;
   for (std::size_t bin = 1; bin + 1 < powers_.size(); ++bin) {
-    if (std::abs(HertzOf(bin)) <= kReach && (best == 0 || powers_[bin] > powers_[best])) best = bin;
+    if (std::abs(HertzOf(bin)) <= reach && (best == 0 || powers_[bin] > powers_[best])) best = bin;
   }
   const double low = powers_[best - 1], middle = powers_[best], high = powers_[best + 1];
   const double bend = low - 2 * middle + high;

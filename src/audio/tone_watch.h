@@ -4,6 +4,8 @@
 #include <span>
 #include <vector>
 
+#include "audio/fourier.h"
+
 namespace kvx::audio {
 
 /// Watches the neighbourhood of a tone: where in it the strongest one is, and how much noise.
@@ -14,8 +16,8 @@ class ToneWatch final {
   /// The next samples of a ToneFilter.
   void Feed(std::span<const std::complex<float>> samples);
   bool ready() const { return count_ > 0; }
-  /// The strongest tone within kReach, in Hz from the middle.
-  double Strongest() const;
+  /// The strongest tone within a reach, in Hz from the middle; no more than kReach.
+  double Strongest(double reach) const;
   /// The noise's power in a band of one sample rate, away from a tone.
   float Noise(double tone) const;
 
@@ -28,7 +30,8 @@ class ToneWatch final {
   double rate_;
   std::vector<std::complex<float>> kept_;
   std::vector<float> window_;
-  std::vector<std::complex<float>> turns_;
+  Fourier fourier_;
+  std::vector<std::complex<float>> values_;
   std::vector<float> powers_;  ///< averaged, by bin, lowest frequency first
   int count_ = 0;
 };
