@@ -56,9 +56,14 @@ Status ExpandFrequency(std::string& command, const Fill& fill) {
   const FrequencyPlaceholder* placeholder = FindFrequencyPlaceholder(command);
   if (placeholder == nullptr) return Ok();
   command = WithoutBlanks(command);
-  auto digits = FrequencyDigits(fill.frequency, *placeholder, fill.rig.binary());
+  const bool civ = fill.rig.row.rev_data && (fill.rig.family == "ICOM" || fill.rig.family == "CI-V");
+  const FrequencyData data = !fill.rig.binary() ? FrequencyData::kText
+                             : civ              ? FrequencyData::kCiv
+                                                : FrequencyData::kBinary;
+  auto digits = FrequencyDigits(fill.frequency, *placeholder, data);
   if (!digits) return digits.error();
-  command = ReplaceAll(std::move(command), placeholder->name, fill.rig.row.rev_data ? ReversePairs(*digits) : *digits);
+  const bool reversed = fill.rig.row.rev_data && placeholder->unit != FrequencyPlaceholder::Unit::kHexadecimalHertz;
+  command = ReplaceAll(std::move(command), placeholder->name, reversed ? ReversePairs(*digits) : *digits);
   return Ok();
 }
 
@@ -72,6 +77,16 @@ Status ExpandAddress(std::string& command, const Fill& fill) {
   }
   command = std::string(Trim(ReplaceAll(std::move(command), kAddress, address)));
   return Ok();
+}
+
+/// More digits than `width` when the number needs them.
+std::string PadHexadecimal(std::int64_t number, int width) {
+  std::string digits;
+  for (auto rest = static_cast<std::uint64_t>(number); rest > 0 || digits.size() < static_cast<std::size_t>(width);
+       rest >>= 4) {
+    digits.insert(digits.begin(), "0123456789ABCDEF"[rest & 0xF]);
+  }
+  return digits;
 }
 
 }  // namespace
@@ -120,12 +135,20 @@ const FrequencyPlaceholder* FindFrequencyPlaceholder(std::string_view text) {
   return nullptr;
 }
 
-Result<std::string> FrequencyDigits(Frequency frequency, const FrequencyPlaceholder& placeholder, bool binary) {
+Result<std::string> FrequencyDigits(Frequency frequency, const FrequencyPlaceholder& placeholder, FrequencyData data) {
   using Unit = FrequencyPlaceholder::Unit;
-  const bool tens = placeholder.unit == Unit::kTensOfHertz || (placeholder.unit == Unit::kTensWhenBinary && binary);
-  const int width = binary ? placeholder.digits + placeholder.digits % 2 : placeholder.digits;  // whole bytes
-  const std::string digits = PadNumber(tens ? frequency.tens_of_hz() : frequency.hz(), width);
-  if (frequency.decihertz < 0 || digits.size() > static_cast<std::size_t>(width)) {
+  const bool tens = placeholder.unit == Unit::kTensOfHertz ||
+                    (placeholder.unit == Unit::kTensWhenBinary && data == FrequencyData::kBinary);
+  const int width =
+      data != FrequencyData::kText ? placeholder.digits + placeholder.digits % 2 : placeholder.digits;  // whole bytes
+  const std::int64_t number = tens ? frequency.tens_of_hz() : frequency.hz();
+  const bool hexadecimal = placeholder.unit == Unit::kHexadecimalHertz;
+  std::string digits = hexadecimal ? PadHexadecimal(number, width) : PadNumber(number, width);
+  const auto most = static_cast<std::size_t>(std::max(width, placeholder.most_digits));
+  if (frequency.decihertz >= 0 && digits.size() > static_cast<std::size_t>(width) && digits.size() <= most) {
+    digits = PadNumber(number, placeholder.most_digits);
+  }
+  if (frequency.decihertz < 0 || digits.size() > most) {
     return Error{ErrorCode::kInvalid,
                  "The frequency " + KhzText(frequency) + " does not fit " + std::string(placeholder.name)};
   }

@@ -42,17 +42,22 @@ QueryTemplate SplitQuery(std::string_view text);
 /// A slider's "set" template without its bounds suffix.
 std::string_view CutBounds(std::string_view text);
 
-/// A frequency placeholder: how many digits, and whether the last one counts 10 Hz instead of 1 Hz.
+/// A frequency placeholder: how many digits, and what the last one counts.
 struct FrequencyPlaceholder {
   std::string_view name;
   int digits;
-  enum class Unit { kHertz, kTensOfHertz, kTensWhenBinary } unit;
+  enum class Unit { kHertz, kTensOfHertz, kTensWhenBinary, kHexadecimalHertz } unit;
+  int most_digits = 0;  ///< for a frequency that needs more of them; 0: none does
 };
 
-/// "<FREQ8>" counts 10 Hz in the four BCD bytes of a binary rig and hertz in the text of a text rig.
+/// "<FREQ8>" counts 10 Hz in the four BCD bytes of a binary rig and hertz in the text of a text rig and on CI-V.
+/// "<FREQ10-12>" has 10 digits below 10 GHz and 12 from there on. "<FREQHEX8>" is a hexadecimal number, most
+/// significant byte first whatever the row says of its order.
 inline constexpr std::array kFrequencyPlaceholders{
     FrequencyPlaceholder{"<FREQ11>", 11, FrequencyPlaceholder::Unit::kHertz},
     FrequencyPlaceholder{"<FREQ10>", 10, FrequencyPlaceholder::Unit::kHertz},
+    FrequencyPlaceholder{"<FREQ10-12>", 10, FrequencyPlaceholder::Unit::kHertz, 12},
+    FrequencyPlaceholder{"<FREQHEX8>", 8, FrequencyPlaceholder::Unit::kHexadecimalHertz},
     FrequencyPlaceholder{"<FREQ9>", 9, FrequencyPlaceholder::Unit::kHertz},
     FrequencyPlaceholder{"<FREQ8>", 8, FrequencyPlaceholder::Unit::kTensWhenBinary},
     FrequencyPlaceholder{"<FREQ7>", 7, FrequencyPlaceholder::Unit::kTensOfHertz},
@@ -61,9 +66,12 @@ inline constexpr std::array kFrequencyPlaceholders{
 /// The placeholder that stands in a template, or null.
 const FrequencyPlaceholder* FindFrequencyPlaceholder(std::string_view text);
 
+/// Whose frequency data are to be written: text, BCD bytes, or those of CI-V.
+enum class FrequencyData { kText, kBinary, kCiv };
+
 /// The digits that a frequency gets in place of `placeholder`, most significant first. kInvalid when it needs more
 /// digits than there are, or is negative.
-Result<std::string> FrequencyDigits(Frequency frequency, const FrequencyPlaceholder& placeholder, bool binary);
+Result<std::string> FrequencyDigits(Frequency frequency, const FrequencyPlaceholder& placeholder, FrequencyData data);
 
 /// Digit pairs in reversed order, digits inside a pair kept: BCD bytes least significant first.
 std::string ReversePairs(std::string_view digits);

@@ -46,22 +46,40 @@ TEST(Extraction, TakesTheDataOnlyFromAReplyWithTheRightCodeAndLength) {
 }
 
 TEST(FrequencyDigits, FillEachPlaceholderOrRefuse) {
+  using enum FrequencyData;
   struct Row {
     std::string placeholder;
-    bool binary;
+    FrequencyData data;
     std::string khz, digits;  // digits empty: refused
   };
-  for (const Row& row :
-       {Row{"<FREQ11>", false, "14025.37", "00014025370"}, Row{"<FREQ11>", false, "1296200.00", "01296200000"},
-        Row{"<FREQ10>", true, "432100", "0432100000"}, Row{"<FREQ10>", true, "10368000", ""},
-        Row{"<FREQ9>", false, "135.6", "000135600"}, Row{"<FREQ9>", false, "999999.99", "999999990"},
-        Row{"<FREQ9>", false, "1000000", ""}, Row{"<FREQ8>", false, "1800", "01800000"},
-        Row{"<FREQ8>", false, "99999.99", "99999990"}, Row{"<FREQ8>", false, "100000", ""},
-        Row{"<FREQ8>", true, "14025.37", "01402537"}, Row{"<FREQ8>", true, "439700", "43970000"},
-        Row{"<FREQ8>", true, "1000000", ""}, Row{"<FREQ7>", false, "14025.37", "1402537"},
-        Row{"<FREQ7>", true, "14025.37", "01402537"}, Row{"<FREQ7>", false, "100000", ""},
-        Row{"<FREQ11>", false, "-1.5", ""}, Row{"<FREQ11>", false, "0", "00000000000"}}) {
-    const auto digits = FrequencyDigits(*ParseKhz(row.khz), *FindFrequencyPlaceholder(row.placeholder), row.binary);
+  for (const Row& row : {Row{"<FREQ11>", kText, "14025.37", "00014025370"},
+                         Row{"<FREQ11>", kText, "1296200.00", "01296200000"},
+                         Row{"<FREQ10>", kBinary, "432100", "0432100000"},
+                         Row{"<FREQ10>", kBinary, "10368000", ""},
+                         Row{"<FREQ9>", kText, "135.6", "000135600"},
+                         Row{"<FREQ9>", kText, "999999.99", "999999990"},
+                         Row{"<FREQ9>", kText, "1000000", ""},
+                         Row{"<FREQ8>", kText, "1800", "01800000"},
+                         Row{"<FREQ8>", kText, "99999.99", "99999990"},
+                         Row{"<FREQ8>", kText, "100000", ""},
+                         Row{"<FREQ8>", kBinary, "14025.37", "01402537"},
+                         Row{"<FREQ8>", kBinary, "439700", "43970000"},
+                         Row{"<FREQ8>", kBinary, "1000000", ""},
+                         Row{"<FREQ7>", kText, "14025.37", "1402537"},
+                         Row{"<FREQ7>", kBinary, "14025.37", "01402537"},
+                         Row{"<FREQ7>", kText, "100000", ""},
+                         Row{"<FREQ11>", kText, "-1.5", ""},
+                         Row{"<FREQ11>", kText, "0", "00000000000"},
+                         Row{"<FREQ8>", kCiv, "14025.37", "14025370"},
+                         Row{"<FREQ8>", kCiv, "100000", ""},
+                         Row{"<FREQ10-12>", kCiv, "5760100", "5760100000"},
+                         Row{"<FREQ10-12>", kCiv, "9999999.99", "9999999990"},
+                         Row{"<FREQ10-12>", kCiv, "10368100", "010368100000"},
+                         Row{"<FREQHEX8>", kBinary, "14025.37", "00D6029A"},
+                         Row{"<FREQHEX8>", kBinary, "4294967.29", "FFFFFFFA"},
+                         Row{"<FREQHEX8>", kBinary, "4294967.3", ""},
+                         Row{"<FREQHEX8>", kBinary, "-1.5", ""}}) {
+    const auto digits = FrequencyDigits(*ParseKhz(row.khz), *FindFrequencyPlaceholder(row.placeholder), row.data);
     EXPECT_EQ(digits ? *digits : "", row.digits) << row.placeholder << " " << row.khz;
   }
   EXPECT_EQ(ReversePairs("0014025370"), "7053021400");
@@ -72,18 +90,26 @@ TEST(Expand, PutsSlidersAddressAndFrequencyIn) {
   struct Row {
     std::string rig, encoding, command, expect;  // expect "!...": refused, with that in the sentence
   };
-  for (const Row& row : {Row{"X", "", "AG<AFGAIN>;", "AG07;"}, Row{"X", "", "PC<POWER>;", "PC100;"},
-                         Row{"X", "", "AG<AFGAIN3>;<RFGAIN1>", "AG007;8"}, Row{"X", "", "PC<POWER2>;", "!does not fit"},
-                         Row{"FT-DX5000", "", "AG<AFGAIN>;", "AG007;"}, Row{"FT-DX5000", "", "PC<POWER>;", "PC100;"},
+  for (const Row& row : {Row{"X", "", "AG<AFGAIN>;", "AG07;"},
+                         Row{"X", "", "PC<POWER>;", "PC100;"},
+                         Row{"X", "", "AG<AFGAIN3>;<RFGAIN1>", "AG007;8"},
+                         Row{"X", "", "PC<POWER2>;", "!does not fit"},
+                         Row{"FT-DX5000", "", "AG<AFGAIN>;", "AG007;"},
+                         Row{"FT-DX5000", "", "PC<POWER>;", "PC100;"},
                          Row{"X", "", "<AFGAIN><AFGAIN>", "0707"},
                          Row{"X", "", "<AFGAINX><AFGAIN0><AFGAIN", "<AFGAINX><AFGAIN0><AFGAIN"},
                          Row{"X", "", "<TONE><ALPHA><BRAVO><CHAR><MISC><FILTER><NOTCH><CWSPEED>", "0203040506101101"},
-                         Row{"X", "", "MG<NOTCH>", "MG11"}, Row{"X", "hex", "5600<POWER>0D", "560001000D"},
-                         Row{"X", "hex", "5600<POWER4>0D", "560001000D"}, Row{"X", "", " FE<ADDR>E0 ", "FE94E0"},
-                         Row{"X", "", "<ADDR><ADDR>", "9494"}, Row{"X", "hex", "<FREQ8>01", "0140253701"},
-                         Row{"X", "hex,rev", "<FREQ8>0A", "372540010A"},
+                         Row{"X", "", "MG<NOTCH>", "MG11"},
+                         Row{"X", "hex", "5600<POWER>0D", "560001000D"},
+                         Row{"X", "hex", "5600<POWER4>0D", "560001000D"},
+                         Row{"X", "", " FE<ADDR>E0 ", "FE94E0"},
+                         Row{"X", "", "<ADDR><ADDR>", "9494"},
+                         Row{"X", "hex", "<FREQ8>01", "0140253701"},
+                         Row{"X", "hex,rev", "<FREQ8>0A", "705302140A"},
+                         Row{"X", "hex,rev", "<FREQHEX8>0D", "00D6029A0D"},
                          Row{"X", "hex,rev", "FEFE <ADDR> E005 <FREQ10> FD", "FEFE94E0057053021400FD"},
-                         Row{"X", "", "FA <FREQ11>;", "FA00014025370;"}, Row{"X", "", "<UNKNOWN>", "<UNKNOWN>"}}) {
+                         Row{"X", "", "FA <FREQ11>;", "FA00014025370;"},
+                         Row{"X", "", "<UNKNOWN>", "<UNKNOWN>"}}) {
     std::vector<std::string> fields = Split(row.encoding, ',');
     fields.push_back("Add2= 94 ");
     const config::RigDefinition rig = config::LoadDefinition(MakeRow(row.rig, "ICOM", fields));
