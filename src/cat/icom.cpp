@@ -108,7 +108,10 @@ class FrameReader {
   }
 
   void AddMode(std::size_t at) {
-    const std::string_view caption = CaptionOf(kModes, Byte(at));
+    // The R-7000 has one code for both sidebands and tells it from FM by the byte that follows.
+    const bool sideband =
+        Byte(at) == 0x05 && Byte(at + 1) == 0x00 && context_.rig.row["USB"].find("060500") != std::string::npos;
+    const std::string_view caption = sideband ? " USB" : CaptionOf(kModes, Byte(at));
     if (!caption.empty()) replies_.push_back({.kind = Reply::Kind::kMode, .mode = std::string(caption)});
   }
 
@@ -145,10 +148,12 @@ class FrameReader {
 }  // namespace
 
 // FE FE to from 1C 00 01 FD keys, 00 releases, and without a byte of data it asks.
-Keying KeyingIcom(std::string_view command, const config::RigDefinition&) {
+// A rig with a command of its own is known by its row.
+Keying KeyingIcom(std::string_view command, const config::RigDefinition& rig) {
   const std::size_t at = command.rfind("\xFE\xFE");
   if (at == std::string_view::npos || command.size() - at != 8) return {};
   const std::string_view frame = command.substr(at);
+  if (frame[4] == 0x16) return KeyingByButtons(frame, rig);
   if (frame[4] != 0x1C || frame[5] != 0x00 || static_cast<unsigned char>(frame[6]) > 1) return {};
   if (frame[6] == 0) return {Keying::Effect::kOff, {}};
   std::string release(frame);

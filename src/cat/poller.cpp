@@ -105,8 +105,9 @@ bool Poller::still_answering() const {
 }
 
 std::string_view Poller::FrequencyKey() const {
-  // Rigs that answer in text name the VFO in their reply; the others answer for the VFO in use.
-  const bool ask_b = *console_.ActiveVfo == 'B' && !rig_.binary() && dispatcher_.Has("XGETFREQB");
+  // Rigs that answer in text, and Ten-Tec's, name the VFO in their reply; the others answer for the VFO in use.
+  const bool names_vfo = !rig_.binary() || rig_.family == "TEN-TEC";
+  const bool ask_b = *console_.ActiveVfo == 'B' && names_vfo && dispatcher_.Has("XGETFREQB");
   return ask_b ? "XGETFREQB" : "XGETFREQ";
 }
 

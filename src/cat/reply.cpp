@@ -23,6 +23,7 @@ constexpr std::array kFamilies{
     Family{"KENWOOD", ParseKenwood, KeyingKenwood, 30, 60},
 };
 constexpr int kUnknownFullScale = 15;
+constexpr int kSUnitsFullScale = 19;  // S units, 6 dB each
 
 const Family* FindFamily(std::string_view name) {
   const auto* row =
@@ -53,6 +54,7 @@ int SMeterFullScale(const config::RigDefinition& rig) {
   if (rig.family == "KENWOOD") return KenwoodFullScale(rig);
   const Family* row = FindFamily(rig.family);
   if (rig.nameless()) return YaesuMeterOf(rig).full_scale();
+  if (rig.binary() && rig.family == "TEN-TEC") return kSUnitsFullScale;
   return row == nullptr ? kUnknownFullScale : row->s_meter_full_scale;
 }
 

@@ -56,6 +56,7 @@ struct ParseContext {
   const config::RigDefinition& rig;
   ArmedQueries& armed;
   std::string_view address_number = "1";
+  char active_vfo = 'A';  ///< as the console shows it, for rigs that tell of both at once
 };
 
 /// Takes complete replies from the front of the receive buffer and appends what they say to `replies`. An incomplete

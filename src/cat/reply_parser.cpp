@@ -36,7 +36,8 @@ void ReplyParser::Parse() {
   ForgetOverdue();
   replies_.clear();
   if (const FamilyParser parse = ParserOf(rig_.family)) {
-    ParseContext context{.rig = rig_, .armed = armed_, .address_number = *console_.RigNumber};
+    ParseContext context{
+        .rig = rig_, .armed = armed_, .address_number = *console_.RigNumber, .active_vfo = *console_.ActiveVfo};
     parse(link_.buffer(), context, replies_);
   }
   // A reply may lead to a new rig selection and so to another Parse: work on what is ours.

@@ -42,47 +42,110 @@ void ParseOrion(std::string& buffer, ParseContext& context, std::vector<Reply>& 
   if (buffer.size() > kLongestReply) buffer.erase(0, buffer.size() - kLongestReply);
 }
 
-// Pegasus (550) programmer's reference: the first byte tells the length, because data bytes may read as a carriage
-// return.
-//   S h h h h CR   S-meter, hexadecimal: S units, 1/256 of one      T f r CR   forward and reflected power
-//   ! h l 00 CR    steps of a remote knob
-struct PegasusReply {
-  char letter;
-  std::size_t length;
-};
-constexpr std::array kPegasusReplies{PegasusReply{'S', 6}, PegasusReply{'T', 4}, PegasusReply{'!', 5}};
+// Pegasus (550), Jupiter (538), Argonaut V (516) and Omni VII (588) programmers' references: the first byte tells the
+// length, because data bytes may read as a carriage return.
+//   A f f f f CR   VFO A in Hz, most significant byte first; B likewise      M a b CR   mode digits of VFO A and B
+//   S h h h h CR   S-meter: S units, then 1/256 of one in hexadecimal (Omni VII: then dB over S9 in decimal digits)
+//   S f r CR       while transmitting: forward power with its top bit set, reflected power
+//   T f r CR, F f CR, R r CR   forward and reflected power      ! h l 00 CR   steps of a remote knob      Z CR refused
+constexpr std::array<ModeCode, 6> kBinaryModes{
+    {{'0', "  AM"}, {'1', " USB"}, {'2', " LSB"}, {'3', "  CW"}, {'4', "  FM"}, {'5', "  CW"}}};
+constexpr std::size_t kStrengthLength = 6;
+constexpr int kHighestByte = 0x03;  // of a frequency: no rig goes beyond 67 MHz
+constexpr int kDecibelsAnUnit = 6;
 
-bool ReadPegasus(std::string_view reply, std::vector<Reply>& replies) {
-  if (reply.back() != '\r') return false;
-  if (reply[0] == 'T') {
-    replies.push_back({.kind = Reply::Kind::kMeter, .value = static_cast<unsigned char>(reply[1])});
-  } else if (reply[0] == 'S') {
-    const auto units = HexByte(reply.substr(1, 2));
-    if (!units || !HexByte(reply.substr(3, 2))) return false;
-    replies.push_back({.kind = Reply::Kind::kSMeter, .value = *units});
+class BinaryReader {
+ public:
+  BinaryReader(const ParseContext& context, std::vector<Reply>& replies) : context_(context), replies_(replies) {}
+
+  /// How many bytes of the front are a reply, which is then read; 0: its rest has not come; 1 also for garbage.
+  std::size_t Take(std::string_view bytes) {
+    for (const Dialect& row : kDialect) {
+      if (row.letter != bytes[0]) continue;
+      if (bytes.size() < 2) return 0;
+      const std::size_t length = row.letter == 'S' && !Transmits(bytes) ? kStrengthLength : row.length;
+      if (bytes.size() < length) return 0;
+      return bytes[length - 1] == '\r' && (this->*row.read)(bytes.substr(1, length - 2)) ? length : 1;
+    }
+    return 1;
   }
-  return true;
-}
 
-void ParsePegasus(std::string& buffer, std::vector<Reply>& replies) {
+ private:
+  struct Dialect {
+    char letter;
+    std::size_t length;  ///< with letter and carriage return
+    bool (BinaryReader::*read)(std::string_view data);
+  };
+  static const std::array<Dialect, 9> kDialect;
+
+  static bool Transmits(std::string_view bytes) { return (static_cast<unsigned char>(bytes[1]) & 0x80) != 0; }
+  bool Add(Reply reply) {
+    replies_.push_back(std::move(reply));
+    return true;
+  }
+
+  bool Frequency(std::string_view data, Reply::Kind kind) {
+    if (static_cast<unsigned char>(data[0]) > kHighestByte) return false;
+    std::int64_t hz = 0;
+    for (const char byte : data) hz = hz << 8 | static_cast<unsigned char>(byte);
+    return Add({.kind = kind, .frequency = kvx::Frequency::FromHz(hz)});
+  }
+  bool FrequencyA(std::string_view data) { return Frequency(data, Reply::Kind::kFrequencyA); }
+  bool FrequencyB(std::string_view data) { return Frequency(data, Reply::Kind::kFrequencyB); }
+
+  bool Mode(std::string_view data) {
+    const std::string_view caption = CaptionOf(kBinaryModes, data[context_.active_vfo == 'B' ? 1 : 0]);
+    return !caption.empty() && Add({.kind = Reply::Kind::kMode, .mode = std::string(caption)});
+  }
+
+  bool Strength(std::string_view data) {
+    if (data.size() + 2 != kStrengthLength) return Power(data);
+    const auto units = HexByte(data.substr(0, 2));
+    const auto rest = HexByte(data.substr(2, 2));
+    if (!units || !rest) return false;
+    const bool decibels = context_.rig.name.starts_with("Omni") && AllDigits(data);
+    const int over = decibels ? static_cast<int>(LeadingNumber(data.substr(2, 2))) / kDecibelsAnUnit : 0;
+    return Add({.kind = Reply::Kind::kSMeter, .value = *units + over});
+  }
+
+  bool Power(std::string_view data) {
+    return Add({.kind = Reply::Kind::kMeter, .value = static_cast<unsigned char>(data[0]) & 0x7F});
+  }
+  bool PassOver(std::string_view) { return true; }
+  bool Refused(std::string_view) { return Add({.kind = Reply::Kind::kRefused}); }
+
+  const ParseContext& context_;
+  std::vector<Reply>& replies_;
+};
+
+const std::array<BinaryReader::Dialect, 9> BinaryReader::kDialect{{
+    {'A', 6, &BinaryReader::FrequencyA},
+    {'B', 6, &BinaryReader::FrequencyB},
+    {'M', 4, &BinaryReader::Mode},
+    {'S', 4, &BinaryReader::Strength},
+    {'T', 4, &BinaryReader::Power},
+    {'F', 3, &BinaryReader::Power},
+    {'R', 3, &BinaryReader::PassOver},
+    {'!', 5, &BinaryReader::PassOver},
+    {'Z', 2, &BinaryReader::Refused},
+}};
+
+void ParseBinary(std::string& buffer, const ParseContext& context, std::vector<Reply>& replies) {
+  BinaryReader reader(context, replies);
   std::size_t at = 0;
   while (at < buffer.size()) {
-    const auto* row = std::find_if(kPegasusReplies.begin(), kPegasusReplies.end(),
-                                   [&](const PegasusReply& r) { return r.letter == buffer[at]; });
-    if (row == kPegasusReplies.end()) {
-      ++at;
-      continue;
-    }
-    if (buffer.size() - at < row->length) break;
-    at += ReadPegasus(std::string_view(buffer).substr(at, row->length), replies) ? row->length : 1;
+    const std::size_t taken = reader.Take(std::string_view(buffer).substr(at));
+    if (taken == 0) break;
+    at += taken;
   }
   buffer.erase(0, at);
 }
 
 }  // namespace
 
-// Orion: "*TK" keys, "*TU" releases. How a Pegasus is keyed is not known here.
-Keying KeyingTenTec(std::string_view command, const config::RigDefinition&) {
+// "*TK" keys, "*TU" releases; a binary rig is keyed by what its row says.
+Keying KeyingTenTec(std::string_view command, const config::RigDefinition& rig) {
+  if (rig.binary()) return KeyingByButtons(command, rig);
   const std::string text = Upper(Trim(command.substr(0, command.size() - 1)));
   if (text == "*TU") return {Keying::Effect::kOff, {}};
   return text == "*TK" ? Keying{Keying::Effect::kOn, "*TU\r"} : Keying{};
@@ -92,7 +155,7 @@ void ParseTenTec(std::string& buffer, ParseContext& context, std::vector<Reply>&
   if (!context.rig.row.send_as_hex) return ParseOrion(buffer, context, replies);
   auto bytes = BytesFromHex(buffer);
   if (!bytes) return buffer.clear();
-  ParsePegasus(*bytes, replies);
+  ParseBinary(*bytes, context, replies);
   buffer = HexText::FromBytes(*bytes).digits;
 }
 

@@ -1,6 +1,7 @@
 #include "cat/transmit.h"
 
 #include "cat/reply.h"
+#include "core/hex_text.h"
 #include "core/text.h"
 
 namespace kvx::cat {
@@ -35,6 +36,21 @@ Keying KeyingOf(const config::RigDefinition& rig, std::string_view bytes) {
     bytes.remove_prefix(length);
   }
   return last;
+}
+
+Keying KeyingByButtons(std::string_view command, const config::RigDefinition& rig) {
+  const auto behind_address = [&](std::string_view field) {
+    constexpr std::string_view kAddress = "<ADDR>";
+    const std::string& text = rig.row[field];
+    const std::size_t address = text.find(kAddress);
+    return BytesFromHex(address == std::string::npos ? text : text.substr(address + kAddress.size())).value_or("");
+  };
+  const std::string on = behind_address("Alpha");
+  const std::string off = behind_address("Bravo");
+  if (on.empty() || off.empty() || !ButtonsKeyTransmitter(rig.row)) return {};
+  if (command.ends_with(off)) return {Keying::Effect::kOff, {}};
+  if (!command.ends_with(on)) return {};
+  return {Keying::Effect::kOn, std::string(command.substr(0, command.size() - on.size())) + off};
 }
 
 bool ButtonsKeyTransmitter(const config::RigRow& row) {

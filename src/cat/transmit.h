@@ -37,6 +37,9 @@ Keying KeyingOf(const config::RigDefinition& rig, std::string_view bytes);
 /// otherwise.
 bool ButtonsKeyTransmitter(const config::RigRow& row);
 
+/// The same for a binary rig whose keying only its row knows: by the commands of its transmit buttons, at any address.
+Keying KeyingByButtons(std::string_view command, const config::RigDefinition& rig);
+
 /// Follows what goes out, whole commands or pieces of them.
 class KeyingReader {
  public:
