@@ -26,8 +26,9 @@ constexpr std::array kPrefixes{
     NamePrefix{"Flex", "FlexRadio"},   NamePrefix{"PowerSDR", "FlexRadio"}, NamePrefix{"ANAN", "Apache Labs"},
     NamePrefix{"QCX", "QRP Labs"},     NamePrefix{"QDX", "QRP Labs"},       NamePrefix{"QMX", "QRP Labs"},
     NamePrefix{"FDM-", "ELAD"},        NamePrefix{"TX-500", "Lab599"},      NamePrefix{"SunSDR", "Expert Electronics"},
-    NamePrefix{"JST-", "JRC"},         NamePrefix{"NRD-", "JRC"},           NamePrefix{"AR", "AOR"},
-    NamePrefix{"DX-", "Alinco"},
+    NamePrefix{"G90", "Xiegu"},        NamePrefix{"X108G", "Xiegu"},        NamePrefix{"X5105", "Xiegu"},
+    NamePrefix{"X6", "Xiegu"},         NamePrefix{"JST-", "JRC"},           NamePrefix{"NRD-", "JRC"},
+    NamePrefix{"AR", "AOR"},           NamePrefix{"DX-", "Alinco"},
 };
 constexpr std::string_view kOther = "Other";
 
