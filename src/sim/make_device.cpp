@@ -3,6 +3,7 @@
 
 #include "core/text.h"
 #include "sim/icom_rig.h"
+#include "sim/kenwood_kin.h"
 #include "sim/kenwood_rig.h"
 #include "sim/orion_rig.h"
 #include "sim/simulated_device.h"
@@ -30,8 +31,18 @@ std::unique_ptr<SimulatedDevice> MakeWinkey(Loop& loop) {
   return std::make_unique<WinkeyDevice>(loop, model);
 }
 
+template <const KenwoodModel& model>
+std::unique_ptr<SimulatedDevice> MakeKenwood(Loop& loop) {
+  return std::make_unique<KenwoodKin>(loop, model);
+}
+
 constexpr std::array kKinds{
     Kind{"ts2000", Make<KenwoodRig>},
+    Kind{"ts440", MakeKenwood<kTs440>},
+    Kind{"ts480", MakeKenwood<kTs480>},
+    Kind{"ts890", MakeKenwood<kTs890>},
+    Kind{"k3", MakeKenwood<kK3>},
+    Kind{"powersdr", MakeKenwood<kPowerSdr>},
     Kind{"ft857", Make<YaesuFiveByteRig>},
     Kind{"ft1000d", Make<YaesuStatusRig>},
     Kind{"ftdx5000", Make<YaesuTextRig>},

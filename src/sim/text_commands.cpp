@@ -1,6 +1,7 @@
 #include "sim/text_commands.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "core/text.h"
@@ -33,7 +34,10 @@ void TextCommands::AddShared() {
       {"AG", [this](std::string_view data) { return AfGain(data); }},
       {"PS", [this](std::string_view data) { return Power(data); }},
   };
-  commands_.insert(commands_.end(), shared);
+  const std::vector<std::string> absent = Split(manner_.absent, ' ');
+  std::copy_if(shared.begin(), shared.end(), std::back_inserter(commands_), [&](const Command& command) {
+    return std::find(absent.begin(), absent.end(), command.name) == absent.end();
+  });
 }
 
 void TextCommands::Receive(std::string_view bytes) {

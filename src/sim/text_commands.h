@@ -31,6 +31,7 @@ class TextCommands {
     std::size_t offset_digits;          ///< of RU and RD
     int farthest_offset_hz;             ///< of the clarifier
     std::optional<int> offset_step_hz;  ///< by which RU and RD go without a number, when they may
+    std::string_view absent = {};       ///< names of the shared commands that this rig has not
   };
 
   TextCommands(FrontPanel& panel, const Manner& manner, std::span<const StoredSetting> stored,

@@ -86,6 +86,41 @@ TEST(KenwoodRig, KeepsMemories) {
   bench.Play("SV; > ?; | MC012;FR2;SV; > | MD; > MD1; | FA; > FA00007030000; | MW00120000703; > ?;");
 }
 
+TEST(KenwoodKin, AnswersAsTheCommandListOfEachModelSays) {
+  const struct {
+    const char* kind;
+    const char* script;
+    std::vector<std::string> refused;
+  } rigs[] = {
+      {"ts440",
+       "ID; > ID004; | FA00007030120;FA; > FA00007030120; | FN1;FB00014030000;MD1;SP1;IF; > "
+       "IF00014030000     +000000 0001101; | RU;RT1;IF; > IF00014030000     +001010 0001101; | UP;FB; > FB00014030010;",
+       {"SM;", "FR0;", "AG0100;", "MD7;", "FA00030000001;", "FN2;"}},
+      {"ts480",
+       "ID; > ID020; | MD7;FT1;IF; > IF00014025000     +000000 0007001"
+       "0000; | SM0; > SM00010; | RG100;RG; > RG100;",
+       {"SM;", "RG101;", "GT003;", "OM0;", "PC101;"}},
+      {"ts890",
+       "OM07;OM0; > OM07; | FR1;FR; > FR1; | TB1;FT; > FT0; | SM; > SM0035; | AG128;AG; > AG128;",
+       {"IF;", "MD3;", "SM0;", "AG0100;"}},
+      {"k3",
+       "MD6;MD; > MD6; | FT1;FT;FR; > FT1;FR0; | SM; > SM0007; | AG255;AG; > AG255; | BW0050;BW; > BW0050;",
+       {"SM0;", "AG0100;", "MG061;", "OM0;"}},
+      {"powersdr",
+       "ZZFA00050125000;ZZFA; > ZZFA00050125000; | ZZMD04;ZZMD; > ZZMD04; | ZZSM0; > ZZSM0127; | ZZTX1;ZZTX; > ZZTX1; "
+       "| ZZTX0; >",
+       {"FA;", "ZZMD4;", "ZZSM;", "ZZFA1;", "TX;"}},
+  };
+  for (const auto& rig : rigs) {
+    SCOPED_TRACE(rig.kind);
+    Bench bench(rig.kind);
+    bench.rig->Operate("smeter 15");
+    bench.Play(rig.script);
+    Bench fresh(rig.kind);
+    fresh.ExpectRefused(rig.refused, "?;");
+  }
+}
+
 TEST(YaesuTextRig, AnswersAsTheReferenceBookSays) {
   Bench bench("ftdx5000");
   bench.rig->Operate("smeter 15");
