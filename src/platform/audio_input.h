@@ -15,6 +15,7 @@ struct AudioDevice {
   std::string id;        ///< lasting, for the settings; empty: the system's default
   std::string name;      ///< for people
   bool monitor = false;  ///< hears what is being played
+  bool operator==(const AudioDevice&) const = default;
 };
 
 /// A source of receiver audio: mono samples of 16 bits. Engine thread only; nothing is called from inside Open or
