@@ -26,6 +26,7 @@ constexpr Duration kEventPace = 1s;  // the longest that text which has been rea
 /// "-12.3"
 std::string Tenths(double number) {
   char text[32];
+  number = std::round(number * 10) / 10 + 0.0;  // no "-0.0"
   std::snprintf(text, sizeof text, "%.1f", number);
   return text;
 }

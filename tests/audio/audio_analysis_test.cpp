@@ -21,22 +21,6 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// A FakeAudioInput that the analysis may own, and let go of.
-class LentInput final : public platform::AudioInput {
- public:
-  explicit LentInput(FakeAudioInput& card) : card_(card) {
-    card_.on_samples = [this](std::span<const std::int16_t> samples) { on_samples(samples); };
-    card_.on_lost = [this](const std::string& why) { on_lost(why); };
-    card_.on_end = [this] { on_end(); };
-  }
-  Status Open(int rate) override { return card_.Open(rate); }
-  void Close() override { card_.Close(); }
-  bool is_open() const override { return card_.is_open(); }
-
- private:
-  FakeAudioInput& card_;
-};
-
 struct Bench {
   Bench() {
     audio.on_notice = [this](const std::string& line) { notices.push_back(line); };
@@ -83,7 +67,7 @@ struct Bench {
        .make_input = [this](const std::string& source) -> Result<std::unique_ptr<platform::AudioInput>> {
          made += source + ";";
          if (source == "nonsense") return Error{ErrorCode::kInvalid, "nonsense is no source"};
-         return std::unique_ptr<platform::AudioInput>(std::make_unique<LentInput>(card));
+         return std::unique_ptr<platform::AudioInput>(std::make_unique<LentAudioInput>(card));
        }}};
 };
 

@@ -40,6 +40,22 @@ class FakeAudioInput final : public platform::AudioInput {
   bool open_ = false;
 };
 
+/// What hears through a FakeAudioInput that the test keeps.
+class LentAudioInput final : public platform::AudioInput {
+ public:
+  explicit LentAudioInput(FakeAudioInput& card) : card_(card) {
+    card_.on_samples = [this](std::span<const std::int16_t> samples) { on_samples(samples); };
+    card_.on_lost = [this](const std::string& why) { on_lost(why); };
+    card_.on_end = [this] { on_end(); };
+  }
+  Status Open(int samples_per_second) override { return card_.Open(samples_per_second); }
+  void Close() override { card_.Close(); }
+  bool is_open() const override { return card_.is_open(); }
+
+ private:
+  FakeAudioInput& card_;
+};
+
 /// The capture devices that a test says there are.
 class FakeAudioDevices final : public platform::AudioDeviceList {
  public:
