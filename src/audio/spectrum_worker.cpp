@@ -37,8 +37,9 @@ void SpectrumWorker::Use(const SpectrumSettings& settings) {
     levels_.resize(size / 2 + 1);
     Fill(waiting);
   }
-  if (settings.decoding != before.decoding || settings.decoder != before.decoder || other_rate) {
-    MakeDecoder();
+  if (settings.decoding != before.decoding || settings.decoder != before.decoder ||
+      settings.SlowCPU != before.SlowCPU || other_rate) {
+    MakeDecoders();
   } else if (decoder_ && settings.CrossIt != before.CrossIt) {
     decoder_->SetTone(settings.CrossIt);
   }
@@ -87,25 +88,35 @@ void SpectrumWorker::TransformBuffer() {
   buffer_.clear();
 }
 
-void SpectrumWorker::MakeDecoder() {
+void SpectrumWorker::FinishDecoders() {
   if (decoder_) decoder_->Finish();
+  if (finder_) finder_->Finish();
+}
+
+void SpectrumWorker::MakeDecoders() {
+  FinishDecoders();
   decoder_.reset();
+  finder_.reset();
   found_.reception = reception_ = Reception{};
   if (!settings_.decoding) return;
   if (!letters_) letters_.emplace(words_);
   decoder_ = std::make_unique<BestDecoder>(settings_.cboSRate, settings_.CrossIt, *letters_);
   decoder_->on_text = [this](const ReadText& text) { found_.text.push_back(text); };
+  if (settings_.SlowCPU) return;
+  finder_ = std::make_unique<SignalFinder>(settings_.cboSRate, *letters_);
+  finder_->on_change = [this] { found_.signals = finder_->signals(); };
 }
 
 void SpectrumWorker::Decode(std::span<const float> samples) {
   if (!decoder_) return;
   decoder_->Feed(samples);
+  if (finder_) finder_->Feed(samples);
   const Reception now = decoder_->reception();
   if (!Same(now, reception_)) found_.reception = reception_ = now;
 }
 
 void SpectrumWorker::Finish() {
-  MakeDecoder();
+  MakeDecoders();
 }
 
 void SpectrumWorker::EndRecording() {

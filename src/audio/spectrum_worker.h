@@ -10,6 +10,7 @@
 #include "audio/cw_decoder.h"
 #include "audio/heard_signal.h"
 #include "audio/letter_model.h"
+#include "audio/signal_finder.h"
 #include "audio/spectrum_frame.h"
 #include "audio/spectrum_settings.h"
 #include "audio/spectrum_trace.h"
@@ -50,7 +51,8 @@ class SpectrumWorker final {
  private:
   void Fill(std::span<const float> samples);
   void TransformBuffer();
-  void MakeDecoder();
+  void MakeDecoders();
+  void FinishDecoders();
   void Decode(std::span<const float> samples);
 
   std::string words_;
@@ -66,6 +68,7 @@ class SpectrumWorker final {
   std::int64_t number_ = 0;
   bool want_frame_ = false;
   std::unique_ptr<CwDecoder> decoder_;
+  std::unique_ptr<SignalFinder> finder_;  ///< of all signals; none where the processor is slow
   Reception reception_;
   std::unique_ptr<platform::WavWriter> recording_;
   AudioFindings found_;

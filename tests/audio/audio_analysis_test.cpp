@@ -14,7 +14,9 @@
 #include "fakes/system_files.h"
 #include "fakes/temporary_folder.h"
 #include "fakes/virtual_loop.h"
+#include "platform/samples.h"
 #include "platform/wav_file.h"
+#include "sim/receiver_audio.h"
 
 namespace kvx::audio {
 namespace {
@@ -61,7 +63,7 @@ struct Bench {
       {.loop = loop,
        .files = files,
        .folder = folder.path(),
-       .data = folder.path(),
+       .data = KVX_DATA,
        .worker = worker,
        .devices = &devices,
        .make_input = [this](const std::string& source) -> Result<std::unique_ptr<platform::AudioInput>> {
@@ -194,16 +196,30 @@ TEST(AudioAnalysis, KeepsItsSettingsAndRecords) {
   EXPECT_EQ(reader->format().samples_per_second, 48'000);
 }
 
-TEST(AudioAnalysis, DecodeCwSetsWhatItNeedsAndListens) {
+TEST(AudioAnalysis, DecodesWhatItHears) {
   Bench bench;
   EXPECT_TRUE(bench.audio.Press("DCW"));
+  EXPECT_FALSE(bench.audio.Press("cmdNothing"));
   bench.worker.Work();
   EXPECT_EQ(bench.audio.Caption("DCW"), "Stop Decode");
   EXPECT_EQ(bench.audio.source_state(), "open");
-  bench.Hear(256, 256);
-  EXPECT_EQ(bench.audio.frame().bins, 256);
   EXPECT_EQ(bench.audio.settings().CrossIt, 500);
-  EXPECT_FALSE(bench.audio.Press("cmdNothing"));
+  bench.Set("cboSRate", "11025");
+  bench.audio.TuneTo(690);
+  sim::ReceiverAudio receiver({.samples_per_second = 11'025, .snr_db = 15},
+                              {{.text = "CQ CQ DE K1ABC K1ABC K", .wpm = 22, .hertz = 700, .start = 1}});
+  for (int i = 0; i < 100; ++i) {
+    bench.card.Hear(platform::To16Bits(receiver.RenderSeconds(0.3)));
+    bench.worker.Work();
+  }
+  EXPECT_EQ(bench.audio.frame().bins, 256);
+  ASSERT_EQ(bench.audio.signals().size(), 1U);
+  EXPECT_EQ(bench.audio.signals()[0].callsigns, std::vector<std::string>{"K1ABC"});
+  bench.audio.Stop();
+  bench.worker.Work();
+  ASSERT_EQ(bench.audio.text().size(), 1U);
+  EXPECT_NE(bench.audio.text()[0].text.find("CQ DE K1ABC K1ABC K"), std::string::npos) << bench.audio.text()[0].text;
+  EXPECT_FALSE(bench.audio.reception().signal);
 }
 
 }  // namespace
