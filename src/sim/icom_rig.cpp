@@ -83,14 +83,13 @@ constexpr char kPreamble = '\xFE';
 constexpr char kEnd = '\xFD';
 constexpr char kJammer = '\xFC';
 constexpr std::size_t kLongestFrame = 80;
-constexpr int kLowestHz = 30'000;
-constexpr int kHighestHz = 74'800'000;
+constexpr std::int64_t kSixByteHz = 10'000'000'000;
 constexpr int kFarthestOffset = 9999;
 constexpr int kLastMemory = 101;
 constexpr std::size_t kLongestMorse = 30;
 
-RigTraits Traits() {
-  return {{{kLowestHz, kHighestHz}},
+RigTraits Traits(const IcomModel& model) {
+  return {model.spans,
           1,
           {Mode::kLsb, Mode::kUsb, Mode::kCw, Mode::kCwr, Mode::kAm, Mode::kFm, Mode::kRtty, Mode::kRttyr},
           true};
@@ -107,9 +106,14 @@ struct IcomRig::Handler {
   Result (IcomRig::*run)(std::string_view);
 };
 
-IcomRig::IcomRig(Loop& loop)
-    : panel_(*this, loop, Traits(), [this](PanelChange change) { Report(change); }), state_(panel_.state()) {
+IcomRig::IcomRig(Loop& loop, const IcomModel& model)
+    : model_(model),
+      panel_(*this, loop, Traits(model), [this](PanelChange change) { Report(change); }),
+      state_(panel_.state()) {
   state_.memory_channel = 1;
+  for (VfoState& vfo : state_.vfos) {
+    if (!panel_.InRange(vfo.hz)) vfo.hz = model.spans.front().low_hz;
+  }
   for (const StoredNumber& entry : kStored) stored_.push_back(entry.initial);
 }
 
@@ -147,7 +151,7 @@ void IcomRig::Frame(const std::string& content) {
   const int from = ByteAt(content, 1);
   const std::string_view body = std::string_view(content).substr(2);
   const bool broadcast = to == 0x00 && (body[0] == '\x00' || body[0] == '\x01');
-  if ((to != kAddress && !broadcast) || from == kAddress) return;
+  if ((to != model_.address && !broadcast) || from == model_.address) return;
   if (!state_.powered && body != "\x18\x01"sv) return;
   controller_ = from;
   if (body[0] == '\x00' || body[0] == '\x01') {
@@ -167,7 +171,16 @@ void IcomRig::Order(std::string_view body) {
   Answer(result == Result::kDone ? "\xFB" : "\xFA");
 }
 
+bool IcomRig::Knows(std::string_view body) const {
+  if (!model_.commands.empty() && model_.commands.find(body[0]) == model_.commands.npos) return false;
+  for (std::size_t i = 0; i < model_.lacks.size(); i += 2) {
+    if (body.starts_with(model_.lacks.substr(i, 2))) return false;
+  }
+  return true;
+}
+
 IcomRig::Result IcomRig::Run(std::string_view body) {
+  if (!Knows(body)) return Result::kRefused;
   static constexpr std::array kHandlers{
       Handler{"\x02"sv, &IcomRig::BandEdges},    Handler{"\x03"sv, &IcomRig::ReadFrequency},
       Handler{"\x04"sv, &IcomRig::ReadMode},     Handler{"\x05"sv, &IcomRig::SetFrequency},
@@ -212,29 +225,38 @@ IcomRig::Result IcomRig::RunStored(std::string_view body) {
 }
 
 IcomRig::Result IcomRig::Answer(std::string_view body) {
-  panel_.Send("\xFE\xFE" + OneByte(controller_) + OneByte(kAddress) + std::string(body) + kEnd);
+  panel_.Send("\xFE\xFE" + OneByte(controller_) + OneByte(model_.address) + std::string(body) + kEnd);
   return Result::kAnswered;
 }
 
 void IcomRig::Report(PanelChange change) {
   if (!panel_.transceive()) return;
-  const auto to_all = [this](const std::string& body) { panel_.Send("\xFE\xFE\x00\x94"s + body + kEnd); };
+  const auto to_all = [this](const std::string& body) {
+    panel_.Send("\xFE\xFE\x00"s + OneByte(model_.address) + body + kEnd);
+  };
   const int vfo = state_.receive_vfo;
   if (change == PanelChange::kFrequency || change == PanelChange::kVfo) to_all("\x00"s + FrequencyData(vfo));
   if (change == PanelChange::kMode || change == PanelChange::kVfo) to_all("\x01"s + ModeData(vfo));
 }
 
 std::string IcomRig::FrequencyData(int vfo) const {
-  return ToBcdReversed(state_.vfos[vfo].hz, 5);
+  const std::int64_t hz = state_.vfos[vfo].hz;
+  return ToBcdReversed(hz, static_cast<int>(FrequencyLength(hz)));
+}
+
+std::size_t IcomRig::FrequencyLength(std::int64_t hz) const {
+  return static_cast<std::size_t>(model_.frequency_bytes) + (hz >= kSixByteHz ? 1 : 0);
 }
 
 std::string IcomRig::ModeData(int vfo) const {
-  return OneByte(CodeForMode(kModeCodes, state_.vfos[vfo])) + OneByte(filter_[vfo]);
+  const std::string mode = OneByte(CodeForMode(kModeCodes, state_.vfos[vfo]));
+  if (model_.filter == IcomModel::Filter::kNone) return mode;
+  return mode + OneByte(filter_[vfo] - (model_.filter == IcomModel::Filter::kFromZero ? 1 : 0));
 }
 
 bool IcomRig::TakeFrequency(int vfo, std::string_view data) {
-  const auto hz = data.size() == 5 ? FromBcdReversed(data) : std::nullopt;
-  if (!hz || !panel_.InRange(*hz)) return false;
+  const auto hz = FromBcdReversed(data);
+  if (!hz || data.size() != FrequencyLength(*hz) || !panel_.InRange(*hz)) return false;
   state_.vfos[vfo].hz = *hz;
   return true;
 }
@@ -242,8 +264,11 @@ bool IcomRig::TakeFrequency(int vfo, std::string_view data) {
 // The filter may be left out: the mode's own, here the first.
 bool IcomRig::TakeMode(int vfo, std::string_view data) {
   if (data.empty() || data.size() > 2) return false;
-  const int filter = data.size() == 2 ? ByteAt(data, 1) : 1;
+  if (data.size() == 2 && model_.filter == IcomModel::Filter::kNone) return false;
+  const int from_zero = model_.filter == IcomModel::Filter::kFromZero ? 1 : 0;
+  const int filter = data.size() == 2 ? ByteAt(data, 1) + from_zero : 1;
   if (filter < 1 || filter > 3) return false;
+  if (ByteAt(data, 0) > model_.highest_mode) return false;
   if (!SetModeByCode(kModeCodes, ByteAt(data, 0), state_.vfos[vfo])) return false;
   filter_[vfo] = filter;
   return true;
@@ -251,7 +276,9 @@ bool IcomRig::TakeMode(int vfo, std::string_view data) {
 
 IcomRig::Result IcomRig::BandEdges(std::string_view data) {
   if (!data.empty()) return Result::kRefused;
-  return Answer(command_ + ToBcdReversed(kLowestHz, 5) + "\x2D" + ToBcdReversed(kHighestHz, 5));
+  const FrequencySpan& span = model_.spans.front();
+  return Answer(command_ + ToBcdReversed(span.low_hz, model_.frequency_bytes) + "\x2D" +
+                ToBcdReversed(span.high_hz, model_.frequency_bytes));
 }
 
 IcomRig::Result IcomRig::ReadFrequency(std::string_view data) {
@@ -272,16 +299,20 @@ IcomRig::Result IcomRig::SetMode(std::string_view data) {
   return TakeMode(state_.receive_vfo, data) ? Result::kDone : Result::kRefused;
 }
 
-// Nothing: VFO mode; 00 A, 01 B, A0 makes them equal, B0 exchanges them.
+// Nothing: VFO mode; the model's codes for its VFOs, A0 (B1 for main and sub) makes them equal, B0 exchanges them.
 IcomRig::Result IcomRig::SelectVfo(std::string_view data) {
   if (data.size() > 1) return Result::kRefused;
   const int code = data.empty() ? -1 : ByteAt(data, 0);
   const bool was_split = state_.split();
-  if (code == 0x00 || code == 0x01) {
-    state_.SelectVfo(code);
+  const bool main_sub = model_.vfos.starts_with('\xD0');
+  const std::size_t vfo = data.empty() ? model_.vfos.npos : model_.vfos.find(data[0]);
+  if (vfo != model_.vfos.npos) {
+    state_.SelectVfo(static_cast<int>(vfo));
     state_.SetSplit(was_split);
-  } else if (code == 0xA0) {
+  } else if (code == (main_sub ? 0xB1 : 0xA0)) {
     state_.vfos[1 - state_.receive_vfo] = state_.current();
+  } else if (main_sub && (code == 0xC0 || code == 0xC1)) {
+    return Result::kDone;  // dual watch: heard, not told
   } else if (code == 0xB0) {
     std::swap(state_.vfos[0], state_.vfos[1]);
   } else if (code != -1) {
@@ -381,7 +412,7 @@ IcomRig::Result IcomRig::Power(std::string_view data) {
 
 IcomRig::Result IcomRig::Identify(std::string_view data) {
   if (!data.empty()) return Result::kRefused;
-  return Answer(command_ + OneByte(kAddress));
+  return Answer(command_ + OneByte(model_.address));
 }
 
 // 00 00 off, or 01 and the filter.
@@ -415,10 +446,15 @@ IcomRig::Result IcomRig::Switch(bool& value, std::string_view data) {
   return Result::kDone;
 }
 
-// 00 is the selected VFO, 01 the other.
+// 00 is the selected VFO, 01 the other; on a rig with main and sub 00 is main.
+int IcomRig::NamedVfo(int code) const {
+  if (model_.vfos.starts_with('\xD0')) return code;
+  return code == 0 ? state_.receive_vfo : 1 - state_.receive_vfo;
+}
+
 IcomRig::Result IcomRig::VfoFrequency(std::string_view data) {
   if (data.empty() || ByteAt(data, 0) > 1) return Result::kRefused;
-  const int vfo = ByteAt(data, 0) == 0 ? state_.receive_vfo : 1 - state_.receive_vfo;
+  const int vfo = NamedVfo(ByteAt(data, 0));
   if (data.size() == 1) return Answer(command_ + std::string(data) + FrequencyData(vfo));
   return TakeFrequency(vfo, data.substr(1)) ? Result::kDone : Result::kRefused;
 }
@@ -426,7 +462,7 @@ IcomRig::Result IcomRig::VfoFrequency(std::string_view data) {
 // Mode, then data mode, then filter; the last two may be left out.
 IcomRig::Result IcomRig::VfoMode(std::string_view data) {
   if (data.empty() || ByteAt(data, 0) > 1) return Result::kRefused;
-  const int vfo = ByteAt(data, 0) == 0 ? state_.receive_vfo : 1 - state_.receive_vfo;
+  const int vfo = NamedVfo(ByteAt(data, 0));
   if (data.size() == 1)
     return Answer(command_ + std::string(data) + OneByte(CodeForMode(kModeCodes, state_.vfos[vfo])) +
                   OneByte(data_mode_[vfo]) + OneByte(filter_[vfo]));

@@ -6,11 +6,12 @@
 #include <vector>
 
 #include "sim/front_panel.h"
+#include "sim/icom_models.h"
 #include "sim/simulated_device.h"
 
 namespace kvx::sim {
 
-/// An Icom IC-7300 on a CI-V bus, address 94:
+/// A CI-V rig on its bus: an IC-7300, of which the other models differ by their row of the table.
 ///
 ///     FE FE to from command [sub command] [data] FD
 ///
@@ -19,9 +20,7 @@ namespace kvx::sim {
 /// command.
 class IcomRig final : public SimulatedDevice {
  public:
-  static constexpr int kAddress = 0x94;
-
-  explicit IcomRig(Loop& loop);
+  IcomRig(Loop& loop, const IcomModel& model);
   void Receive(std::string_view bytes) override;
   std::string Operate(std::string_view command) override { return panel_.Operate(command); }
 
@@ -72,6 +71,11 @@ class IcomRig final : public SimulatedDevice {
   Result VfoFrequency(std::string_view data);
   Result VfoMode(std::string_view data);
 
+  int NamedVfo(int code) const;
+  bool Knows(std::string_view body) const;
+  std::size_t FrequencyLength(std::int64_t hz) const;
+
+  const IcomModel& model_;
   FrontPanel panel_;
   RigState& state_;
   std::vector<std::int64_t> stored_;  ///< as the table of stored numbers has them

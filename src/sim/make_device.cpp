@@ -7,6 +7,7 @@
 #include "sim/kenwood_rig.h"
 #include "sim/orion_rig.h"
 #include "sim/simulated_device.h"
+#include "sim/tentec_binary_rig.h"
 #include "sim/winkey_device.h"
 #include "sim/yaesu_five_byte_rig.h"
 #include "sim/yaesu_status_rig.h"
@@ -17,23 +18,31 @@ namespace {
 
 struct Kind {
   std::string_view name;
-  std::unique_ptr<SimulatedDevice> (*make)(Loop&);
+  std::unique_ptr<SimulatedDevice> (*make)(std::string_view name, Loop&);
   bool keyer = false;
 };
 
 template <class Rig>
-std::unique_ptr<SimulatedDevice> Make(Loop& loop) {
+std::unique_ptr<SimulatedDevice> Make(std::string_view, Loop& loop) {
   return std::make_unique<Rig>(loop);
 }
 
 template <WinkeyDevice::Model model>
-std::unique_ptr<SimulatedDevice> MakeWinkey(Loop& loop) {
+std::unique_ptr<SimulatedDevice> MakeWinkey(std::string_view, Loop& loop) {
   return std::make_unique<WinkeyDevice>(loop, model);
 }
 
 template <const KenwoodModel& model>
-std::unique_ptr<SimulatedDevice> MakeKenwood(Loop& loop) {
+std::unique_ptr<SimulatedDevice> MakeKenwood(std::string_view, Loop& loop) {
   return std::make_unique<KenwoodKin>(loop, model);
+}
+
+std::unique_ptr<SimulatedDevice> MakeIcom(std::string_view model, Loop& loop) {
+  return std::make_unique<IcomRig>(loop, FindIcomModel(model));
+}
+
+std::unique_ptr<SimulatedDevice> MakeTentec(std::string_view model, Loop& loop) {
+  return std::make_unique<TentecBinaryRig>(loop, FindTentecModel(model));
 }
 
 constexpr std::array kKinds{
@@ -46,8 +55,16 @@ constexpr std::array kKinds{
     Kind{"ft857", Make<YaesuFiveByteRig>},
     Kind{"ft1000d", Make<YaesuStatusRig>},
     Kind{"ftdx5000", Make<YaesuTextRig>},
-    Kind{"ic7300", Make<IcomRig>},
+    Kind{"ic7300", MakeIcom},
+    Kind{"ic735", MakeIcom},
+    Kind{"ic706", MakeIcom},
+    Kind{"ic7610", MakeIcom},
+    Kind{"ic905", MakeIcom},
+    Kind{"icr8600", MakeIcom},
     Kind{"orion", Make<OrionRig>},
+    Kind{"jupiter", MakeTentec},
+    Kind{"argonaut5", MakeTentec},
+    Kind{"omni7", MakeTentec},
     Kind{"winkey", MakeWinkey<WinkeyDevice::Model::kWinkey2>, true},
     Kind{"winkey3", MakeWinkey<WinkeyDevice::Model::kWinkey3>, true},
 };
@@ -64,7 +81,7 @@ std::vector<std::string> Names(bool with_keyers) {
 
 std::unique_ptr<SimulatedDevice> MakeDevice(std::string_view name, Loop& loop) {
   for (const Kind& kind : kKinds) {
-    if (EqualNoCase(name, kind.name)) return kind.make(loop);
+    if (EqualNoCase(name, kind.name)) return kind.make(kind.name, loop);
   }
   return nullptr;
 }

@@ -12,6 +12,7 @@ using namespace std::chrono_literals;
 
 TEST(FrontPanel, EveryRigUnderstandsTheSameWords) {
   for (const std::string& name : RigNames()) {
+    if (name == "ic905") continue;  // tunes no short wave
     Bench bench(name);
     for (const char* command : {"knob 7030.12", "mode LSB", "vfo B", "KNOB 14100", "mode CW", "vfo A", "smeter 20",
                                 "ptt on", "af 77", " ptt  off "}) {
@@ -91,6 +92,7 @@ TEST(FrontPanel, TheMeterLivesTheSameLifeInEveryRun) {
 
 TEST(FrontPanel, NoBytesFromTheLineBreakARig) {
   const std::string_view likely = ";\r*?ABFIMRSTUXCGK0129\xFE\xFD\x94\xE0\x05\x10\x0A";
+  const std::string_view addresses = "\x04\x48\x94\x96\x98\xAC";
   for (const std::string& name : RigNames()) {
     Bench bench(name);
     std::mt19937 random(17);
@@ -98,6 +100,7 @@ TEST(FrontPanel, NoBytesFromTheLineBreakARig) {
       const bool any = random() % 4 == 0;
       const char byte = any ? static_cast<char>(random()) : likely[random() % likely.size()];
       bench.rig->Receive(std::string_view(&byte, 1));
+      if (byte == '\xFE') bench.rig->Receive("\xFE" + std::string(1, addresses[random() % addresses.size()]) + "\xE0");
       if (i % 1000 == 0) bench.loop.RunFor(500ms);
     }
     const std::string line = bench.rig->Operate("state");
