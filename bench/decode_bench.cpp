@@ -1,7 +1,7 @@
 // How many characters a decoder gets wrong, on the station's own receiver audio. Figures: docs/performance.md.
 //
-//     kvx_decode [SECONDS [ROUNDS [COLUMN]]]    texts of SECONDS a speed, ROUNDS of them; with COLUMN shows what was
-//     read
+//     kvx_decode DECODER [SECONDS [ROUNDS [COLUMN]]]    classic or best; texts of SECONDS a speed, ROUNDS of them; with
+//     COLUMN shows what was read
 
 #include <algorithm>
 #include <array>
@@ -20,6 +20,7 @@
 
 #include "audio/best_decoder.h"
 #include "audio/character_error_rate.h"
+#include "audio/classic_decoder.h"
 #include "sim/receiver_audio.h"
 
 namespace kvx {
@@ -101,9 +102,12 @@ struct Score {
 
 class Measurement {
  public:
-  Measurement(double seconds, int rounds, bool verbose) : seconds_(seconds), rounds_(rounds), verbose_(verbose) {
+  Measurement(bool classic, double seconds, int rounds, bool verbose)
+      : classic_(classic), seconds_(seconds), rounds_(rounds), verbose_(verbose) {
     std::ifstream file(std::string(KVX_DATA) + "/dict.txt");
-    letters_ = std::make_unique<audio::LetterModel>(std::string(std::istreambuf_iterator<char>(file), {}));
+    const std::string words(std::istreambuf_iterator<char>(file), {});
+    letters_ = std::make_unique<audio::LetterModel>(words);
+    words_ = std::make_unique<audio::WordList>(words);
   }
 
   /// One line of the table.
@@ -162,36 +166,56 @@ class Measurement {
 
   std::string Read(std::span<const float> samples, double hint, Score& score) const {
     const std::clock_t began = std::clock();
-    audio::BestDecoder decoder(kRate, hint, *letters_);
+    std::unique_ptr<audio::CwDecoder> decoder;
+    if (classic_) {
+      decoder = std::make_unique<audio::ClassicDecoder>(kRate, hint, *words_);
+    } else {
+      decoder = std::make_unique<audio::BestDecoder>(kRate, hint, *letters_);
+    }
     std::string text;
-    decoder.on_text = [&](const audio::ReadText& read) { text += read.text; };
-    decoder.Feed(samples);
-    decoder.Finish();
+    decoder->on_text = [&](const audio::ReadText& read) {
+      text.erase(text.size() - std::min(text.size(), static_cast<std::size_t>(read.erase)));
+      text += read.text;
+    };
+    decoder->Feed(samples);
+    decoder->Finish();
     score.spent = static_cast<double>(std::clock() - began) / CLOCKS_PER_SEC;
     while (!text.empty() && text.back() == ' ') text.pop_back();
     return text;
   }
 
+  bool classic_;
   double seconds_;
   int rounds_;
   bool verbose_;
   std::unique_ptr<audio::LetterModel> letters_;
+  std::unique_ptr<audio::WordList> words_;
 };
 
 int Run(std::span<char*> arguments) {
-  const double seconds = arguments.size() > 1 ? std::atof(arguments[1]) : 60;
-  const int rounds = arguments.size() > 2 ? std::max(1, std::atoi(arguments[2])) : 1;
-  const std::string_view only = arguments.size() > 3 ? arguments[3] : "";
-  const Measurement measurement(seconds, rounds, !only.empty());
+  const std::string_view decoder = arguments.size() > 1 ? arguments[1] : "";
+  if (decoder != "classic" && decoder != "best") {
+    std::fprintf(stderr, "kvx_decode: which decoder: classic or best\n");
+    return 1;
+  }
+  const double seconds = arguments.size() > 2 ? std::atof(arguments[2]) : 60;
+  const int rounds = arguments.size() > 3 ? std::max(1, std::atoi(arguments[3])) : 1;
+  const std::string_view only = arguments.size() > 4 ? arguments[4] : "";
+  const Measurement measurement(decoder == "classic", seconds, rounds, !only.empty());
   std::printf("wrong, %%  ");
   for (const double wpm : kSpeeds) std::printf(" %3.0f wpm", wpm);
   std::printf(" | all\n");
   std::uint32_t seed = 0;
+  std::string row = "| `" + std::string(decoder) + "` |";
   for (const Column& column : kColumns) {
     seed += 1000;
-    if (std::string_view(column.name).find(only) != std::string_view::npos) measurement.Measure(column, seed);
+    if (std::string_view(column.name).find(only) == std::string_view::npos) continue;
+    std::array<char, 32> cell{};
+    std::snprintf(cell.data(), cell.size(), " %.2f |", measurement.Measure(column, seed).percent());
+    row += cell.data();
   }
   if (only.empty()) measurement.MeasureNoise();
+  std::printf("%s\n", row.c_str());
   return 0;
 }
 

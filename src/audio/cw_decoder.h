@@ -9,9 +9,11 @@ namespace kvx::audio {
 
 /// A piece of text that a decoder has made up its mind about.
 struct ReadText {
-  std::string text;       ///< one character, a prosign written out ("<AR>"), or a blank
-  double seconds = 0;     ///< from the first sample to the end of its last element
-  double confidence = 0;  ///< 0..1
+  std::string text;        ///< one character, a prosign written out ("<AR>"), or a blank
+  double seconds = 0;      ///< from the first sample to the end of its last element
+  double confidence = 0;   ///< 0..1
+  int erase = 0;           ///< so many characters that were given last are taken back first
+  bool corrected = false;  ///< stands in place of what had been read: shown in light grey
 };
 
 /// How the signal is being received.

@@ -1,0 +1,21 @@
+#include "audio/word_list.h"
+
+#include <algorithm>
+
+#include "core/text.h"
+
+namespace kvx::audio {
+
+WordList::WordList(std::string_view lines) {
+  for (const std::string& line : Split(lines, '\n')) {
+    if (const std::string_view word = Trim(ReplaceAll(line, "\r", "")); !word.empty()) words_.push_back(Upper(word));
+  }
+  std::sort(words_.begin(), words_.end());
+}
+
+bool WordList::HasBeginning(std::string_view letters) const {
+  const auto found = std::lower_bound(words_.begin(), words_.end(), letters);
+  return found != words_.end() && found->starts_with(letters);
+}
+
+}  // namespace kvx::audio
