@@ -37,7 +37,7 @@ std::vector<KeyedMark> KeyDetector::MarksAfter(double time, std::size_t most) co
 }
 
 double KeyDetector::silent_until() const {
-  return static_cast<double>(down_at_ >= 0 ? down_at_ : now_);
+  return static_cast<double>(down_at_.value_or(now_));
 }
 
 void KeyDetector::Feed(std::complex<float> sample, float noise, float margin, float squelch) {
@@ -63,12 +63,12 @@ void KeyDetector::Measure(float strength, float floor) {
 
   if (!down_ && strength > std::max(floor, kOn * level_)) {
     down_ = true;
-    if (down_at_ < 0) down_at_ = time;
+    if (!down_at_) down_at_ = time;
   } else if (down_ && strength < std::max(kOffFloor * floor, kOff * level_)) {
     down_ = false;
     up_at_ = time;
   }
-  if (down_at_ >= 0 && !down_ && static_cast<double>(time - up_at_) >= kShortestGap * dot_) EndMark();
+  if (down_at_ && !down_ && static_cast<double>(time - up_at_) >= kShortestGap * dot_) EndMark();
 
   const auto most = static_cast<std::size_t>((kLongestMark + 2) * dot_);
   if (strengths_.size() > 2 * most) {
@@ -102,8 +102,8 @@ double KeyDetector::Edge(std::int64_t time, std::int64_t outward, float half) co
 }
 
 void KeyDetector::EndMark() {
-  const std::int64_t begin = down_at_, end = up_at_;
-  down_at_ = -1;
+  const std::int64_t begin = *down_at_, end = up_at_;
+  down_at_.reset();
   if (static_cast<double>(end - begin) > kLongestMark * dot_) return;
   const auto near = static_cast<std::int64_t>(window_) * 3 / 2;
   const float first = Strongest(begin, std::min(begin + near, end));

@@ -3,6 +3,7 @@
 #include <complex>
 #include <cstdint>
 #include <deque>
+#include <optional>
 #include <vector>
 
 namespace kvx::audio {
@@ -55,8 +56,8 @@ class KeyDetector final {
   float level_ = 0;   ///< of the tone, key down
   float longer_ = 0;  ///< the same over a longer time
   bool down_ = false;
-  std::int64_t down_at_ = -1;  ///< when the mark that is not complete began; -1: there is none
-  std::int64_t up_at_ = 0;     ///< and when it ended, if not down
+  std::optional<std::int64_t> down_at_;  ///< when the mark that is not complete began
+  std::int64_t up_at_ = 0;               ///< and when it ended, if not down
   std::deque<KeyedMark> marks_;
   std::int64_t marks_seen_ = 0;
 };
