@@ -55,7 +55,7 @@ void SpectrumWorker::Feed(std::span<const std::int16_t> samples, bool want_frame
   }
   samples_.clear();
   for (const std::int16_t sample : samples) samples_.push_back(platform::ToFloat(sample));
-  Decode(samples_);
+  Listen(samples_);
   Fill(samples_);
 }
 
@@ -107,7 +107,7 @@ void SpectrumWorker::MakeDecoders() {
   finder_->on_change = [this] { found_.signals = finder_->signals(); };
 }
 
-void SpectrumWorker::Decode(std::span<const float> samples) {
+void SpectrumWorker::Listen(std::span<const float> samples) {
   if (!decoder_) return;
   decoder_->Feed(samples);
   if (finder_) finder_->Feed(samples);

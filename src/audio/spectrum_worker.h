@@ -53,7 +53,7 @@ class SpectrumWorker final {
   void TransformBuffer();
   void MakeDecoders();
   void FinishDecoders();
-  void Decode(std::span<const float> samples);
+  void Listen(std::span<const float> samples);
 
   std::string words_;
   std::optional<LetterModel> letters_;  ///< made when it is first needed
