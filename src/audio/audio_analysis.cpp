@@ -40,6 +40,7 @@ AudioAnalysis::~AudioAnalysis() {
 
 void AudioAnalysis::Load() {
   if (const auto content = parts_.files.Read(parts_.folder / kSettingsFile)) ParseControls(*content, settings_);
+  wanted_thresh_ = settings_.Thresh;
   changed.Tell();
 }
 
@@ -102,13 +103,17 @@ std::string AudioAnalysis::Caption(std::string_view control) const {
 void AudioAnalysis::Change(const SpectrumSettings& settings) {
   const SpectrumSettings before = std::exchange(settings_, settings);
   const bool other_rate = settings.cboSRate != before.cboSRate;
+  const bool other_source = settings.source != before.source;
+  if (settings.Thresh != before.Thresh) wanted_thresh_ = settings.Thresh;
   if (other_rate || settings.cboBins != before.cboBins) trace2_.clear();  // of other frequencies
-  if (running_ && (other_rate || settings.source != before.source)) {
+  if (running_ && (other_rate || other_source)) {
     if (other_rate) (void)StopRecording();  // a file has one rate
     Post([](SpectrumWorker& work) { work.Finish(); });
     Configure();
     retry_.Stop();
     Open();
+  } else if (other_source && source_state_ != "stopped") {
+    Start();  // what ended for want of a source
   } else {
     Configure();
   }
@@ -116,7 +121,9 @@ void AudioAnalysis::Change(const SpectrumSettings& settings) {
 }
 
 void AudioAnalysis::Configure() {
-  Post([settings = settings_](SpectrumWorker& work) { work.Use(settings); });
+  SpectrumSettings settings = settings_;
+  settings.Thresh = wanted_thresh_;
+  Post([settings](SpectrumWorker& work) { work.Use(settings); });
 }
 
 void AudioAnalysis::Start() {
@@ -229,9 +236,10 @@ void AudioAnalysis::Use(AudioFindings& found, TimePoint given) {
     changed.Tell();
   }
   const bool read = !found.text.empty() || found.reception || found.signals;
-  for (ReadText& piece : found.text) Append({std::move(piece.text)});
+  for (ReadText& piece : found.text) Append({std::move(piece.text), piece.corrected, piece.erase});
   if (found.reception) reception_ = *found.reception;
   if (found.signals) signals_ = std::move(*found.signals);
+  MoveControls(found);
   if (read) text_changed.Tell();
   if (!found.frame || settings_.frozen) return;
   frame_ = std::move(found.frame);
@@ -239,8 +247,30 @@ void AudioAnalysis::Use(AudioFindings& found, TimePoint given) {
   framed.Tell();
 }
 
+/// CenterF follows the tone, and Thresh the classic decoder's signal.
+void AudioAnalysis::MoveControls(const AudioFindings& found) {
+  if (!settings_.decoding) return;
+  const std::pair before(settings_.Thresh, settings_.CenterF);
+  if (found.controls) {
+    settings_.Thresh = found.controls->Thresh;
+    settings_.CenterF = found.controls->CenterF;
+  } else if (reception_.signal && settings_.decoder == DecoderMode::kBest) {
+    settings_.CenterF = std::clamp(static_cast<int>(std::lround(reception_.hertz / 2 * 2.65)), 0, 3000);
+  }
+  if (before != std::pair(settings_.Thresh, settings_.CenterF)) changed.Tell();
+}
+
+void AudioAnalysis::Erase(int characters) {
+  for (; characters > 0 && !text_.empty(); --characters) {
+    text_.back().text.pop_back();
+    if (text_.back().text.empty()) text_.pop_back();
+  }
+}
+
 void AudioAnalysis::Append(DecodedText piece) {
   if (on_text) on_text(piece);
+  Erase(std::exchange(piece.erase, 0));
+  if (piece.text.empty()) return;
   if (!text_.empty() && text_.back().corrected == piece.corrected) {
     text_.back().text += piece.text;
   } else {

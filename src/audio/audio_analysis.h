@@ -32,6 +32,7 @@ struct CaptureCounts {
 struct DecodedText {
   std::string text;
   bool corrected = false;  ///< put in place of what had been read: shown in light grey
+  int erase = 0;           ///< so many characters before it are taken back first
 };
 
 /// What the audio analysis is put together from. Everything is borrowed.
@@ -116,12 +117,15 @@ class AudioAnalysis final {
   void Take(std::span<const std::int16_t> samples);
   void Post(std::function<void(SpectrumWorker&)> job, std::int64_t samples = 0);
   void Use(AudioFindings& found, TimePoint given);
+  void MoveControls(const AudioFindings& found);
   void Append(DecodedText piece);
+  void Erase(int characters);
   std::string ReadWords() const;
 
   AudioParts parts_;
   SpectrumSettings settings_;
-  std::shared_ptr<SpectrumWorker> work_;  ///< of this run
+  int wanted_thresh_ = SpectrumSettings().Thresh;  ///< as it has been set: the decoder moves what is shown
+  std::shared_ptr<SpectrumWorker> work_;           ///< of this run
   std::unique_ptr<platform::AudioInput> input_;
   RetryTimer retry_;
   bool running_ = false;

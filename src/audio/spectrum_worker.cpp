@@ -9,6 +9,8 @@
 namespace kvx::audio {
 namespace {
 
+constexpr std::size_t kControlsASecond = 10;  // times that controls are moved, at most
+
 bool Same(const Reception& a, const Reception& b) {
   return a.signal == b.signal && a.hertz == b.hertz && a.wpm == b.wpm && a.snr_db == b.snr_db;
 }
@@ -43,6 +45,7 @@ void SpectrumWorker::Use(const SpectrumSettings& settings) {
   } else if (decoder_ && settings.CrossIt != before.CrossIt) {
     decoder_->SetTone(settings.CrossIt);
   }
+  if (classic_ != nullptr) classic_->SetSettings(classic_settings());
 }
 
 void SpectrumWorker::Feed(std::span<const std::int16_t> samples, bool want_frame) {
@@ -93,14 +96,31 @@ void SpectrumWorker::FinishDecoders() {
   if (finder_) finder_->Finish();
 }
 
+ClassicSettings SpectrumWorker::classic_settings() const {
+  return {.Thresh = settings_.Thresh,
+          .SlowCPU = settings_.SlowCPU,
+          .compound = {.SeperateCB = settings_.SeperateCB, .CompoundCB = settings_.CompoundCB}};
+}
+
+std::unique_ptr<CwDecoder> SpectrumWorker::MakeDecoder() {
+  if (settings_.decoder == DecoderMode::kBest)
+    return std::make_unique<BestDecoder>(settings_.cboSRate, settings_.CrossIt, *letters_);
+  if (!word_list_) word_list_.emplace(words_);
+  auto classic =
+      std::make_unique<ClassicDecoder>(settings_.cboSRate, settings_.CrossIt, *word_list_, classic_settings());
+  classic_ = classic.get();
+  return classic;
+}
+
 void SpectrumWorker::MakeDecoders() {
   FinishDecoders();
+  classic_ = nullptr;
   decoder_.reset();
   finder_.reset();
   found_.reception = reception_ = Reception{};
   if (!settings_.decoding) return;
   if (!letters_) letters_.emplace(words_);
-  decoder_ = std::make_unique<BestDecoder>(settings_.cboSRate, settings_.CrossIt, *letters_);
+  decoder_ = MakeDecoder();
   decoder_->on_text = [this](const ReadText& text) { found_.text.push_back(text); };
   if (settings_.SlowCPU) return;
   finder_ = std::make_unique<SignalFinder>(settings_.cboSRate, *letters_);
@@ -113,6 +133,13 @@ void SpectrumWorker::Listen(std::span<const float> samples) {
   if (finder_) finder_->Feed(samples);
   const Reception now = decoder_->reception();
   if (!Same(now, reception_)) found_.reception = reception_ = now;
+  if (classic_ == nullptr) return;
+  since_controls_ += samples.size();
+  if (since_controls_ < static_cast<std::size_t>(settings_.cboSRate) / kControlsASecond) return;
+  since_controls_ = 0;
+  const ClassicControls controls = classic_->controls();
+  if (controls.Thresh != controls_.Thresh || controls.CenterF != controls_.CenterF || controls.CWSp != controls_.CWSp)
+    found_.controls = controls_ = controls;
 }
 
 void SpectrumWorker::Finish() {

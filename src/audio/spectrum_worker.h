@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "audio/classic_decoder.h"
 #include "audio/cw_decoder.h"
 #include "audio/heard_signal.h"
 #include "audio/letter_model.h"
@@ -15,6 +16,7 @@
 #include "audio/spectrum_settings.h"
 #include "audio/spectrum_trace.h"
 #include "audio/transform.h"
+#include "audio/word_list.h"
 #include "platform/wav_file.h"
 
 namespace kvx::audio {
@@ -26,6 +28,7 @@ struct AudioFindings {
   int loudness = -1;                           ///< of that; -1: no frame
   std::vector<ReadText> text;
   std::optional<Reception> reception;               ///< when it is another one
+  std::optional<ClassicControls> controls;          ///< the same
   std::optional<std::vector<HeardSignal>> signals;  ///< the same
   std::string fault;                                ///< why the recording has ended
 };
@@ -51,12 +54,15 @@ class SpectrumWorker final {
  private:
   void Fill(std::span<const float> samples);
   void TransformBuffer();
+  std::unique_ptr<CwDecoder> MakeDecoder();
   void MakeDecoders();
+  ClassicSettings classic_settings() const;
   void FinishDecoders();
   void Listen(std::span<const float> samples);
 
   std::string words_;
   std::optional<LetterModel> letters_;  ///< made when it is first needed
+  std::optional<WordList> word_list_;   ///< the same
   SpectrumSettings settings_;
   std::optional<Transform> transform_;
   std::vector<float> window_;
@@ -68,8 +74,11 @@ class SpectrumWorker final {
   std::int64_t number_ = 0;
   bool want_frame_ = false;
   std::unique_ptr<CwDecoder> decoder_;
+  ClassicDecoder* classic_ = nullptr;     ///< that decoder, if it is one
   std::unique_ptr<SignalFinder> finder_;  ///< of all signals; none where the processor is slow
   Reception reception_;
+  ClassicControls controls_;
+  std::size_t since_controls_ = 0;  ///< samples since they were looked at
   std::unique_ptr<platform::WavWriter> recording_;
   AudioFindings found_;
 };

@@ -184,7 +184,7 @@ class AudioEvents {
   AudioEvents(CommandLine& commands, Loop& loop, AudioAnalysis& audio)
       : commands_(commands), loop_(loop), audio_(audio), state_(audio.source_state()) {
     changes_ = audio_.changed.Follow([this] { TellState(); });
-    audio_.on_text = [this](const audio::DecodedText& text) { Take(text.text); };
+    audio_.on_text = [this](const audio::DecodedText& text) { Take(text); };
   }
   ~AudioEvents() {
     audio_.on_text = nullptr;
@@ -199,9 +199,10 @@ class AudioEvents {
       commands_.Tell("audio " + OneLine(state_));
   }
 
-  void Take(const std::string& text) {
-    text_ += text;
-    if (Trim(text).empty()) return Tell();
+  void Take(const audio::DecodedText& text) {
+    text_.resize(text_.size() - std::min(text_.size(), static_cast<std::size_t>(text.erase)));
+    text_ += text.text;
+    if (Trim(text.text).empty()) return Tell();
     if (timer_ == 0) timer_ = loop_.StartTimer(loop_.Now() + kEventPace, [this] { Tell(); });
   }
 

@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "core/text.h"
 #include "fakes/fake_audio_input.h"
 #include "fakes/manual_worker.h"
 #include "fakes/system_files.h"
@@ -197,29 +198,39 @@ TEST(AudioAnalysis, KeepsItsSettingsAndRecords) {
 }
 
 TEST(AudioAnalysis, DecodesWhatItHears) {
-  Bench bench;
-  EXPECT_TRUE(bench.audio.Press("DCW"));
-  EXPECT_FALSE(bench.audio.Press("cmdNothing"));
-  bench.worker.Work();
-  EXPECT_EQ(bench.audio.Caption("DCW"), "Stop Decode");
-  EXPECT_EQ(bench.audio.source_state(), "open");
-  EXPECT_EQ(bench.audio.settings().CrossIt, 500);
-  bench.Set("cboSRate", "11025");
-  bench.audio.TuneTo(690);
-  sim::ReceiverAudio receiver({.samples_per_second = 11'025, .snr_db = 15},
-                              {{.text = "CQ CQ DE K1ABC K1ABC K", .wpm = 22, .hertz = 700, .start = 1}});
-  for (int i = 0; i < 100; ++i) {
-    bench.card.Hear(platform::To16Bits(receiver.RenderSeconds(0.3)));
+  for (const std::string decoder : {"best", "classic"}) {
+    Bench bench;
+    bench.Set("decoder", decoder);
+    EXPECT_TRUE(bench.audio.Press("DCW"));
+    EXPECT_FALSE(bench.audio.Press("cmdNothing"));
     bench.worker.Work();
+    EXPECT_EQ(bench.audio.Caption("DCW"), "Stop Decode");
+    EXPECT_EQ(bench.audio.source_state(), "open");
+    EXPECT_EQ(bench.audio.settings().CrossIt, 500);
+    EXPECT_EQ(bench.audio.settings().Thresh, 880);
+    bench.Set("cboSRate", "11025");
+    bench.audio.TuneTo(690);
+    sim::ReceiverAudio receiver({.samples_per_second = 11'025, .snr_db = 15},
+                                {{.text = "CQ CQ DE K1ABC K1ABC 6EY K", .wpm = 22, .hertz = 700, .start = 1}});
+    for (int i = 0; i < 100; ++i) {
+      bench.card.Hear(platform::To16Bits(receiver.RenderSeconds(0.3)));
+      bench.worker.Work();
+      if (i == 50) EXPECT_NEAR(bench.audio.settings().CenterF, 700 / 2 * 2.65, 10) << decoder;
+      if (i == 50 && decoder == "classic") EXPECT_NE(bench.audio.settings().Thresh, 880);
+    }
+    EXPECT_EQ(bench.audio.frame().bins, 256);
+    ASSERT_EQ(bench.audio.signals().size(), 1U) << decoder;
+    EXPECT_EQ(bench.audio.signals()[0].callsigns, std::vector<std::string>{"K1ABC"});
+    bench.audio.Stop();
+    bench.worker.Work();
+    EXPECT_FALSE(bench.audio.reception().signal);
+    const std::vector<DecodedText>& text = bench.audio.text();
+    ASSERT_EQ(text.size(), decoder == "best" ? 1U : 3U);
+    EXPECT_NE(text[0].text.find("CQ DE K1ABC K1ABC "), std::string::npos) << text[0].text;
+    if (decoder == "best") continue;
+    EXPECT_TRUE(text[1].corrected && text[1].text == "THE") << text[1].text;
+    EXPECT_EQ(Trim(text[2].text), "Y K");
   }
-  EXPECT_EQ(bench.audio.frame().bins, 256);
-  ASSERT_EQ(bench.audio.signals().size(), 1U);
-  EXPECT_EQ(bench.audio.signals()[0].callsigns, std::vector<std::string>{"K1ABC"});
-  bench.audio.Stop();
-  bench.worker.Work();
-  ASSERT_EQ(bench.audio.text().size(), 1U);
-  EXPECT_NE(bench.audio.text()[0].text.find("CQ DE K1ABC K1ABC K"), std::string::npos) << bench.audio.text()[0].text;
-  EXPECT_FALSE(bench.audio.reception().signal);
 }
 
 }  // namespace

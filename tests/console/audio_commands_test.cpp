@@ -89,7 +89,7 @@ TEST(AudioCommands, EachSaysWhatItDid) {
            Row{"audio source card 2", "ok audio source card 2, open"},
            Row{"audio source tin can", "ok audio source tin can, a tin can is no sound input"},
            Row{"audio on", "error: a tin can is no sound input"},
-           Row{"audio source default", "ok audio source default, "},
+           Row{"audio source default", "ok audio source default, open"},
            Row{"audio text", "ok "},
            Row{"audio signals", "ok []"},
            Row{"audio hum", "error: audio takes on, off, devices, source, set, press, tune, spectrum, text, signals"},
