@@ -48,7 +48,8 @@ void AudioAnalysis::Save() {
   const platform::Path file = parts_.folder / kSettingsFile;
   const auto before = parts_.files.Read(file);
   const std::string content = WithControls(before ? *before : std::string(), settings_);
-  if (before && *before == content) return;
+  const bool untouched = !before && FormatControls(settings_) == FormatControls(SpectrumSettings());
+  if (untouched || (before && *before == content)) return;
   const Status written = parts_.files.Write(file, content);
   if (!written && on_notice) on_notice(written.error().message);
 }

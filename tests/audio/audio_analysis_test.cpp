@@ -175,6 +175,8 @@ TEST(AudioAnalysis, TakesALostSourceUpAgain) {
 
 TEST(AudioAnalysis, KeepsItsSettingsAndRecords) {
   Bench bench;
+  bench.audio.Save();
+  EXPECT_FALSE(bench.files.Exists(bench.folder / "SpecDisplay.pos"));  // whoever never uses it gets no file
   bench.folder.Put("SpecDisplay.pos", "SpecDisplay=5 6 700 800 normal\nscrAVG=7\nsource=some card\n");
   bench.audio.Load();
   EXPECT_EQ(bench.audio.settings().scrAVG, 7);
