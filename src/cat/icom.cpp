@@ -151,10 +151,10 @@ class FrameReader {
 // A rig with a command of its own is known by its row.
 Keying KeyingIcom(std::string_view command, const config::RigDefinition& rig) {
   const std::size_t at = command.rfind("\xFE\xFE");
-  if (at == std::string_view::npos || command.size() - at != 8) return {};
+  if (at == std::string_view::npos || command.size() - at < 7) return {};
   const std::string_view frame = command.substr(at);
   if (frame[4] == 0x16) return KeyingByButtons(frame, rig);
-  if (frame[4] != 0x1C || frame[5] != 0x00 || static_cast<unsigned char>(frame[6]) > 1) return {};
+  if (frame.size() != 8 || frame[4] != 0x1C || frame[5] != 0x00 || static_cast<unsigned char>(frame[6]) > 1) return {};
   if (frame[6] == 0) return {Keying::Effect::kOff, {}};
   std::string release(frame);
   release[6] = 0;

@@ -47,7 +47,8 @@ void ParseOrion(std::string& buffer, ParseContext& context, std::vector<Reply>& 
 //   A f f f f CR   VFO A in Hz, most significant byte first; B likewise      M a b CR   mode digits of VFO A and B
 //   S h h h h CR   S-meter: S units, then 1/256 of one in hexadecimal (Omni VII: then dB over S9 in decimal digits)
 //   S f r CR       while transmitting: forward power with its top bit set, reflected power
-//   T f r CR, F f CR, R r CR   forward and reflected power      ! h l 00 CR   steps of a remote knob      Z CR refused
+//   T f r CR, F f CR, R r CR   forward and reflected power      ! h l 00 CR   steps of a remote knob
+//   Z CR, Z c CR   refused; c is what the command began with
 constexpr std::array<ModeCode, 6> kBinaryModes{
     {{'0', "  AM"}, {'1', " USB"}, {'2', " LSB"}, {'3', "  CW"}, {'4', "  FM"}, {'5', "  CW"}}};
 constexpr std::size_t kStrengthLength = 6;
@@ -63,7 +64,7 @@ class BinaryReader {
     for (const Dialect& row : kDialect) {
       if (row.letter != bytes[0]) continue;
       if (bytes.size() < 2) return 0;
-      const std::size_t length = row.letter == 'S' && !Transmits(bytes) ? kStrengthLength : row.length;
+      const std::size_t length = LengthOf(row, bytes);
       if (bytes.size() < length) return 0;
       return bytes[length - 1] == '\r' && (this->*row.read)(bytes.substr(1, length - 2)) ? length : 1;
     }
@@ -78,7 +79,11 @@ class BinaryReader {
   };
   static const std::array<Dialect, 9> kDialect;
 
-  static bool Transmits(std::string_view bytes) { return (static_cast<unsigned char>(bytes[1]) & 0x80) != 0; }
+  static std::size_t LengthOf(const Dialect& row, std::string_view bytes) {
+    const bool transmits = (static_cast<unsigned char>(bytes[1]) & 0x80) != 0;
+    if (row.letter == 'S' && !transmits) return kStrengthLength;
+    return row.letter == 'Z' && bytes[1] != '\r' ? row.length + 1 : row.length;  // Z and what it did not understand
+  }
   bool Add(Reply reply) {
     replies_.push_back(std::move(reply));
     return true;

@@ -19,6 +19,9 @@ const std::vector<Sample>& Samples() {
       {"IC-7300", "", "FE FE E0 94 03 70 53 02 14 00 FD FE FE E0 94 04 01 01 FD", "14025.37 USB",
        "FC FC FE FE E0 94 03 70"},
       {"Orion", "", "@AF14025370<CR>@RMM1<CR>", "14025.37 LSB", "Z!<CR>@AF140"},
+      {"IC-735", "", "FE FE E0 04 03 70 53 02 14 FD FE FE E0 04 04 00 FD", "14025.37 LSB", "FE FE 04 E0 03 FD"},
+      {"Jupiter", "", "41 00 D6 0D 02 0D 4D 31 31 0D", "14028.03 USB", "0D 5A 2A 0D 58 00 D6 0D"},
+      {"Argonaut V", "", "47 0D 41 00 D6 0D 02 0D 47 0D 4D 32 31 0D 47 0D", "14028.03 LSB", "47 0D 5A 0D"},
       {"FT-857", "XGETFREQ", "01 40 25 37 01", "14025.37 USB", ""},
       {"FT-1000D", "XGETFREQ", "05 15 66 A9 00 00 00 01 00 00 00 00 00 00 00 00", "14025.37 USB", ""},
   };
@@ -61,6 +64,7 @@ TEST(Parser, IgnoresWhatIsNoReplyToUs) {
        "FE FE E0 58 03 00 00 03 07 00 FD|FE FE 00 58 00 00 00 03 07 00 FD|FE FE E0 94 03 00 00 FD|"
        "FE FE E0 94 03 00 A0 03 07 00 FD|FE FE E0 94 03 00 00 00 00 00 FD|FE FE E0 94 FD|FD FD FE FD|"
        "FE FE E0 94 04 99 01 FD"},
+      {"Omni VII", "41 7F D6 0D 02 0D|41 00 D6 0D 02 41|4D 39 31 0D|4D 31 31 31"},
       {"FT-857", "07 03 00 00 01"}};
   for (const auto& [rig, replies] : rows) {
     for (const std::string& reply : Split(replies, '|')) {

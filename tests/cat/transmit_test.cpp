@@ -38,6 +38,14 @@ TEST(Transmit, EveryFamilysKeyingCommandIsKnown) {
            {"Orion", "*TK\r", "*TU<CR>"},
            {"Orion", "*RMM2\r*TK\r", "*TU<CR>"},
            {"Orion", "*TTT\r", ""},
+           {"Omni VI", "FEFE05E01601FD", "FE FE 05 E0 16 02 FD"},
+           {"Omni VI", "FEFE04E01602FD", ""},
+           {"IC-7300", "FEFE94E0160201FD", ""},
+           {"Jupiter", "51310D", "51 30 0D"},
+           {"Jupiter", "2A4100E4E1C00D 51310D", "51 30 0D"},
+           {"Argonaut V", "23310D", "23 30 0D"},
+           {"Omni VII", "2A5404010D", "2A 54 00 01 0D"},
+           {"Pegasus", "23310D", ""},
        }) {
     Station station(row.rig);
     station.Send(row.command);
