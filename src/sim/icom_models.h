@@ -9,8 +9,9 @@ namespace kvx::sim {
 
 /// What sets one CI-V rig apart from another.
 struct IcomModel {
-  /// 01 to 03 or may be left out; 00 to 02; or the set knows no filter and refuses one.
-  enum class Filter { kFromOne, kFromZero, kNone };
+  /// The byte behind the mode, which may be left out: 01 to 03; 00 to 02; crystal filters 02 to 05; or the set knows no
+  /// filter and refuses one.
+  enum class Filter { kFromOne, kFromZero, kCrystal, kNone };
 
   std::string_view name;
   int address;
@@ -21,6 +22,7 @@ struct IcomModel {
   Filter filter;
   int highest_mode;  ///< code
   std::vector<FrequencySpan> spans;
+  bool keyed_by_16 = false;  ///< 16 01 and 16 02 instead of 1C 00
 };
 
 /// The models that are simulated, one for each dialect; the first is the IC-7300.

@@ -181,6 +181,11 @@ bool IcomRig::Knows(std::string_view body) const {
 
 IcomRig::Result IcomRig::Run(std::string_view body) {
   if (!Knows(body)) return Result::kRefused;
+  if (model_.keyed_by_16 && body[0] == '\x16') {
+    if (body != "\x16\x01"sv && body != "\x16\x02"sv) return Result::kRefused;
+    state_.transmitting = body[1] == '\x01';
+    return Result::kDone;
+  }
   static constexpr std::array kHandlers{
       Handler{"\x02"sv, &IcomRig::BandEdges},    Handler{"\x03"sv, &IcomRig::ReadFrequency},
       Handler{"\x04"sv, &IcomRig::ReadMode},     Handler{"\x05"sv, &IcomRig::SetFrequency},
@@ -250,8 +255,7 @@ std::size_t IcomRig::FrequencyLength(std::int64_t hz) const {
 
 std::string IcomRig::ModeData(int vfo) const {
   const std::string mode = OneByte(CodeForMode(kModeCodes, state_.vfos[vfo]));
-  if (model_.filter == IcomModel::Filter::kNone) return mode;
-  return mode + OneByte(filter_[vfo] - (model_.filter == IcomModel::Filter::kFromZero ? 1 : 0));
+  return model_.filter == IcomModel::Filter::kNone ? mode : mode + OneByte(filter_[vfo] + LowestFilter() - 1);
 }
 
 bool IcomRig::TakeFrequency(int vfo, std::string_view data) {
@@ -261,13 +265,17 @@ bool IcomRig::TakeFrequency(int vfo, std::string_view data) {
   return true;
 }
 
+int IcomRig::LowestFilter() const {
+  using Filter = IcomModel::Filter;
+  return model_.filter == Filter::kFromZero ? 0 : model_.filter == Filter::kCrystal ? 2 : 1;
+}
+
 // The filter may be left out: the mode's own, here the first.
 bool IcomRig::TakeMode(int vfo, std::string_view data) {
   if (data.empty() || data.size() > 2) return false;
   if (data.size() == 2 && model_.filter == IcomModel::Filter::kNone) return false;
-  const int from_zero = model_.filter == IcomModel::Filter::kFromZero ? 1 : 0;
-  const int filter = data.size() == 2 ? ByteAt(data, 1) + from_zero : 1;
-  if (filter < 1 || filter > 3) return false;
+  const int filter = data.size() == 2 ? ByteAt(data, 1) - LowestFilter() + 1 : 1;
+  if (filter < 1 || filter > (model_.filter == IcomModel::Filter::kCrystal ? 4 : 3)) return false;
   if (ByteAt(data, 0) > model_.highest_mode) return false;
   if (!SetModeByCode(kModeCodes, ByteAt(data, 0), state_.vfos[vfo])) return false;
   filter_[vfo] = filter;

@@ -72,6 +72,7 @@ class IcomRig final : public SimulatedDevice {
   Result VfoMode(std::string_view data);
 
   int NamedVfo(int code) const;
+  int LowestFilter() const;
   bool Knows(std::string_view body) const;
   std::size_t FrequencyLength(std::int64_t hz) const;
 

@@ -57,6 +57,7 @@ constexpr std::array kKinds{
     Kind{"ftdx5000", Make<YaesuTextRig>},
     Kind{"ic7300", MakeIcom},
     Kind{"ic735", MakeIcom},
+    Kind{"omni6", MakeIcom},
     Kind{"ic706", MakeIcom},
     Kind{"ic7610", MakeIcom},
     Kind{"ic905", MakeIcom},
