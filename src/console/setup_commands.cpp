@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "console/answers.h"
+#include "console/usual_port.h"
 #include "core/text.h"
 #include "platform/ports_file.h"
 
@@ -50,6 +51,17 @@ std::string StopBits(StationSetup& setup, std::string_view argument) {
   RigPortChoice choice = setup.RigPort();
   choice.stop_bits = static_cast<int>(*bits);
   return Answer(setup.ApplyRigPort(choice), "stopbits " + std::to_string(*bits));
+}
+
+std::string Usual(StationSetup& setup, std::string_view argument) {
+  const bool apply = EqualNoCase(Trim(argument), "apply");
+  if (!apply && !Trim(argument).empty()) return "error: usual takes apply, or nothing";
+  const Result<RigPortChoice> port = setup.UsualRigPort();
+  if (!port) return Fail(port.error().message);
+  const std::string sentence = "usual " + UsualSentence(*setup.UsualSetup());
+  if (!apply) return "ok " + sentence;
+  if (port->number == 0) return "error: no port is chosen";
+  return Answer(setup.ApplyRigPort(*port), sentence);
 }
 
 Task Test(std::reference_wrapper<StationSetup> setup, std::shared_ptr<std::string> answer) {
@@ -126,6 +138,8 @@ void AddPortCommands(CommandLine& commands, StationSetup& setup) {
                [&setup](std::string_view argument) { return Line(setup, argument); });
   commands.Add("stopbits", "1|2: of the rig port",
                [&setup](std::string_view argument) { return StopBits(setup, argument); });
+  commands.Add("usual", "[apply]: how the rig's port leaves the factory, or sets the rig port so",
+               [&setup](std::string_view argument) { return Usual(setup, argument); });
   commands.AddProcedure(
       "test", "asks the rig and says what it answered",
       [&setup](std::string, std::shared_ptr<std::string> answer) { return Test(setup, std::move(answer)); });

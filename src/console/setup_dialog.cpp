@@ -49,7 +49,8 @@ SetupDialog::SetupDialog(StationSetup& setup, const widgets::Appearance& appeara
   SetupRigPage* rig = AddPage(tr("Rig"), new SetupRigPage(setup));
   rig->on_use_simulated_rig = [this] { on_use_simulated_rig ? on_use_simulated_rig() : void(); };
   rig->on_edit_definition = [this] { on_edit_definition ? on_edit_definition() : void(); };
-  AddPage(tr("Port"), new SetupPortPage(setup));
+  SetupPortPage* port = AddPage(tr("Port"), new SetupPortPage(setup));
+  rig->on_rig_chosen = [port] { port->ProposeUsual(); };
   AddPage(tr("Station"), new SetupStationPage(setup));
   auto* keyer = new SetupKeyerPage(setup, tone);
   Add(tr("Keyer"), keyer, keyer);

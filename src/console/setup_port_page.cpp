@@ -5,6 +5,7 @@
 #include <tuple>
 
 #include "config/station_settings.h"
+#include "console/usual_port.h"
 #include "core/text.h"
 #include "platform/ports_file.h"
 #include "widgets/qt_text.h"
@@ -68,6 +69,12 @@ void SetupPortPage::AddLine() {
     connect(*box, &QCheckBox::toggled, this, [this] { Edited(); });
     form_.AddWide(*box);
   }
+  usual_ = form_.AddNote({});
+  usual_->setAccessibleName(tr("How the rig's port leaves the factory"));
+  usual_button_ =
+      MakeSetupButton(tr("&Usual for this rig"), tr("Puts what the rig leaves the factory with into the fields above"),
+                      [this] { ProposeUsual(); });
+  form_.AddButtons({usual_button_});
 }
 
 void SetupPortPage::AddState() {
@@ -86,13 +93,15 @@ void SetupPortPage::AddState() {
 
 void SetupPortPage::Refresh() {
   ListDevices();
-  Load(setup_.RigPort());
+  if (proposed_for_.empty() || proposed_for_ != *setup_.station().console.RigName) Load(setup_.RigPort());
+  ShowUsual();
   ShowState();
 }
 
 void SetupPortPage::Follow(Field field) {
   if (field != Field::kPort && field != Field::kRigName) return;
   ShowState();
+  if (field == Field::kRigName) ShowUsual();
   if (Entered() == applied_ && applied_ != setup_.RigPort()) Load(setup_.RigPort());
 }
 
@@ -130,6 +139,11 @@ void SetupPortPage::DescribeDevice() {
 
 void SetupPortPage::Load(const RigPortChoice& choice) {
   applied_ = choice;
+  proposed_for_.clear();
+  Fill(choice);
+}
+
+void SetupPortPage::Fill(const RigPortChoice& choice) {
   loading_ = true;
   number_->setValue(choice.number);
   device_->setEditText(widgets::ToQt(choice.address));
@@ -142,10 +156,32 @@ void SetupPortPage::Load(const RigPortChoice& choice) {
   Edited();
 }
 
+/// What has been typed stays, but for what the rig has a say in.
+void SetupPortPage::ProposeUsual() {
+  const config::RigSetup* setup = setup_.UsualSetup();
+  if (setup == nullptr || setup->speed == 0) return form_.Show(setup_.UsualRigPort().error());
+  if (Entered() == applied_) Load(setup_.RigPort());
+  Fill(WithUsual(Entered(), *setup));
+  const bool differs = Entered() != applied_;
+  proposed_for_ = differs ? *setup_.station().console.RigName : "";
+  form_.Show(Ok(), differs ? tr("Filled in as the rig leaves the factory: compare with its menu, then apply")
+                           : tr("The port is set as the rig leaves the factory"));
+}
+
+void SetupPortPage::ShowUsual() {
+  const config::RigSetup* setup = setup_.UsualSetup();
+  usual_->setVisible(setup != nullptr);
+  usual_button_->setEnabled(setup != nullptr && setup->speed > 0);
+  if (setup == nullptr) return;
+  usual_->setText(tr("%1: %2").arg(widgets::ToQt(setup->rig), widgets::ToQt(UsualSentence(*setup))));
+}
+
 /// Each number has a device and line switches of its own.
 void SetupPortPage::NumberChosen(int number) {
   if (loading_) return;
-  const RigPortChoice stored = setup_.PortNumbered(number);
+  RigPortChoice stored = setup_.PortNumbered(number);
+  if (const config::RigSetup* setup = proposed_for_.empty() ? nullptr : setup_.UsualSetup())
+    stored = WithUsual(stored, *setup);
   loading_ = true;
   device_->setEditText(widgets::ToQt(stored.address));
   device_->lineEdit()->setCursorPosition(0);

@@ -19,6 +19,8 @@ class SetupPortPage final : public QWidget {
 
   void Refresh();
   void Follow(Field field);
+  /// Puts what the rig leaves the factory with into the fields; it counts when it is applied.
+  void ProposeUsual();
 
  private:
   void AddDevice();
@@ -31,6 +33,8 @@ class SetupPortPage final : public QWidget {
   RigPortChoice Entered() const;
   void Edited();
   void ShowState();
+  void ShowUsual();
+  void Fill(const RigPortChoice& choice);
   bool Apply();
   void StartTest();
   Task Test();
@@ -46,10 +50,13 @@ class SetupPortPage final : public QWidget {
   QCheckBox* rts_ = nullptr;
   QPushButton* apply_ = nullptr;
   QPushButton* test_button_ = nullptr;
+  QLabel* usual_ = nullptr;
+  QPushButton* usual_button_ = nullptr;
   QLabel* state_ = nullptr;
   QLabel* answer_ = nullptr;
   std::vector<DeviceChoice> listed_;
   RigPortChoice applied_;
+  std::string proposed_for_;  ///< the rig for which what stands in the fields has been proposed; empty: for none
   bool loading_ = false;
   Task test_;
 };

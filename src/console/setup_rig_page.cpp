@@ -197,8 +197,10 @@ void SetupRigPage::UseChosen() {
 }
 
 void SetupRigPage::UseRig(const std::string& name) {
+  const bool another = !EqualNoCase(name, *setup_.station().console.RigName);
   const Status chosen = setup_.station().ChooseRig(name);
   form_.Show(chosen, EqualNoCase(name, "NONE") ? tr("No rig is in use") : tr("%1 is in use").arg(ToQt(name)));
+  if (chosen && another && on_rig_chosen) on_rig_chosen();
 }
 
 /// Up and Down in the search box move the mark in the list.

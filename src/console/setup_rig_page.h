@@ -25,6 +25,7 @@ class SetupRigPage final : public QWidget {
 
   std::function<void()> on_use_simulated_rig;
   std::function<void()> on_edit_definition;
+  std::function<void()> on_rig_chosen;  ///< another one than before
 
  protected:
   bool eventFilter(QObject* watched, QEvent* event) override;

@@ -146,6 +146,7 @@ class Station {
   const config::StationSettings& settings() const { return settings_; }
   Result<std::vector<std::string>> RigNames() const { return database_.Names(); }
   const platform::Path& folder() const { return folder_; }
+  const platform::Path& data() const { return data_; }
   /// A small file of the station folder: kNotFound when there is none.
   Result<std::string> ReadFile(const std::string& name) const { return files_.Read(folder_ / name); }
   Status WriteFile(const std::string& name, std::string_view content) { return files_.Write(folder_ / name, content); }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "console/usual_port.h"
 #include "core/text.h"
 #include "platform/ports_file.h"
 #include "sim/simulated_device.h"
@@ -34,7 +35,13 @@ std::int64_t Swapped(std::int64_t color) {
 }  // namespace
 
 StationSetup::StationSetup(Loop& loop, Station& station, platform::Files& files, platform::DeviceList& devices)
-    : station_(station), files_(files), devices_(devices), test_(loop, station) {}
+    : station_(station),
+      files_(files),
+      devices_(devices),
+      test_(loop, station),
+      usual_(std::make_unique<UsualPorts>(files, station.folder(), station.data())) {}
+
+StationSetup::~StationSetup() = default;
 
 std::vector<DeviceChoice> StationSetup::Devices() const {
   std::vector<DeviceChoice> choices;
@@ -135,6 +142,21 @@ Status StationSetup::ApplyRigPort(const RigPortChoice& choice) {
       });
   station_.OpenRigPort();
   return Ok();
+}
+
+const config::RigSetup* StationSetup::UsualSetup() {
+  const config::RigSetup* setup = usual_->Of(*station_.console.RigName);
+  for (const std::string& complaint : usual_->TakeComplaints()) station_.Notice(complaint);
+  return setup;
+}
+
+Result<RigPortChoice> StationSetup::UsualRigPort() {
+  const std::string& rig = *station_.console.RigName;
+  if (EqualNoCase(rig, "NONE")) return Error{ErrorCode::kNotFound, "No rig is chosen"};
+  const config::RigSetup* setup = UsualSetup();
+  if (setup == nullptr || setup->speed == 0)
+    return Error{ErrorCode::kNotFound, "How the port of the " + OneLine(rig, 40) + " leaves the factory is not known"};
+  return WithUsual(RigPort(), *setup);
 }
 
 /// The number that leads to the simulated device already, else the first one that nobody has a use for; 0: there is

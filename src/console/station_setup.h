@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "config/kept_settings.h"
+#include "config/rig_setups.h"
 #include "console/rig_test.h"
 #include "console/station.h"
 #include "platform/device_list.h"
@@ -29,6 +30,8 @@ struct DeviceChoice {
   bool in_use = false;  ///< it is what stands behind the rig port
 };
 
+class UsualPorts;
+
 enum class ScreenPart { kBody, kScreen };
 
 inline constexpr int kMostGmtHours = 14;
@@ -39,6 +42,9 @@ inline constexpr int kMostGmtHours = 14;
 class StationSetup {
  public:
   StationSetup(Loop& loop, Station& station, platform::Files& files, platform::DeviceList& devices);
+  ~StationSetup();
+  StationSetup(const StationSetup&) = delete;
+  StationSetup& operator=(const StationSetup&) = delete;
 
   Station& station() { return station_; }
 
@@ -51,6 +57,10 @@ class StationSetup {
   /// What is stored for a port of that number, with the present speed and stop bits.
   RigPortChoice PortNumbered(int number) const;
   Status ApplyRigPort(const RigPortChoice& choice);
+  /// How the port of the rig in use leaves the factory; null when that is not known.
+  const config::RigSetup* UsualSetup();
+  /// The rig port as it stands, but set as the rig leaves the factory. kNotFound when that is not known.
+  Result<RigPortChoice> UsualRigPort();
   /// Turns this station into one with a simulated TS-2000, on a port number that nothing else uses: a number with a
   /// device behind it keeps its device, and the rig in use until now hears nothing but its release.
   Status UseSimulatedRig();
@@ -100,6 +110,7 @@ class StationSetup {
   platform::Files& files_;
   platform::DeviceList& devices_;
   RigTest test_;
+  const std::unique_ptr<UsualPorts> usual_;
 };
 
 }  // namespace kvx::console

@@ -97,7 +97,7 @@ TEST(CommandLine, EachCommandHasOneAnswerAndItsBytes) {
            Row{"trace maybe", "error: trace takes", ""},
            Row{"  status  ", "{\"rig\":\"TS-2000\"", ""},
            Row{"help", "ok status rig", ""},
-           Row{"rigs", "ok FT-1000D, ", ""},
+           Row{"rigs", "ok (tr)uSDX, ANAN, ", ""},
            Row{"port 4", "ok port 4 open", "RM3;"},
            Row{"speed 9600", "ok speed 9600 open", "RM3;"},
            Row{"slot 0", "ok slot 0 TS-2000", "RM3;"},

@@ -208,6 +208,28 @@ TEST(SetupDialog, TheTestAppliesWhatIsNewAndShowsWhatTheRigSaid) {
   bench.dialog.close();  // while it is running
 }
 
+TEST(SetupDialog, ChoosingARigFillsThePortInAndApplyingMakesItCount) {
+  DialogBench bench;
+  bench.bench.folder.Put("rig_setups.csv",
+                         "RigName,Speed,StopBits,DTR,RTS,Address,Digits,Ranges,Replies\n"
+                         "TS-850S,4800,2,on,off,,11,0.1-30,frequency mode meter\n");
+  auto* search = bench.Find<QLineEdit>("Search");
+  bench.Type(search, "ts850");
+  QTest::keyClick(search, Qt::Key_Return);
+  EXPECT_TRUE(bench.Ini("RIGSPEED= 38400")) << "nothing counts before it is applied";
+  bench.dialog.Open(SetupDialog::kPort);
+  EXPECT_EQ(bench.Find<QComboBox>("Speed")->currentText(), "4800");
+  EXPECT_EQ(bench.Find<QComboBox>("Stop bits")->currentText(), "2");
+  EXPECT_TRUE(bench.Find<QCheckBox>("Raise DTR")->isChecked());
+  EXPECT_FALSE(bench.Find<QCheckBox>("Raise RTS")->isChecked());
+  bench.Click("Apply");
+  for (const char* line : {"RIGSPEED= 4800", "RIGSTOP=2", "DTRON3=1", "XRIG=TS-850S"})
+    EXPECT_TRUE(bench.Ini(line)) << line;
+  bench.Type(bench.Find<QComboBox>("Speed")->lineEdit(), "9600");
+  bench.Click("Usual for this rig");
+  EXPECT_EQ(bench.Find<QComboBox>("Speed")->currentText(), "4800");
+}
+
 TEST(SetupDialog, StationSettingsCountAtOnce) {
   DialogBench bench(RigIni("TS-2000"), SetupDialog::kStation);
   QTest::keyClick(bench.Find<QComboBox>("IARU region"), Qt::Key_Down);

@@ -57,6 +57,29 @@ TEST(StationSetup, ThePortIsKeptInBothFilesAndOpenedAnew) {
   EXPECT_EQ(*bench.bench.station.console.Port, "open");
 }
 
+TEST(StationSetup, TheUsualPortIsToldAndAppliedAndADamagedTableIsNamed) {
+  SetupBench bench;
+  const auto put = [&](const std::string& line) {
+    bench.bench.folder.Put("rig_setups.csv", "RigName,Speed,StopBits,DTR,RTS,Address,Digits,Ranges,Replies\n" + line);
+  };
+  put("ts-2000,57600,2,on,off,,11,0.03-60 430.5-440,frequency vfob\n");
+  EXPECT_EQ(
+      bench.Ask("usual"),
+      "ok usual 57600 baud, 2 stop bits, DTR on, RTS off; reads back frequency, VFO B; receives 0.03-60, 430.5-440 "
+      "MHz");
+  EXPECT_TRUE(bench.Ini("RIGSPEED= 38400"));
+  bench.Ask("usual apply");
+  for (const char* line : {"RIGSPEED= 57600", "RIGSTOP=2", "DTRON3=1", "RTSON3=0"})
+    EXPECT_TRUE(bench.Ini(line)) << line;
+
+  SetupBench damaged;
+  damaged.bench.folder.Put("rig_setups.csv", "RigName,Speed\nTS-2000,9600\n");
+  EXPECT_TRUE(damaged.Ask("usual").starts_with("ok usual 9600 baud")) << "the shipped table";
+  EXPECT_NE(damaged.bench.station.console.MsgArea->find("rig_setups.csv line 1"), std::string::npos);
+  damaged.bench.station.console.RigName.Set("Homebrew");
+  EXPECT_EQ(damaged.Ask("usual apply"), "error: How the port of the Homebrew leaves the factory is not known");
+}
+
 TEST(StationSetup, TheSimulatedRigTakesNoPortFromADeviceAndIsNotLookedForOnOne) {
   struct Row {
     std::string ini, ports, ports_after;
