@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 #include "core/hex_text.h"
 #include "core/text.h"
@@ -30,6 +31,8 @@ bool IsOneOf(std::string_view names, std::string_view name) {
 KenwoodKin::KenwoodKin(Loop& loop, const KenwoodModel& model)
     : model_(model),
       modes_(model.modes.begin(), model.modes.end()),
+      status_modes_(model.status_modes.empty() ? modes_
+                                               : std::vector(model.status_modes.begin(), model.status_modes.end())),
       panel_(*this, loop, Traits(model), nullptr),
       state_(panel_.state()),
       commands_(panel_, model.manner, model.settings, Commands()) {}
@@ -45,12 +48,17 @@ std::vector<TextCommands::Command> KenwoodKin::Commands() {
       {"ZZSP", [this](Data data) { return Split("ZZSP", data); }},
       {"MD", [this](Data data) { return SetMode("MD", 1, data); }},
       {"OM0", [this](Data data) { return SetMode("OM0", 1, data); }},
+      {"OM", [this](Data data) { return commands_.AnswerBare(data, "OM AP----------"); }},
       {"ZZMD", [this](Data data) { return SetMode("ZZMD", 2, data); }},
       {"ZZFA", [this](Data data) { return WideFrequency(0, data); }},
       {"ZZFB", [this](Data data) { return WideFrequency(1, data); }},
       {"IF", [this](Data data) { return Information(data); }},
       {"TX", [this](Data data) { return Key(data, true); }},
       {"RX", [this](Data data) { return Key(data, false); }},
+      {"RM", [this](Data data) { return TransmitMeters(data); }},
+      {"VV", [this](Data data) { return CopyVfo(data); }},
+      {"EC", [this](Data data) { return SwapVfos(data); }},
+      {"SWT11", [this](Data data) { return SwapVfos(data); }},
       {"UP", [this](Data data) { return Step(data, +1); }},
       {"DN", [this](Data data) { return Step(data, -1); }},
       {"ZZTX", [this](Data data) { return KeyBySwitch(data); }},
@@ -62,7 +70,7 @@ std::vector<TextCommands::Command> KenwoodKin::Commands() {
 }
 
 // The usual IF: f (11) blanks (5) offset (5) RIT XIT memory (3) TX mode VFO scan split tone (3) 0; the short one of the
-// TS-440: f (11) blanks (5) offset (4, 10 Hz) 0 RIT XIT blank memory (2) TX mode function scan split.
+// TS-440: f (11) blanks (5) offset (4, 10 Hz) 0 RIT XIT blank memory (2) TX mode function scan split blanks (4).
 std::string KenwoodKin::InformationText() const {
   const bool is_short = model_.status == KenwoodModel::Status::kShort;
   const VfoState& vfo = state_.current();
@@ -73,11 +81,11 @@ std::string KenwoodKin::InformationText() const {
   text += state_.xit_on ? '1' : '0';
   text += " 00";
   text += state_.transmitting ? '1' : '0';
-  text += std::to_string(CodeForMode(modes_, vfo));
+  text += std::to_string(CodeForMode(status_modes_, vfo));
   text += static_cast<char>('0' + state_.receive_vfo);
   text += '0';
   text += state_.split() ? '1' : '0';
-  return is_short ? text : text + "0000";
+  return text + (is_short ? "    " : "0000");
 }
 
 bool KenwoodKin::Function(std::string_view data) {
@@ -120,7 +128,7 @@ bool KenwoodKin::SetMode(std::string_view name, std::size_t digits, std::string_
 }
 
 bool KenwoodKin::Information(std::string_view data) {
-  return model_.status != KenwoodModel::Status::kNone && commands_.AnswerBare(data, InformationText());
+  return commands_.AnswerBare(data, InformationText());
 }
 
 bool KenwoodKin::Meter(std::string_view data) {
@@ -136,6 +144,29 @@ bool KenwoodKin::Key(std::string_view data, bool on) {
 
 bool KenwoodKin::KeyBySwitch(std::string_view data) {
   return commands_.Switch("ZZTX", state_.transmitting, data);
+}
+
+/// Chooses SWR, COMP or ALC; the answer tells all three, which rest while nothing is transmitted.
+bool KenwoodKin::TransmitMeters(std::string_view data) {
+  if (data.empty()) {
+    for (const char meter : {'1', '2', '3'})
+      commands_.Answer(std::string("RM") + meter + (state_.transmitting ? "0004" : "0000"));
+    return true;
+  }
+  const auto meter = FixedDigits(data, 1);
+  return meter && *meter >= 1 && *meter <= 3;
+}
+
+bool KenwoodKin::CopyVfo(std::string_view data) {
+  if (!data.empty()) return false;
+  state_.vfos[static_cast<std::size_t>(1 - state_.receive_vfo)] = state_.current();
+  return true;
+}
+
+bool KenwoodKin::SwapVfos(std::string_view data) {
+  if (!data.empty()) return false;
+  std::swap(state_.vfos[0], state_.vfos[1]);
+  return true;
 }
 
 bool KenwoodKin::Step(std::string_view data, int direction) {

@@ -13,13 +13,14 @@ namespace kvx::sim {
 
 /// What makes one Kenwood-speaking rig differ from the next.
 struct KenwoodModel {
-  enum class Status { kNone, kUsual, kShort };
+  enum class Status { kUsual, kShort };
   TextCommands::Manner manner;
   std::span<const StoredSetting> settings;
   std::span<const ModeCode> modes;
   std::string_view own;  ///< which of the commands below it has
   Status status = Status::kUsual;
-  std::string_view meter;  ///< its S-meter query, with which the answer begins; empty: none
+  std::span<const ModeCode> status_modes = {};  ///< the codes in "IF" where they are not those of the mode command
+  std::string_view meter;                       ///< its S-meter query, with which the answer begins; empty: none
   int meter_digits = 4;
   int meter_full_scale = 30;
   std::span<const FrequencySpan> spans;
@@ -49,12 +50,16 @@ class KenwoodKin final : public SimulatedDevice {
   bool Meter(std::string_view data);
   bool Key(std::string_view data, bool on);
   bool KeyBySwitch(std::string_view data);
+  bool TransmitMeters(std::string_view data);
   bool Step(std::string_view data, int direction);
+  bool CopyVfo(std::string_view data);
+  bool SwapVfos(std::string_view data);
   bool WideFrequency(int vfo, std::string_view data);
   bool SendMorse(std::string_view data);
 
   const KenwoodModel& model_;
   std::vector<ModeCode> modes_;
+  std::vector<ModeCode> status_modes_;
   FrontPanel panel_;
   RigState& state_;
   TextCommands commands_;

@@ -31,7 +31,7 @@ constexpr std::array kTs480Settings{
     StoredSetting{"NB", 1, 0, 1, 0},     StoredSetting{"NL", 3, 1, 10, 5},    StoredSetting{"NR", 1, 0, 2, 0},
     StoredSetting{"PA", 1, 0, 1, 0},     StoredSetting{"PC", 3, 5, 100, 100}, StoredSetting{"RA", 2, 0, 1, 0},
     StoredSetting{"RG", 3, 0, 100, 100}, StoredSetting{"SH", 2, 0, 11, 7},    StoredSetting{"SL", 2, 0, 11, 3},
-    StoredSetting{"SQ0", 3, 0, 255, 0},  StoredSetting{"VX", 1, 0, 1, 0},
+    StoredSetting{"SQ0", 3, 0, 255, 0},  StoredSetting{"TN", 2, 1, 42, 8},    StoredSetting{"VX", 1, 0, 1, 0},
 };
 constexpr std::array kTs890Settings{
     StoredSetting{"AG", 3, 0, 255, 100}, StoredSetting{"AI", 1, 0, 4, 0},     StoredSetting{"GC", 1, 0, 3, 2},
@@ -68,16 +68,15 @@ const KenwoodModel kTs440{.manner = {"ID004", "E", 11, 5, 9'990, 10, "AG PS"},
 const KenwoodModel kTs480{.manner = {"ID020", "E", 11, 5, 9'990, std::nullopt},
                           .settings = kTs480Settings,
                           .modes = kModes,
-                          .own = "FR FT MD IF TX RX KY UP DN",
+                          .own = "FR FT MD IF TX RX KY RM VV UP DN",
                           .meter = "SM0",
                           .meter_full_scale = 20,
                           .spans = kSixMetreSpans};
-// TS-890S: PC control command reference guide
+// TS-890S: PC control command reference guide; the rig still knows IF and MD, which are not in it
 const KenwoodModel kTs890{.manner = {"ID024", "E", 11, 5, 9'999, std::nullopt, "AG RU RD"},
                           .settings = kTs890Settings,
                           .modes = kModes,
-                          .own = "FR FT TB OM0 TX RX KY",
-                          .status = KenwoodModel::Status::kNone,
+                          .own = "FR FT TB OM0 MD IF TX RX KY VV EC",
                           .meter = "SM",
                           .meter_full_scale = 70,
                           .spans = kSixMetreSpans};
@@ -85,16 +84,15 @@ const KenwoodModel kTs890{.manner = {"ID024", "E", 11, 5, 9'999, std::nullopt, "
 const KenwoodModel kK3{.manner = {"ID017", "?", 11, 5, 9'990, 10, "AG"},
                        .settings = kK3Settings,
                        .modes = kModes,
-                       .own = "FT MD IF TX RX KY UP DN",
+                       .own = "FT MD OM IF TX RX KY SWT11 UP DN",
                        .meter = "SM",
                        .meter_full_scale = 15,
                        .spans = kK3Spans};
 // PowerSDR: CAT command reference guide
-const KenwoodModel kPowerSdr{.manner = {"ID900", "?", 11, 5, 9'990, 10, "FA FB RC RT RU RD XT AG PS"},
+const KenwoodModel kPowerSdr{.manner = {"ID900", "?", 11, 5, 9'990, 10, "RC RT RU RD XT AG"},
                              .settings = kSdrSettings,
                              .modes = kWideModes,
-                             .own = "ZZFA ZZFB ZZMD ZZSP ZZTX",
-                             .status = KenwoodModel::Status::kNone,
+                             .own = "ZZFA ZZFB ZZMD ZZSP ZZTX IF",
                              .meter = "ZZSM0",
                              .meter_digits = 3,
                              .meter_full_scale = 254,

@@ -228,5 +228,21 @@ TEST(Parser, AnEndlessOrRandomStreamCostsBoundedMemoryAndTheNextReplyIsRead) {
   }
 }
 
+TEST(Parser, AKenwoodSpeakingRigTellsOfTheReceiverInUseOnly) {
+  Station big("TS-890S");
+  big.console.Mode.Set("  CW");
+  big.Arrive("OM11;SM0035;FR1;FB00007012340;OM0D;");
+  EXPECT_EQ(big.Display(), "7012.34 USB");
+  EXPECT_EQ(*big.console.ActiveVfo, 'B');
+  EXPECT_EQ(*big.console.SMeter, 35);
+  Station sdr("PowerSDR");
+  sdr.Arrive("ZZFA00014025000;ZZMD01;ZZIF000070250000100+0000000000003000000;");
+  EXPECT_EQ(sdr.Display(), "14025.00 USB");
+  for (const auto& [rig, scale] :
+       {std::pair("TS-890S", 70), {"PowerSDR", 254}, {"TS-480SAT", 20}, {"KX3", 15}, {"TS-850S", 30}}) {
+    EXPECT_EQ(SMeterFullScale(Station(rig).engine.rig()), scale) << rig;
+  }
+}
+
 }  // namespace
 }  // namespace kvx::cat

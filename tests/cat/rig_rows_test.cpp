@@ -202,14 +202,16 @@ void CheckComplete(const config::RigRow& row, const config::RigSetup& setup, con
 
 TEST(RigRows, HaveASetupAndExpectationsOfWhateverTheyCanDo) {
   const std::vector<Expectation> expectations = Expectations();
-  for (const config::RigSetup& setup : Setups()) {
-    SCOPED_TRACE(setup.rig);
-    const auto row = ShippedRigs().find(setup.rig);
-    if (row == ShippedRigs().end()) {
-      ADD_FAILURE() << "no such rig";
+  const std::vector<config::RigSetup> setups = Setups();
+  for (const config::RigSetup& setup : setups) EXPECT_TRUE(ShippedRigs().contains(setup.rig)) << setup.rig;
+  for (const auto& [name, row] : ShippedRigs()) {
+    SCOPED_TRACE(name);
+    const config::RigSetup* setup = config::FindRigSetup(setups, name);
+    if (setup == nullptr) {
+      ADD_FAILURE() << "no setup";
       continue;
     }
-    CheckComplete(row->second, setup, Checks(expectations, setup.rig));
+    CheckComplete(row, *setup, Checks(expectations, name));
   }
 }
 

@@ -94,7 +94,8 @@ TEST(KenwoodKin, AnswersAsTheCommandListOfEachModelSays) {
   } rigs[] = {
       {"ts440",
        "ID; > ID004; | FA00007030120;FA; > FA00007030120; | FN1;FB00014030000;MD1;SP1;IF; > "
-       "IF00014030000     +000000 0001101; | RU;RT1;IF; > IF00014030000     +001010 0001101; | UP;FB; > FB00014030010;",
+       "IF00014030000     +000000 0001101    ; | RU;RT1;IF; > IF00014030000     +001010 0001101    ; | UP;FB; > "
+       "FB00014030010;",
        {"SM;", "FR0;", "AG0100;", "MD7;", "FA00030000001;", "FN2;"}},
       {"ts480",
        "ID; > ID020; | MD7;FT1;IF; > IF00014025000     +000000 0007001"
@@ -102,14 +103,14 @@ TEST(KenwoodKin, AnswersAsTheCommandListOfEachModelSays) {
        {"SM;", "RG101;", "GT003;", "OM0;", "PC101;"}},
       {"ts890",
        "OM07;OM0; > OM07; | FR1;FR; > FR1; | TB1;FT; > FT0; | SM; > SM0035; | AG128;AG; > AG128;",
-       {"IF;", "MD3;", "SM0;", "AG0100;"}},
+       {"IF0;", "SM0;", "AG0100;"}},
       {"k3",
        "MD6;MD; > MD6; | FT1;FT;FR; > FT1;FR0; | SM; > SM0007; | AG255;AG; > AG255; | BW0050;BW; > BW0050;",
-       {"SM0;", "AG0100;", "MG061;", "OM0;"}},
+       {"SM0;", "AG0100;", "MG061;", "OM02;"}},
       {"powersdr",
        "ZZFA00050125000;ZZFA; > ZZFA00050125000; | ZZMD04;ZZMD; > ZZMD04; | ZZSM0; > ZZSM0127; | ZZTX1;ZZTX; > ZZTX1; "
        "| ZZTX0; >",
-       {"FA;", "ZZMD4;", "ZZSM;", "ZZFA1;", "TX;"}},
+       {"FA1;", "ZZMD4;", "ZZSM;", "ZZFA1;", "TX;"}},
   };
   for (const auto& rig : rigs) {
     SCOPED_TRACE(rig.kind);
