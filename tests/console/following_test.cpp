@@ -31,6 +31,14 @@ const std::vector<Rig>& Rigs() {
       {"IC-7300", "sim:ic7300", 38400, {"transceive off", "echo on"}},
       {"IC-7300", "sim:ic7300", 19200, {"echo on", "delay 40"}},
       {"Orion", "sim:orion", 57600, {}},
+      {"IC-735", "sim:ic735", 1200, {"transceive off", "echo on"}, 2s},
+      {"Omni VI", "sim:omni6", 1200, {"transceive off", "echo on"}, 2s},
+      {"IC-706", "sim:ic706", 19200, {"transceive off"}},
+      {"IC-7610", "sim:ic7610", 19200, {"transceive off"}},
+      {"IC-R8600", "sim:icr8600", 19200, {"transceive off"}},
+      {"Jupiter", "sim:jupiter", 57600, {}},
+      {"Argonaut V", "sim:argonaut5", 1200, {}, 2s},
+      {"Omni VII", "sim:omni7", 57600, {"pieces on"}, 2s},
   };
   return kRigs;
 }
