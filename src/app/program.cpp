@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <utility>
 
+#include "audio/audio_analysis.h"
 #include "console/demo_content.h"
 #include "keyer/port_key_line.h"
 #include "platform/ports_file.h"
@@ -67,6 +68,7 @@ Program::Program(const Options& options)
     : folder_(StationFolder(options)),
       demo_(options.demo),
       with_window_(qobject_cast<QGuiApplication*>(QCoreApplication::instance()) != nullptr),
+      audio_sources_(loop_),
       rig_port_([this] { return platform::ReadPortTable(files_, folder_); },
                 [this](const std::string& address) { return MakePort(address); }),
       keyer_port_([this] { return platform::ReadPortTable(files_, folder_); },
@@ -115,7 +117,11 @@ Status Program::Prepare() {
                             .loggers = {.cat = &logger_port_, .winkey = &logger_winkey_port_, .processes = &processes_},
                             .dde = &dde_gateway_,
                             .rotator = &rotator_port_,
-                            .parallel = &parallel_lines_});
+                            .parallel = &parallel_lines_,
+                            .worker = &worker_,
+                            .audio_devices = &audio_sources_,
+                            .audio_input = [this](const std::string& source) { return audio_sources_.Make(source); }});
+  audio_sources_.FollowDial([this] { return static_cast<double>(station_->console.FreqDisp->decihertz) / 10; });
   parallel_lines_.on_notice = [this](const std::string& line) { station_->Notice(line); };
   if (speech_) speech_->on_notice = [this](const std::string& line) { station_->Notice(line); };
   setup_ = std::make_unique<console::StationSetup>(loop_, *station_, files_, devices_);
@@ -133,12 +139,17 @@ void Program::Start() {
   } else if (demo_) {
     if (const Status used = setup_->UseSimulatedKeyer(); !used) station_->Notice(used.error().message);
   }
+  if (demo_ && !files_.Exists(folder_ / "SpecDisplay.pos")) (void)station_->audio->Set("source", "sim:receiver");
 }
 
 std::unique_ptr<platform::SerialPort> Program::MakePort(const std::string& address) {
   if (address.starts_with("pty:")) return std::make_unique<platform::PtyPort>(address.substr(4));
   if (address.starts_with("tcp:")) return std::make_unique<platform::TcpPort>(address.substr(4));
-  if (address.starts_with("sim:")) return std::make_unique<sim::SimulatedPort>(address, loop_);
+  if (address.starts_with("sim:")) {
+    auto port = std::make_unique<sim::SimulatedPort>(address, loop_);
+    audio_sources_.ListenTo(*port);
+    return port;
+  }
   return std::make_unique<platform::QtSerialDevice>(address);
 }
 

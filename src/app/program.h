@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 
+#include "app/audio_sources.h"
 #include "app/options.h"
 #include "console/local_tone.h"
 #include "console/rig_editor.h"
@@ -24,6 +25,7 @@
 #include "platform/qt/qt_speech.h"
 #include "platform/qt/qt_tcp_server.h"
 #include "platform/qt/stop_signals.h"
+#include "platform/qt/thread_worker.h"
 #include "platform/qt/wine_gateway.h"
 
 namespace kvx::app {
@@ -72,6 +74,8 @@ class Program {
   platform::Path folder_;
   bool demo_;
   bool with_window_;
+  AudioSources audio_sources_;     ///< longer than the ports that it hears
+  platform::ThreadWorker worker_;  ///< of the audio analysis
   std::optional<platform::StationLock> lock_;
   platform::NumberedPort rig_port_;
   platform::NumberedPort keyer_port_;  ///< of the WinKeyer

@@ -16,7 +16,9 @@ constexpr double kLoudestCarrier = 0.3;
 constexpr double kLoudestNoise = 0.2;  // standard deviation: five of them fit
 constexpr double kShortest = 0.2;      // of an element, however unsteady the hand
 constexpr double kImpulseSeconds = 0.0005;
-constexpr double kTail = 1;  // seconds
+constexpr double kTail = 1;         // seconds
+constexpr double kLowestTone = 50;  // Hz: what comes through the receiver's filter
+constexpr double kHighestTone = 3600;
 
 double Amplitude(double decibels) {
   return std::pow(10, decibels / 20);
@@ -93,14 +95,20 @@ void ReceiverAudio::Advance(Transmitter& transmitter, double seconds) {
   }
 }
 
+double ReceiverAudio::ToneOf(const HeardStation& station, double seconds) const {
+  const double hertz = station.hertz + station.drift * seconds / 60 + shift_;
+  if (settings_.band_hertz <= 0) return hertz;
+  return hertz - settings_.band_hertz * std::floor(hertz / settings_.band_hertz);
+}
+
 double ReceiverAudio::SampleOf(Transmitter& transmitter, double seconds) {
   const HeardStation& station = transmitter.station;
   Advance(transmitter, seconds);
   const double slope = 1 / (kEdgeSeconds * settings_.samples_per_second);
   transmitter.rise = std::clamp(transmitter.rise + (transmitter.down ? slope : -slope), 0.0, 1.0);
-  const double hertz = station.hertz + station.drift * seconds / 60;
+  const double hertz = ToneOf(station, seconds);
   transmitter.phase = std::fmod(transmitter.phase + hertz / settings_.samples_per_second, 1.0);
-  if (transmitter.rise == 0) return 0;
+  if (transmitter.rise == 0 || hertz < kLowestTone || hertz > kHighestTone) return 0;
   double level = station.level_db;
   if (station.fade_db > 0) {
     level -= station.fade_db / 2 * (1 - std::cos(2 * std::numbers::pi * station.fade_hertz * seconds));

@@ -32,6 +32,7 @@ struct ReceiverSettings {
   double impulses_per_second = 0;
   double impulse_db = 20;  ///< peak over the reference carrier's
   std::uint32_t seed = 1;
+  double band_hertz = 0;  ///< not 0: the stations are there again every so many Hz
 };
 
 /// What a receiver's loudspeaker gives: keyed tones with edges of 5 ms, in white noise and impulses. The same settings
@@ -43,6 +44,8 @@ class ReceiverAudio final {
   /// The next samples, within -1..1 but for rare peaks of the noise.
   void Render(std::span<float> samples);
   std::vector<float> RenderSeconds(double seconds);
+  /// Moves the tones by so many Hz. What then is outside the receiver's filter is not heard.
+  void Shift(double hertz) { shift_ = hertz; }
   /// When the last text has been sent once, and a second more; as long as nothing has been rendered yet.
   double Length() const;
 
@@ -66,6 +69,7 @@ class ReceiverAudio final {
   static std::vector<Element> ElementsOf(const std::string& text);
   void Advance(Transmitter& transmitter, double seconds);
   double SampleOf(Transmitter& transmitter, double seconds);
+  double ToneOf(const HeardStation& station, double seconds) const;
   double Noise();
   double Impulses();
 
@@ -78,6 +82,7 @@ class ReceiverAudio final {
   double spare_ = 0;  ///< normal numbers come in pairs
   bool has_spare_ = false;
   double impulse_ = 0;  ///< what rings of the last one
+  double shift_ = 0;
   std::int64_t next_ = 0;
 };
 

@@ -7,6 +7,9 @@
 #include <numbers>
 
 #include "audio/character_error_rate.h"
+#include "fakes/virtual_loop.h"
+#include "platform/samples.h"
+#include "sim/receiver_input.h"
 
 namespace kvx::audio {
 namespace {
@@ -83,6 +86,43 @@ TEST(EditDistance, CountsWhatIsMissingAddedAndWrong) {
   EXPECT_EQ(EditDistance("CQ DE SM6XYZ", "CQDE SN6XYZE"), 3U);
   EXPECT_EQ(EditDistance("", "EE"), 2U);
   EXPECT_EQ(EditDistance("TEST", ""), 4U);
+}
+
+TEST(ReceiverInput, HearsTheBandAtTheDialAndItsOwnKeyInsteadWhileThatIsDown) {
+  using namespace std::chrono_literals;
+  VirtualLoop loop;
+  sim::OwnStation own;
+  double dial = 14'025'000;
+  own.dial_hertz = [&dial] { return dial; };
+  sim::ReceiverInput input(loop, own);
+  std::vector<float> heard;
+  input.on_samples = [&](std::span<const std::int16_t> samples) {
+    for (const std::int16_t sample : samples) heard.push_back(platform::ToFloat(sample));
+  };
+  ASSERT_TRUE(input.Open(kRate));
+  const auto tone = [&](double hertz) {
+    heard.clear();
+    loop.RunFor(6s);
+    EXPECT_EQ(heard.size(), 6U * kRate);
+    return ToneIn(heard, hertz);
+  };
+  loop.RunFor(1s);
+  EXPECT_GT(tone(510), 0.05) << "the first call";
+  dial += 3 * 5000 + 100;
+  EXPECT_GT(tone(410), 0.05) << "the same, 100 Hz and some bands further up";
+
+  own.Key(true, loop.Now(), 640);
+  loop.RunFor(500ms);
+  heard.clear();
+  loop.RunFor(1s);
+  EXPECT_NEAR(ToneIn(heard, 640), 0.244, 0.01);
+  EXPECT_LT(Power(heard), 0.244 * 0.244 / 2 * 1.02) << "nothing else";
+  own.Key(false, loop.Now(), 640);
+  loop.RunFor(1s);
+  heard.clear();
+  loop.RunFor(1s);
+  EXPECT_LT(ToneIn(heard, 640), 0.01);
+  EXPECT_GT(Power(heard), 1e-4) << "the band is back";
 }
 
 }  // namespace

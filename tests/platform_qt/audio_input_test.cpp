@@ -6,9 +6,12 @@
 #include <QStandardPaths>
 #include <algorithm>
 #include <cstdlib>
+#include <thread>
 
 #include "event_loop.h"
 #include "fakes/temporary_folder.h"
+#include "platform/posix/pulse_input.h"
+#include "platform/qt/qt_loop.h"
 #include "platform/wav_file.h"
 
 namespace kvx {
@@ -81,37 +84,77 @@ std::vector<std::int16_t> Unmistakable(std::size_t count) {
   return samples;
 }
 
-TEST(QtAudioInput, TakesEverySampleOnceAndTellsTheServersDeath) {
-  if (!SoundServer::IsInstalled()) GTEST_SKIP() << "pulseaudio is not installed";
-  SoundServer server;
-  ASSERT_TRUE(server.Start());
-  const std::vector<std::int16_t> played = Unmistakable(2 * kRate);
-  const auto devices = QtAudioDevices().Devices();
-  ASSERT_EQ(devices.size(), 2U);
-  EXPECT_EQ(devices[1].id + " " + devices[1].name, "radio Radio");
+/// What was heard from the first sample that is not silence to the next that is.
+std::vector<std::int16_t> FirstSound(const std::vector<std::int16_t>& heard) {
+  const auto first = std::find_if(heard.begin(), heard.end(), [](std::int16_t sample) { return sample != 0; });
+  return {first, std::find(first, heard.end(), 0)};
+}
 
-  QtAudioInput input("Microsoft Sound Mapper");
+/// Plays to the server and takes it from a source, without and with a busy engine; then the server dies.
+void CheckCapture(SoundServer& server, platform::AudioInput& input, bool stall) {
   std::vector<std::int16_t> heard;
   std::string lost;
   input.on_samples = [&](std::span<const std::int16_t> samples) {
     heard.insert(heard.end(), samples.begin(), samples.end());
   };
   input.on_lost = [&](const std::string& why) { lost = why; };
-  ASSERT_TRUE(input.Open(kRate));
+  const Status opened = input.Open(kRate);
+  ASSERT_TRUE(opened) << opened.error().message;
   ASSERT_TRUE(WaitFor([&] { return heard.size() > 4800; }));
+  const std::vector<std::int16_t> played = Unmistakable(2 * kRate);
   server.Play(played);
-  ASSERT_TRUE(WaitFor([&] { return !heard.empty() && heard.back() != 0; }));
+  ASSERT_TRUE(WaitFor([&] { return heard.back() != 0; }));
+  if (stall) std::this_thread::sleep_for(std::chrono::seconds(1));
   ASSERT_TRUE(WaitFor([&, limit = heard.size() + played.size() + 4800] { return heard.size() > limit; }));
-  const auto first = std::find_if(heard.begin(), heard.end(), [](std::int16_t sample) { return sample != 0; });
-  const auto last = std::find(first, heard.end(), 0);
-  EXPECT_EQ(last - first, static_cast<std::ptrdiff_t>(played.size()));
-  EXPECT_TRUE(std::equal(first, last, played.begin(), played.end()));
+  const std::vector<std::int16_t> sound = FirstSound(heard);
+  EXPECT_EQ(sound.size(), played.size());
+  EXPECT_TRUE(sound == played);
 
   server.Stop();
   EXPECT_TRUE(WaitFor([&] { return !lost.empty(); }));
   EXPECT_FALSE(input.is_open());
   EXPECT_FALSE(input.Open(kRate));
+}
+
+TEST(QtAudioInput, TakesEverySampleOnceAndTellsTheServersDeath) {
+  if (!SoundServer::IsInstalled()) GTEST_SKIP() << "pulseaudio is not installed";
+  SoundServer server;
+  ASSERT_TRUE(server.Start());
+  const auto devices = QtAudioDevices().Devices();
+  ASSERT_EQ(devices.size(), 2U);
+  EXPECT_EQ(devices[1].id + " " + devices[1].name, "radio Radio");
+  QtAudioInput input("Microsoft Sound Mapper");
+  CheckCapture(server, input, false);
   EXPECT_EQ(QtAudioInput("radio x").Open(kRate).error().message, "There is no sound input radio x");
+}
+
+TEST(PulseInput, TakesEverySampleOnceAndIsThereAgainWithTheServer) {
+  if (!SoundServer::IsInstalled()) GTEST_SKIP() << "pulseaudio is not installed";
+  platform::QtLoop loop;
+  SoundServer server;
+  platform::PulseDevices devices(loop);
+  int changes = 0;
+  devices.on_changed = [&] { ++changes; };
+  EXPECT_TRUE(devices.Devices().empty());
+  platform::PulseInput input(loop, "Monitor of Null Output");
+  EXPECT_EQ(input.Open(kRate).error().code, ErrorCode::kNotFound);
+  ASSERT_TRUE(server.Start());
+  EXPECT_TRUE(WaitFor([&] { return changes == 1; }));
+  const auto list = devices.Devices();
+  ASSERT_EQ(list.size(), 3U);
+  EXPECT_EQ(list[1], (platform::AudioDevice{"receiver.monitor", "Monitor of Null Output", true}));
+  EXPECT_EQ(list[2], (platform::AudioDevice{"radio", "Radio", false}));
+  CheckCapture(server, input, true);
+
+  EXPECT_TRUE(WaitFor([&] { return changes == 2; }));
+  ASSERT_TRUE(server.Start());
+  EXPECT_TRUE(WaitFor([&] { return changes == 3; }));
+  platform::PulseInput usual(loop, "");
+  std::size_t heard = 0;
+  usual.on_samples = [&](std::span<const std::int16_t> samples) { heard += samples.size(); };
+  ASSERT_TRUE(usual.Open(11'025));
+  EXPECT_TRUE(WaitFor([&] { return heard > 2000; }));
+  EXPECT_EQ(platform::PulseInput(loop, "radio x").Open(kRate).error().message, "There is no sound input radio x");
 }
 
 }  // namespace

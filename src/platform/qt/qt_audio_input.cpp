@@ -26,7 +26,7 @@ constexpr const char* kDefaultName = "Microsoft Sound Mapper";
 #else
 constexpr const char* kDefaultName = "System default";
 #endif
-constexpr std::array kDefaultNames{"System default", "Microsoft Sound Mapper"};
+constexpr std::array kDefaultNames{"default", "System default", "Microsoft Sound Mapper"};
 
 QAudioFormat Wanted(int samples_per_second) {
   QAudioFormat format;

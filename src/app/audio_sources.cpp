@@ -1,0 +1,51 @@
+#include "app/audio_sources.h"
+
+#include "core/text.h"
+#include "platform/wav_input.h"
+#include "sim/receiver_input.h"
+#include "sim/simulated_port.h"
+#include "sim/winkey_device.h"
+
+namespace kvx::app {
+
+AudioSources::AudioSources(Loop& loop) : loop_(loop), server_(loop) {
+  const auto tell = [this] {
+    if (on_changed) on_changed();
+  };
+  server_.on_changed = tell;
+  others_.on_changed = tell;
+}
+
+std::vector<platform::AudioDevice> AudioSources::Devices() const {
+  std::vector<platform::AudioDevice> devices = server_.Devices();
+  return server_.present() ? devices : others_.Devices();
+}
+
+Result<std::unique_ptr<platform::AudioInput>> AudioSources::Make(const std::string& source) {
+  std::unique_ptr<platform::AudioInput> input;
+  if (source.starts_with("wav:")) {
+    input = std::make_unique<platform::WavInput>(loop_, source.substr(4));
+  } else if (EqualNoCase(source, "sim:receiver")) {
+    input = std::make_unique<sim::ReceiverInput>(loop_, own_);
+  } else if (source.starts_with("sim:")) {
+    return Error{ErrorCode::kInvalid, "There is no simulated source of audio " + OneLine(source)};
+  } else {
+    (void)Devices();  // from now on somebody wants to know when they change
+    const std::string device = platform::IsDefaultDevice(source) ? "" : source;
+    if (server_.present()) {
+      input = std::make_unique<platform::PulseInput>(loop_, device);
+    } else {
+      input = std::make_unique<platform::QtAudioInput>(device);
+    }
+  }
+  return input;
+}
+
+void AudioSources::ListenTo(platform::SerialPort& port) {
+  auto* simulated = dynamic_cast<sim::SimulatedPort*>(&port);
+  auto* keyer = simulated == nullptr ? nullptr : dynamic_cast<sim::WinkeyDevice*>(simulated->device());
+  if (keyer == nullptr) return;
+  keyer->on_key = [this, keyer](bool down, TimePoint when) { own_.Key(down, when, keyer->side_tone_hertz()); };
+}
+
+}  // namespace kvx::app

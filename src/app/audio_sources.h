@@ -1,0 +1,36 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "core/loop.h"
+#include "platform/audio_input.h"
+#include "platform/posix/pulse_input.h"
+#include "platform/qt/qt_audio_input.h"
+#include "platform/serial_port.h"
+#include "sim/own_station.h"
+
+namespace kvx::app {
+
+/// Where receiver audio comes from in the program: the devices of the sound server, or where there is none those that
+/// Qt finds, recordings, the simulated receiver.
+class AudioSources final : public platform::AudioDeviceList {
+ public:
+  explicit AudioSources(Loop& loop);
+
+  std::vector<platform::AudioDevice> Devices() const override;
+  /// The source of a name: "wav:FILE", "sim:receiver", else a device by its id or name. kInvalid when that is none.
+  Result<std::unique_ptr<platform::AudioInput>> Make(const std::string& source);
+  /// A simulated keyer behind the port is heard in the simulated receiver.
+  void ListenTo(platform::SerialPort& port);
+  /// What the simulated receiver is tuned by.
+  void FollowDial(std::function<double()> hertz) { own_.dial_hertz = std::move(hertz); }
+
+ private:
+  Loop& loop_;
+  platform::PulseDevices server_;
+  platform::QtAudioDevices others_;
+  sim::OwnStation own_;
+};
+
+}  // namespace kvx::app
