@@ -11,7 +11,9 @@ import station as station_module
 from station import Kvx, Station, wait_until
 
 KINDS = (("ts2000", "TS-2000", "KENWOOD"), ("ft857", "FT-857", "YAESU"), ("ft1000d", "FT-1000D", "YAESU"),
-         ("ftdx5000", "FT-DX5000", "YAESU"), ("ic7300", "IC-7300", "ICOM"), ("orion", "ORION", "TEN-TEC"))
+         ("ftdx5000", "FT-DX5000", "YAESU"), ("ic7300", "IC-7300", "ICOM"), ("orion", "ORION", "TEN-TEC"),
+         ("ts440", "TS-440S", "KENWOOD"), ("ts480", "TS-480SAT", "KENWOOD"), ("ts890", "TS-890S", "KENWOOD"),
+         ("k3", "K3", "KENWOOD"), ("powersdr", "PowerSDR", "KENWOOD"))
 
 
 def ask(device, command, wait=0.3):
