@@ -14,7 +14,8 @@ using namespace std::chrono_literals;
 
 // What a rig still tells from before a command: the replies of one poll cycle, and its own delay.
 constexpr Duration kSettleTime = 500ms;
-constexpr std::int64_t kBitsOnTheWay = 60 * 11;
+constexpr std::int64_t kBitsAByte = 11;
+constexpr std::int64_t kBytesOnTheWay = 60;
 
 }  // namespace
 
@@ -177,8 +178,12 @@ SendOutcome Operations::TuneTo(Frequency frequency) {
   return outcome;
 }
 
+/// A rig that tells all it knows at once may be in the middle of that.
 TimePoint Operations::SettledAt() const {
-  return loop_.Now() + kSettleTime + std::chrono::nanoseconds(1s) * kBitsOnTheWay / dispatcher_.line_speed();
+  const auto query = SplitQuery(rig_.row["GetFreq"]);
+  const int reply = rig_.binary() && query.extraction ? query.extraction->reply_length / 2 : 0;
+  const std::int64_t bits = (kBytesOnTheWay + reply) * kBitsAByte;
+  return loop_.Now() + kSettleTime + std::chrono::nanoseconds(1s) * bits / dispatcher_.line_speed();
 }
 
 void Operations::Follow(const Reply& reply) {

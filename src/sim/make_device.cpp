@@ -45,6 +45,21 @@ std::unique_ptr<SimulatedDevice> MakeTentec(std::string_view model, Loop& loop) 
   return std::make_unique<TentecBinaryRig>(loop, FindTentecModel(model));
 }
 
+template <const YaesuFiveByteModel& model>
+std::unique_ptr<SimulatedDevice> MakeFiveByte(std::string_view, Loop& loop) {
+  return std::make_unique<YaesuFiveByteRig>(loop, model);
+}
+
+template <const YaesuStatusModel& model>
+std::unique_ptr<SimulatedDevice> MakeStatus(std::string_view, Loop& loop) {
+  return std::make_unique<YaesuStatusRig>(loop, model);
+}
+
+template <const YaesuTextModel& model>
+std::unique_ptr<SimulatedDevice> MakeYaesuText(std::string_view, Loop& loop) {
+  return std::make_unique<YaesuTextRig>(loop, model);
+}
+
 constexpr std::array kKinds{
     Kind{"ts2000", Make<KenwoodRig>},
     Kind{"ts440", MakeKenwood<kTs440>},
@@ -52,9 +67,21 @@ constexpr std::array kKinds{
     Kind{"ts890", MakeKenwood<kTs890>},
     Kind{"k3", MakeKenwood<kK3>},
     Kind{"powersdr", MakeKenwood<kPowerSdr>},
-    Kind{"ft857", Make<YaesuFiveByteRig>},
-    Kind{"ft1000d", Make<YaesuStatusRig>},
-    Kind{"ftdx5000", Make<YaesuTextRig>},
+    Kind{"ft857", MakeFiveByte<kFt857>},
+    Kind{"ft847", MakeFiveByte<kFt847>},
+    Kind{"ft736", MakeFiveByte<kFt736>},
+    Kind{"ft747", MakeStatus<kFt747>},
+    Kind{"ft757gx2", MakeStatus<kFt757Gx2>},
+    Kind{"ft890", MakeStatus<kFt890>},
+    Kind{"ft920", MakeStatus<kFt920>},
+    Kind{"ft990", MakeStatus<kFt990>},
+    Kind{"ft1000d", MakeStatus<kFt1000D>},
+    Kind{"ft1000mp", MakeStatus<kFt1000Mp>},
+    Kind{"ft100", MakeStatus<kFt100>},
+    Kind{"ft450", MakeYaesuText<kFt450>},
+    Kind{"ft991", MakeYaesuText<kFt991>},
+    Kind{"ftdx101", MakeYaesuText<kFtDx101>},
+    Kind{"ftdx5000", MakeYaesuText<kFtDx5000>},
     Kind{"ic7300", MakeIcom},
     Kind{"ic735", MakeIcom},
     Kind{"omni6", MakeIcom},

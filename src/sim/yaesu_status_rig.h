@@ -6,16 +6,17 @@
 #include "sim/five_byte_frames.h"
 #include "sim/front_panel.h"
 #include "sim/simulated_device.h"
+#include "sim/yaesu_status_model.h"
 
 namespace kvx::sim {
 
-/// A Yaesu FT-1000D at its CAT jack: five-byte commands, opcode last, parameters from the fourth byte towards the
-/// first, so that packed decimal comes least significant pair first. Set commands are never acknowledged and what the
-/// rig does not know is ignored; it answers only the update, meter and flag requests, in binary. Facts: FT-1000D
-/// operating manual, CAT.
+/// An older Yaesu at its CAT jack: five-byte commands, opcode last, parameters from the fourth byte towards the first,
+/// so that packed decimal comes least significant pair first. Set commands are never acknowledged and what the rig does
+/// not know is ignored; it answers only the update, meter and flag requests, in binary. Facts: the operating manuals'
+/// CAT chapters.
 class YaesuStatusRig final : public SimulatedDevice {
  public:
-  explicit YaesuStatusRig(Loop& loop);
+  YaesuStatusRig(Loop& loop, const YaesuStatusModel& model);
   void Receive(std::string_view bytes) override;
   std::string Operate(std::string_view command) override { return panel_.Operate(command); }
 
@@ -25,10 +26,6 @@ class YaesuStatusRig final : public SimulatedDevice {
 
   void Execute(Frame frame);
   void Refuse(std::string_view frame);
-  /// The 16 bytes in which the rig describes a VFO or a memory.
-  std::string Record(const VfoState& vfo) const;
-  std::string MemoryRecord(int channel) const;
-  std::string Flags() const;
 
   // One for each opcode; false refuses.
   bool Split(Frame frame);
@@ -53,16 +50,17 @@ class YaesuStatusRig final : public SimulatedDevice {
   bool CopyVfo(Frame frame);
   bool Bandwidth(Frame frame);
   bool FineStep(Frame frame);
+  bool ToneMode(Frame frame);
   bool ReadMeter(Frame frame);
   bool DimLevel(Frame frame);
   bool RepeaterOffset(Frame frame);
   bool ReadFlags(Frame frame);
 
+  const YaesuStatusModel& model_;
   FrontPanel panel_;
   RigState& state_;
+  YaesuStatusState told_{state_};
   FiveByteFrames frames_;
-  int filters_[2] = {0, 0};
-  bool tuner_ = false;
 };
 
 }  // namespace kvx::sim

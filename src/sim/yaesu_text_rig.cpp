@@ -17,7 +17,7 @@ const std::vector<ModeCode> kModeCodes{
     {0xB, Mode::kFm, true}, {0xC, Mode::kData}, {8, Mode::kData},  {0xA, Mode::kData},
 };
 
-constexpr std::array kSettings{
+constexpr std::array kCommonSettings{
     StoredSetting{"AC00", 1, 0, 2, 0, "AC"}, StoredSetting{"AG1", 3, 0, 255, 100},
     StoredSetting{"AI", 1, 0, 1, 0},         StoredSetting{"AN0", 2, 10, 50, 10},
     StoredSetting{"BC0", 1, 0, 1, 0},        StoredSetting{"BC1", 1, 0, 1, 0},
@@ -50,16 +50,54 @@ constexpr std::array kSettings{
 // What "BSnn" goes to: 1.8, 3.5, 5, 7, 10, 14, 18, 21, 24.5, 28, 50 MHz; 05 is 14 MHz.
 constexpr std::array<std::int64_t, 11> kBands{1'800'000,  3'500'000,  5'330'500,  7'000'000,  10'100'000, 14'000'000,
                                               18'068'000, 21'000'000, 24'890'000, 28'000'000, 50'000'000};
-constexpr TextCommands::Manner kManner{"ID0362", "?", 8, 4, 9999, std::nullopt};
 constexpr int kFarthestShift = 1000;
 constexpr int kLastMemory = 117;
 
-RigTraits Traits() {
+RigTraits TraitsOf(const YaesuTextModel& model) {
   return {
-      {{30'000, 60'000'000}},
+      {model.spans.begin(), model.spans.end()},
       1,
       {Mode::kLsb, Mode::kUsb, Mode::kCw, Mode::kCwr, Mode::kAm, Mode::kFm, Mode::kRtty, Mode::kRttyr, Mode::kData}};
 }
+
+TextCommands::Manner MannerOf(const YaesuTextModel& model) {
+  return {model.identity, "?", model.frequency_digits, 4, 9999, std::nullopt, model.absent};
+}
+
+/// Whether one of the names, separated by blanks, begins the command.
+bool Names(std::string_view names, std::string_view command) {
+  const std::vector<std::string> all = Split(std::string(names), ' ');
+  return std::any_of(all.begin(), all.end(),
+                     [&](const std::string& name) { return !name.empty() && command.starts_with(name); });
+}
+
+/// The model's own settings, and the common ones whose name it neither has itself nor lacks.
+std::vector<StoredSetting> SettingsOf(const YaesuTextModel& model) {
+  std::vector<StoredSetting> settings(model.settings.begin(), model.settings.end());
+  for (const StoredSetting& common : kCommonSettings) {
+    const bool replaced = std::any_of(model.settings.begin(), model.settings.end(),
+                                      [&](const StoredSetting& own) { return own.name.starts_with(common.name); });
+    if (!replaced && !Names(model.absent, common.name)) settings.push_back(common);
+  }
+  return settings;
+}
+
+constexpr std::array kShortWave{FrequencySpan{30'000, 60'000'000}};
+constexpr std::array kFt450Spans{FrequencySpan{30'000, 56'000'000}};
+constexpr std::array kFt991Spans{FrequencySpan{30'000, 56'000'000}, FrequencySpan{118'000'000, 164'000'000},
+                                 FrequencySpan{420'000'000, 470'000'000}};
+constexpr std::array kFtDx101Spans{FrequencySpan{30'000, 75'000'000}};
+constexpr std::array kFt450Settings{StoredSetting{"PC", 3, 0, 255, 255}, StoredSetting{"RL0", 2, 1, 11, 5},
+                                    StoredSetting{"GT0", 1, 0, 4, 4}, StoredSetting{"MS", 1, 0, 3, 0}};
+constexpr std::array kFt991Settings{StoredSetting{"PC", 3, 5, 100, 100},   StoredSetting{"MG", 3, 0, 100, 50},
+                                    StoredSetting{"SQ0", 3, 0, 100, 0},    StoredSetting{"PL", 3, 0, 100, 50},
+                                    StoredSetting{"BP01", 3, 1, 320, 100}, StoredSetting{"SH0", 2, 0, 21, 10},
+                                    StoredSetting{"EX032", 1, 0, 3, 0}};
+constexpr std::array kFtDx101Settings{
+    StoredSetting{"PC", 3, 5, 200, 100},       StoredSetting{"MG", 3, 0, 100, 50},
+    StoredSetting{"SQ0", 3, 0, 100, 0},        StoredSetting{"PL", 3, 0, 100, 50},
+    StoredSetting{"BP01", 3, 1, 320, 100},     StoredSetting{"SH00", 2, 0, 23, 10, "SH0"},
+    StoredSetting{"SH10", 2, 0, 23, 10, "SH1"}};
 
 char HexDigit(int value) {
   return "0123456789ABCDEF"[value & 0xF];
@@ -67,10 +105,17 @@ char HexDigit(int value) {
 
 }  // namespace
 
-YaesuTextRig::YaesuTextRig(Loop& loop)
-    : panel_(*this, loop, Traits(), [this](PanelChange change) { Report(change); }),
+const YaesuTextModel kFtDx5000{"ID0362", 8, kShortWave, "ST VV", {}};
+const YaesuTextModel kFtDx101{"ID0681", 9, kFtDx101Spans, "VV", kFtDx101Settings};
+const YaesuTextModel kFt991{"ID0570", 9, kFt991Spans, "VS ST FR VV", kFt991Settings};
+const YaesuTextModel kFt450{"ID0241", 8, kFt450Spans, "ST FR XT PL PR BC AB MA AM", kFt450Settings, 0};
+
+YaesuTextRig::YaesuTextRig(Loop& loop, const YaesuTextModel& model)
+    : model_(model),
+      stored_(SettingsOf(model)),
+      panel_(*this, loop, TraitsOf(model), [this](PanelChange change) { Report(change); }),
       state_(panel_.state()),
-      commands_(panel_, kManner, kSettings, Commands()) {
+      commands_(panel_, MannerOf(model), stored_, Commands()) {
   state_.memory_channel = 1;
 }
 
@@ -78,16 +123,19 @@ std::vector<TextCommands::Command> YaesuTextRig::Commands() {
   const auto run = [this](bool (YaesuTextRig::*command)(std::string_view)) {
     return [this, command](std::string_view data) { return (this->*command)(data); };
   };
-  return {
-      {"VS", run(&YaesuTextRig::SelectVfo)},        {"FT", run(&YaesuTextRig::TransmitVfo)},
-      {"MD", run(&YaesuTextRig::SetMode)},          {"IF", run(&YaesuTextRig::Information)},
-      {"OI", run(&YaesuTextRig::OtherInformation)}, {"SM", run(&YaesuTextRig::SMeter)},
-      {"RM", run(&YaesuTextRig::ReadMeter)},        {"TX", run(&YaesuTextRig::Transmit)},
-      {"IS", run(&YaesuTextRig::IfShift)},          {"BS", run(&YaesuTextRig::SelectBand)},
-      {"AB", run(&YaesuTextRig::CopyAToB)},         {"SV", run(&YaesuTextRig::SwapVfos)},
-      {"MC", run(&YaesuTextRig::MemoryChannel)},    {"MA", run(&YaesuTextRig::MemoryToVfo)},
+  std::vector<TextCommands::Command> commands{
+      {"VS", run(&YaesuTextRig::SelectVfo)},     {"FT", run(&YaesuTextRig::TransmitVfo)},
+      {"ST", run(&YaesuTextRig::SplitSwitch)},   {"MD", run(&YaesuTextRig::SetMode)},
+      {"IF", run(&YaesuTextRig::Information)},   {"OI", run(&YaesuTextRig::OtherInformation)},
+      {"SM", run(&YaesuTextRig::SMeter)},        {"RM", run(&YaesuTextRig::ReadMeter)},
+      {"TX", run(&YaesuTextRig::Transmit)},      {"IS", run(&YaesuTextRig::IfShift)},
+      {"BS", run(&YaesuTextRig::SelectBand)},    {"AB", run(&YaesuTextRig::CopyAToB)},
+      {"VV", run(&YaesuTextRig::CopyAToB)},      {"SV", run(&YaesuTextRig::SwapVfos)},
+      {"MC", run(&YaesuTextRig::MemoryChannel)}, {"MA", run(&YaesuTextRig::MemoryToVfo)},
       {"AM", run(&YaesuTextRig::VfoToMemory)},
   };
+  std::erase_if(commands, [this](const TextCommands::Command& command) { return Names(model_.absent, command.name); });
+  return commands;
 }
 
 void YaesuTextRig::Report(PanelChange change) {
@@ -115,11 +163,13 @@ std::string YaesuTextRig::ModeText(int vfo) const {
   return "MD" + std::to_string(vfo) + HexDigit(CodeForMode(kModeCodes, state_.vfos[vfo]));
 }
 
-// IF ccc ffffffff soooo r x m v t nn h   c = memory channel, f = Hz, o = clarifier with sign, r/x = clarifier of
-// receiver and transmitter on, m = mode, v = 0 VFO 1 memory, t/n = tone, h = shift
+// IF ccc ffffffff soooo r x m v t nn h (ffffffff: nine digits on the newest)   c = memory channel, f = Hz, o =
+// clarifier with sign, r/x = clarifier of receiver and transmitter on, m = mode, v = 0 VFO 1 memory, t/n = tone, h =
+// shift
 std::string YaesuTextRig::InformationText(std::string_view name, int vfo) const {
   std::string text(name);
-  text += PadNumber(state_.memory_channel, 3) + PadNumber(state_.vfos[vfo].hz, 8);
+  text +=
+      PadNumber(state_.memory_channel, 3) + PadNumber(state_.vfos[vfo].hz, static_cast<int>(model_.frequency_digits));
   text += state_.offset_hz < 0 ? '-' : '+';
   text += PadNumber(std::abs(state_.offset_hz), 4);
   text += state_.rit_on ? '1' : '0';
@@ -141,11 +191,21 @@ bool YaesuTextRig::SelectVfo(std::string_view data) {
   return true;
 }
 
-// Set with 2 (A transmits) and 3 (B transmits), read back as 0 and 1.
+// Set with 2 (A transmits) and 3 (B transmits), on an FT-450 with 0 and 1; read back as 0 and 1.
 bool YaesuTextRig::TransmitVfo(std::string_view data) {
   if (data.empty()) return commands_.Answer("FT" + std::to_string(state_.transmit_vfo));
-  if (data != "2" && data != "3") return false;
-  state_.transmit_vfo = data == "3" ? 1 : 0;
+  const auto code = FixedDigits(data, 1);
+  if (!code || *code < model_.transmit_on_a || *code > model_.transmit_on_a + 1) return false;
+  state_.transmit_vfo = *code - model_.transmit_on_a;
+  return true;
+}
+
+// 0 off, 1 on, 2 on with the transmitter 5 kHz up.
+bool YaesuTextRig::SplitSwitch(std::string_view data) {
+  if (data.empty()) return commands_.Answer(state_.split() ? "ST1" : "ST0");
+  if (data != "0" && data != "1" && data != "2") return false;
+  state_.SetSplit(data != "0");
+  if (data == "2") state_.vfos[static_cast<std::size_t>(state_.transmit_vfo)].hz = state_.current().hz + 5000;
   return true;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -9,12 +10,26 @@
 
 namespace kvx::sim {
 
-/// A Yaesu FT-DX5000 at its CAT connector: text commands that end in ";", frequencies of eight digits, most commands
-/// with a digit for the receiver (0 main, 1 sub). A command that it does not understand answers "?;". Facts: FT-DX5000
-/// series CAT operation reference book.
+/// What differs between the Yaesu rigs with text commands.
+struct YaesuTextModel {
+  std::string_view identity;     ///< what "ID" answers
+  std::size_t frequency_digits;  ///< of FA and FB
+  std::span<const FrequencySpan> spans;
+  std::string_view absent;                  ///< names of commands that it has not
+  std::span<const StoredSetting> settings;  ///< that it has in place of the common ones of that name, or beside them
+  int transmit_on_a = 2;                    ///< what "FT" is told for VFO A; for B one more
+};
+extern const YaesuTextModel kFtDx5000;
+extern const YaesuTextModel kFtDx101;
+extern const YaesuTextModel kFt991;
+extern const YaesuTextModel kFt450;
+
+/// A newer Yaesu at its CAT connector: text commands that end in ";", frequencies of eight or nine digits, most
+/// commands with a digit for the receiver (0 main, 1 sub). A command that it does not understand answers "?;". Facts:
+/// the models' CAT operation reference books.
 class YaesuTextRig final : public SimulatedDevice {
  public:
-  explicit YaesuTextRig(Loop& loop);
+  YaesuTextRig(Loop& loop, const YaesuTextModel& model);
   void Receive(std::string_view bytes) override { commands_.Receive(bytes); }
   std::string Operate(std::string_view command) override { return panel_.Operate(command); }
 
@@ -28,6 +43,7 @@ class YaesuTextRig final : public SimulatedDevice {
   // One for each command that is this rig's own; `data` is what follows its two letters. False refuses.
   bool SelectVfo(std::string_view data);
   bool TransmitVfo(std::string_view data);
+  bool SplitSwitch(std::string_view data);
   bool SetMode(std::string_view data);
   bool Information(std::string_view data);
   bool OtherInformation(std::string_view data);
@@ -42,6 +58,8 @@ class YaesuTextRig final : public SimulatedDevice {
   bool MemoryToVfo(std::string_view data);
   bool VfoToMemory(std::string_view data);
 
+  const YaesuTextModel& model_;
+  std::vector<StoredSetting> stored_;
   FrontPanel panel_;
   RigState& state_;
   TextCommands commands_;

@@ -146,6 +146,22 @@ TEST(YaesuTextRig, RefusesWhatTheRigWouldRefuse) {
                      "?;");
 }
 
+TEST(YaesuTextRig, SpeaksTheDialectOfItsModel) {
+  struct Row {
+    std::string rig, script;
+  };
+  for (const Row& row :
+       {Row{"ft450",
+            "ID; > ID0241; | FA14250000;FA; > FA14250000; | FT1;FT; > FT1; | FT2; > ?; | XT; > ?; | PC255;PC; > "
+            "PC255;"},
+        Row{"ft991",
+            "ID; > ID0570; | FA432100000;FA; > FA432100000; | VS0; > ?; | FT3;FT; > FT1; | SH021;SH0; > SH021;"},
+        Row{"ftdx101", "ID; > ID0681; | FA014250000;FA; > FA014250000; | VS1;VS; > VS1; | SH0007;SH0; > SH0007;"}}) {
+    Bench bench(row.rig);
+    bench.Play(row.script);
+  }
+}
+
 TEST(YaesuTextRig, TransmitsAndReportsTheKnob) {
   Bench bench("ftdx5000");
   bench.rig->Operate("knob 7000");

@@ -86,6 +86,77 @@ TEST(YaesuStatusRig, IgnoresAndCountsWhatItCannotDo) {
       "", &Bench::AskHex);
 }
 
+/// "~320" stands for so many bytes 00.
+std::string WithZeros(std::string script) {
+  for (std::size_t at = script.find('~'); at != std::string::npos; at = script.find('~')) {
+    const auto count = static_cast<std::size_t>(LeadingNumber(std::string_view(script).substr(at + 1)));
+    const std::size_t end = script.find_first_not_of("0123456789", at + 1);
+    std::string zeros;
+    for (std::size_t i = 0; i < count; ++i) zeros += i == 0 ? "00" : " 00";
+    script.replace(at, std::min(end, script.size()) - at, zeros);
+  }
+  return script;
+}
+
+// Tuned to 14.25 MHz, another mode, and asked for all that it tells; VFO B is on 14.03 MHz, CW.
+TEST(YaesuStatusRig, TellsItsStateAsItsManualSays) {
+  struct Row {
+    std::string rig, script;
+  };
+  for (const Row& row : {
+           Row{"ft890",
+               "00 50 42 01 0A > | 00 00 00 03 0C > | 00 00 00 02 10 > 00 11 15 BE 68 00 00 02 00 80 11 15 68 78 00 00 "
+               "02 00 00 | 00 00 00 03 10 > 11 15 BE 68 00 00 02 00 80 11 15 68 78 00 00 02 00 00 | 00 00 00 00 F7 > "
+               "9D 9D 9D 9D F7 | 00 00 00 01 01 > | 00 00 00 00 FA > 84 00 00 08 41"},
+           Row{"ft920",
+               "00 50 42 01 0A > | 00 00 00 01 0C > | 00 00 00 02 10 > 11 00 D9 70 10 00 00 40 00 00 00 00 00 00 11 00 "
+               "D6 14 B0 00 00 41 00 00 00 00 00 00 | 00 00 00 07 0C > | 00 00 00 03 10 > 11 00 D9 70 10 00 00 83 00 "
+               "00 00 00 00 00 11 00 D6 14 B0 00 00 41 00 00 00 00 00 00 | 00 00 00 00 F7 > F0 00 8A 10 F7 | 00 00 00 "
+               "01 0F > | 00 00 00 01 FA > 80 20 00 00 00 00 00 00"},
+           Row{"ft990",
+               "00 50 42 01 0A > | 00 00 00 08 0C > | 00 00 00 02 10 > 11 15 BE 68 00 00 00 05 00 00 00 00 00 00 00 00 "
+               "11 15 68 78 00 00 00 02 00 00 00 00 00 00 00 00 | 00 00 00 00 F7 > F0 F0 F0 F0 F7"},
+           Row{"ft1000mp",
+               "00 50 42 01 0A > | 00 00 00 09 0C > | 00 00 00 02 10 > 11 01 5B E6 80 00 00 05 80 11 00 00 00 00 00 00 "
+               "| 00 00 00 03 10 > 11 01 5B E6 80 00 00 05 80 11 00 00 00 00 00 00 11 01 56 87 80 00 00 02 00 11 00 00 "
+               "00 00 00 00 | 00 00 00 00 F7 > FF FF FF FF F7"},
+           Row{"ft100",
+               "00 50 42 01 0A > | 00 00 00 06 0C > | 00 00 00 00 10 > 11 00 AD F3 40 16 ~26 | 00 00 00 00 F7 > 00 00 "
+               "00 5A 40 00 00 20 00 | 00 00 00 01 05 > | 00 00 00 01 FA > 00 04 00 00 00 00 00 00"},
+           Row{"ft757gx2",
+               "00 50 42 01 0A > | 00 00 00 05 0C > | 00 00 00 01 10 > 0F | 00 00 00 00 10 > 00 00 00 00 00 00 50 42 "
+               "01 05 00 50 42 01 05 00 30 40 01 02 ~55"},
+           Row{"ft747",
+               "00 50 42 01 0A > | 00 00 00 03 0C > | 00 00 00 01 01 > | 00 00 00 00 10 > 02 14 25 00 00 48 00 00 00 "
+               "14 25 00 00 00 00 00 00 14 03 00 00 00 00 00 84 ~320 | 00 00 00 00 07 > | 00 00 00 01 0F > | 00 00 00 "
+               "00 10 >"},
+       }) {
+    SCOPED_TRACE(row.rig);
+    Bench bench(row.rig);
+    bench.rig->Operate("smeter 30");
+    bench.Play(WithZeros(row.script), &Bench::AskHex);
+    EXPECT_EQ(bench.State("refused"), "0");
+  }
+}
+
+// External control on, main band, S-meter, modes; and nothing without it.
+TEST(YaesuFiveByteRig, ListensAfterExternalControlOn) {
+  Bench ft847("ft847");
+  ft847.rig->Operate("smeter 30");
+  ft847.Play(R"(
+      00 00 00 00 03 > | 00 00 00 00 00 > | 43 21 00 00 01 > | 88 00 00 00 07 > | 00 00 00 00 03 > 43 21 00 00 88
+      00 00 00 00 E7 > 1F | 00 00 00 00 08 > | 00 00 00 00 88 > | 00 00 00 00 80 > | 01 40 25 00 01 >)",
+             &Bench::AskHex);
+  EXPECT_EQ(ft847.State("a"), "432100000");
+  EXPECT_EQ(ft847.State("refused"), "2");
+  Bench ft736("ft736");
+  ft736.rig->Operate("smeter 15");
+  ft736.Play("00 00 00 00 00 > | 14 59 00 00 01 > | 00 00 00 00 F7 > 54 54 54 54 F7 | 01 40 25 00 01 >",
+             &Bench::AskHex);
+  EXPECT_EQ(ft736.State("a"), "145900000");
+  EXPECT_EQ(ft736.State("refused"), "1");
+}
+
 TEST(YaesuStatusRig, PacesItsBytesOnDemand) {
   Bench bench("ft1000d");
   bench.AskHex("00 00 00 0A 0E");
