@@ -10,6 +10,7 @@
 #include "accessories/antenna_port_window.h"
 #include "accessories/antenna_window.h"
 #include "accessories/direct_port_window.h"
+#include "audio/spec_display_window.h"
 #include "console/debug_window.h"
 #include "console/function_list_window.h"
 #include "console/key_screen.h"
@@ -118,6 +119,13 @@ void AddWindows(console::ConsoleWindow& console, Program& program, widgets::Appe
       Tr("Antenna &tuner"), QKeySequence("Ctrl+U"), "tuner",
       [&](QWidget* parent) { return new console::TunerWindow(program.station(), parent); }, "TunerF.pos");
   AddAntennaWindows(console, program, appearance);
+  if (program.station().audio) {
+    const auto make_audio = [&](QWidget* parent) {
+      const QString folder = QString::fromStdString(program.station().folder().string());
+      return new audio::SpecDisplay(*program.station().audio, folder, appearance, parent);
+    };
+    console.AddWindow(Tr("A&udio"), QKeySequence("Ctrl+H"), "audio", make_audio, "SpecDisplay.pos");
+  }
   console.AddWindow(Tr("&Debug view"), QKeySequence("Ctrl+D"), "debug", [&](QWidget* parent) {
     auto* frame = new QMainWindow(parent);  // what a screen reader takes for a window
     auto* debug = new console::DebugWindow(program.station(), appearance);

@@ -172,6 +172,18 @@ Status SetSource(SpectrumSettings& settings, std::string_view value) {
   return Ok();
 }
 
+Status SetColors(SpectrumSettings& settings, std::string_view value) {
+  std::string list;
+  for (const std::string_view name : kWaterfallColors) {
+    if (EqualNoCase(value, name)) {
+      settings.colors = name;
+      return Ok();
+    }
+    list += (list.empty() ? "" : ", ") + std::string(name);
+  }
+  return Invalid("colors", list);
+}
+
 }  // namespace
 
 Status SetControl(SpectrumSettings& settings, std::string_view control, std::string_view value) {
@@ -191,6 +203,7 @@ Status SetControl(SpectrumSettings& settings, std::string_view control, std::str
     settings.decoder = EqualNoCase(value, "best") ? DecoderMode::kBest : DecoderMode::kClassic;
     return Ok();
   }
+  if (EqualNoCase(control, "colors")) return SetColors(settings, value);
   const auto truth = Truth(value);
   if (const auto* row = Find(kSwitches, control)) {
     if (!truth) return Invalid(row->name, "TRUE or FALSE");
@@ -209,12 +222,18 @@ Result<std::string> ControlValue(const SpectrumSettings& settings, std::string_v
   if (EqualNoCase(control, "txtFMin")) return HertzText(settings.txtFMin);
   if (EqualNoCase(control, "txtFMax")) return HertzText(settings.txtFMax);
   if (EqualNoCase(control, "source")) return settings.source;
+  if (EqualNoCase(control, "colors")) return settings.colors;
   if (EqualNoCase(control, "decoder")) return std::string(settings.decoder == DecoderMode::kBest ? "best" : "classic");
   if (const auto* row = Find(kChoices, control)) return std::to_string(settings.*row->value);
   if (const auto* row = Find(kNumbers, control)) return std::to_string(settings.*row->value);
   if (const auto* row = Find(kSwitches, control)) return TruthText(settings.*row->value);
   if (const auto* row = Find(kOptions, control)) return TruthText(settings.trace == row->mode);
   return Error{ErrorCode::kNotFound, "there is no control " + OneLine(control, 40)};
+}
+
+std::optional<NumberRange> ControlRange(std::string_view control) {
+  const auto* row = Find(kNumbers, control);
+  return row == nullptr ? std::nullopt : std::optional(NumberRange{row->low, row->high});
 }
 
 std::string ControlCaption(const SpectrumSettings& settings, std::string_view control) {
@@ -250,6 +269,7 @@ std::string FormatControls(const SpectrumSettings& settings) {
   for (const auto& row : kNumbers) line(row.name);
   for (const auto& row : kOptions) line(row.name);
   for (const auto& row : kSwitches) line(row.name);
+  line("colors");
   line("decoder");
   line("source");
   return out;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -15,6 +16,12 @@ namespace kvx::audio {
 Status SetControl(SpectrumSettings& settings, std::string_view control, std::string_view value);
 /// What one is set to, as SetControl takes it. kNotFound.
 Result<std::string> ControlValue(const SpectrumSettings& settings, std::string_view control);
+/// What a control that is a number can hold.
+struct NumberRange {
+  int low = 0;
+  int high = 0;
+};
+std::optional<NumberRange> ControlRange(std::string_view control);
 /// What a control says of itself ("Ref: 0 dB", "Freeze"); empty for one that says nothing.
 std::string ControlCaption(const SpectrumSettings& settings, std::string_view control);
 

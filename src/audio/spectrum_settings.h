@@ -12,6 +12,9 @@ enum class DecoderMode { kBest, kClassic };
 inline constexpr std::array kBins{16384, 8192, 4096, 2048, 1024, 512, 256, 128, 64};  ///< in the order of cboBins
 inline constexpr std::array kSampleRates{11025, 22050, 44100, 48000};
 
+/// What the waterfall can be drawn in.
+inline constexpr std::array<std::string_view, 5> kWaterfallColors{"Ember", "Viridis", "Ice", "Paper", "Grey"};
+
 /// What the controls of the audio window are set to, under their names.
 struct SpectrumSettings {
   int cboSRate = 48000;  ///< samples a second
@@ -39,9 +42,10 @@ struct SpectrumSettings {
   bool SlowCPU = false;
   bool SeperateCB = false;
   bool CompoundCB = false;
-  bool chkBW = false;         ///< black and white
-  bool chkSmall = false;      ///< a small window
-  bool chkOverWrite = false;  ///< the waterfall writes over itself instead of scrolling
+  bool chkBW = false;            ///< black and white
+  bool chkSmall = false;         ///< a small window
+  bool chkOverWrite = false;     ///< the waterfall writes over itself instead of scrolling
+  std::string colors = "Ember";  ///< of the waterfall, one of kWaterfallColors
   DecoderMode decoder = DecoderMode::kBest;
   std::string source;  ///< "": the default device, a device's id, "wav:FILE" or "sim:receiver"
 };

@@ -13,16 +13,21 @@ class DrawingBudget final {
 
   /// Pictures are wanted this far apart.
   void SetInterval(Duration interval) { interval_ = interval; }
-  /// How long from `now` until the next picture may begin; zero: now.
-  Duration Wait(Duration now) const { return now >= next_ ? Duration{} : next_ - now; }
-  /// A picture begun at `now`.
-  void Begin(Duration now) { next_ = now + interval_; }
-  /// It took so long: three times as much is left for everything else.
-  void Took(Duration now, Duration took) { next_ = std::max(next_, now + 3 * took); }
+  /// A picture is begun.
+  void Begin(Duration now) {
+    begun_ = now;
+    spent_ = {};
+  }
+  /// So much of it has been drawn.
+  void Spend(Duration spent) { spent_ += spent; }
+  /// How long from `now` until the next one may begin; zero: now. Three times what the last one took is left for
+  /// everything else.
+  Duration Wait(Duration now) const { return std::max(begun_ + std::max(interval_, 4 * spent_) - now, Duration{}); }
 
  private:
   Duration interval_{std::chrono::milliseconds(16)};
-  Duration next_{};
+  Duration begun_{std::chrono::hours(-1)};
+  Duration spent_{};
 };
 
 }  // namespace kvx::widgets

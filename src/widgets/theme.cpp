@@ -269,6 +269,8 @@ QString StyleSheet(const Theme& theme) {
     QLineEdit, QPlainTextEdit, QTextEdit, QSpinBox, QDoubleSpinBox, QComboBox { background: @screen; color: @digits; border: @border; border-radius: 5px;
       padding: 2px 6px; min-height: 1.4em; selection-background-color: @accent; selection-color: @accentink; }
     QLineEdit:focus, QPlainTextEdit:focus, QTextEdit:focus, QSpinBox:focus, QDoubleSpinBox:focus, QComboBox:focus { border: @focus; }
+    QComboBox[role="chip"], QTextEdit[role="chip"] { background: transparent; border: 2px solid transparent; border-radius: 6px; }
+    QComboBox[role="chip"]:focus, QTextEdit[role="chip"]:focus { border: @focus; }
     QLineEdit:disabled, QComboBox:disabled, QSpinBox:disabled { color: @faint; }
     QComboBox QAbstractItemView, QListView, QListWidget, QTreeView, QTableView { background: @screen; color: @digits; border: @border;
       alternate-background-color: @panel; gridline-color: @edge; selection-background-color: @accent; selection-color: @accentink; }
@@ -314,6 +316,7 @@ QString StyleSheet(const Theme& theme) {
     QScrollBar::handle { background: @edge; border-radius: 5px; min-height: 24px; min-width: 24px; margin: 1px; }
     QScrollBar::add-line, QScrollBar::sub-line { width: 0; height: 0; }
     QSplitter::handle { background: @edge; }
+    QSplitter[role="gap"]::handle { background: transparent; }
   )";
   for (const Token& token : tokens) sheet.replace(token.name, token.value);
   return sheet;

@@ -98,11 +98,15 @@ void WaterfallView::WaterFall(std::span<const float> levels, double bin_hertz) {
   if (row.size() != columns_.size() || row.empty()) return;
   levels_.Shade(columns_, row.data());
   ColorRow(history_.newest());
-  if (!scene_.overwriting) return update();
   const double ratio = devicePixelRatioF();
   const int top = static_cast<int>(std::floor((history_.newest() - 1) / ratio));
-  update(0, top, width(), static_cast<int>(std::ceil(4 / ratio)) + 2);
-  if (history_.newest() == 0) update();
+  undrawn_ |= QRect(0, top, width(), static_cast<int>(std::ceil(4 / ratio)) + 2);
+}
+
+void WaterfallView::DrawLines() {
+  if (undrawn_.isEmpty()) return;
+  update(scene_.overwriting ? undrawn_ : rect());
+  undrawn_ = {};
 }
 
 bool WaterfallView::event(QEvent* event) {

@@ -37,8 +37,9 @@ class WaterfallView final : public QWidget {
   explicit WaterfallView(const Appearance& appearance, QWidget* parent = nullptr);
 
   void Show(const WaterfallScene& scene);
-  /// Adds a line: `levels[k]`, in dB, is at k * `bin_hertz`.
+  /// Adds a line: `levels[k]`, in dB, is at k * `bin_hertz`. It is seen when the lines are drawn next.
   void WaterFall(std::span<const float> levels, double bin_hertz);
+  void DrawLines();
   TonePointer& pointer() { return *pointer_; }
   QSize sizeHint() const override;
   QSize minimumSizeHint() const override;
@@ -65,6 +66,7 @@ class WaterfallView final : public QWidget {
   WaterfallLevels levels_;
   QImage picture_;  ///< the rows of the history in their colours
   std::vector<float> columns_;
+  QRect undrawn_;
   QElapsedTimer since_;
 };
 

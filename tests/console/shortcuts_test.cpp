@@ -79,7 +79,7 @@ TEST(Shortcuts, NoKeyMeansTwoThingsInAWindow) {
   ConsoleWindow console{bench.station, appearance};
   // Those of the menu of windows, as the program has them.
   for (const char* key : {"Ctrl+E", "Ctrl+L", "Ctrl+M", "Ctrl+K", "Ctrl+U", "Ctrl+B", "Ctrl+Shift+B", "Ctrl+Shift+D",
-                          "Ctrl+D", "Ctrl+Shift+L"})
+                          "Ctrl+D", "Ctrl+Shift+L", "Ctrl+H"})
     console.AddWindow(key, QKeySequence(key), QString(key).toLower(),
                       [](QWidget* parent) { return new QWidget(parent); });
   FunctionListWindow functions{bench.station, appearance};
