@@ -21,7 +21,7 @@ using widgets::ToQt;
 using widgets::WithRole;
 
 constexpr double kTextScale = 1.5;
-constexpr double kLines = 3;
+constexpr double kLines = 2.7;  // at least
 constexpr int kUsualLines = 4;
 constexpr int kPaperMargin = 8;  // of the text in its box
 constexpr auto kReadingPause = 2s;
@@ -34,7 +34,6 @@ class Paper final : public QTextEdit {
   explicit Paper(const widgets::Appearance& appearance) : appearance_(appearance) {}
 
   QSize sizeHint() const override { return {0, static_cast<int>(fontMetrics().height() * (kUsualLines + 0.5))}; }
-  QSize minimumSizeHint() const override { return {0, static_cast<int>(fontMetrics().height() * (kLines - 0.5))}; }
 
  protected:
   void paintEvent(QPaintEvent* event) override {
@@ -97,6 +96,7 @@ void DecodedTextBox::Dress() {
   QFont font = widgets::FixedFont();
   font.setPixelSize(static_cast<int>(widgets::Em(*this) * kTextScale));
   text_->setFont(font);
+  text_->setMinimumHeight(static_cast<int>(QFontMetrics(font).height() * kLines));
   speed_->setFont(font);
   speed_->setMinimumWidth(QFontMetrics(font).horizontalAdvance("00 wpm "));
   const std::string again = std::exchange(shown_, {});

@@ -41,6 +41,8 @@ constexpr int kHigh = 52;
 constexpr int kSmallWide = 50;
 constexpr int kSmallHigh = 34;
 constexpr double kSideWidth = 22;
+constexpr double kLeastSide = 15;
+constexpr double kSideShare = 0.28;
 constexpr int kGap = 10;
 constexpr milliseconds kSlowInterval{66};
 constexpr int kCountMilliseconds = 500;
@@ -114,6 +116,7 @@ SpecDisplay::SpecDisplay(AudioAnalysis& audio, const QString& folder, const widg
   resize(QSize(kWide, kHigh) * widgets::Em(*this));
   ShowSettings();
   ShowText();
+  spectrum_->setFocus();
 }
 
 QWidget* SpecDisplay::MakeBar() {
@@ -278,7 +281,7 @@ void SpecDisplay::DrawTraces() {
 void SpecDisplay::ShowSettings() {
   const SpectrumSettings& settings = audio_.settings();
   controls_.Refresh();
-  side_->setFixedWidth(static_cast<int>(kSideWidth * widgets::Em(*this)));
+  FitSide();
   spectrum_->Show(SpectrumSceneOf(settings, spectrum_->scene().difference));
   waterfall_->Show(WaterfallSceneOf(settings));
   scope_->Show(ScopeSceneOf(settings));
@@ -291,6 +294,12 @@ void SpecDisplay::ShowSettings() {
   ShowSources();
   if (!audio_.recording()) Tell(Ok());
   DrawSoon();
+}
+
+/// The setup beside the displays leaves them most of a small window.
+void SpecDisplay::FitSide() {
+  const double em = widgets::Em(*this);
+  side_->setFixedWidth(static_cast<int>(std::clamp(kSideShare * width(), kLeastSide * em, kSideWidth * em)));
 }
 
 /// A small window has spectrum and waterfall and, while the setup is shown, the setup.
@@ -425,6 +434,11 @@ void SpecDisplay::showEvent(QShowEvent* event) {
   if (audio_.running()) return;
   started_ = true;
   audio_.Start();
+}
+
+void SpecDisplay::resizeEvent(QResizeEvent* event) {
+  QMainWindow::resizeEvent(event);
+  FitSide();
 }
 
 void SpecDisplay::closeEvent(QCloseEvent* event) {

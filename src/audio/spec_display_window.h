@@ -46,6 +46,7 @@ class SpecDisplay final : public QMainWindow {
  protected:
   void showEvent(QShowEvent* event) override;
   void closeEvent(QCloseEvent* event) override;
+  void resizeEvent(QResizeEvent* event) override;
 
  private:
   QWidget* MakeBar();
@@ -63,6 +64,7 @@ class SpecDisplay final : public QMainWindow {
   void ShowSettings();
   void ShowSources();
   void ShowSmall();
+  void FitSide();
   void ShowText();
   void ShowCounts();
   void PointAt(double hertz, double reach);

@@ -46,15 +46,17 @@ DisplayColors MakeDisplayColors(const Theme& theme, int grid, int ground_level, 
   const QColor ground = Ground(theme, ground_level, plain);
   const QColor ink = InkOn(ground);
   const double share = std::clamp(grid, 0, 255) / 255.0;
-  DisplayColors colors{.ground = ground,
-                       .grid = theme.name == "classic" ? Grey(grid) : Mixed(ground, ink, share * kGridShare),
-                       .text = QuietInkOn(ground, ink),
-                       .trace = plain ? ink : SeenOn(ground, {theme.digits, theme.amber, QColor("#ffd08a")}),
-                       .below = {},
-                       .second = plain ? Mixed(ground, ink, 0.6) : SeenOn(ground, {theme.green, QColor("#54d18c")}),
-                       .marker = plain ? ink : SeenOn(ground, {theme.blue, QColor("#5aa9ff")}),
-                       .threshold = plain ? ink : SeenOn(ground, {theme.red, QColor("#ff5d5d")}),
-                       .centre = Mixed(ground, ink, 0.5)};
+  const bool contrast = theme.name == "contrast";
+  DisplayColors colors{
+      .ground = ground,
+      .grid = theme.name == "classic" ? Grey(grid) : Mixed(ground, ink, share * (contrast ? 1 : kGridShare)),
+      .text = contrast ? ink : QuietInkOn(ground, ink),
+      .trace = plain ? ink : SeenOn(ground, {theme.digits, theme.amber, QColor("#ffd08a")}),
+      .below = {},
+      .second = plain ? Mixed(ground, ink, 0.6) : SeenOn(ground, {theme.green, QColor("#54d18c")}),
+      .marker = plain ? ink : SeenOn(ground, {theme.blue, QColor("#5aa9ff")}),
+      .threshold = plain ? ink : SeenOn(ground, {theme.red, QColor("#ff5d5d")}),
+      .centre = Mixed(ground, ink, 0.5)};
   colors.below = Mixed(ground, colors.trace, kFill);
   return colors;
 }
