@@ -38,7 +38,7 @@ std::vector<HeardStation> DemoBand() {
                   .start = 1,
                   .repeat_after = 7});
   const HeardStation north{.wpm = 22, .hertz = 760, .level_db = -2, .fade_hertz = 0.05, .fade_db = 8};
-  const HeardStation south{.wpm = 26, .hertz = 772, .level_db = -5, .fade_hertz = 0.11, .fade_db = 10};
+  const HeardStation south{.wpm = 26, .hertz = 763, .level_db = -5, .fade_hertz = 0.11, .fade_db = 10};
   const auto says = [](HeardStation station, const char* text) {
     station.text = text;
     return station;
@@ -49,10 +49,10 @@ std::vector<HeardStation> DemoBand() {
             says(north, "FB YVES TNX QSO 73 ES GL F5QRX DE SM6XYZ SK"), says(south, "73 LARS DE F5QRX SK E E")},
            4, 9, band);
   const HeardStation runner{.wpm = 32, .hertz = 1250, .level_db = 3};
-  AddRound({says(runner, "TEST DL9KVX DL9KVX"), says({.wpm = 30, .hertz = 1236, .level_db = -4}, "OK1ZZZ"),
-            says(runner, "OK1ZZZ 5NN 14"), says({.wpm = 30, .hertz = 1236, .level_db = -4}, "TU 5NN 15"),
-            says(runner, "TU DL9KVX"), says({.wpm = 36, .hertz = 1281, .level_db = -7}, "LZ7AAA"),
-            says(runner, "LZ7AAA 5NN 14"), says({.wpm = 36, .hertz = 1281, .level_db = -7}, "5NN 20"),
+  AddRound({says(runner, "TEST DL9KVX DL9KVX"), says({.wpm = 30, .hertz = 1247, .level_db = -4}, "OK1ZZZ"),
+            says(runner, "OK1ZZZ 5NN 14"), says({.wpm = 30, .hertz = 1247, .level_db = -4}, "TU 5NN 15"),
+            says(runner, "TU DL9KVX"), says({.wpm = 36, .hertz = 1254, .level_db = -7}, "LZ7AAA"),
+            says(runner, "LZ7AAA 5NN 14"), says({.wpm = 36, .hertz = 1254, .level_db = -7}, "5NN 20"),
             says(runner, "TU DL9KVX TEST")},
            2, 2, band);
   band.push_back({.text = "VVV VVV DE VK9AA/B",

@@ -1,6 +1,7 @@
 """The receiver's audio from a real sound server, from recordings and from the simulated receiver."""
 
 import array
+import json
 import os
 import random
 import time
@@ -38,6 +39,11 @@ class AudioTest(unittest.TestCase):
 
     def wait_state(self, kvx, word, timeout=8):
         self.assertTrue(wait_until(lambda: f", {word}, " in kvx.command("audio"), timeout, 0.1), kvx.command("audio"))
+
+    def loudest(self, kvx, low, high):
+        """dB, of the bins between two frequencies."""
+        wait_until(lambda: kvx.command("audio spectrum").startswith("ok"), 2, 0.05)
+        return max(json.loads(kvx.command(f"audio spectrum {low} {high}")[3:])["trace"])
 
     @unittest.skipIf(missing(), f"not installed: {', '.join(missing())}")
     def test_every_sample_of_a_sound_server_once(self):
@@ -90,9 +96,12 @@ class AudioTest(unittest.TestCase):
         self.station.programs.append(kvx)
         kvx.wait_status(lambda status: status["keyer"] and status["keyer"]["ready"], 10)
         self.assertIn("source sim:receiver", kvx.command("audio on"))
-        kvx.command("cw VVV VVV")
-        kvx.command("audio press DCW")
+        self.assertLess(self.loudest(kvx, 790, 810), -30)
+        self.assertTrue(kvx.command("cw 00").startswith("ok"))
+        self.assertTrue(wait_until(lambda: self.loudest(kvx, 790, 810) > -20, 4, 0.05), "its own key is not heard")
+        kvx.command("audio off")
         kvx.command("audio source wav:" + self.station.path("played.wav"))
+        kvx.command("audio on")
         kvx.wait_line("audio ended", 6)
         self.assertIn(f", {len(played)} samples, ", kvx.command("audio"))
 
