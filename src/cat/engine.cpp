@@ -35,6 +35,8 @@ bool Engine::UseRig(config::RigDefinition rig) {
   link.ClearRcvBuffer();
   link.SetHexBuffer(rig_.row.send_as_hex);
   for (std::size_t i = 0; i < console_.FunctionState.size(); ++i) console_.FunctionState.Set(i, false);
+  console_.SMeter.Set(0);  // a rig that tells none must not show the last one's
+  console_.MeterValue.Set(0);
   poller.RigSelected();
   return true;
 }

@@ -58,7 +58,9 @@ TEST(Dispatcher, TwoStateButtonAlternates) {
   EXPECT_EQ(station.Written(), "ABCD/EFON;ON;");
   EXPECT_EQ(station.Send("XFN4"), SendOutcome::kRefused);
   EXPECT_FALSE(station.console.FunctionState[3]) << "nothing was sent: the button keeps its state";
+  station.console.SMeter.Set(84);
   station.Use(ShippedRigs().at("TS-2000"));
+  EXPECT_EQ(*station.console.SMeter, 0) << "and its meter has told nothing yet";
   station.Send("XFN1");
   EXPECT_EQ(station.Written(), "NB1;") << "another rig's buttons begin with their first command";
 }
