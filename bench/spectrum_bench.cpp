@@ -4,14 +4,19 @@
 #include <benchmark/benchmark.h>
 
 #include <cmath>
+#include <fstream>
+#include <iterator>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "audio/spectrum_settings.h"
 #include "audio/spectrum_trace.h"
 #include "audio/spectrum_worker.h"
 #include "audio/transform.h"
+#include "platform/samples.h"
+#include "sim/receiver_audio.h"
 
 #ifdef KVX_FFTW
 #include <fftw3.h>
@@ -52,6 +57,43 @@ void AudioFrame(benchmark::State& state) {
   }
 }
 
+/// What decodes beside the spectrum.
+enum Decoding { kNone, kClassic, kBest, kBestAndSignals };
+
+/// A second of sound with five stations in it, 16384 bins, in pieces of 20 ms as a source gives them. The time is the
+/// share of a core that it takes.
+void AudioSecond(benchmark::State& state) {
+  constexpr int kSeconds = 30;
+  const auto decoding = static_cast<Decoding>(state.range(0));
+  std::vector<sim::HeardStation> stations;
+  for (int i = 0; i < 5; ++i) {
+    stations.push_back({.text = "CQ CQ DE K" + std::to_string(i) + "ABC K" + std::to_string(i) + "ABC K",
+                        .wpm = 18.0 + 4 * i,
+                        .hertz = 700.0 + 250 * i,
+                        .level_db = -2.0 * i,
+                        .repeat_after = 1.5});
+  }
+  audio::SpectrumSettings settings;
+  settings.cboBins = 16384;
+  settings.CrossIt = 700;
+  settings.decoding = decoding != kNone;
+  settings.decoder = decoding == kClassic ? audio::DecoderMode::kClassic : audio::DecoderMode::kBest;
+  settings.SlowCPU = decoding != kBestAndSignals;
+  sim::ReceiverAudio receiver({.samples_per_second = settings.cboSRate, .snr_db = 15}, std::move(stations));
+  const std::vector<std::int16_t> samples = platform::To16Bits(receiver.RenderSeconds(kSeconds));
+  std::ifstream words(std::string(KVX_DATA) + "/dict.txt", std::ios::binary);
+  audio::SpectrumWorker worker{std::string(std::istreambuf_iterator<char>(words), {})};
+  worker.Use(settings);
+  const auto second = static_cast<std::size_t>(settings.cboSRate);
+  std::size_t at = 0;
+  for (auto _ : state) {
+    for (std::size_t piece = 0; piece < second; piece += second / 50)
+      worker.Feed(std::span(samples).subspan(at + piece, second / 50), true);
+    at = (at + second) % samples.size();
+    benchmark::DoNotOptimize(worker.TakeFindings().frame);
+  }
+}
+
 #ifdef KVX_FFTW
 void Fftw(benchmark::State& state) {
   const auto size = static_cast<std::size_t>(state.range(0));
@@ -80,6 +122,13 @@ void Sizes(benchmark::internal::Benchmark* bench) {
 BENCHMARK(AudioTransform)->Apply(Sizes);
 BENCHMARK(AudioFrame)->Apply(Sizes);
 BENCHMARK(Fftw)->Apply(Sizes);
+BENCHMARK(AudioSecond)
+    ->Arg(kNone)
+    ->Arg(kClassic)
+    ->Arg(kBest)
+    ->Arg(kBestAndSignals)
+    ->Iterations(60)
+    ->Unit(benchmark::kMillisecond);
 
 }  // namespace
 }  // namespace kvx

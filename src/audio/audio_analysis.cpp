@@ -13,7 +13,6 @@ namespace kvx::audio {
 namespace {
 
 constexpr int kMostBehind = 5;  // seconds of samples that may wait for the worker
-constexpr std::size_t kMostText = 20'000;
 constexpr const char* kSettingsFile = "SpecDisplay.pos";
 constexpr const char* kWordFile = "dict.txt";
 
@@ -237,7 +236,11 @@ void AudioAnalysis::Use(AudioFindings& found, TimePoint given) {
     changed.Tell();
   }
   const bool read = !found.text.empty() || found.reception || found.signals;
-  for (ReadText& piece : found.text) Append({std::move(piece.text), piece.corrected, piece.erase});
+  for (ReadText& piece : found.text) {
+    DecodedText text{std::move(piece.text), piece.corrected, piece.erase};
+    if (on_text) on_text(text);
+    text_.Append(std::move(text));
+  }
   if (found.reception) reception_ = *found.reception;
   if (found.signals) signals_ = std::move(*found.signals);
   MoveControls(found);
@@ -261,33 +264,6 @@ void AudioAnalysis::MoveControls(const AudioFindings& found) {
   if (before != std::pair(settings_.Thresh, settings_.CenterF)) changed.Tell();
 }
 
-void AudioAnalysis::Erase(int characters) {
-  for (; characters > 0 && !text_.empty(); --characters) {
-    text_.back().text.pop_back();
-    if (text_.back().text.empty()) text_.pop_back();
-  }
-}
-
-void AudioAnalysis::Append(DecodedText piece) {
-  if (on_text) on_text(piece);
-  Erase(std::exchange(piece.erase, 0));
-  if (piece.text.empty()) return;
-  if (!text_.empty() && text_.back().corrected == piece.corrected) {
-    text_.back().text += piece.text;
-  } else {
-    text_.push_back(std::move(piece));
-  }
-  std::size_t length = 0;
-  for (const DecodedText& run : text_) length += run.text.size();
-  while (length > kMostText) {
-    std::string& oldest = text_.front().text;
-    const std::size_t gone = std::min(oldest.size(), length - kMostText);
-    oldest.erase(0, gone);
-    length -= gone;
-    if (oldest.empty()) text_.erase(text_.begin());
-  }
-}
-
 void AudioAnalysis::TuneTo(double hertz) {
   SpectrumSettings settings = settings_;
   const std::string value = std::to_string(std::lround(std::max(hertz, 0.0)));
@@ -295,7 +271,7 @@ void AudioAnalysis::TuneTo(double hertz) {
 }
 
 void AudioAnalysis::ClearText() {
-  text_.clear();
+  text_.Clear();
   text_changed.Tell();
 }
 

@@ -11,6 +11,7 @@
 #include "audio/heard_signal.h"
 #include "audio/spectrum_frame.h"
 #include "audio/spectrum_settings.h"
+#include "audio/text_runs.h"
 #include "core/listeners.h"
 #include "core/loop.h"
 #include "core/result.h"
@@ -26,13 +27,6 @@ struct CaptureCounts {
   std::int64_t samples = 0;  ///< taken from the source
   std::int64_t frames = 0;   ///< transformed
   std::int64_t lost = 0;     ///< samples dropped because the arithmetic fell behind
-};
-
-/// A run of decoded text of one look.
-struct DecodedText {
-  std::string text;
-  bool corrected = false;  ///< put in place of what had been read: shown in light grey
-  int erase = 0;           ///< so many characters before it are taken back first
 };
 
 /// What the audio analysis is put together from. Everything is borrowed.
@@ -90,7 +84,7 @@ class AudioAnalysis final {
 
   /// Puts the decoder on a tone: a click.
   void TuneTo(double hertz);
-  const std::vector<DecodedText>& text() const { return text_; }  ///< the latest 20,000 characters
+  const std::vector<DecodedText>& text() const { return text_.runs(); }
   void ClearText();
   Reception reception() const { return reception_; }
   int CWSp() const;  ///< words a minute, 0: not known
@@ -118,8 +112,6 @@ class AudioAnalysis final {
   void Post(std::function<void(SpectrumWorker&)> job, std::int64_t samples = 0);
   void Use(AudioFindings& found, TimePoint given);
   void MoveControls(const AudioFindings& found);
-  void Append(DecodedText piece);
-  void Erase(int characters);
   std::string ReadWords() const;
 
   AudioParts parts_;
@@ -137,7 +129,7 @@ class AudioAnalysis final {
   std::vector<float> trace2_;
   CaptureCounts counts_;
   int level_ = 0;
-  std::vector<DecodedText> text_;
+  TextRuns text_;
   Reception reception_;
   std::vector<HeardSignal> signals_;
   std::shared_ptr<const bool> alive_ = std::make_shared<const bool>(true);

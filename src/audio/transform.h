@@ -7,7 +7,8 @@
 namespace kvx::audio {
 
 /// A fast Fourier transform of one size, radix 2 and in place: Log(size) / Log(2) stages of two-point butterflies
-/// behind a bit reversal. Its angles count pi as 3.14159, which puts images of a tone 110 dB below it and less.
+/// behind a bit reversal. Its angles count pi as 3.14159; what that changes is 100 dB
+/// below the strongest tone, or less.
 class Transform final {
  public:
   static constexpr double kPi = 3.14159;

@@ -97,6 +97,8 @@ TEST(AudioCommands, EachSaysWhatItDid) {
     const std::string answer = bench.Do(row.command);
     EXPECT_TRUE(answer.starts_with(row.answer)) << row.command << " -> " << answer;
   }
+  bench.Do("audio off");
+  EXPECT_TRUE(bench.Told("audio stopped"));
   bench.Do("audio on");
   EXPECT_TRUE(bench.Told("audio open"));
   bench.Hear(64, 1);
