@@ -49,6 +49,7 @@ std::vector<TextCommands::Command> KenwoodKin::Commands() {
       {"MD", [this](Data data) { return SetMode("MD", 1, data); }},
       {"OM0", [this](Data data) { return SetMode("OM0", 1, data); }},
       {"OM", [this](Data data) { return commands_.AnswerBare(data, "OM AP----------"); }},
+      {"RVM", [this](Data data) { return commands_.AnswerBare(data, "RVM05.67"); }},
       {"ZZMD", [this](Data data) { return SetMode("ZZMD", 2, data); }},
       {"ZZFA", [this](Data data) { return WideFrequency(0, data); }},
       {"ZZFB", [this](Data data) { return WideFrequency(1, data); }},

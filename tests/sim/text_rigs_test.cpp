@@ -105,7 +105,8 @@ TEST(KenwoodKin, AnswersAsTheCommandListOfEachModelSays) {
        "OM07;OM0; > OM07; | FR1;FR; > FR1; | TB1;FT; > FT0; | SM; > SM0035; | AG128;AG; > AG128;",
        {"IF0;", "SM0;", "AG0100;"}},
       {"k3",
-       "MD6;MD; > MD6; | FT1;FT;FR; > FT1;FR0; | SM; > SM0007; | AG255;AG; > AG255; | BW0050;BW; > BW0050;",
+       "RVM; > RVM05.67; | MD6;MD; > MD6; | FT1;FT;FR; > FT1;FR0; | SM; > SM0007; | AG255;AG; > AG255; | BW0050;BW; > "
+       "BW0050;",
        {"SM0;", "AG0100;", "MG061;", "OM02;"}},
       {"powersdr",
        "ZZFA00050125000;ZZFA; > ZZFA00050125000; | ZZMD04;ZZMD; > ZZMD04; | ZZSM0; > ZZSM0127; | ZZTX1;ZZTX; > ZZTX1; "
