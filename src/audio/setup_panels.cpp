@@ -17,6 +17,8 @@ namespace {
 using widgets::ToQt;
 using widgets::WithRole;
 
+constexpr int kGap = 6;
+
 /// The rows of a panel: a caption above, then what a slider is set to beside the slider.
 class Rows {
  public:
@@ -56,6 +58,7 @@ DisplayPanel::DisplayPanel(ControlSet& controls, QWidget* parent) : QFrame(paren
   rows.AddSlider("scrReflvl", tr("Reference level"), tr("The level at the upper edge of the spectrum"));
   rows.AddSlider("scrdBdiv", tr("Decibels a division"), tr("How much a division of the spectrum is"));
   auto* range = new QHBoxLayout;
+  range->setSpacing(kGap);
   range->addWidget(controls.Line("txtFMin", tr("Lowest frequency"), tr("The lowest frequency that is shown, in Hz")));
   range->addWidget(new QLabel(tr("to")));
   range->addWidget(controls.Line("txtFMax", tr("Highest frequency"), tr("The highest frequency that is shown, in Hz")));
@@ -82,6 +85,7 @@ DrawingPanel::DrawingPanel(ControlSet& controls, QWidget* parent) : QFrame(paren
 TracePanel::TracePanel(ControlSet& controls, QWidget* parent) : QFrame(parent) {
   Rows rows(this, controls, tr("TRACE"));
   auto* modes = new QHBoxLayout;
+  modes->setSpacing(kGap);
   modes->addWidget(controls.Option("optNormal", TraceMode::kNormal, tr("Normal"), tr("Shows each spectrum as it is")));
   modes->addWidget(
       controls.Option("optMaxhold", TraceMode::kMaxHold, tr("Max"), tr("Keeps the highest level of each frequency")));

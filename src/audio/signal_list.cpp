@@ -22,7 +22,7 @@ using widgets::WithRole;
 
 enum Role { kHertz = Qt::UserRole, kNumber, kSpeed, kCallsign, kText, kPresent };
 
-constexpr double kRowHeight = 2.9;  // in sizes of text
+constexpr double kRowHeight = 3.1;  // in sizes of text
 constexpr double kToneWidth = 5;
 constexpr double kSpeedWidth = 3;
 

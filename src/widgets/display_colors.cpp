@@ -14,6 +14,7 @@ constexpr double kVisible = 3;
 constexpr double kGridShare = 0.7;
 constexpr double kFill = 0.16;
 constexpr double kRadius = 8;
+constexpr double kRound = 0.914;  // of the way to the corner, where a parabola is nearest to the circle
 const QColor kBlack("#000000");
 const QColor kWhite("#ffffff");
 
@@ -64,14 +65,18 @@ DisplayColors MakeDisplayColors(const Theme& theme, int grid, int ground_level, 
 void PaintDisplayEdge(QPainter& painter, const Theme& theme, const QRectF& area, bool focus) {
   painter.save();
   painter.setRenderHint(QPainter::Antialiasing);
-  const double corner = kRadius + 1;
-  for (const QPointF& at : {area.topLeft(), area.topRight() - QPointF(corner, 0),
-                            area.bottomLeft() - QPointF(0, corner), area.bottomRight() - QPointF(corner, corner)}) {
-    QPainterPath outside;
-    outside.addRoundedRect(area, kRadius, kRadius);
-    QPainterPath square;
-    square.addRect(QRectF(at, QSizeF(corner, corner)));
-    painter.fillPath(square.subtracted(outside), theme.background);
+  for (const bool right : {false, true}) {
+    for (const bool low : {false, true}) {
+      // What a quarter of a circle leaves of its square.
+      const QPointF at(right ? area.right() : area.left(), low ? area.bottom() : area.top());
+      const QPointF middle(at.x() + (right ? -kRadius : kRadius), at.y() + (low ? -kRadius : kRadius));
+      QPainterPath outside(at);
+      outside.lineTo(middle.x(), at.y());
+      outside.quadTo(at.x() * kRound + middle.x() * (1 - kRound), at.y() * kRound + middle.y() * (1 - kRound), at.x(),
+                     middle.y());
+      outside.closeSubpath();
+      painter.fillPath(outside, theme.background);
+    }
   }
   painter.setPen(QPen(theme.edge, theme.edge_width));
   painter.setBrush(Qt::NoBrush);

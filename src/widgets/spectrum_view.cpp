@@ -203,6 +203,7 @@ void SpectrumView::MakePictures() {
     PaintGrid(painter);
   }
   picture_ = above_.copy();
+  ground_.Reset();
 }
 
 void SpectrumView::PaintGrid(QPainter& painter) const {
@@ -236,32 +237,35 @@ void SpectrumView::PaintTraces() {
   const ToneScale scale(scene_.from, scene_.to, picture_.width());
   const LevelScale level = levels(rows);
   const auto thick = static_cast<float>(kThick * ratio);
-  const auto to_heights = [&](std::span<const float> values) {
-    ToColumns(values, bin_hertz_, scale, kNothing, columns_);
-    for (float& column : columns_) column = static_cast<float>(level.YOf(column));
+  const auto to_heights = [&](std::span<const float> values, std::vector<float>& heights) {
+    heights.clear();
+    if (values.empty()) return;
+    ToColumns(values, bin_hertz_, scale, kNothing, heights);
+    for (float& height : heights) height = static_cast<float>(level.YOf(height));
   };
+  to_heights(trace_, first_heights_);
+  to_heights(second_, second_heights_);
   const PixelArea area = AreaOf(picture_, rows);
-  to_heights(trace_);
-  PaintBelow(area, PixelsOf(above_), PixelsOf(scene_.difference ? above_ : below_), columns_);
-  PaintCurve(area, columns_, colors_.trace.rgb(), thick);
-  if (second_.empty()) return;
-  to_heights(second_);
-  PaintCurve(area, columns_, colors_.second.rgb(), thick);
+  ground_.Paint(area, PixelsOf(above_), PixelsOf(scene_.difference ? above_ : below_), first_heights_, second_heights_,
+                thick);
+  PaintCurve(area, first_heights_, colors_.trace.rgb(), thick);
+  PaintCurve(area, second_heights_, colors_.second.rgb(), thick);
 }
 
 void SpectrumView::PaintMarks(QPainter& painter) const {
   const double bottom = plot_height();
   const ToneScale scale = tones();
   const double em = Em(*this);
-  const auto vertical = [&](double hertz, double thick, const QColor& color) {
-    const double x = std::round(scale.XOf(hertz) - thick / 2);
-    if (x > -thick && x < width()) painter.fillRect(QRectF(x, 0, thick, bottom), color);
+  const auto vertical = [&](double hertz, int thick, const QColor& color) {
+    const int x = static_cast<int>(std::lround(std::clamp(scale.XOf(hertz) - thick / 2.0, -9.0, width() + 9.0)));
+    painter.fillRect(QRect(x, 0, thick, static_cast<int>(bottom)), color);
   };
   vertical(scene_.centre, 1, colors_.centre);
   vertical(pointer_->marker(), 2, colors_.marker);
   const double y = std::round(ThresholdY(scene_.threshold, bottom));
-  for (double x = 0; x < width(); x += 0.6 * em)
-    painter.fillRect(QRectF(x, std::min(y, bottom - 1), 0.35 * em, 1.5), colors_.threshold);
+  const int dash = std::max(static_cast<int>(0.35 * em), 2);
+  for (int x = 0; x < width(); x += 2 * dash)
+    painter.fillRect(QRect(x, static_cast<int>(std::min(y, bottom - 2)), dash, 2), colors_.threshold);
   const QRectF grip = handle();
   painter.setRenderHint(QPainter::Antialiasing);
   painter.setPen(Qt::NoPen);

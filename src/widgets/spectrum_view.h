@@ -10,6 +10,7 @@
 #include "widgets/appearance.h"
 #include "widgets/display_colors.h"
 #include "widgets/tone_scale.h"
+#include "widgets/trace_raster.h"
 
 namespace kvx::widgets {
 
@@ -100,7 +101,9 @@ class SpectrumView final : public QWidget {
   QImage above_;       ///< the grid
   QImage below_;       ///< the same under the trace
   QImage picture_;
-  std::vector<float> columns_;
+  TraceGround ground_;
+  std::vector<float> first_heights_;
+  std::vector<float> second_heights_;
 };
 
 }  // namespace kvx::widgets

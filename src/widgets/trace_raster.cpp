@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <vector>
+#include <utility>
 
 namespace kvx::widgets {
 namespace {
@@ -15,23 +15,45 @@ std::uint32_t Blend(std::uint32_t from, std::uint32_t to, std::uint32_t share) {
   return 0xff000000 | outer | inner;
 }
 
+constexpr std::size_t kStrip = 64;  // columns
+
+/// What is no number is at the top.
+float Held(float height, float limit) {
+  return height > limit ? limit : height > 0 ? height : 0;
+}
+
 }  // namespace
 
-void PaintBelow(const PixelArea& target, const std::uint32_t* above, const std::uint32_t* below,
-                std::span<const float> heights) {
+void TraceGround::Paint(const PixelArea& target, const std::uint32_t* above, const std::uint32_t* below,
+                        std::span<const float> heights, std::span<const float> others, float thickness) {
   const auto width = static_cast<std::size_t>(std::max(target.width, 0));
-  std::vector<std::int32_t> tops(width, target.height);
-  for (std::size_t x = 0; x < std::min(width, heights.size()); ++x) {
-    const float limit = static_cast<float>(target.height);
-    tops[x] = static_cast<std::int32_t>(std::min(std::max(heights[x], 0.0F), limit));
-  }
-  for (std::int32_t y = 0; y < target.height; ++y) {
-    const std::size_t row = static_cast<std::size_t>(y) * width;
-    const std::uint32_t* plain = above + row;
-    const std::uint32_t* filled = below + row;
-    std::uint32_t* out = target.pixels + row;
-    const std::int32_t* top = tops.data();
-    for (std::size_t x = 0; x < width; ++x) out[x] = y >= top[x] ? filled[x] : plain[x];
+  const auto limit = static_cast<float>(target.height);
+  tops_.assign(width, target.height);
+  for (std::size_t x = 0; x < std::min(width, heights.size()); ++x)
+    tops_[x] = static_cast<std::int32_t>(Held(heights[x], limit));
+  const std::size_t strips = (width + kStrip - 1) / kStrip;
+  if (curves_.size() != strips) curves_.assign(strips, {0, target.height});
+  for (std::size_t strip = 0; strip < strips; ++strip) {
+    const std::size_t begin = strip * kStrip;
+    const std::size_t end = std::min(begin + kStrip, width);
+    float highest = limit;
+    float lowest = 0;
+    for (const std::span<const float> curve : {heights, others}) {
+      // The curve of a column goes half-way to its neighbours.
+      const std::size_t last = std::min(end + 1, curve.size());
+      for (std::size_t x = begin > 0 ? begin - 1 : 0; x < last; ++x) {
+        highest = std::min(highest, Held(curve[x], limit));
+        lowest = std::max(lowest, Held(curve[x], limit));
+      }
+    }
+    const Rows now{std::max(static_cast<std::int32_t>(highest - thickness) - 1, 0),
+                   std::min(static_cast<std::int32_t>(lowest + thickness) + 2, target.height)};
+    const Rows before = std::exchange(curves_[strip], now);
+    for (std::int32_t y = std::min(now.from, before.from); y < std::max(now.to, before.to); ++y) {
+      const std::size_t row = static_cast<std::size_t>(y) * width;
+      for (std::size_t x = begin; x < end; ++x)
+        target.pixels[row + x] = y >= tops_[x] ? below[row + x] : above[row + x];
+    }
   }
 }
 

@@ -22,7 +22,6 @@ constexpr double kUsualHeight = 20;
 constexpr double kSmallestWidth = 14;
 constexpr double kSmallestHeight = 5;
 constexpr double kHighestHertz = 24000;
-constexpr int kMarkerShade = 150;
 
 }  // namespace
 
@@ -132,14 +131,13 @@ void WaterfallView::resizeEvent(QResizeEvent* event) {
 
 /// The line below which the oldest rows stand, and the marker.
 void WaterfallView::PaintMoving(QPainter& painter) const {
-  QColor marker = MakeDisplayColors(appearance_.theme(), 0, 0, scene_.colors == "Grey").marker;
+  const QColor marker = MakeDisplayColors(appearance_.theme(), 0, 0, scene_.colors == "Grey").marker;
   if (scene_.overwriting) {
-    const double y = (history_.newest() + 1) / devicePixelRatioF();
-    painter.fillRect(QRectF(0, y, width(), 1.5), appearance_.theme().accent);
+    const int y = static_cast<int>((history_.newest() + 1) / devicePixelRatioF());
+    painter.fillRect(QRect(0, y, width(), 2), appearance_.theme().accent);
   }
-  marker.setAlpha(kMarkerShade);
   const double x = std::round(pointer_->scale().XOf(pointer_->marker()));
-  if (x >= 0 && x < width()) painter.fillRect(QRectF(x, 0, 1, height()), marker);
+  if (x >= 0 && x < width()) painter.fillRect(QRect(static_cast<int>(x), 0, 1, height()), marker);
 }
 
 void WaterfallView::paintEvent(QPaintEvent*) {

@@ -182,7 +182,10 @@ TEST(TraceRaster, TheCurveStandsWhereItsLevelsAreAndNeverOutside) {
   heights[5] = -1e9F;
   heights[20] = 1e9F;
   heights[30] = std::nanf("");
-  PaintBelow(area, above.data(), below.data(), heights);
+  TraceGround ground;
+  ground.Paint(area, above.data(), below.data(), std::vector<float>(kWidth, 15), heights, 1);
+  PaintCurve(area, heights, 0xffffffff, 1);
+  ground.Paint(area, above.data(), below.data(), heights, {}, 1);  // where the last curve was it is gone
   const auto at = [&](int x, int y) { return area.pixels[y * kWidth + x]; };
   EXPECT_EQ(at(15, 9), 0xff000000U);
   EXPECT_EQ(at(15, 10), 0xff000040U);
