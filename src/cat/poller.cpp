@@ -11,6 +11,7 @@ using namespace std::chrono_literals;
 
 constexpr Duration kQueryWait = 150ms;
 constexpr Duration kPieceWait = 100ms;
+constexpr Duration kQuietLine = 30ms;  // what some rigs tell beyond what is read has passed
 constexpr Duration kFastTick = 10ms;
 constexpr int kFastMeterTicks = 10;
 constexpr int kFastMeterSpeed = 9600;  // baud from which the fast meter poll leaves room for everything else
@@ -154,8 +155,10 @@ Task Poller::Ask(std::string key) {
   const bool in_pieces = rig_.binary() && !rig_.row.rev_data;
   if (rig_.nameless()) {
     co_await loop_.SleepUntil(std::max(loop_.Now(), dispatcher_.last_command() + kAcknowledgeTime));
-    for (int wait = 0; wait < kMostWaits && parser_.reply_under_way(); ++wait) {
-      co_await loop_.SleepUntil(link_.last_arrival() + kReplySilence);
+    for (int wait = 0; wait < kMostWaits; ++wait) {
+      const TimePoint quiet = link_.last_arrival() + (parser_.reply_under_way() ? kReplySilence : kQuietLine);
+      if (quiet <= loop_.Now()) break;
+      co_await loop_.SleepUntil(quiet);
     }
     parser_.ForgetOverdue();
   }

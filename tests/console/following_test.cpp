@@ -88,6 +88,8 @@ TEST(Following, TuningReachesTheRigAndTheDisplayNeverJumpsBack) {
   std::vector<Rig> rigs = Rigs();
   rigs.push_back({"TS-2000", "sim:ts2000", 1200, {"delay 300"}});
   rigs.push_back({"IC-7300", "sim:ic7300", 1200, {"echo on"}});
+  rigs.push_back({"FT-747", "sim:ft747", 4800, {}});  // its replies take 0.8 s
+  rigs.push_back({"FT-990", "sim:ft990", 4800, {}});  // tells 16 bytes more than are read
   for (const Rig& rig : rigs) {
     if (rig.limit > 1s) continue;  // what dawdles more than half a second behind its command is shown again
     SCOPED_TRACE(rig.title());
