@@ -5,7 +5,7 @@ from controls import Role
 from station import wait_until
 
 
-class AudioTest(KeyboardWalk):
+class SpectrumTest(KeyboardWalk):
     size = (1280, 800)
 
     def start(self, resize=True):
