@@ -11,9 +11,10 @@ import station as station_module
 from station import Kvx, Station, wait_until
 
 KINDS = (("ts2000", "TS-2000", "KENWOOD"), ("ft857", "FT-857", "YAESU"), ("ft1000d", "FT-1000D", "YAESU"),
-         ("ftdx5000", "FT-DX5000", "YAESU"), ("ic7300", "IC-7300", "ICOM"), ("orion", "ORION", "TEN-TEC"),
-         ("ts440", "TS-440S", "KENWOOD"), ("ts480", "TS-480SAT", "KENWOOD"), ("ts890", "TS-890S", "KENWOOD"),
-         ("k3", "K3", "KENWOOD"), ("powersdr", "PowerSDR", "KENWOOD"))
+         ("ft847", "FT-847", "YAESU"), ("ft747", "FT-747", "YAESU"), ("ft757gx2", "FT-757GXII", "YAESU"),
+         ("ft890", "FT-840", "YAESU"), ("ft920", "FT-920", "YAESU"), ("ft990", "FT-990", "YAESU"),
+         ("ft1000mp", "FT-1000MP", "YAESU"), ("ft100", "FT-100", "YAESU"), ("ft450", "FT-450", "YAESU"),
+         ("ftdx5000", "FT-DX5000", "YAESU"), ("ic7300", "IC-7300", "ICOM"), ("orion", "ORION", "TEN-TEC"))
 
 
 def ask(device, command, wait=0.3):
