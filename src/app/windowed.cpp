@@ -66,6 +66,7 @@ int RunWindowed(int argc, char** argv, const Options& options) {
   if (program.unconfigured() && options.grab_folder.empty()) window.OpenWindow("setup");
   if (!options.grab_folder.empty()) {
     window.OpenWindow("debug");  // so that there is traffic in its picture
+    window.OpenWindow("audio");  // and sound in this one's
     QTimer::singleShot(kGrabDelayMilliseconds, &window, [&] {
       code = GrabWindows(window, program.station(), options.grab_folder);
       program.Stop();
