@@ -8,6 +8,7 @@
 #include "console/audio_commands.h"
 #include "console/command_line.h"
 #include "console/cw_commands.h"
+#include "console/decode_command.h"
 #include "console/link_commands.h"
 #include "console/memory_commands.h"
 #include "console/rig_editor_commands.h"
@@ -33,6 +34,7 @@ int RunHeadless(int argc, char** argv, const Options& options) {
   console::AddCwCommands(commands, program.loop(), program.station());
   console::AddAccessoryCommands(commands, program.station());
   console::AddAudioCommands(commands, program.loop(), program.station());
+  console::AddDecodeCommand(commands, program.loop(), program.station());
   console::AddLinkCommands(commands, program.setup());
   console::AddTunerCommands(commands, program.station());
   console::AddRigEditorCommands(commands, program.station(), program.files());

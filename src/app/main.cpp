@@ -1,6 +1,7 @@
 #include <cstdlib>
 #include <iostream>
 
+#include "app/file_decoding.h"
 #include "app/headless.h"
 #include "app/options.h"
 #include "app/rig_simulator.h"
@@ -36,6 +37,8 @@ int main(int argc, char** argv) {
       return kvx::app::RunRigSimulator(argc, argv, *options);
     case Options::Mode::kHeadless:
       return kvx::app::RunHeadless(argc, argv, *options);
+    case Options::Mode::kFileDecoding:
+      return kvx::app::RunFileDecoding(argc, argv, *options);
     case Options::Mode::kWindow:
       break;
   }

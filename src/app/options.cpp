@@ -16,6 +16,11 @@ class ArgumentReader {
       const Status status = TakeOption(arguments_[at_]);
       if (!status) return status.error();
     }
+    if (options_.mode == Options::Mode::kFileDecoding) {
+      auto decoding = audio::ParseFileDecoding(decoding_);
+      if (!decoding) return decoding.error();
+      options_.decoding = *decoding;
+    }
     return options_;
   }
 
@@ -31,6 +36,11 @@ class ArgumentReader {
     if (argument == "--grab") return TakeValue(options_.grab_folder);
     if (argument == "--demo") {
       options_.demo = true;
+      return Ok();
+    }
+    if (options_.mode == Options::Mode::kHeadless && argument == "decode") return SetMode(Options::Mode::kFileDecoding);
+    if (options_.mode == Options::Mode::kFileDecoding) {
+      decoding_.push_back(argument);
       return Ok();
     }
     if (argument == "rigsim" && at_ == 0) {
@@ -68,6 +78,7 @@ class ArgumentReader {
   const std::vector<std::string>& arguments_;
   std::size_t at_ = 0;
   Options options_;
+  std::vector<std::string> decoding_;  ///< what stands behind "decode"
 };
 
 }  // namespace
@@ -85,6 +96,9 @@ std::string HelpText() {
          "  kvx --demo             the same on the simulated station\n"
          "  kvx --headless         no window: commands on standard input (\"help\" lists them), events on standard "
          "output\n"
+         "  kvx --headless decode WAV [--tone HZ] [--mode classic|best]\n"
+         "                         print the CW of a recording as it is read (without --tone: its strongest keyed "
+         "tone)\n"
          "  kvx --station DIR      another station folder (default: $XDG_DATA_HOME/kvx)\n"
          "  kvx --grab DIR         write a picture of every window to DIR and end\n"
          "  kvx rigsim KIND [--link PATH] [--speed BAUD]\n"

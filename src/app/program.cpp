@@ -20,16 +20,6 @@
 namespace kvx::app {
 namespace {
 
-platform::Path StationFolder(const Options& options) {
-  if (!options.station.empty()) return options.station;
-  const char* data = std::getenv("XDG_DATA_HOME");
-  const char* home = std::getenv("HOME");
-  platform::Path base = data != nullptr && *data != '\0' ? platform::Path(data)
-                        : home != nullptr                ? platform::Path(home) / ".local" / "share"
-                                                         : platform::Path(".");
-  return base / (options.demo ? "kvx-demo" : "kvx");
-}
-
 /// The program that runs under Wine: with an installed console's libraries, else where it has been built.
 platform::Path DdeGateway() {
   const platform::Path program(QCoreApplication::applicationDirPath().toStdString());
@@ -56,6 +46,16 @@ bool IsDevice(const std::string& address) {
 }
 
 }  // namespace
+
+platform::Path StationFolder(const Options& options) {
+  if (!options.station.empty()) return options.station;
+  const char* data = std::getenv("XDG_DATA_HOME");
+  const char* home = std::getenv("HOME");
+  platform::Path base = data != nullptr && *data != '\0' ? platform::Path(data)
+                        : home != nullptr                ? platform::Path(home) / ".local" / "share"
+                                                         : platform::Path(".");
+  return base / (options.demo ? "kvx-demo" : "kvx");
+}
 
 platform::Path DataFolder() {
   const platform::Path program(QCoreApplication::applicationDirPath().toStdString());

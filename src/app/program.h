@@ -106,5 +106,6 @@ class Program {
 
 /// The shipped data: beside an installed program, else in the source tree it was built from.
 platform::Path DataFolder();
+platform::Path StationFolder(const Options& options);
 
 }  // namespace kvx::app

@@ -5,6 +5,18 @@
 #include "core/text.h"
 
 namespace kvx::audio {
+namespace {
+
+constexpr const char* kWordFile = "dict.txt";
+
+}  // namespace
+
+Result<std::string> ReadWordFile(const platform::Files& files, const platform::Path& station,
+                                 const platform::Path& shipped) {
+  auto words = files.Read(station / kWordFile);
+  if (words || words.error().code != ErrorCode::kNotFound) return words;
+  return files.Read(shipped / kWordFile);
+}
 
 WordList::WordList(std::string_view lines) {
   for (const std::string& line : Split(lines, '\n')) {
