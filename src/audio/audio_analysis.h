@@ -90,6 +90,10 @@ class AudioAnalysis final {
   int CWSp() const;  ///< words a minute, 0: not known
   const std::vector<HeardSignal>& signals() const { return signals_; }
 
+  /// The decoders' word list: the station's, else the shipped one.
+  std::string ReadWords() const;
+  platform::Worker& worker() const { return parts_.worker; }
+
   /// Begins to record what is captured to a WAV file; Close writes its header. Errors are one sentence.
   Status Record(const platform::Path& file);
   Status StopRecording();
@@ -112,7 +116,6 @@ class AudioAnalysis final {
   void Post(std::function<void(SpectrumWorker&)> job, std::int64_t samples = 0);
   void Use(AudioFindings& found, TimePoint given);
   void MoveControls(const AudioFindings& found);
-  std::string ReadWords() const;
 
   AudioParts parts_;
   SpectrumSettings settings_;

@@ -25,7 +25,7 @@ constexpr double kReach = 1.27;  // of a listener's speeds, on either side
 
 constexpr float kUnlockedMargin = 3;
 constexpr float kLockedMargin = 2.7F;
-constexpr float kLeastShare = 0.02F;  // of what is heard near the tone: a strong neighbour's keying is no signal here
+constexpr float kLeastShare = 0.04F;  // of what is heard near the tone: a strong neighbour's keying is no signal here
 constexpr float kLoudnessMemory = 1000;  // samples
 constexpr double kQuietDots = 9;         // without marks: the margin grows again
 constexpr std::size_t kMarksToLock = 20;

@@ -1,0 +1,76 @@
+"""Recordings of CW, made here: read by the program that ends, and by a running console."""
+
+import array
+import math
+import os
+import random
+import subprocess
+import tempfile
+import unittest
+import wave
+
+import station as station_module
+from station import Station
+
+CODES = {"A": ".-", "B": "-...", "C": "-.-.", "D": "-..", "E": ".", "F": "..-.", "H": "....", "K": "-.-", "N": "-.",
+         "O": "---", "Q": "--.-", "R": ".-.", "S": "...", "T": "-", "U": "..-", "1": ".----", "9": "----.", "5": "....."}
+TEXT = "CQ CQ DE K1ABC K1ABC TEST UR 599 THE FUN K"
+
+
+def write_recording(path, rate, hertz, wpm, noise, channels=1):
+    """Rectangular keying without edges, and noise."""
+    dot = 1.2 / wpm
+    marks, time = [], 0.3
+    for word in TEXT.split():
+        for character in word:
+            for sign in CODES[character]:
+                length = dot * (3 if sign == "-" else 1)
+                marks.append((time, time + length))
+                time += length + dot
+            time += 2 * dot
+        time += 4 * dot
+    chance = random.Random(5)
+    samples = array.array("h", (int(chance.gauss(0, noise)) for _ in range(int((time + 1) * rate))))
+    for begin, end in marks:
+        for at in range(int(begin * rate), int(end * rate)):
+            samples[at] += int(6000 * math.sin(2 * math.pi * hertz * at / rate))
+    with wave.open(path, "wb") as file:
+        file.setnchannels(channels)
+        file.setsampwidth(2)
+        file.setframerate(rate)
+        file.writeframes(array.array("h", (x for x in samples for _ in range(channels))).tobytes())
+
+
+class DecodeTest(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.path = os.path.join(folder.name, "heard on the air.wav")
+
+    def decode(self, *arguments):
+        return subprocess.run([station_module.BINARY, "--headless", "decode", *arguments, "--station",
+                               os.path.dirname(self.path)], capture_output=True, text=True, timeout=60, check=False)
+
+    def test_prints_a_recording_and_ends(self):
+        for rate, hertz, channels in ((8000, 830, 1), (44100, 450, 2)):
+            write_recording(self.path, rate, hertz, 24, 600, channels)
+            for mode in ("classic", "best"):
+                done = self.decode(self.path, "--mode", mode)
+                self.assertEqual((done.returncode, done.stdout.strip(), done.stderr), (0, TEXT, ""), (rate, mode))
+        done = self.decode(self.path, "--tone", "1400", "--mode", "classic")
+        self.assertEqual((done.returncode, done.stdout.strip()), (0, ""))
+
+    def test_wrong_arguments_and_files_end_with_one_line(self):
+        with open(self.path, "wb") as file:
+            file.write(b"no sound")
+        for arguments in ((), ("/nowhere.wav",), (self.path,), (self.path, "--tone", "12"), (self.path, "--mode", "x")):
+            done = self.decode(*arguments)
+            self.assertEqual((done.returncode, done.stdout, done.stderr.count("\n")), (1, "", 1), done.stderr)
+
+    def test_a_running_console_reads_one_too(self):
+        write_recording(self.path, 11025, 640, 30, 600)
+        with Station() as station:
+            kvx = station.start()
+            self.assertEqual(kvx.command(f"decode {self.path} --mode classic", 30), "ok " + TEXT)
+            self.assertTrue(kvx.command("decode /nowhere.wav").startswith("error: "))
+            self.assertTrue(kvx.command("decode").startswith("error: "))
