@@ -1,18 +1,18 @@
 #pragma once
 
+#include <array>
 #include <complex>
-#include <deque>
 #include <optional>
-#include <string_view>
 #include <vector>
 
 #include "audio/cw_decoder.h"
 #include "audio/keying_search.h"
 #include "audio/letter_model.h"
 #include "audio/speed_survey.h"
+#include "audio/tone_course.h"
 #include "audio/tone_filter.h"
-#include "audio/tone_signal.h"
 #include "audio/tone_watch.h"
+#include "audio/tuned_tone.h"
 
 namespace kvx::audio {
 
@@ -30,21 +30,30 @@ class BestDecoder final : public CwDecoder {
 
  private:
   using Time = ToneSignal::Time;
+  /// A course and a speed that fit a stretch of the tone.
+  struct Finding {
+    ToneSignal tone;  ///< mixed down along the course
+    ToneCourse course;
+    SpeedFinding speed;
+  };
 
   void Work();
-  void Begin(SpeedFinding finding, Time time);
-  void Tune(double offset);
-  void MixUpTo(Time end);
   void LookForSignal(bool last);
+  Finding Survey(Time from, Time to) const;
+  void Begin(const Finding& finding, Time time);
   void KeyUpTo(Time end);
   void Read();
-  void CheckSpeed();
+  void CheckSender();
+  void WeighSpacing(const std::array<double, kSpacings.size()>& evidence);
+  void Restart(Time time, const KeyingTimes& times);
+  void ReadOut(Time change);
+  void Leave();
   void Emit(const std::vector<FoundSymbol>& symbols);
   void LearnFromMarks();
-  void CorrectTuning(Time begin, Time end);
-  void Retune(double off);
+  void Recentre();
   Time Needed() const;
   void DropHistory(Time needed);
+  Time Samples(double seconds) const;
 
   double samples_per_second_;
   double hertz_;
@@ -54,26 +63,18 @@ class BestDecoder final : public CwDecoder {
   ToneFilter filter_;
   double rate_;
   ToneWatch watch_;
-  std::vector<std::complex<float>> history_;  ///< of the filter
-  Time history_begin_ = 0;
+  TunedTone tuned_;
+  ToneTracker tracker_;
   Time watched_ = 0;
   Time next_look_ = 0;
-
-  std::vector<float> taps_;  ///< of the narrow filter behind the mixer
-  double offset_ = 0;        ///< Hz: of the tone from where the filter is
-  Time tuned_ = 0;           ///< when that was changed
-  std::complex<double> turn_ = 1;
-  std::vector<std::complex<float>> mixed_;
-  ToneSignal tone_;
+  Time heard_ = 0;  ///< when there was evidence of keying
 
   std::optional<KeyingSearch> search_;
   KeyedTone keyed_{0};
   float level_scale_ = 1;
+  std::array<double, kSpacings.size()> spacing_evidence_{};
   float power_ = 0;  ///< of the last marks
   float noise_ = 1;
-  double evidence_ = 0;
-  std::complex<double> slips_;  ///< how far the phase turns within dashes
-  int dashes_ = 0;
   bool blank_ = true;  ///< whether the last symbol was one
 };
 

@@ -9,6 +9,7 @@ namespace kvx::audio {
 namespace {
 
 constexpr float kOtherLevel = -3.5F;  // logarithm of the chance that the level has changed at once
+constexpr double kSilence = 1;        // energy of a mark that is not there
 constexpr int kTablePerUnit = 8;
 constexpr int kTableEnd = 128;
 
@@ -47,6 +48,25 @@ void KeyedTone::DropBefore(Time time) {
   const Time gone = std::clamp<Time>(time - begin_, 0, end() - begin_);
   sums_.erase(sums_.begin(), sums_.begin() + gone);
   begin_ += gone;
+}
+
+KeyedTone KeyedTone::Reversed() const {
+  KeyedTone reversed(begin_);
+  reversed.sums_.clear();
+  const Sum& all = sums_.back();
+  for (auto sum = sums_.rbegin(); sum != sums_.rend(); ++sum) {
+    reversed.sums_.push_back({all.signal - sum->signal, all.energy - sum->energy});
+  }
+  return reversed;
+}
+
+KeyedTone KeyedTone::Ended(Time time, Time silence) const {
+  KeyedTone ended(begin_);
+  ended.sums_.assign(sums_.begin(), sums_.begin() + (std::clamp(time, begin(), end()) - begin_) + 1);
+  for (Time i = 0; i < silence; ++i) {
+    ended.sums_.push_back({ended.sums_.back().signal, ended.sums_.back().energy + kSilence});
+  }
+  return ended;
 }
 
 const KeyedTone::Sum& KeyedTone::At(Time time) const {

@@ -17,6 +17,10 @@ class KeyedTone final {
   /// Goes on up to a time.
   void Append(const ToneSignal& tone, const LevelTrack& levels, Time end);
   void DropBefore(Time time);
+  /// The same, heard backwards.
+  KeyedTone Reversed() const;
+  /// The same up to a time, and so many samples of silence after that.
+  KeyedTone Ended(Time time, Time silence) const;
   Time begin() const { return begin_; }
   Time end() const { return begin_ + static_cast<Time>(sums_.size()) - 1; }
 

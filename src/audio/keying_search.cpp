@@ -8,7 +8,7 @@ namespace kvx::audio {
 namespace {
 
 constexpr double kStepsPerDot = 6.5;     // between them edges are not told apart
-constexpr std::size_t kSlots = 256;      // more than two longest gaps
+constexpr std::size_t kSlots = 384;      // more than two longest gaps
 constexpr float kBeam = 18;              // logarithm: what is less probable than the best by more is given up
 constexpr std::size_t kMostTokens = 28;  // at one time
 constexpr float kEndedGap = 10;          // logarithm: what a gap, and the letter that it ends, may cost
@@ -18,11 +18,11 @@ constexpr float kNever = -1e8F;
 
 }  // namespace
 
-KeyingSearch::KeyingSearch(const LetterModel& letters, const CodeTree& codes, Time begin, double dot)
+KeyingSearch::KeyingSearch(const LetterModel& letters, const CodeTree& codes, Time begin, const KeyingTimes& times)
     : letters_(letters),
       codes_(codes),
-      times_(dot),
-      samples_per_step_(std::max(1.0, dot / kStepsPerDot)),
+      times_(times),
+      samples_per_step_(std::max(1.0, times.dot() / kStepsPerDot)),
       origin_(begin),
       slots_(kSlots),
       settled_(begin) {

@@ -26,7 +26,7 @@ class KeyingSearch final {
  public:
   using Time = ToneSignal::Time;
 
-  KeyingSearch(const LetterModel& letters, const CodeTree& codes, Time begin, double dot);
+  KeyingSearch(const LetterModel& letters, const CodeTree& codes, Time begin, const KeyingTimes& times);
 
   /// Follows the tone to its end.
   void Advance(const KeyedTone& tone);

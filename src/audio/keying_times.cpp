@@ -11,25 +11,17 @@ constexpr double kLeastSpread = 0.03;
 constexpr double kMostSpread = 0.28;
 constexpr double kEdgeSpread = 0.08;   // dots: where an edge is found
 constexpr double kMostBias = 0.25;     // dots
-constexpr double kMostDrift = 0.15;    // from the speed that was told at first
+constexpr double kMostDrift = 0.3;     // from the speed that was told at first
 constexpr double kForgetting = 0.985;  // a piece
 constexpr double kFirstUnits = 6;      // weights of what is supposed at first
 constexpr double kFirstSigns = 40;
 constexpr double kFirstCount = 16;
+constexpr double kLearning = 0.03;     // of a hand's own proportions, a piece
+constexpr double kShortestDash = 2.5;  // dots
+constexpr double kLongestDash = 4;
+constexpr double kLeastSpacing = 0.8;
+constexpr double kMostSpacing = 3.2;
 constexpr double kStray = 0.06;  // pieces whose length follows no rule
-
-double Units(Piece piece) {
-  switch (piece) {
-    case Piece::kDot:
-    case Piece::kElementGap:
-      return 1;
-    case Piece::kDash:
-    case Piece::kLetterGap:
-      return 3;
-    default:
-      return 7;
-  }
-}
 
 double Sign(Piece piece) {
   return piece == Piece::kDot || piece == Piece::kDash ? 1 : -1;
@@ -41,15 +33,30 @@ double Bell(double off, double spread) {
 
 }  // namespace
 
-KeyingTimes::KeyingTimes(double dot)
+KeyingTimes::KeyingTimes(double dot, double spacing)
     : first_dot_(dot),
       dot_(dot),
       spread_(kFirstSpread),
+      spacing_(spacing),
       units_squared_(kFirstUnits),
       signs_squared_(kFirstSigns),
       lengths_units_(kFirstUnits * dot),
       deviations_(kFirstCount * kFirstSpread * kFirstSpread),
       count_(kFirstCount) {}
+
+double KeyingTimes::Units(Piece piece) const {
+  switch (piece) {
+    case Piece::kDot:
+    case Piece::kElementGap:
+      return 1;
+    case Piece::kDash:
+      return dash_;
+    case Piece::kLetterGap:
+      return 1 + 2 * spacing_;
+    default:
+      return 1 + 6 * spacing_;
+  }
+}
 
 double KeyingTimes::Expected(Piece piece) const {
   return std::max(Units(piece) * dot_ + Sign(piece) * longer_, 0.3 * dot_);
@@ -73,6 +80,11 @@ void KeyingTimes::Learn(Piece piece, double length) {
   const double edges = 2 * kEdgeSpread * kEdgeSpread / (units * units);
   deviations_ += std::clamp(deviation * deviation - edges / 4, 0.0, 0.2);
   ++count_;
+  const double own = (length - Sign(piece) * longer_) / dot_;
+  if (piece == Piece::kDash) dash_ = std::clamp(dash_ + kLearning * (own - dash_), kShortestDash, kLongestDash);
+  if (piece == Piece::kLetterGap) {
+    spacing_ = std::clamp(spacing_ + kLearning * ((own - 1) / 2 - spacing_), kLeastSpacing, kMostSpacing);
+  }
   Fit();
 }
 

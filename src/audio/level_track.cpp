@@ -7,13 +7,13 @@ namespace kvx::audio {
 namespace {
 
 constexpr double kLevelHop = 0.05;    // seconds
-constexpr double kLevelReach = 1.3;   // seconds on either side
 constexpr float kLeastShare = 0.01F;  // of the strongest power: less is no mark
 constexpr float kLeastRatio = 20;     // of the tone to the noise in 1 Hz
 
 }  // namespace
 
-LevelTrack::LevelTrack(const ToneSignal& tone, ToneSignal::Time from, ToneSignal::Time to, double rate, float noise)
+LevelTrack::LevelTrack(const ToneSignal& tone, ToneSignal::Time from, ToneSignal::Time to, double rate, float noise,
+                       double reach_seconds)
     : from_(from), hop_(2 * std::lround(rate * kLevelHop / 2)) {
   std::vector<float> powers;
   const auto square = static_cast<float>(hop_ * hop_);
@@ -31,7 +31,7 @@ LevelTrack::LevelTrack(const ToneSignal& tone, ToneSignal::Time from, ToneSignal
   };
   const float least =
       std::max(kLeastShare * strong(0, powers.size(), 90), kLeastRatio * noise / static_cast<float>(rate));
-  const auto reach = static_cast<std::size_t>(kLevelReach / kLevelHop * 2);
+  const auto reach = static_cast<std::size_t>(reach_seconds / kLevelHop * 2);
   for (std::size_t i = 0; i == 0 || i < powers.size(); i += 2) {
     const std::size_t first = i > reach ? i - reach : 0;
     const float power = std::max(least, strong(first, std::min(powers.size(), i + reach), 85));

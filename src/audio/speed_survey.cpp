@@ -25,9 +25,10 @@ constexpr double kOtherSpeed = 0.26;  // logarithm: beyond that a speed is anoth
 
 constexpr double kToneStep = 0.2;  // of a turn in a dash
 constexpr double kTurnCost = 3;    // logarithm: less is chance
-constexpr int kSteps = 4;          // to a dot
+constexpr double kSpacingCost = 5;
+constexpr float kChangeDoubt = 1;
+constexpr int kSteps = 4;  // to a dot
 constexpr int kLongestMark = 4 * kSteps + 2;
-constexpr int kLongestGap = 10 * kSteps;
 constexpr double kSpread = 0.16;
 constexpr float kStart = -4;  // logarithm of the chance that a station begins within one step
 constexpr float kLeave = -3;  // and that it pauses
@@ -49,24 +50,32 @@ float LogChance(double chance) {
 /// Logarithms of how probable the lengths of marks and of gaps are, in steps.
 struct Lengths {
   std::array<float, kLongestMark + 1> mark{};
-  std::array<float, kLongestGap + 1> gap{};
+  std::vector<float> gap;
 };
 
-Lengths MakeLengths() {
+Lengths MakeLengths(double dots, double dashes, double spacing) {
   Lengths lengths;
-  for (int i = 1; i <= kLongestGap; ++i) {
+  const double letter_gap = 1 + 2 * spacing;
+  const double word_gap = 1 + 6 * spacing;
+  lengths.gap.assign(static_cast<std::size_t>((word_gap + 3) * kSteps) + 1, kNever);
+  for (int i = 1; i <= kLongestMark; ++i) {
     const double units = static_cast<double>(i) / kSteps;
-    const auto index = static_cast<std::size_t>(i);
-    if (i <= kLongestMark) lengths.mark[index] = LogChance(0.57 * Bell(units, 1) + 0.43 * Bell(units, 3));
-    lengths.gap[index] = LogChance(0.60 * Bell(units, 1) + 0.29 * Bell(units, 3) + 0.06 * Bell(units, 7));
+    lengths.mark[static_cast<std::size_t>(i)] = LogChance(dots * Bell(units, 1) + dashes * Bell(units, 3));
+  }
+  for (std::size_t i = 1; i < lengths.gap.size(); ++i) {
+    const double units = static_cast<double>(i) / kSteps;
+    lengths.gap[i] = LogChance(0.60 * Bell(units, 1) + 0.29 * Bell(units, letter_gap) + 0.06 * Bell(units, word_gap));
   }
   return lengths;
 }
 
-const Lengths kLengths = MakeLengths();
+const Lengths kDotsAlone = MakeLengths(0.97, 0, 1);
+const Lengths kDashesAlone = MakeLengths(0, 0.97, 1);
+const std::array kSpaced{MakeLengths(0.57, 0.43, kSpacings[0]), MakeLengths(0.57, 0.43, kSpacings[1]),
+                         MakeLengths(0.57, 0.43, kSpacings[2])};
 
-/// How much more probable keying with dots of a length is than noise alone: a logarithm.
-double Evidence(const KeyedTone& tone, double dot) {
+/// How much more probable keying with dots of a length is than noise alone, a logarithm; up to each quarter of a dot.
+std::vector<float> EvidenceCourse(const KeyedTone& tone, double dot, const Lengths& lengths = kSpaced[0]) {
   const Time from = tone.begin();
   const double step = dot / kSteps;
   const auto steps = static_cast<std::size_t>(static_cast<double>(tone.end() - from) / step);
@@ -79,17 +88,21 @@ double Evidence(const KeyedTone& tone, double dot) {
   gap_ends[0] = kStart;
   for (std::size_t i = 1; i <= steps; ++i) {
     for (std::size_t length = 1; length <= std::min<std::size_t>(i, kLongestMark); ++length) {
-      const float before = gap_ends[i - length] + kLengths.mark[length];
-      if (kLengths.mark[length] < kRare || before < pauses[i - length] - kBeam) continue;
+      const float before = gap_ends[i - length] + lengths.mark[length];
+      if (lengths.mark[length] < kRare || before < pauses[i - length] - kBeam) continue;
       mark_ends[i] = std::max(mark_ends[i], before + tone.KeyDown(times[i - length], times[i]));
     }
     gap_ends[i] = pauses[i - 1] + kStart;
-    for (std::size_t length = 1; length <= std::min<std::size_t>(i - 1, kLongestGap); ++length) {
-      gap_ends[i] = std::max(gap_ends[i], mark_ends[i - length] + kLengths.gap[length]);
+    for (std::size_t length = 1; length < std::min(i, lengths.gap.size()); ++length) {
+      gap_ends[i] = std::max(gap_ends[i], mark_ends[i - length] + lengths.gap[length]);
     }
     pauses[i] = std::max(pauses[i - 1], mark_ends[i] + kLeave);
   }
-  return pauses.back();
+  return pauses;
+}
+
+double Evidence(const KeyedTone& tone, double dot, const Lengths& lengths = kSpaced[0]) {
+  return EvidenceCourse(tone, dot, lengths).back();
 }
 
 /// The same for a carrier that is not keyed.
@@ -114,7 +127,7 @@ KeyedTone Keyed(const ToneSignal& tone, Time from, Time to, const LevelTrack& le
 
 }  // namespace
 
-SpeedFinding SurveySpeed(const ToneSignal& tone, Time from, Time to, double rate, float noise, double current) {
+SpeedFinding SurveySpeed(const ToneSignal& tone, Time from, Time to, double rate, float noise) {
   const KeyedTone keyed = Keyed(tone, from, to, Levels(tone, from, to, rate, noise));
   std::vector<std::pair<double, double>> findings;
   SpeedFinding best{.evidence = -1e9, .margin = 1e9};
@@ -134,8 +147,9 @@ SpeedFinding SurveySpeed(const ToneSignal& tone, Time from, Time to, double rate
   for (const auto& [dot, evidence] : findings) {
     if (std::abs(std::log(dot / best.dot)) > kOtherSpeed) best.margin = std::min(best.margin, best.evidence - evidence);
   }
+  best.proof = best.evidence - std::max(Evidence(keyed, best.dot, kDotsAlone), Evidence(keyed, best.dot, kDashesAlone));
+  best.over_noise = best.evidence;
   best.evidence -= steady;
-  if (current > 0) best.gain = best.evidence + steady - Evidence(keyed, current);
   return best;
 }
 
@@ -161,6 +175,43 @@ void RefineFinding(const ToneSignal& tone, Time from, Time to, double rate, floa
       finding.dot = coarse * length;
     }
   }
+  finding.spacing = 1;
+  double most = finding.evidence + kSpacingCost;
+  for (std::size_t i = 1; i < kSpacings.size(); ++i) {
+    const double evidence = Evidence(keyed, finding.dot, kSpaced[i]);
+    if (evidence > most) {
+      most = finding.evidence = evidence;
+      finding.spacing = kSpacings[i];
+    }
+  }
+}
+
+std::array<double, kSpacings.size()> SurveySpacing(const ToneSignal& tone, const ToneSignal& tuned, Time from, Time to,
+                                                   double rate, float noise, double dot) {
+  const KeyedTone keyed = Keyed(tone, from, to, Levels(tuned, from, to, rate, noise));
+  std::array<double, kSpacings.size()> evidence{};
+  for (std::size_t i = 0; i < evidence.size(); ++i) evidence[i] = Evidence(keyed, dot, kSpaced[i]);
+  return evidence;
+}
+
+Time SurveyChange(const ToneSignal& before, double dot_before, const ToneSignal& after, double dot_after, Time from,
+                  Time to, double rate, float noise) {
+  const LevelTrack levels = Levels(after, from, to, rate, noise);
+  const std::vector<float> first = EvidenceCourse(Keyed(before, from, to, levels), dot_before);
+  const std::vector<float> second = EvidenceCourse(Keyed(after, from, to, levels).Reversed(), dot_after);
+  // What the first says up to each time, and the second from there on.
+  std::vector<float> sums;
+  for (std::size_t i = 0; i < first.size(); ++i) {
+    const double passed = static_cast<double>(i) * dot_before / kSteps;
+    const double left = static_cast<double>(to - from) - passed;
+    sums.push_back(first[i] + second[std::min(second.size() - 1, static_cast<std::size_t>(left / dot_after * kSteps))]);
+  }
+  // Any time between two marks is as good: the middle.
+  const float enough = *std::max_element(sums.begin(), sums.end()) - kChangeDoubt;
+  const auto good = [&](float sum) { return sum >= enough; };
+  const auto first_good = std::find_if(sums.begin(), sums.end(), good) - sums.begin();
+  const auto last_good = sums.rend() - std::find_if(sums.rbegin(), sums.rend(), good) - 1;
+  return from + std::lround(static_cast<double>(first_good + last_good) / 2 * dot_before / kSteps);
 }
 
 double SurveyTone(const ToneSignal& tone, Time from, Time to, double rate, float noise, double dot, int reach) {

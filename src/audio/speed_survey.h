@@ -1,5 +1,7 @@
 #pragma once
 
+#include <array>
+
 #include "audio/level_track.h"
 #include "audio/tone_signal.h"
 
@@ -8,20 +10,31 @@ namespace kvx::audio {
 /// What a stretch of a tone says of the speed at which it is keyed.
 struct SpeedFinding {
   double dot = 0;         ///< samples
-  double evidence = 0;    ///< logarithm: how much more probable keying at that speed is than noise alone
+  double evidence = 0;    ///< logarithm: how much more probable keying at that speed is than noise or a carrier
+  double over_noise = 0;  ///< than noise alone
+  double proof = 0;       ///< and than marks that are all alike, which may be anything
   double margin = 0;      ///< by how much that surpasses clearly other speeds
-  double gain = 0;        ///< and the speed in use
   float level_scale = 1;  ///< what the levels told have to be multiplied with to fit best
+  double spacing = 1;     ///< how much more than usual is put between characters and words
 };
 
-/// Tries all speeds on the tone between two times. `rate`: samples a second; `noise`: as in ToneLevel. `current`: the
-/// dot length in use, or 0.
-SpeedFinding SurveySpeed(const ToneSignal& tone, ToneSignal::Time from, ToneSignal::Time to, double rate, float noise,
-                         double current = 0);
+/// Tries all speeds on the tone between two times. `rate`: samples a second; `noise`: as in ToneLevel.
+SpeedFinding SurveySpeed(const ToneSignal& tone, ToneSignal::Time from, ToneSignal::Time to, double rate, float noise);
 
-/// Makes a finding finer: speed, level and evidence.
+/// Makes a finding finer: speed, level, spacing, evidence and proof.
 void RefineFinding(const ToneSignal& tone, ToneSignal::Time from, ToneSignal::Time to, double rate, float noise,
                    SpeedFinding& finding);
+
+/// How much more probable keying with dots of that length is than noise alone, with each of kSpacings. Levels are those
+/// of `tuned`, the same tone mixed down as well as possible.
+inline constexpr std::array kSpacings{1.0, 1.7, 2.8};
+std::array<double, kSpacings.size()> SurveySpacing(const ToneSignal& tone, const ToneSignal& tuned,
+                                                   ToneSignal::Time from, ToneSignal::Time to, double rate, float noise,
+                                                   double dot);
+
+/// When, between two times, one sender seems to have gone over to the next: each by his tone, mixed down, and his dots.
+ToneSignal::Time SurveyChange(const ToneSignal& before, double dot_before, const ToneSignal& after, double dot_after,
+                              ToneSignal::Time from, ToneSignal::Time to, double rate, float noise);
 
 /// How many Hz the tone between two times is off 0 Hz, when its dots have that length: the best of `reach` steps to
 /// either side, which are as fine as dashes of that length need.

@@ -17,17 +17,26 @@ constexpr std::size_t kLanes = 8;  // sums that run beside each other
 }  // namespace
 
 ToneFilter::ToneFilter(double samples_per_second, double hertz)
-    : decimation_(std::max(1, static_cast<int>(std::lround(samples_per_second / kToneRate)))),
+    : samples_per_second_(samples_per_second),
+      decimation_(std::max(1, static_cast<int>(std::lround(samples_per_second / kToneRate)))),
       rate_(samples_per_second / decimation_) {
-  const double step = 2 * std::numbers::pi * hertz / samples_per_second;
-  const std::vector<double> taps = LowPass(static_cast<std::size_t>(decimation_) * kSpan, kCutoff / samples_per_second);
+  SetTone(hertz, 1);
+  kept_.assign(real_taps_.size() / 2, 0);  // so that outputs stand at their inputs' times
+}
+
+void ToneFilter::SetTone(double hertz, std::complex<double> turn) {
+  const double step = 2 * std::numbers::pi * hertz / samples_per_second_;
+  real_taps_.clear();
+  imaginary_taps_.clear();
+  const std::vector<double> taps =
+      LowPass(static_cast<std::size_t>(decimation_) * kSpan, kCutoff / samples_per_second_);
   for (std::size_t i = 0; i < taps.size(); ++i) {
     const std::complex<double> tap = std::polar(2 * taps[i], -step * static_cast<double>(i));
     real_taps_.push_back(static_cast<float>(tap.real()));
     imaginary_taps_.push_back(static_cast<float>(tap.imag()));
   }
   turn_step_ = std::polar(1.0, -step * decimation_);
-  kept_.assign(taps.size() / 2, 0);  // so that outputs stand at their inputs' times
+  turn_ *= turn;
 }
 
 std::complex<float> ToneFilter::Output() const {

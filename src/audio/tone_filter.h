@@ -18,10 +18,13 @@ class ToneFilter final {
   /// Appends what the next samples give. An amplitude of 1 stays 1.
   void Feed(std::span<const float> samples, std::vector<std::complex<float>>& result);
   double rate() const { return rate_; }
+  /// Goes on at another tone; what comes from now on is turned besides.
+  void SetTone(double hertz, std::complex<double> turn);
 
  private:
   std::complex<float> Output() const;
 
+  double samples_per_second_;
   int decimation_;
   double rate_;
   std::vector<float> real_taps_;

@@ -19,13 +19,16 @@ void ToneSignal::DropBefore(Time time) {
   begin_ += gone;
 }
 
-ToneSignal ToneSignal::Turned(Time from, Time to, double turns) const {
+ToneSignal ToneSignal::Turned(Time from, Time to, double turns, double bend) const {
   ToneSignal turned;
   turned.Restart(from);
-  const std::complex<double> step = std::polar(1.0, -2 * std::numbers::pi * turns);
+  std::complex<double> step = std::polar(1.0, -2 * std::numbers::pi * turns);
+  const std::complex<double> bent = std::polar(1.0, -2 * std::numbers::pi * bend);
   std::complex<double> turn = 1;
-  for (Time time = from; time < to; ++time, turn *= step) {
+  for (Time time = from; time < to; ++time) {
     turned.Append(Integral(time, time + 1) * std::complex<float>(turn));
+    turn *= step;
+    step *= bent;
   }
   return turned;
 }

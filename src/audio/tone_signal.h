@@ -15,8 +15,8 @@ class ToneSignal final {
   void Restart(Time begin);
   void Append(std::complex<float> sample);
   void DropBefore(Time time);
-  /// A part of it, with so many turns a sample taken out.
-  ToneSignal Turned(Time from, Time to, double turns) const;
+  /// A part of it, with so many turns a sample taken out, and more by `bend` from sample to sample.
+  ToneSignal Turned(Time from, Time to, double turns, double bend = 0) const;
 
   Time begin() const { return begin_; }
   Time end() const { return begin_ + static_cast<Time>(sums_.size()) - 1; }

@@ -60,6 +60,7 @@ TEST(BestDecoder, ReadsFromTheFirstCharacterWhateverTheAir) {
        {{.text = kText, .wpm = 25, .hertz = 650},
         {.text = "VVV QRM QRM TEST", .wpm = 20, .hertz = 900, .repeat_after = 1}},
        0},
+      {"drifting far", {.snr_db = 10}, {{.text = kText, .wpm = 18, .hertz = 650, .drift = -60}}, 0},
       {"impulses", {.snr_db = 10, .impulses_per_second = 10}, {{.text = kText, .wpm = 30, .hertz = 650}}, 1},
   };
   for (const Case& one : cases) {
@@ -77,13 +78,32 @@ TEST(BestDecoder, PrintsNothingOnNoise) {
   EXPECT_EQ(Decode(audio, 120, 700), "");
 }
 
-TEST(BestDecoder, FollowsTheNextStationAtAnotherSpeed) {
-  sim::ReceiverAudio audio(
-      {.samples_per_second = kRate, .snr_db = 10},
-      {{.text = "CQ CQ DE SM6XYZ SM6XYZ K", .wpm = 15, .hertz = 700},
-       {.text = "SM6XYZ DE OH2ABC UR 599 599 IN HELSINKI BK", .wpm = 38, .hertz = 706, .start = 30}});
-  const std::string read = Decode(audio, audio.Length(), 700);
-  EXPECT_LE(EditDistance("CQ CQ DE SM6XYZ SM6XYZ K SM6XYZ DE OH2ABC UR 599 599 IN HELSINKI BK", read), 4U) << read;
+TEST(BestDecoder, TakesNoToneThatComesAndGoesForText) {
+  std::vector<sim::HeardStation> stations;
+  for (int i = 0; i < 20; ++i) stations.push_back({.text = "T", .wpm = 3.6, .start = 1.5 * i});  // a second each
+  sim::ReceiverAudio audio({.samples_per_second = kRate, .snr_db = 15}, stations);
+  EXPECT_EQ(Decode(audio, audio.Length(), 700), "");
+}
+
+// They differ in speed, strength and tone; the pauses between them are short.
+TEST(BestDecoder, ReadsStationsThatTakeTurns) {
+  const std::vector<std::string> overs{"CQ DE SM6XYZ K", "SM6XYZ DE OH2ABC KN", "OH2ABC GM UR 579 BK", "FB 73 TU EE"};
+  std::vector<sim::HeardStation> stations;
+  std::string sent;
+  double start = 0.5;
+  for (std::size_t i = 0; i < overs.size(); ++i) {
+    const bool first = i % 2 == 0;
+    stations.push_back({.text = overs[i],
+                        .wpm = first ? 18.0 : 30.0,
+                        .hertz = first ? 700.0 : 710.0,
+                        .level_db = first ? 0.0 : -8.0,
+                        .start = start});
+    start = sim::ReceiverAudio({}, stations).Length();  // a second after the last
+    sent += (i > 0 ? " " : "") + overs[i];
+  }
+  sim::ReceiverAudio audio({.samples_per_second = kRate, .snr_db = 14}, stations);
+  const std::string read = Decode(audio, start, 690);
+  EXPECT_LE(EditDistance(sent, read), 2U) << read;
 }
 
 }  // namespace
