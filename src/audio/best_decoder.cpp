@@ -13,8 +13,6 @@ constexpr double kFirstLook = 3;
 constexpr double kLookEvery = 1;
 constexpr double kMostHistory = 12;
 constexpr double kEnoughEvidence = 25;  // logarithms
-constexpr double kEnoughProof = 4;
-constexpr double kProofShare = 0.03;  // of the evidence
 constexpr double kEnoughMargin = 10;
 constexpr double kLeastMargin = 3;  // after kLongLook
 constexpr double kLongLook = 8;     // seconds
@@ -46,11 +44,6 @@ constexpr double kFarthest = 50;  // Hz from the middle
 constexpr int kTuneSteps = 5;
 constexpr double kFirstDeviation = 0.12;  // turns in a dash
 constexpr double kSlopeDeviation = 0.2;   // Hz a second
-
-// Marks that are all alike are no text: the flutter of a tone that is somewhere else, a carrier that comes and goes.
-bool IsProved(const SpeedFinding& speed) {
-  return speed.proof > std::max(kEnoughProof, kProofShare * speed.over_noise);
-}
 
 }  // namespace
 
@@ -143,7 +136,7 @@ void BestDecoder::LookForSignal(bool last) {
   const double seconds = static_cast<double>(end - tuned_.begin()) / rate_;
   const double margin = last ? 0 : seconds < kLongLook ? kEnoughMargin : kLeastMargin;
   const SpeedFinding& speed = finding.speed;
-  if (speed.evidence < kEnoughEvidence || speed.margin < margin || !IsProved(speed)) return;
+  if (speed.evidence < kEnoughEvidence || speed.margin < margin || !speed.proved()) return;
   Begin(finding, tuned_.begin());
 }
 
@@ -214,7 +207,7 @@ void BestDecoder::CheckSender() {
   const auto current = SurveySpacing(tone, finding.tone, from, end, rate_, noise_, times.dot());
   WeighSpacing(current);
   const double gain = finding.speed.over_noise - *std::max_element(current.begin(), current.end());
-  if (gain < kChangeGain + kChangeShare * finding.speed.evidence || !IsProved(finding.speed)) return;
+  if (gain < kChangeGain + kChangeShare * finding.speed.evidence || !finding.speed.proved()) return;
   const Time change = SurveyChange(tone, times.dot(), finding.tone, finding.speed.dot, from, end, rate_, noise_);
   ReadOut(change);
   Begin(finding, std::max(change, search_->settled()));

@@ -25,6 +25,10 @@ constexpr double kOtherSpeed = 0.26;  // logarithm: beyond that a speed is anoth
 
 constexpr double kToneStep = 0.2;  // of a turn in a dash
 constexpr double kTurnCost = 3;    // logarithm: less is chance
+constexpr double kEnoughProof = 4;
+constexpr double kProofShare = 0.03;  // of the evidence, with dots of the usual length
+constexpr double kUsualDot = 0.12;    // seconds
+constexpr double kNearly = 0.97;
 constexpr double kSpacingCost = 5;
 constexpr float kChangeDoubt = 1;
 constexpr int kSteps = 4;  // to a dot
@@ -125,6 +129,13 @@ KeyedTone Keyed(const ToneSignal& tone, Time from, Time to, const LevelTrack& le
   return keyed;
 }
 
+void Prove(const KeyedTone& tone, double rate, SpeedFinding& finding) {
+  const double alike = std::max(Evidence(tone, finding.dot, kDotsAlone), Evidence(tone, finding.dot, kDashesAlone));
+  finding.proof = Evidence(tone, finding.dot) - alike;
+  finding.least_proof =
+      std::max(kEnoughProof, kProofShare * finding.evidence * std::min(1.0, kUsualDot * rate / finding.dot));
+}
+
 }  // namespace
 
 SpeedFinding SurveySpeed(const ToneSignal& tone, Time from, Time to, double rate, float noise) {
@@ -147,7 +158,17 @@ SpeedFinding SurveySpeed(const ToneSignal& tone, Time from, Time to, double rate
   for (const auto& [dot, evidence] : findings) {
     if (std::abs(std::log(dot / best.dot)) > kOtherSpeed) best.margin = std::min(best.margin, best.evidence - evidence);
   }
-  best.proof = best.evidence - std::max(Evidence(keyed, best.dot, kDotsAlone), Evidence(keyed, best.dot, kDashesAlone));
+  Prove(keyed, rate, best);
+  if (!best.proved()) {
+    // Slow dots pass for quick dashes: another speed that fits nearly as well may tell both kinds.
+    SpeedFinding other{.evidence = best.evidence * kNearly};
+    for (const auto& [dot, evidence] : findings) {
+      if (std::abs(std::log(dot / best.dot)) <= kOtherSpeed || evidence <= other.evidence) continue;
+      std::tie(other.dot, other.evidence) = std::pair(dot, evidence);
+    }
+    if (other.dot > 0) Prove(keyed, rate, other);
+    if (other.proved()) best.dot = other.dot, best.proof = other.proof, best.least_proof = other.least_proof;
+  }
   best.over_noise = best.evidence;
   best.evidence -= steady;
   return best;

@@ -12,10 +12,13 @@ struct SpeedFinding {
   double dot = 0;         ///< samples
   double evidence = 0;    ///< logarithm: how much more probable keying at that speed is than noise or a carrier
   double over_noise = 0;  ///< than noise alone
-  double proof = 0;       ///< and than marks that are all alike, which may be anything
+  double proof = 0;       ///< and than marks that are all alike
+  double least_proof = 0;
   double margin = 0;      ///< by how much that surpasses clearly other speeds
   float level_scale = 1;  ///< what the levels told have to be multiplied with to fit best
   double spacing = 1;     ///< how much more than usual is put between characters and words
+  /// Marks that are all alike are no text: the flutter of a tone that is somewhere else, a carrier that comes and goes.
+  bool proved() const { return proof > least_proof; }
 };
 
 /// Tries all speeds on the tone between two times. `rate`: samples a second; `noise`: as in ToneLevel.
