@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <QLocalSocket>
 #include <QProcess>
 #include <QStandardPaths>
 #include <algorithm>
@@ -31,10 +32,12 @@ class SoundServer {
     ::setenv("PULSE_RUNTIME_PATH", folder_.path().c_str(), 1);
     ::setenv("HOME", folder_.path().c_str(), 1);
     const std::string rate = " rate=" + std::to_string(kRate) + " channels=1 format=s16le";
-    folder_.Put("server.pa", "load-module module-native-protocol-unix auth-anonymous=1 socket=" + socket() +
-                                 "\nload-module module-null-sink sink_name=receiver norewinds=1" + rate +
+    // The socket comes last: who can connect finds everything there.
+    folder_.Put("server.pa", "load-module module-null-sink sink_name=receiver norewinds=1" + rate +
                                  "\nload-module module-remap-source source_name=radio master=receiver.monitor remix=no"
-                                 " channels=1 source_properties=device.description=Radio\n");
+                                 " channels=1 source_properties=device.description=Radio" +
+                                 "\nload-module module-native-protocol-unix auth-anonymous=1 socket=" + socket() +
+                                 "\n");
   }
   ~SoundServer() { Stop(); }
 
@@ -46,7 +49,11 @@ class SoundServer {
     server_.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     server_.start("pulseaudio", {"-n", "-F", QString::fromStdString((folder_ / "server.pa").string()),
                                  "--exit-idle-time=-1", "--daemonize=no", "--log-level=error"});
-    return WaitFor([this] { return std::filesystem::exists(socket()); });
+    return WaitFor([this] {
+      QLocalSocket connection;
+      connection.connectToServer(QString::fromStdString(socket()));
+      return connection.waitForConnected(100);
+    });
   }
   void Stop() {
     if (player_.state() != QProcess::NotRunning) {
