@@ -39,7 +39,11 @@ class Rows {
   void AddSlider(const char* name, const QString& title, const QString& tip, const QString& text = {}) {
     AddTwo(controls_.Value(name, text), controls_.Slider(name, title, tip));
   }
-  void AddLabelled(const QString& text, QWidget* widget) { AddTwo(new QLabel(text), widget); }
+  void AddLabelled(const QString& text, QWidget* widget) {
+    auto* label = new QLabel(text);
+    label->setBuddy(widget);
+    AddTwo(label, widget);
+  }
   void AddLabelled(const QString& text, QLayout* layout) {
     grid_->addWidget(new QLabel(text), row_, 0);
     grid_->addLayout(layout, row_++, 1);

@@ -55,7 +55,7 @@ QWidget* Chip(const QString& name, QWidget* list) {
   row->setContentsMargins(8, 0, 0, 0);
   row->setSpacing(2);
   auto* label = WithRole(new QLabel(name), "quiet");
-  label->setFocusProxy(list);
+  label->setBuddy(list);  // assistive technology takes a list's name from there
   row->addWidget(label);
   row->addWidget(WithRole(list, "chip"), 1);
   return frame;
