@@ -52,6 +52,7 @@ BestDecoder::BestDecoder(double samples_per_second, double hertz, const LetterMo
       hertz_(hertz),
       reach_(std::min(reach, ToneWatch::kReach)),
       letters_(letters),
+      limiter_(samples_per_second),
       filter_(samples_per_second, hertz),
       rate_(filter_.rate()),
       watch_(rate_),
@@ -84,7 +85,9 @@ Reception BestDecoder::reception() const {
 void BestDecoder::Feed(std::span<const float> samples) {
   const auto piece = static_cast<std::size_t>(kWorkEvery * samples_per_second_);
   for (; !samples.empty(); samples = samples.subspan(std::min(piece, samples.size()))) {
-    filter_.Feed(samples.first(std::min(piece, samples.size())), tuned_.samples());
+    limited_.clear();
+    limiter_.Feed(samples.first(std::min(piece, samples.size())), limited_);
+    filter_.Feed(limited_, tuned_.samples());
     Work();
   }
 }

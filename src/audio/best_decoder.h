@@ -5,6 +5,7 @@
 #include <optional>
 #include <vector>
 
+#include "audio/click_limiter.h"
 #include "audio/cw_decoder.h"
 #include "audio/keying_search.h"
 #include "audio/letter_model.h"
@@ -60,6 +61,8 @@ class BestDecoder final : public CwDecoder {
   double reach_;
   const LetterModel& letters_;
   CodeTree codes_;
+  ClickLimiter limiter_;
+  std::vector<float> limited_;
   ToneFilter filter_;
   double rate_;
   ToneWatch watch_;

@@ -62,6 +62,10 @@ TEST(BestDecoder, ReadsFromTheFirstCharacterWhateverTheAir) {
        0},
       {"drifting far", {.snr_db = 10}, {{.text = kText, .wpm = 18, .hertz = 650, .drift = -60}}, 0},
       {"impulses", {.snr_db = 10, .impulses_per_second = 10}, {{.text = kText, .wpm = 30, .hertz = 650}}, 1},
+      {"loud impulses",
+       {.snr_db = 10, .impulses_per_second = 10, .impulse_db = 40},
+       {{.text = kText, .wpm = 30, .hertz = 650}},
+       1},
   };
   for (const Case& one : cases) {
     SCOPED_TRACE(one.name);
