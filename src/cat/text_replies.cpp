@@ -91,7 +91,8 @@ class FrameReader {
 
   bool ReadMode(std::string_view body) {
     const auto prefix = static_cast<std::size_t>(dialect_.mode_prefix_digits);
-    if (body.size() != prefix + 1 || (prefix == 1 && body[0] != '0')) return false;
+    const bool of_b = context_.active_vfo == 'B' && context_.rig.row["ReadMode"].find("<VFO>") != std::string::npos;
+    if (body.size() != prefix + 1 || (prefix == 1 && body[0] != (of_b ? '1' : '0'))) return false;
     return AddMode(HexDigitValue(body.back()));
   }
 

@@ -191,6 +191,20 @@ TEST(Parser, MeterRepliesTellTheMeterAndTheSubReceiverIsNotShown) {
   EXPECT_EQ(*yaesu.console.MeterValue, 100);
 }
 
+// MD0 is VFO A, MD1 is VFO B, whichever is in use (FT-710, FT-DX10, FT-DX101 CAT manuals).
+TEST(Parser, TheModeIsThatOfTheVfoInUse) {
+  Station station("FT-DX10");
+  station.console.ActiveVfo.Set('B');
+  station.Send("XUSB");
+  station.Send("XREADMODE");
+  EXPECT_EQ(station.Written(), "MD12;MD1;");
+  station.Arrive("MD13;MD01;");
+  EXPECT_EQ(*station.console.Mode, "  CW");
+  station.console.ActiveVfo.Set('A');
+  station.Arrive("MD01;MD12;");
+  EXPECT_EQ(*station.console.Mode, " LSB");
+}
+
 TEST(Parser, AFamilyWithoutRulesIsNotParsed) {
   Station station(MakeRow("X", "ELECRAFT", {"SetFreq=FA<FREQ11>;"}));
   station.Arrive("FA00007000000;");
