@@ -5,7 +5,6 @@
 
 #include "audio/best_decoder.h"
 #include "audio/classic_decoder.h"
-#include "audio/tone_search.h"
 #include "core/text.h"
 
 namespace kvx::audio {
@@ -16,20 +15,6 @@ constexpr int kLowestTone = 200;
 constexpr int kHighestTone = 2500;
 constexpr double kUsualTone = 700;
 constexpr int kSearchPieces = 120;  // of a second, before what has been found will do
-
-/// Of the first keying in the file.
-double FindTone(platform::WavReader& reader) {
-  ToneSearch search(reader.format().samples_per_second);
-  std::vector<float> second(static_cast<std::size_t>(reader.format().samples_per_second));
-  for (int pieces = 1;; ++pieces) {
-    const std::size_t count = reader.Read(second);
-    search.Feed(std::span(second).first(count));
-    const bool last = count < second.size();
-    if (!last && pieces % kSearchPieces != 0) continue;
-    if (const auto hertz = search.Strongest()) return *hertz;
-    if (last) return kUsualTone;
-  }
-}
 
 }  // namespace
 
@@ -68,26 +53,47 @@ Result<std::unique_ptr<FileDecoder>> FileDecoder::Open(const FileDecoding& what,
     return Error{ErrorCode::kInvalid, OneLine(what.file) + " has " + std::to_string(rate) +
                                           " samples a second; at least " + std::to_string(kSlowest) + " are needed"};
   }
-  std::unique_ptr<FileDecoder> made(new FileDecoder(std::move(*reader), words));
+  std::unique_ptr<FileDecoder> made(new FileDecoder(std::move(*reader), what.mode, words));
   if (what.hertz) {
-    made->hertz_ = *what.hertz;
-  } else {
-    auto searched = platform::WavReader::Open(what.file);
-    if (!searched) return searched.error();
-    made->hertz_ = FindTone(*searched);
+    made->Begin(*what.hertz);
+    return made;
   }
-  if (what.mode == DecoderMode::kClassic) {
-    made->decoder_ = std::make_unique<ClassicDecoder>(rate, made->hertz_, made->words_);
-  } else {
-    made->decoder_ = std::make_unique<BestDecoder>(rate, made->hertz_, made->letters_);
-  }
-  made->decoder_->on_text = [decoder = made.get()](const ReadText& text) {
-    if (decoder->on_text) decoder->on_text(text);
-  };
+  auto searched = platform::WavReader::Open(what.file);
+  if (!searched) return searched.error();
+  made->search_.emplace(std::move(*searched));
   return made;
 }
 
+/// Once the tone is known.
+void FileDecoder::Begin(double hertz) {
+  search_.reset();
+  hertz_ = hertz;
+  const int rate = reader_.format().samples_per_second;
+  if (mode_ == DecoderMode::kClassic) {
+    decoder_ = std::make_unique<ClassicDecoder>(rate, hertz, words_);
+  } else {
+    decoder_ = std::make_unique<BestDecoder>(rate, hertz, letters_);
+  }
+  decoder_->on_text = [this](const ReadText& text) {
+    if (on_text) on_text(text);
+  };
+}
+
+void FileDecoder::SearchPiece() {
+  samples_.resize(static_cast<std::size_t>(reader_.format().samples_per_second));
+  const std::size_t count = search_->reader.Read(samples_);
+  search_->tones.Feed(std::span(samples_).first(count));
+  const bool last = count < samples_.size();
+  if (!last && ++search_->pieces % kSearchPieces != 0) return;
+  if (const auto hertz = search_->tones.Strongest()) return Begin(*hertz);
+  if (last) Begin(kUsualTone);
+}
+
 bool FileDecoder::Step(double seconds) {
+  if (search_) {
+    for (double searched = 0; search_ && searched < seconds; ++searched) SearchPiece();
+    return true;
+  }
   samples_.resize(static_cast<std::size_t>(seconds * reader_.format().samples_per_second) + 1);
   const std::size_t count = reader_.Read(samples_);
   decoder_->Feed(std::span(samples_).first(count));

@@ -6,6 +6,7 @@
 
 #include "console/answers.h"
 #include "console/status.h"
+#include "console/stop_lines.h"
 #include "core/hex_text.h"
 #include "core/text.h"
 #include "platform/ports_file.h"
@@ -16,6 +17,7 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr std::size_t kMostWaitingLines = 10'000;
+constexpr std::string_view kSave = "save";  // a procedure that is nobody else's
 
 struct SliderName {
   std::string_view name;
@@ -89,8 +91,12 @@ void CommandLine::Ready() {
 }
 
 void CommandLine::Take(std::string line) {
+  const bool at_once = procedure_runs_ && StopsTransmission(station_, line);
+  const std::string answered = at_once ? Execute(line) : std::string();
   if (lines_.size() >= kMostWaitingLines) return Answer(Fail("too many commands are waiting"));
-  lines_.push_back(std::move(line));
+  if (at_once) Answer(answered);
+  if (at_once && lines_.empty()) return;
+  lines_.push_back({std::move(line), at_once});
   line_taken_.Notify();
 }
 
@@ -99,31 +105,67 @@ Task CommandLine::Run() {
     while (lines_.empty()) {
       co_await line_taken_.Within(loop_, 1h);
     }
-    const std::string line = std::move(lines_.front());
+    const Line line = std::move(lines_.front());
     lines_.pop_front();
-    const std::string word = Lower(Trim(line));
+    const std::string word = Lower(Trim(line.text));
     if (word == "quit") {
+      EndWhatGoesBeside();
       Answer("ok quit");
       if (on_quit) on_quit();
       co_return;
     }
-    if (word == "save") {
-      Task save = station_.SaveRig("");
-      co_await save;
-      Answer(station_.saved() ? "ok saved" : Fail(*station_.console.MsgArea));
-      continue;
-    }
-    if (const Added* added = FindAdded(FirstWord(line).first); added != nullptr && added->procedure) {
-      station_.console.ErrorText.Set("");
-      const auto told = std::make_shared<std::string>();
-      Task procedure = added->procedure(std::string(FirstWord(line).second), told);
+    const Added* added = FindAdded(FirstWord(line.text).first);
+    if (added != nullptr && added->goes_beside) {
+      CarryOutBeside(line.text);
+    } else if (word == kSave || (added != nullptr && added->procedure)) {
+      procedure_runs_ = true;
+      Task procedure = CarryOut(line.text);
       co_await procedure;
-      Answer(*told);
+      procedure_runs_ = false;
       continue;
+    } else if (!word.empty()) {
+      const std::string told = Execute(line.text);
+      if (!line.answered) Answer(told);
     }
-    if (!word.empty()) Answer(Execute(line));
     // Output and other events get their turn even when a script pours in commands.
     co_await loop_.Pass();
+  }
+}
+
+/// A procedure, and its answer.
+Task CommandLine::CarryOut(std::string line) {
+  const Added* added = FindAdded(FirstWord(line).first);
+  if (added == nullptr) {
+    Task save = station_.SaveRig("");
+    co_await save;
+    Answer(station_.saved() ? "ok saved" : Fail(*station_.console.MsgArea));
+    co_return;
+  }
+  station_.console.ErrorText.Set("");
+  const auto told = std::make_shared<std::string>();
+  Task procedure = added->procedure(std::string(FirstWord(line).second), told);
+  co_await procedure;
+  Answer(*told);
+}
+
+Task CommandLine::RunBeside() {
+  while (!beside_.empty()) {
+    Task procedure = CarryOut(beside_.front());
+    co_await procedure;
+    beside_.pop_front();
+  }
+}
+
+void CommandLine::CarryOutBeside(const std::string& line) {
+  if (beside_.size() >= kMostWaitingLines) return Answer(Fail("too many commands are waiting"));
+  beside_.push_back(line);
+  if (run_beside_.done()) run_beside_ = RunBeside();
+}
+
+void CommandLine::EndWhatGoesBeside() {
+  run_beside_.Cancel();
+  for (const std::string& line : std::exchange(beside_, {})) {
+    Answer(Fail(Lower(FirstWord(line).first) + " has been ended by quit"));
   }
 }
 
@@ -148,6 +190,11 @@ void CommandLine::Add(std::string name, std::string usage, std::function<std::st
 
 void CommandLine::AddProcedure(std::string name, std::string usage, Procedure procedure) {
   added_.push_back({std::move(name), std::move(usage), {}, std::move(procedure)});
+}
+
+void CommandLine::AddLongProcedure(std::string name, std::string usage, Procedure procedure) {
+  AddProcedure(std::move(name), std::move(usage), std::move(procedure));
+  added_.back().goes_beside = true;
 }
 
 const CommandLine::Added* CommandLine::FindAdded(std::string_view name) const {

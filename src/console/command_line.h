@@ -26,7 +26,8 @@ class CommandLine {
 
   /// Says "ready" and whatever happened before; from now on events are told at once.
   void Ready();
-  /// Takes a line of input. Commands are carried out in order, a later one when the earlier one is done.
+  /// Takes a line of input. Commands are carried out in order, a later one when the earlier one is done. What stops a
+  /// transmission waits for none.
   void Take(std::string line);
   /// An input line that was too long to take.
   void Refuse(const std::string& why) { Answer("error: " + why); }
@@ -39,6 +40,8 @@ class CommandLine {
   /// Adds a command. `usage` begins with what it takes, as "BAUD: the rig port's speed".
   void Add(std::string name, std::string usage, std::function<std::string(std::string_view argument)> handler);
   void AddProcedure(std::string name, std::string usage, Procedure procedure);
+  /// A procedure that takes long and goes on beside later commands, one such after the other, until `quit` ends it.
+  void AddLongProcedure(std::string name, std::string usage, Procedure procedure);
 
   /// Keeps something as long as the command line: what follows a module's events.
   void Keep(std::shared_ptr<const void> something) { kept_.push_back(std::move(something)); }
@@ -61,9 +64,18 @@ class CommandLine {
     std::string usage;
     std::function<std::string(std::string_view argument)> handler;
     Procedure procedure;
+    bool goes_beside = false;
+  };
+  struct Line {
+    std::string text;
+    bool answered = false;  ///< it has stopped what was to be stopped, and does so again behind what came before it
   };
 
   Task Run();
+  Task RunBeside();
+  Task CarryOut(std::string line);
+  void CarryOutBeside(const std::string& line);
+  void EndWhatGoesBeside();
   void Answer(const std::string& line);
   std::string Execute(std::string_view line);
   const Added* FindAdded(std::string_view name) const;
@@ -108,11 +120,14 @@ class CommandLine {
   std::vector<std::shared_ptr<const void>> kept_;
   bool ready_ = false;
   std::deque<std::string> early_events_;
-  std::deque<std::string> lines_;
+  std::deque<Line> lines_;
   Signal line_taken_;
+  bool procedure_runs_ = false;     ///< that lines wait for
+  std::deque<std::string> beside_;  ///< long procedures, the first one under way
   Console::Subscription subscription_;
   DebugLog::Listening trace_;
   bool recording_ = false;  ///< by `debug on`
+  Task run_beside_;
   Task run_;
 };
 

@@ -16,10 +16,15 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr double kStepSeconds = 10;  // of the recording, in one go on the worker
-constexpr double kLongest = 1800;    // seconds: later commands wait
-constexpr double kTellsFrom = 60;    // seconds: a longer recording is told of as it is read
-constexpr Duration kLook = 5ms;
+constexpr double kStepSeconds = 2;  // of the recording, in one go on the worker: its other users wait so long
+constexpr double kLongest = 1800;   // seconds: all of its text is one answer
+constexpr double kTellsFrom = 60;   // seconds: a longer recording is told of as it is read
+
+/// A piece of work that the worker has been given.
+struct Piece {
+  bool done = false;
+  Signal ended;
+};
 
 /// A recording on its way through the worker. The worker and the procedure have it by turns.
 struct Recording {
@@ -56,11 +61,14 @@ Task ReadRecording(std::reference_wrapper<Loop> loop, std::reference_wrapper<pla
   std::string text;
   bool opened = false;
   while (recording->more && recording->fault.empty()) {
-    const auto done = std::make_shared<bool>(false);
+    const auto piece = std::make_shared<Piece>();
     worker.get().Post([recording, opened] { opened ? recording->Step() : recording->Open(); },
-                      [done] { *done = true; });
-    while (!*done) {
-      co_await loop.get().Sleep(kLook);
+                      [piece] {
+                        piece->done = true;
+                        piece->ended.Notify();
+                      });
+    while (!piece->done) {
+      co_await piece->ended.Within(loop, 1h);
     }
     opened = true;
     const std::string read = std::exchange(recording->read, {});
@@ -87,7 +95,7 @@ Result<audio::FileDecoding> Parse(const std::string& argument) {
 
 void AddDecodeCommand(CommandLine& commands, Loop& loop, Station& station) {
   if (!station.audio) return;
-  commands.AddProcedure(
+  commands.AddLongProcedure(
       "decode", "WAV [--tone HZ] [--mode classic|best]: reads the CW of a recording",
       [&commands, &loop, &audio = *station.audio](std::string argument, std::shared_ptr<std::string> answer) {
         const auto recording = std::make_shared<Recording>();

@@ -51,7 +51,7 @@ TEST(FileDecoder, ReadsTheStrongestKeyedToneOfARecording) {
   for (const DecoderMode mode : {DecoderMode::kClassic, DecoderMode::kBest}) {
     auto decoder = FileDecoder::Open({.file = file, .mode = mode}, "CQ\nDE\n");
     ASSERT_TRUE(decoder);
-    EXPECT_NEAR((*decoder)->hertz(), 820, 12);
+    EXPECT_EQ((*decoder)->hertz(), 0);  // a long recording is not read through before its first step
     WordGatherer gatherer;
     std::vector<std::string> words;
     (*decoder)->on_text = [&](const ReadText& text) {
@@ -59,6 +59,7 @@ TEST(FileDecoder, ReadsTheStrongestKeyedToneOfARecording) {
     };
     while ((*decoder)->Step(1)) {
     }
+    EXPECT_NEAR((*decoder)->hertz(), 820, 12);
     ASSERT_GE(words.size(), 2U);
     EXPECT_EQ(words[1], "CQ ");
   }

@@ -155,6 +155,48 @@ TEST(CommandLine, CarriesCommandsOutInOrderAndSavesBeforeTheNext) {
   EXPECT_EQ(headless.out.back(), "error: the line is too long");
 }
 
+/// A procedure of five seconds.
+Task Slow(std::reference_wrapper<Loop> loop, std::shared_ptr<std::string> answer) {
+  co_await loop.get().Sleep(5s);
+  *answer = "ok slow";
+}
+
+TEST(CommandLine, WhatStopsATransmissionWaitsForNoProcedure) {
+  Headless headless(RigIni("TS-2000"));
+  headless.Start();
+  Bench& bench = headless.bench;
+  headless.line.AddProcedure("slow", "", [&](std::string, auto answer) { return Slow(bench.loop, answer); });
+  for (const std::string stop : {"Escape", "send RX;", "send XSETBRAVO"}) {
+    headless.Ask("send TX;");
+    ASSERT_TRUE(*bench.station.console.Transmitting);
+    headless.out.clear();
+    headless.line.Take("slow");
+    EXPECT_EQ(headless.Ask("narrow on"), "no answer");
+    EXPECT_EQ(headless.Ask("send TX0;"), "no answer");
+    EXPECT_TRUE(headless.Ask(stop).starts_with("ok")) << stop;
+    EXPECT_FALSE(*bench.station.console.Transmitting) << stop;
+    headless.out.clear();
+    bench.loop.RunFor(6s);
+    // What was to be sent before the stop is stopped too, without a second answer.
+    EXPECT_EQ(headless.out, (Lines{"ok slow", "ok narrow on", "tx on", "ok sent", "tx off"})) << stop;
+  }
+}
+
+TEST(CommandLine, LongProceduresGoOnBesideOtherCommandsUntilQuit) {
+  Headless headless(RigIni("TS-2000"));
+  headless.Start();
+  headless.line.AddLongProcedure("long", "",
+                                 [&](std::string, auto answer) { return Slow(headless.bench.loop, answer); });
+  for (const std::string command : {"long", "narrow on", "long", "narrow off"}) headless.line.Take(command);
+  headless.bench.loop.RunFor(7s);
+  EXPECT_EQ(headless.out, (Lines{"ok narrow on", "ok narrow off", "ok slow"}));
+  headless.out.clear();
+  for (const std::string command : {"long", "quit"}) headless.line.Take(command);
+  headless.bench.loop.RunFor(20s);
+  const std::string ended = "error: long has been ended by quit";
+  EXPECT_EQ(headless.out, (Lines{ended, ended, "ok quit"}));
+}
+
 TEST(CommandLine, AFloodOfCommandsIsBounded) {
   Headless headless(RigIni("TS-2000"));
   for (int i = 0; i < 20'000; ++i) headless.line.Take("rig");

@@ -4,8 +4,10 @@ import array
 import math
 import os
 import random
+import struct
 import subprocess
 import tempfile
+import time
 import unittest
 import wave
 
@@ -74,3 +76,28 @@ class DecodeTest(unittest.TestCase):
             self.assertEqual(kvx.command(f"decode {self.path} --mode classic", 30), "ok " + TEXT)
             self.assertTrue(kvx.command("decode /nowhere.wav").startswith("error: "))
             self.assertTrue(kvx.command("decode").startswith("error: "))
+
+    def test_a_long_recording_delays_nothing(self):
+        write_recording(self.path, 8000, 640, 30, 600)
+        with wave.open(self.path, "rb") as file:
+            piece = file.readframes(file.getnframes())
+        with wave.open(self.path, "wb") as file:
+            file.setparams((1, 2, 8000, 0, "NONE", ""))
+            file.writeframes(piece * (20 * 60 * 16000 // len(piece)))
+        with Station() as station:
+            silence = station.path("ten hours.wav")
+            length = 10 * 3600 * 16000
+            station.write("ten hours.wav", b"RIFF" + struct.pack("<I", 36 + length) + b"WAVEfmt " +
+                          struct.pack("<IHHIIHH", 16, 1, 1, 8000, 16000, 2, 16) + b"data" + struct.pack("<I", length))
+            os.truncate(silence, 44 + length)
+            kvx = station.start()
+            begin = time.monotonic()
+            self.assertIn("longer than 30 minutes", kvx.command(f"decode {silence}"))
+            kvx.write(f"decode {self.path}\n".encode())
+            self.assertEqual(kvx.command("limits on"), "ok limits on")
+            self.assertLess(time.monotonic() - begin, 2)
+            kvx.wait_line(lambda line: line.startswith("decode read "), 20)
+            begin = time.monotonic()
+            self.assertEqual(kvx.quit(), 0)
+            self.assertLess(time.monotonic() - begin, 1)
+            self.assertEqual(kvx.texts()[-2:], ["error: decode has been ended by quit", "ok quit"])
