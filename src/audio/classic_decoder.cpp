@@ -26,8 +26,9 @@ constexpr double kReach = 1.27;  // of a listener's speeds, on either side
 constexpr float kUnlockedMargin = 3;
 constexpr float kLockedMargin = 2.7F;
 constexpr float kLeastShare = 0.04F;  // of what is heard near the tone: a strong neighbour's keying is no signal here
-constexpr float kLoudnessMemory = 1000;  // samples
-constexpr double kQuietDots = 9;         // without marks: the margin grows again
+constexpr float kLeastUnlockedShare = 0.15F;  // nor are his key clicks, before a signal has been found
+constexpr float kLoudnessMemory = 1000;       // samples
+constexpr double kQuietDots = 9;              // without marks: the margin grows again
 constexpr std::size_t kMarksToLock = 20;
 constexpr std::size_t kMarksToFollow = 14;
 constexpr std::size_t kMarksToChange = 8;
@@ -47,6 +48,12 @@ constexpr int kBelowSignal = 30;
 
 float AmplitudeOf(int thresh) {
   return static_cast<float>(std::pow(10, -thresh / 200.0));
+}
+
+/// All dots, or all dashes: which of them, only the gaps tell, if there are any within a character.
+bool AreAlike(const std::vector<KeyedMark>& marks, double dot) {
+  const auto is_dash = [&](const KeyedMark& mark) { return mark.length() > std::sqrt(3.0) * dot; };
+  return std::all_of(marks.begin(), marks.end(), [&](const KeyedMark& m) { return is_dash(m) == is_dash(marks[0]); });
 }
 
 }  // namespace
@@ -157,6 +164,10 @@ void ClassicDecoder::Tune() {
   mixed_.clear();
   mixed_begin_ = std::max({history_begin_, recent, static_cast<Time>(std::ceil(read_until_))});
   noise_ = watch_.Noise(offset_);
+  float sum = 0;
+  for (Time time = mixed_begin_; time < end; ++time)
+    sum += std::norm(history_[static_cast<std::size_t>(time - history_begin_)]);
+  loudness_ = std::max(loudness_, sum / static_cast<float>(std::max<Time>(1, end - mixed_begin_)));
   MakeListeners(mixed_begin_);
 }
 
@@ -165,7 +176,8 @@ void ClassicDecoder::ListenUpTo(Time end) {
   for (Time time = mixed_begin_ + static_cast<Time>(mixed_.size()); time < end; ++time) {
     const std::complex<float> sample = history_[static_cast<std::size_t>(time - history_begin_)];
     loudness_ += (std::norm(sample) - loudness_) / kLoudnessMemory;
-    const float squelch = std::max(AmplitudeOf(settings_.Thresh), kLeastShare * std::sqrt(loudness_));
+    const float share = active_ ? kLeastShare : kLeastUnlockedShare;
+    const float squelch = std::max(AmplitudeOf(settings_.Thresh), share * std::sqrt(loudness_));
     mixed_.push_back(sample * std::complex<float>(turn_));
     turn_ *= step;
     std::complex<float> sum;
@@ -199,7 +211,8 @@ void ClassicDecoder::Seek(bool last) {
       listener.fit = FitSpeed(marks, detector.dot() / reach, detector.dot() * reach);
     }
     const bool known = dot_ > 0 && std::abs(std::log(listener.fit.dot / dot_)) < 0.12;
-    const bool ended = last || detector.silent_until() - marks.back().end > kQuietDots * listener.fit.dot;
+    const double pause = AreAlike(marks, listener.fit.dot) ? kLongestPause : kQuietDots;
+    const bool ended = last || detector.silent_until() - marks.back().end > pause * listener.fit.dot;
     const bool strong = marks.back().level > 5 * detector.NoiseLevel(noise_);
     const double score = listener.fit.score + (known ? kKnownSpeed : 0);
     const double wanted = ended && strong ? kEnoughLast : kEnough;

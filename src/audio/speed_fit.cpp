@@ -73,7 +73,7 @@ SpeedFit FitSpeed(std::span<const KeyedMark> marks, double low, double high) {
         if (gap < kFarGap) ++near;
         if (gap < 1.8) ++inside;
       }
-      if (inside < kLeastInside * near) score = std::min(score, kDoubtful);
+      if (marks.size() > 1 && (near == 0 || inside < kLeastInside * near)) score = std::min(score, kDoubtful);
       if (score > best.score) best = {dot, spread, score};
     }
   }

@@ -45,6 +45,13 @@ TEST(ClassicDecoder, ReadsFromTheFirstCharacterWhateverTheAir) {
   const std::vector<Case> cases{
       {"clean, slow", 44'100, {}, {{.text = "KVX 73", .wpm = 5, .hertz = 610}}, 0},
       {"clean, fast", 22'050, {}, {{.text = kText, .wpm = 45, .hertz = 700}}, 0},
+      {"dots first", 8000, {}, {{.text = "EISH5 EXPLAINED", .wpm = 25, .hertz = 690}}, 0},
+      {"a neighbour's clicks first",
+       8000,
+       {},
+       {{.text = kText, .wpm = 25, .hertz = 650, .start = 1},
+        {.text = "TEST DE PA3XYZ QRL?", .wpm = 28, .hertz = 900, .repeat_after = 0.3}},
+       0},
       {"at the noise", 11'025, {.snr_db = 0}, {{.text = kText, .wpm = 30, .hertz = 605}}, 3},
       {"below the noise", 8000, {.snr_db = -6}, {{.text = kText, .wpm = 18, .hertz = 630}}, 12},
       {"a hand", 8000, {.snr_db = 20}, {{.text = kText, .wpm = 22, .hertz = 650, .jitter = 0.15}}, 4},
