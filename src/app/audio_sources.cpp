@@ -14,11 +14,14 @@ AudioSources::AudioSources(Loop& loop) : loop_(loop), server_(loop) {
   };
   server_.on_changed = tell;
   others_.on_changed = tell;
+  others_.may_ask = [this] { return server_.absent(); };
 }
 
 std::vector<platform::AudioDevice> AudioSources::Devices() const {
   std::vector<platform::AudioDevice> devices = server_.Devices();
-  return server_.present() ? devices : others_.Devices();
+  if (server_.present()) return devices;
+  if (server_.absent()) return others_.Devices();
+  return {{"", "System default"}};
 }
 
 Result<std::unique_ptr<platform::AudioInput>> AudioSources::Make(const std::string& source) {
@@ -34,8 +37,10 @@ Result<std::unique_ptr<platform::AudioInput>> AudioSources::Make(const std::stri
     const std::string device = platform::IsDefaultDevice(source) ? "" : source;
     if (server_.present()) {
       input = std::make_unique<platform::PulseInput>(loop_, device);
-    } else {
+    } else if (server_.absent()) {
       input = std::make_unique<platform::QtAudioInput>(device);
+    } else {
+      return Error{ErrorCode::kBusy, "The sound server does not answer"};
     }
   }
   return input;

@@ -13,7 +13,8 @@
 namespace kvx::app {
 
 /// Where receiver audio comes from in the program: the devices of the sound server, or where there is none those that
-/// Qt finds, recordings, the simulated receiver.
+/// Qt finds, recordings, the simulated receiver. Qt waits without end for a sound server that is silent: it is asked
+/// only where there is none.
 class AudioSources final : public platform::AudioDeviceList {
  public:
   explicit AudioSources(Loop& loop);
@@ -21,6 +22,8 @@ class AudioSources final : public platform::AudioDeviceList {
   std::vector<platform::AudioDevice> Devices() const override;
   /// The source of a name: "wav:FILE", "sim:receiver", else a device by its id or name. kInvalid when that is none.
   Result<std::unique_ptr<platform::AudioInput>> Make(const std::string& source);
+  /// What the devices are taken from.
+  const platform::PulseDevices& server() const { return server_; }
   /// A simulated keyer behind the port is heard in the simulated receiver.
   void ListenTo(platform::SerialPort& port);
   /// What the simulated receiver is tuned by.

@@ -100,7 +100,7 @@ Status Program::Prepare() {
   lock_ = std::move(*lock);
   if (with_window_) {
     speech_ = std::make_unique<platform::QtSpeech>();
-    sound_ = std::make_unique<platform::QtSoundOutput>();
+    sound_ = std::make_unique<UsualSound>(loop_, audio_sources_.server());
   }
   station_ = std::make_unique<console::Station>(
       console::StationParts{.loop = loop_,

@@ -7,6 +7,7 @@
 
 #include "app/audio_sources.h"
 #include "app/options.h"
+#include "app/usual_sound.h"
 #include "console/local_tone.h"
 #include "console/rig_editor.h"
 #include "console/station.h"
@@ -21,7 +22,6 @@
 #include "platform/posix/release_watch.h"
 #include "platform/posix/station_lock.h"
 #include "platform/qt/qt_loop.h"
-#include "platform/qt/qt_sound_output.h"
 #include "platform/qt/qt_speech.h"
 #include "platform/qt/qt_tcp_server.h"
 #include "platform/qt/stop_signals.h"
@@ -93,8 +93,8 @@ class Program {
   platform::PosixReleaseGuard keyer_guard_;
   platform::QtTcpServer net_server_;
   platform::WineGateway dde_gateway_;
-  std::unique_ptr<platform::QtSpeech> speech_;      ///< for windows only
-  std::unique_ptr<platform::QtSoundOutput> sound_;  ///< the same
+  std::unique_ptr<platform::QtSpeech> speech_;  ///< for windows only
+  std::unique_ptr<UsualSound> sound_;           ///< the same
   std::unique_ptr<console::Station> station_;
   std::unique_ptr<console::StationSetup> setup_;
   std::unique_ptr<console::RigEditor> editor_;

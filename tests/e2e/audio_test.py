@@ -4,6 +4,8 @@ import array
 import json
 import os
 import random
+import signal
+import socket
 import time
 import unittest
 import wave
@@ -80,6 +82,48 @@ class AudioTest(unittest.TestCase):
             noted(f"the sound was back after {time.monotonic() - begin:.1f} s")
             before = kvx.status()["audio"]["samples"]
             kvx.wait_status(lambda status: status["audio"]["samples"] > before + RATE / 4)
+
+    def answers_throughout(self, kvx, seconds):
+        """The longest time that an answer took."""
+        longest, end = 0, time.monotonic() + seconds
+        while time.monotonic() < end:
+            begin = time.monotonic()
+            kvx.status()
+            longest = max(longest, time.monotonic() - begin)
+            time.sleep(0.05)
+        return longest
+
+    def test_a_sound_server_that_is_silent_holds_nothing_up(self):
+        path = self.station.path("silent")
+        with socket.socket(socket.AF_UNIX) as server:
+            server.bind(path)
+            server.listen(50)
+            kvx = self.start({"PULSE_SERVER": f"unix:{path}"})
+            self.assertIn("The sound server does not answer", kvx.command("audio on"))
+            self.assertEqual(kvx.command("audio devices").count('"id"'), 1)
+            longest = self.answers_throughout(kvx, 6)
+            self.assertEqual(sum("does not answer" in text for text in kvx.texts() if text.startswith("audio ")), 1, kvx.texts())
+            self.assertEqual(kvx.quit(), 0)
+        self.assertLess(longest, 1)
+        noted(f"beside a silent sound server an answer took {longest * 1000:.0f} ms at most")
+
+    @unittest.skipIf(missing(), f"not installed: {', '.join(missing())}")
+    def test_a_sound_server_stops_and_goes_on(self):
+        with SoundServer() as server:
+            kvx = self.start(server.environment)
+            self.assertIn("audio on, open", kvx.command("audio on"))
+            server.server.send_signal(signal.SIGSTOP)
+            longest = self.answers_throughout(kvx, 6)
+            kvx.wait_line("audio The sound server does not answer")
+            self.assertLess(longest, 1)
+            noted(f"beside a stopped sound server an answer took {longest * 1000:.0f} ms at most")
+            since = len(kvx.texts())
+            server.server.send_signal(signal.SIGCONT)
+            kvx.wait_line("audio open", 10, since=since)
+            before = kvx.status()["audio"]["samples"]
+            kvx.wait_status(lambda status: status["audio"]["samples"] > before + RATE / 4)
+            server.server.send_signal(signal.SIGSTOP)
+            self.assertEqual(kvx.quit(), 0)
 
     def test_no_sound_server_is_one_line(self):
         kvx = self.start({"PULSE_SERVER": f"unix:{self.station.path('none')}"})

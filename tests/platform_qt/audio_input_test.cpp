@@ -12,6 +12,7 @@
 #include "event_loop.h"
 #include "fakes/temporary_folder.h"
 #include "platform/posix/pulse_input.h"
+#include "platform/posix/pulse_output.h"
 #include "platform/qt/qt_loop.h"
 #include "platform/wav_file.h"
 
@@ -162,6 +163,37 @@ TEST(PulseInput, TakesEverySampleOnceAndIsThereAgainWithTheServer) {
   ASSERT_TRUE(usual.Open(11'025));
   EXPECT_TRUE(WaitFor([&] { return heard > 2000; }));
   EXPECT_EQ(platform::PulseInput(loop, "radio x").Open(kRate).error().message, "There is no sound input radio x");
+}
+
+TEST(PulseOutput, IsHeardSampleBySampleAndTellsTheServersDeath) {
+  if (!SoundServer::IsInstalled()) GTEST_SKIP() << "pulseaudio is not installed";
+  platform::QtLoop loop;
+  SoundServer server;
+  platform::PulseOutput output(loop);
+  EXPECT_EQ(output.Open(kRate).error().code, ErrorCode::kNotFound);
+  ASSERT_TRUE(server.Start());
+  platform::PulseInput input(loop, "receiver.monitor");
+  std::vector<std::int16_t> heard;
+  input.on_samples = [&](std::span<const std::int16_t> samples) {
+    heard.insert(heard.end(), samples.begin(), samples.end());
+  };
+  ASSERT_TRUE(WaitFor([&] { return input.Open(kRate).ok(); }));
+  ASSERT_TRUE(output.Open(kRate));
+  EXPECT_TRUE(WaitFor([&] { return heard.size() > kRate / 2; }));
+  const std::vector<std::int16_t> played = Unmistakable(kRate);
+  for (int sound = 0; sound < 2; ++sound) {  // the second after a silence
+    heard.clear();
+    output.Play(played);
+    EXPECT_TRUE(WaitFor([&] { return heard.size() > 2 * kRate; }));
+    EXPECT_TRUE(FirstSound(heard) == played);
+    EXPECT_EQ(output.remaining(), Duration{0});
+  }
+  std::string lost;
+  output.on_lost = [&](const std::string& why) { lost = why; };
+  server.Stop();
+  EXPECT_TRUE(WaitFor([&] { return !lost.empty(); }));
+  EXPECT_EQ(lost, "The sound output has gone");
+  EXPECT_FALSE(output.is_open());
 }
 
 }  // namespace

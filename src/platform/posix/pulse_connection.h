@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <optional>
 #include <string>
@@ -15,7 +16,7 @@ struct pa_operation;
 namespace kvx::platform {
 
 /// A connection to the user's sound server: PulseAudio, or PipeWire, which speaks its language. Nothing happens on it
-/// but in Pump and where an answer is waited for, which takes half a second at most.
+/// but in Pump, and nobody waits for the server: it is asked, and Pump takes what it has answered.
 class PulseConnection final {
  public:
   explicit PulseConnection(Loop& loop);
@@ -23,30 +24,44 @@ class PulseConnection final {
   PulseConnection(const PulseConnection&) = delete;
   PulseConnection& operator=(const PulseConnection&) = delete;
 
-  /// kNotFound when there is no server, kBusy when there is one that does not answer.
-  Status Connect();
-  /// Whether the server is still there.
+  /// Whether there is still something to hope for: it is being connected, or the server is there.
   bool good() const;
+  /// Whether there is no server at all.
+  bool refused() const;
+  /// Whether the server owes an answer for longer than one that is well takes.
+  bool silent() const;
+  /// Why nothing came of it: kNotFound when there is no server, kBusy when there is one that does not answer.
+  Error failure() const;
   /// Lets happen what is due.
   void Pump();
-  /// Waits until `done` holds; false when it does not, or the server has gone.
-  bool WaitFor(const std::function<bool()>& done);
+  /// Pumps until `done` holds, for a moment at most: a server that is well answers within it.
+  void GiveAMoment(const std::function<bool()>& done);
 
   struct Source {
     AudioDevice device;
     bool is_default = false;
   };
-  /// What can be captured, monitors too; nothing when the server does not answer.
-  std::optional<std::vector<Source>> Sources();
+  /// What can be captured, monitors too, as the server has told last; first asked as soon as it is connected.
+  const std::vector<Source>& sources() const { return sources_; }
+  /// How often it has told.
+  std::size_t answers() const { return answers_; }
+  /// Asks anew, unless an answer is still owed.
+  void Ask();
 
   pa_context* context() { return context_; }
 
  private:
-  bool Finish(pa_operation* operation);
+  void TakeAnswer();
 
   Loop& loop_;
   pa_mainloop* main_ = nullptr;
   pa_context* context_ = nullptr;
+  pa_operation* asked_ = nullptr;  ///< the later of the two questions
+  std::optional<TimePoint> owed_;  ///< since when
+  std::string usual_;
+  std::vector<Source> told_;  ///< of an answer under way
+  std::vector<Source> sources_;
+  std::size_t answers_ = 0;
 };
 
 }  // namespace kvx::platform

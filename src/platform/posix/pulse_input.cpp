@@ -18,7 +18,7 @@ constexpr int kChunksPerSecond = 50;
 constexpr Duration kPumpEvery = 10ms;
 constexpr Duration kLookEvery = 1s;
 constexpr Duration kTryAgain = 2s;
-constexpr Duration kTryHungAgain = 30s;  // each try takes half a second
+constexpr Duration kLookSoon = 50ms;  // while an answer is expected
 constexpr std::uint32_t kAny = 0xFFFFFFFF;
 
 }  // namespace
@@ -31,19 +31,20 @@ PulseInput::~PulseInput() {
 
 Status PulseInput::Open(int samples_per_second) {
   Close();
+  rate_ = samples_per_second;
+  chunk_ = static_cast<std::size_t>(samples_per_second / kChunksPerSecond);
   server_ = std::make_unique<PulseConnection>(loop_);
-  Status opened = server_->Connect();
-  if (opened) {
-    const auto source = FindSource();
-    opened = source ? StartStream(*source, samples_per_second) : Status(source.error());
-  }
+  Status opened = Ok();
+  server_->GiveAMoment([this, &opened] {
+    opened = Advance();
+    return !opened || resampler_;
+  });
+  if (opened) opened = Advance();
   if (!opened) {
     Close();
     return opened;
   }
   open_ = true;
-  chunk_ = static_cast<std::size_t>(samples_per_second / kChunksPerSecond);
-  next_look_ = loop_.Now() + kLookEvery;
   timer_ = loop_.StartTimer(loop_.Now() + kPumpEvery, [this] { Fire(); });
   return Ok();
 }
@@ -58,16 +59,37 @@ void PulseInput::Close() {
   }
   stream_ = nullptr;
   server_.reset();
+  resampler_.reset();
   open_ = false;
   waiting_.clear();
 }
 
-Result<std::string> PulseInput::FindSource() {
-  const auto sources = server_->Sources();
-  if (!sources) return Error{ErrorCode::kBusy, "The sound server does not answer"};
+/// As far as the server's answers allow: connected, its devices known, the stream begun, the stream running. From then
+/// on, whether all that still holds.
+Status PulseInput::Advance() {
+  if (!server_->good() && resampler_) return Error{ErrorCode::kNotFound, "The sound server has gone"};
+  if (!server_->good() || server_->silent()) return server_->failure();
+  if (server_->answers() == 0) return Ok();
+  if (stream_ == nullptr) {
+    const auto source = FindSource();
+    return source ? StartStream(*source) : Status(source.error());
+  }
+  const pa_stream_state_t state = pa_stream_get_state(stream_);
+  if (state == PA_STREAM_CREATING) return Ok();
+  if (state != PA_STREAM_READY && resampler_) return Error{ErrorCode::kNotFound, "The sound input has gone"};
+  if (state != PA_STREAM_READY) return Error{ErrorCode::kIo, OneLine(source_) + " cannot be used"};
+  if (!resampler_) resampler_.emplace(static_cast<int>(pa_stream_get_sample_spec(stream_)->rate), rate_);
+  if (!device_.empty() || std::exchange(heard_, server_->answers()) == server_->answers()) return Ok();
+  const auto usual = FindSource();
+  if (usual && *usual == source_) return Ok();
+  return Error{ErrorCode::kNotFound, "The system has another default sound input"};
+}
+
+Result<std::string> PulseInput::FindSource() const {
+  const auto& sources = server_->sources();
   const auto find = [&sources](auto fits) {
-    const auto found = std::find_if(sources->begin(), sources->end(), fits);
-    return found == sources->end() ? std::string() : found->device.id;
+    const auto found = std::find_if(sources.begin(), sources.end(), fits);
+    return found == sources.end() ? std::string() : found->device.id;
   };
   std::string id;
   if (device_.empty()) {
@@ -80,8 +102,8 @@ Result<std::string> PulseInput::FindSource() {
   return id;
 }
 
-Status PulseInput::StartStream(const std::string& source, int samples_per_second) {
-  const pa_sample_spec wanted{PA_SAMPLE_S16NE, static_cast<std::uint32_t>(samples_per_second), 1};
+Status PulseInput::StartStream(const std::string& source) {
+  const pa_sample_spec wanted{PA_SAMPLE_S16NE, static_cast<std::uint32_t>(rate_), 1};
   const std::size_t chunk_bytes = pa_usec_to_bytes(1'000'000 / kChunksPerSecond, &wanted);
   const pa_buffer_attr buffer{kAny, kAny, kAny, kAny, static_cast<std::uint32_t>(chunk_bytes)};
   const auto flags =
@@ -89,10 +111,10 @@ Status PulseInput::StartStream(const std::string& source, int samples_per_second
   const Error unusable{ErrorCode::kIo, OneLine(source) + " cannot be used"};
   stream_ = pa_stream_new(server_->context(), "receiver", &wanted, nullptr);
   if (stream_ == nullptr || pa_stream_connect_record(stream_, source.c_str(), &buffer, flags) < 0) return unusable;
-  const auto settled = [this] { return pa_stream_get_state(stream_) != PA_STREAM_CREATING; };
-  if (!server_->WaitFor(settled) || pa_stream_get_state(stream_) != PA_STREAM_READY) return unusable;
-  resampler_.emplace(static_cast<int>(pa_stream_get_sample_spec(stream_)->rate), samples_per_second);
   source_ = source;
+  heard_ = server_->answers();
+  server_->Ask();  // its silence counts while the stream is made
+  next_look_ = loop_.Now() + kLookEvery;
   return Ok();
 }
 
@@ -100,13 +122,12 @@ Status PulseInput::StartStream(const std::string& source, int samples_per_second
 void PulseInput::Fire() {
   timer_ = loop_.StartTimer(loop_.Now() + kPumpEvery, [this] { Fire(); });
   server_->Pump();
-  if (!server_->good()) return Lose("The sound server has gone");
-  if (pa_stream_get_state(stream_) != PA_STREAM_READY) return Lose("The sound input has gone");
+  if (auto advanced = Advance(); !advanced) return Lose(advanced.error().message);
+  if (!resampler_) return;
   TakeFromServer();
-  if (device_.empty() && loop_.Now() >= next_look_) {
-    const auto usual = FindSource();
-    if (usual && *usual != source_) return Lose("The system has another default sound input");
-    next_look_ = loop_.Now() + (usual ? kLookEvery : kTryHungAgain);
+  if (loop_.Now() >= next_look_) {
+    server_->Ask();
+    next_look_ = loop_.Now() + kLookEvery;
   }
   Give();
 }
@@ -146,37 +167,60 @@ void PulseInput::Lose(const std::string& why) {
 }
 
 std::vector<AudioDevice> PulseDevices::Devices() const {
-  Ask();
-  if (timer_ == 0) timer_ = loop_.StartTimer(loop_.Now() + kLookEvery, [this] { Look(); });
+  Follow();
+  GiveAMoment();
+  if (timer_ == 0) timer_ = loop_.StartTimer(loop_.Now() + kLookSoon, [this] { Look(); });
   return devices_;
 }
 
-void PulseDevices::Ask() const {
+bool PulseDevices::absent() const {
+  next_try_ = TimePoint{};
+  Follow();
+  GiveAMoment();
+  return !server_ && !silent_;
+}
+
+/// Only a new connection, and only once: a server that has been silent is looked at from time to time.
+void PulseDevices::GiveAMoment() const {
+  if (!server_ || silent_ || !std::exchange(fresh_, false)) return;
+  server_->GiveAMoment([this] { return server_->answers() > 0; });
+  Follow();
+}
+
+void PulseDevices::Follow() const {
   if (server_) server_->Pump();
-  if (!present()) {
+  if (server_ && !server_->good()) {
+    const bool answered = server_->answers() > 0;
+    silent_ = !answered && (silent_ || !server_->refused());  // whose connections are full refuses too
+    next_try_ = loop_.Now() + (answered ? Duration{0} : kTryAgain);
     server_.reset();
     devices_.clear();
   }
-  if (loop_.Now() < next_try_) return;
   if (!server_) {
-    auto server = std::make_unique<PulseConnection>(loop_);
-    const Status connected = server->Connect();
-    const bool hung = !connected && connected.error().code == ErrorCode::kBusy;
-    next_try_ = loop_.Now() + (hung ? kTryHungAgain : kTryAgain);
-    if (!connected) return;
-    server_ = std::move(server);
+    if (loop_.Now() < next_try_) return;
+    server_ = std::make_unique<PulseConnection>(loop_);
+    fresh_ = true;
+    heard_ = 0;
+    return;
   }
-  const auto sources = server_->Sources();
-  next_try_ = loop_.Now() + (sources ? Duration{0} : kTryHungAgain);
-  if (!sources) return;
-  devices_ = {{"", "System default"}};
-  for (const PulseConnection::Source& source : *sources) devices_.push_back(source.device);
+  if (std::exchange(heard_, server_->answers()) != server_->answers()) {
+    silent_ = false;
+    next_question_ = loop_.Now() + kLookEvery;
+    devices_ = {{"", "System default"}};
+    for (const PulseConnection::Source& source : server_->sources()) devices_.push_back(source.device);
+  } else if (server_->silent()) {
+    silent_ = true;
+    devices_.clear();
+  } else if (loop_.Now() >= next_question_) {
+    server_->Ask();
+  }
 }
 
 void PulseDevices::Look() const {
-  timer_ = loop_.StartTimer(loop_.Now() + kLookEvery, [this] { Look(); });
   const std::vector<AudioDevice> before = devices_;
-  Ask();
+  Follow();
+  const bool expected = server_ && !silent_ && loop_.Now() >= next_question_;
+  timer_ = loop_.StartTimer(loop_.Now() + (expected ? kLookSoon : kLookEvery), [this] { Look(); });
   if (devices_ != before && on_changed) on_changed();
 }
 

@@ -13,7 +13,8 @@ struct pa_stream;
 namespace kvx::platform {
 
 /// Captures from the sound server, at the rate that the device has; another one is made of it here. A device, or the
-/// system's default, that has changed counts as lost.
+/// system's default, that has changed counts as lost, and so does a server that falls silent. A server that is slow
+/// is not waited for: what it refuses later is told as a loss.
 class PulseInput final : public AudioInput {
  public:
   /// `device`: an id or a name of the list; empty: the system's default.
@@ -27,8 +28,9 @@ class PulseInput final : public AudioInput {
   bool is_open() const override { return open_; }
 
  private:
-  Result<std::string> FindSource();
-  Status StartStream(const std::string& source, int samples_per_second);
+  Status Advance();
+  Result<std::string> FindSource() const;
+  Status StartStream(const std::string& source);
   void Fire();
   void TakeFromServer();
   void Give();
@@ -39,7 +41,9 @@ class PulseInput final : public AudioInput {
   std::unique_ptr<PulseConnection> server_;
   pa_stream* stream_ = nullptr;
   bool open_ = false;
-  std::string source_;  ///< that it was opened on
+  int rate_ = 0;
+  std::string source_;     ///< that it was opened on
+  std::size_t heard_ = 0;  ///< of the server's answers
   std::optional<Resampler> resampler_;
   std::vector<float> samples_;
   std::vector<std::int16_t> waiting_;
@@ -49,8 +53,8 @@ class PulseInput final : public AudioInput {
   std::shared_ptr<int> round_ = std::make_shared<int>(0);  ///< counts what has been closed
 };
 
-/// The capture devices of the sound server, monitors of what is being played too. The server is first asked when
-/// somebody wants to know.
+/// The capture devices of the sound server, monitors of what is being played too, and whether that server answers. It
+/// is first asked when somebody wants to know.
 class PulseDevices final : public AudioDeviceList {
  public:
   explicit PulseDevices(Loop& loop) : loop_(loop) {}
@@ -59,17 +63,24 @@ class PulseDevices final : public AudioDeviceList {
   PulseDevices& operator=(const PulseDevices&) = delete;
 
   std::vector<AudioDevice> Devices() const override;
-  /// Whether there is a server.
-  bool present() const { return server_ && server_->good(); }
+  /// Whether there is a server that answers.
+  bool present() const { return !devices_.empty(); }
+  /// Whether there is none at this very moment; not so while one is silent, or once has been and not come back.
+  bool absent() const;
 
  private:
-  void Ask() const;
+  void Follow() const;
+  void GiveAMoment() const;
   void Look() const;
 
   Loop& loop_;
   mutable std::unique_ptr<PulseConnection> server_;
   mutable std::vector<AudioDevice> devices_;
+  mutable std::size_t heard_ = 0;  ///< of the server's answers
+  mutable bool silent_ = false;
+  mutable bool fresh_ = false;  ///< nobody has given it a moment
   mutable TimePoint next_try_{};
+  mutable TimePoint next_question_{};
   mutable Loop::TimerId timer_ = 0;
 };
 

@@ -199,6 +199,7 @@ void QtAudioInput::Lose(const std::string& why) {
 QtAudioDevices::QtAudioDevices() {
   look_.setInterval(kLookAgain);
   QObject::connect(&look_, &QTimer::timeout, &look_, [this] {
+    if (may_ask && !may_ask()) return;
     const std::vector<AudioDevice> before = std::exchange(told_, Ask());
     if (told_ != before && on_changed) on_changed();
   });

@@ -65,6 +65,8 @@ class QtAudioDevices final : public AudioDeviceList {
   QtAudioDevices();
   std::vector<AudioDevice> Devices() const override;
 
+  std::function<bool()> may_ask;  ///< before the system is looked at again, which may wait for a sound server
+
  private:
   std::vector<AudioDevice> Ask() const;
 

@@ -5,46 +5,27 @@
 #include <QAudioSink>
 #include <QMediaDevices>
 #include <algorithm>
-#include <cmath>
 #include <cstring>
-#include <numbers>
+#include <vector>
 
 namespace kvx::platform {
 namespace {
 
 constexpr int kBufferMilliseconds = 100;  // what the system may hold: what it has is heard whatever happens
-constexpr int kFadeMilliseconds = 5;
-constexpr int kRestAfter = 5000;  // milliseconds
-constexpr std::size_t kMostSeconds = 60;
+constexpr int kRestAfter = 5000;          // milliseconds
 constexpr qint64 kSampleBytes = sizeof(std::int16_t);
 
 }  // namespace
 
-void SoundQueue::Append(std::span<const std::int16_t> samples) {
-  samples_.insert(samples_.end(), samples.begin(), samples.end());
+qint64 SoundStream::bytesAvailable() const {
+  return std::max<qint64>(static_cast<qint64>(queue_.waiting()) * kSampleBytes, 1 << 16) + QIODevice::bytesAvailable();
 }
 
-void SoundQueue::Fade(std::size_t fade) {
-  if (samples_.size() > fade) samples_.resize(fade);
-  for (std::size_t i = 0; i < samples_.size(); ++i) {
-    const double level = (1 + std::cos(std::numbers::pi * static_cast<double>(i) / static_cast<double>(fade))) / 2;
-    samples_[i] = static_cast<std::int16_t>(std::lround(samples_[i] * level));
-  }
-}
-
-qint64 SoundQueue::bytesAvailable() const {
-  return std::max<qint64>(static_cast<qint64>(samples_.size()) * kSampleBytes, 1 << 16) + QIODevice::bytesAvailable();
-}
-
-qint64 SoundQueue::readData(char* bytes, qint64 limit) {
-  const auto wanted = static_cast<std::size_t>(limit / kSampleBytes);
-  const std::size_t count = std::min(wanted, samples_.size());
-  for (std::size_t i = 0; i < wanted; ++i) {
-    const std::int16_t sample = i < count ? samples_[i] : std::int16_t{0};
-    std::memcpy(bytes + i * kSampleBytes, &sample, kSampleBytes);
-  }
-  samples_.erase(samples_.begin(), samples_.begin() + static_cast<std::ptrdiff_t>(count));
-  return static_cast<qint64>(wanted) * kSampleBytes;
+qint64 SoundStream::readData(char* bytes, qint64 limit) {
+  std::vector<std::int16_t> samples = queue_.Take(static_cast<std::size_t>(limit / kSampleBytes));
+  samples.resize(static_cast<std::size_t>(limit / kSampleBytes));
+  std::memcpy(bytes, samples.data(), samples.size() * kSampleBytes);
+  return static_cast<qint64>(samples.size()) * kSampleBytes;
 }
 
 QtSoundOutput::QtSoundOutput() {
@@ -74,8 +55,8 @@ Status QtSoundOutput::StartStream() {
   format.setSampleFormat(QAudioFormat::Int16);
   sink_ = std::make_unique<QAudioSink>(device, format);
   sink_->setBufferSize(rate_ * kBufferMilliseconds / 1000 * kSampleBytes);
-  queue_.open(QIODevice::ReadOnly | QIODevice::Unbuffered);
-  sink_->start(&queue_);
+  stream_.open(QIODevice::ReadOnly | QIODevice::Unbuffered);
+  sink_->start(&stream_);
   if (sink_->error() != QAudio::NoError) {
     StopStream();
     return Error{ErrorCode::kIo, "The sound output cannot be used"};
@@ -93,7 +74,7 @@ void QtSoundOutput::StopStream() {
   rest_.stop();
   if (sink_ != nullptr) sink_->disconnect(this);
   sink_.reset();
-  queue_.close();
+  stream_.close();
 }
 
 void QtSoundOutput::Close() {
@@ -103,8 +84,7 @@ void QtSoundOutput::Close() {
 }
 
 void QtSoundOutput::Play(std::span<const std::int16_t> samples) {
-  if (!open_ || queue_.waiting() > kMostSeconds * static_cast<std::size_t>(rate_)) return;
-  queue_.Append(samples);
+  if (!open_ || !queue_.Append(samples, rate_)) return;
   if (sink_ != nullptr) {
     rest_.start(kRestAfter);
   } else if (!StartStream()) {
@@ -113,12 +93,11 @@ void QtSoundOutput::Play(std::span<const std::int16_t> samples) {
 }
 
 void QtSoundOutput::Stop() {
-  queue_.Fade(static_cast<std::size_t>(rate_ * kFadeMilliseconds / 1000));
+  queue_.Fade(rate_);
 }
 
 Duration QtSoundOutput::remaining() const {
-  if (!open_) return Duration{0};
-  return Duration(static_cast<std::int64_t>(queue_.waiting()) * 1'000'000'000 / rate_);
+  return open_ ? queue_.Length(rate_) : Duration{0};
 }
 
 void QtSoundOutput::Lose() {

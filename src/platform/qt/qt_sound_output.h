@@ -2,10 +2,10 @@
 
 #include <QIODevice>
 #include <QTimer>
-#include <deque>
 #include <memory>
 
 #include "platform/sound_output.h"
+#include "platform/sound_queue.h"
 
 QT_BEGIN_NAMESPACE
 class QAudioSink;
@@ -15,14 +15,9 @@ namespace kvx::platform {
 
 /// What waits to be heard, as the system's sound service takes it: silence where nothing waits, so that the stream goes
 /// on and the next sound begins at once.
-class SoundQueue final : public QIODevice {
+class SoundStream final : public QIODevice {
  public:
-  void Append(std::span<const std::int16_t> samples);
-  /// Drops what waits, but for so many samples in which a sound that is under way fades out: it ends without a click.
-  void Fade(std::size_t samples);
-  void Clear() { samples_.clear(); }
-  std::size_t waiting() const { return samples_.size(); }
-
+  explicit SoundStream(SoundQueue& queue) : queue_(queue) {}
   bool isSequential() const override { return true; }
   qint64 bytesAvailable() const override;
 
@@ -31,7 +26,7 @@ class SoundQueue final : public QIODevice {
   qint64 writeData(const char*, qint64) override { return -1; }
 
  private:
-  std::deque<std::int16_t> samples_;
+  SoundQueue& queue_;
 };
 
 /// The system's usual sound output through Qt. The stream rests while nothing has been played for some seconds.
@@ -53,6 +48,7 @@ class QtSoundOutput final : public QObject, public SoundOutput {
   void Lose();
 
   SoundQueue queue_;
+  SoundStream stream_{queue_};
   QTimer rest_;
   std::unique_ptr<QAudioSink> sink_;  ///< null while the stream rests
   int rate_ = 0;
