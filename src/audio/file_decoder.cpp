@@ -1,6 +1,7 @@
 #include "audio/file_decoder.h"
 
 #include <algorithm>
+#include <charconv>
 #include <utility>
 
 #include "audio/best_decoder.h"
@@ -10,11 +11,18 @@
 namespace kvx::audio {
 namespace {
 
-constexpr int kSlowest = 6000;  // samples a second
-constexpr int kLowestTone = 200;
-constexpr int kHighestTone = 2500;
+constexpr int kSlowest = 6000;       // samples a second
+constexpr double kLowestTone = 200;  // Hz
+constexpr double kHighestTone = 2500;
 constexpr double kUsualTone = 700;
 constexpr int kSearchPieces = 120;  // of a second, before what has been found will do
+
+std::optional<double> ParseTone(std::string_view text) {
+  double hertz = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), hertz);
+  const bool good = error == std::errc() && end == text.data() + text.size();
+  return good && hertz >= kLowestTone && hertz <= kHighestTone ? std::optional(hertz) : std::nullopt;
+}
 
 }  // namespace
 
@@ -36,9 +44,8 @@ Result<FileDecoding> ParseFileDecoding(const std::vector<std::string>& arguments
       }
       what.mode = EqualNoCase(value, "classic") ? DecoderMode::kClassic : DecoderMode::kBest;
     } else {
-      const auto hertz = ParseNumber(value, kLowestTone, kHighestTone);
-      if (!hertz) return wrong("--tone takes 200 to 2500 Hz, not \"" + OneLine(value, 40) + "\"");
-      what.hertz = static_cast<double>(*hertz);
+      what.hertz = ParseTone(value);
+      if (!what.hertz) return wrong("--tone takes 200 to 2500 Hz, not \"" + OneLine(value, 40) + "\"");
     }
   }
   if (what.file.empty()) return wrong("decode needs a WAV file");

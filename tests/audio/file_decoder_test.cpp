@@ -13,10 +13,10 @@ namespace kvx::audio {
 namespace {
 
 TEST(FileDecoding, TakesItsArgumentsOrNamesTheWrongOne) {
-  const auto good = ParseFileDecoding({"--tone", "650", "a.wav", "--mode", "classic"});
+  const auto good = ParseFileDecoding({"--tone", "650.5", "a.wav", "--mode", "classic"});
   ASSERT_TRUE(good);
   EXPECT_EQ(good->file, "a.wav");
-  EXPECT_EQ(good->hertz, 650);
+  EXPECT_EQ(good->hertz, 650.5);
   EXPECT_EQ(good->mode, DecoderMode::kClassic);
   const std::vector<std::pair<std::vector<std::string>, std::string>> wrong{
       {{}, "decode needs a WAV file"},
