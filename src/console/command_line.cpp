@@ -17,6 +17,8 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr std::size_t kMostWaitingLines = 10'000;
+constexpr Duration kPatience = std::chrono::seconds(5);  // of quit, with what goes on beside it
+constexpr Duration kLook = std::chrono::milliseconds(20);
 constexpr std::string_view kSave = "save";  // a procedure that is nobody else's
 
 struct SliderName {
@@ -109,6 +111,12 @@ Task CommandLine::Run() {
     lines_.pop_front();
     const std::string word = Lower(Trim(line.text));
     if (word == "quit") {
+      // A script that gives all its commands at once gets its answers. What stops a transmission need not wait.
+      procedure_runs_ = true;
+      const TimePoint until = loop_.Now() + kPatience;
+      while (!run_beside_.done() && loop_.Now() < until && !*station_.console.Transmitting) {
+        co_await loop_.Sleep(kLook);
+      }
       EndWhatGoesBeside();
       Answer("ok quit");
       if (on_quit) on_quit();
