@@ -96,7 +96,7 @@ Reception ClassicDecoder::reception() const {
   if (!active_) return now;
   const float level = listeners_[*active_].detector.level();
   now.wpm = 1.2 * rate_ / dot_;
-  now.snr_db = 10 * std::log10(level * level / noise_ * rate_ / 2500);
+  now.snr_db = 10 * std::log10(std::max(level * level, 1e-12F) / noise_ * rate_ / 2500);
   return now;
 }
 

@@ -1,9 +1,9 @@
 #include "console/audio_commands.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cmath>
-#include <cstdio>
 #include <memory>
 #include <optional>
 #include <span>
@@ -23,12 +23,16 @@ using audio::AudioAnalysis;
 
 constexpr Duration kEventPace = 1s;  // the longest that text which has been read waits to be told
 
+/// A number for JSON, which has a point in every language, and null for what is none.
+std::string Decimal(double number, int places) {
+  std::array<char, 32> text{};
+  const auto written = std::to_chars(text.data(), text.data() + text.size(), number, std::chars_format::fixed, places);
+  return std::isfinite(number) && written.ec == std::errc() ? std::string(text.data(), written.ptr) : "null";
+}
+
 /// "-12.3"
 std::string Tenths(double number) {
-  char text[32];
-  number = std::round(number * 10) / 10 + 0.0;  // no "-0.0"
-  std::snprintf(text, sizeof text, "%.1f", number);
-  return text;
+  return Decimal(std::round(number * 10) / 10 + 0.0, 1);  // no "-0.0"
 }
 
 std::string NumberJson(std::string_view name, double number) {
@@ -96,7 +100,7 @@ std::string Spectrum(const AudioAnalysis& audio, std::string_view argument) {
   const std::size_t last_bin = std::min(static_cast<std::size_t>(std::floor(*to / step)), last);
   std::string json = "ok {\"frame\":" + std::to_string(frame.number) + "," +
                      NumberJson("from", static_cast<double>(first_bin) * step) + "," + JsonString("step") + ":" +
-                     std::to_string(step) + "," + LevelsJson("trace", frame.trace, first_bin, last_bin);
+                     Decimal(step, 6) + "," + LevelsJson("trace", frame.trace, first_bin, last_bin);
   if (audio.settings().trace2 || audio.settings().trace_math) {
     const auto trace2 = audio::ShiftedTrace(audio.trace2(), static_cast<float>(audio.settings().scrT2Offset));
     if (audio.settings().trace2) json += "," + LevelsJson("trace2", trace2, first_bin, last_bin);
