@@ -54,7 +54,7 @@ class WavReader final {
 /// up to date with each second of sound and at the end.
 class WavWriter final {
  public:
-  /// Begins the file; one that is there already is overwritten.
+  /// Begins the file; one that is there already gives way, also while it is in use.
   static Result<WavWriter> Create(const Path& path, int samples_per_second);
   WavWriter(WavWriter&&) = default;
   WavWriter& operator=(WavWriter&& other);

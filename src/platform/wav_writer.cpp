@@ -35,6 +35,8 @@ Result<WavWriter> WavWriter::Create(const Path& path, int samples_per_second) {
   if (std::filesystem::exists(path, ignored) && !std::filesystem::is_regular_file(path, ignored)) {
     return Error{ErrorCode::kInvalid, OneLine(path.string()) + " is not a file"};
   }
+  // Whoever still writes or reads the old file keeps it.
+  if (const Path old = std::filesystem::canonical(path, ignored); !ignored) std::filesystem::remove(old, ignored);
   WavWriter writer;
   writer.path_ = path;
   writer.rate_ = samples_per_second;
