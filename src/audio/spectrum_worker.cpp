@@ -120,6 +120,7 @@ void SpectrumWorker::MakeDecoders() {
   found_.reception = reception_ = Reception{};
   if (!settings_.decoding) return;
   if (!letters_) letters_.emplace(words_);
+  fresh_ = true;
   decoder_ = MakeDecoder();
   decoder_->on_text = [this](const ReadText& text) { found_.text.push_back(text); };
   if (settings_.SlowCPU) return;
@@ -129,6 +130,7 @@ void SpectrumWorker::MakeDecoders() {
 
 void SpectrumWorker::Listen(std::span<const float> samples) {
   if (!decoder_) return;
+  if (std::exchange(fresh_, false)) found_.signals.emplace();
   decoder_->Feed(samples);
   if (finder_) finder_->Feed(samples);
   const Reception now = decoder_->reception();

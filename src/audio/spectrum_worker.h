@@ -76,6 +76,7 @@ class SpectrumWorker final {
   std::unique_ptr<CwDecoder> decoder_;
   ClassicDecoder* classic_ = nullptr;     ///< that decoder, if it is one
   std::unique_ptr<SignalFinder> finder_;  ///< of all signals; none where the processor is slow
+  bool fresh_ = false;                    ///< they have heard nothing yet: the list is still that of others
   Reception reception_;
   ClassicControls controls_;
   std::size_t since_controls_ = 0;  ///< samples since they were looked at

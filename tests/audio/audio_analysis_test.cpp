@@ -226,6 +226,10 @@ TEST(AudioAnalysis, DecodesWhatItHears) {
     bench.audio.Stop();
     bench.worker.Work();
     EXPECT_FALSE(bench.audio.reception().signal);
+    EXPECT_EQ(bench.audio.signals().size(), 1U);
+    bench.audio.Start();
+    bench.Hear(100);
+    EXPECT_TRUE(bench.audio.signals().empty()) << "those of the last source";
     const std::vector<DecodedText>& text = bench.audio.text();
     ASSERT_EQ(text.size(), decoder == "best" ? 1U : 3U);
     EXPECT_NE(text[0].text.find("CQ DE K1ABC K1ABC "), std::string::npos) << text[0].text;
