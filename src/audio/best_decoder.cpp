@@ -12,7 +12,8 @@ constexpr double kWorkEvery = 0.4;  // seconds
 constexpr double kFirstLook = 3;
 constexpr double kLookEvery = 1;
 constexpr double kMostHistory = 12;
-constexpr double kEnoughEvidence = 25;  // logarithms
+constexpr double kEnoughEvidence = 25;       // logarithms
+constexpr double kEnoughShortEvidence = 60;  // of a short over
 constexpr double kEnoughMargin = 10;
 constexpr double kLeastMargin = 3;  // after kLongLook
 constexpr double kLongLook = 8;     // seconds
@@ -106,7 +107,7 @@ void BestDecoder::Work() {
   if (Needed() - tuned_.begin() > Samples(1)) DropHistory(Needed());
 }
 
-BestDecoder::Finding BestDecoder::Survey(Time from, Time to) const {
+BestDecoder::Finding BestDecoder::Survey(Time from, Time to, double level_reach) const {
   const ToneSignal& tone = tuned_.tone();
   Finding finding{.tone = {}, .course = tracker_.course(), .speed = {}};
   auto fit = FitTone(tone, from, to, rate_, noise_, Samples(kShortLag));
@@ -123,7 +124,7 @@ BestDecoder::Finding BestDecoder::Survey(Time from, Time to) const {
   }
   finding.tone = tone.Turned(from, to, off.HertzAt(from) / rate_, off.slope / rate_);
   finding.course = {finding.course.HertzAt(off.at) + off.hertz, finding.course.slope + off.slope, off.at};
-  finding.speed = SurveySpeed(finding.tone, from, to, rate_, noise_);
+  finding.speed = SurveySpeed(finding.tone, from, to, rate_, noise_, level_reach);
   return finding;
 }
 
@@ -135,11 +136,18 @@ void BestDecoder::LookForSignal(bool last) {
   tuned_.SetDot(0);
   tuned_.Tune(tracker_.course());
   noise_ = watch_.Noise(tracker_.course().hertz);
-  const Finding finding = Survey(tuned_.begin(), end);
+  Finding finding = Survey(tuned_.begin(), end);
   const double seconds = static_cast<double>(end - tuned_.begin()) / rate_;
   const double margin = last ? 0 : seconds < kLongLook ? kEnoughMargin : kLeastMargin;
-  const SpeedFinding& speed = finding.speed;
-  if (speed.evidence < kEnoughEvidence || speed.margin < margin || !speed.proved()) return;
+  const auto is_keying = [&](const SpeedFinding& speed, double evidence) {
+    return speed.evidence >= evidence && speed.margin >= margin && speed.proved();
+  };
+  if (!is_keying(finding.speed, kEnoughEvidence)) {
+    // Of a short over there is too little for levels out of a longer time. While more may come, that is waited for.
+    if (!last) return;
+    finding = Survey(tuned_.begin(), end, kShortestLevel);
+    if (!is_keying(finding.speed, kEnoughShortEvidence)) return;
+  }
   Begin(finding, tuned_.begin());
 }
 
@@ -156,7 +164,7 @@ void BestDecoder::Begin(const Finding& finding, Time time) {
     slope_deviation = std::min(slope_deviation, std::sqrt(fit->slope_variance));
     tuned_.Tune(course);
   }
-  course.hertz += SurveyTone(tuned_.tone(), time, end, rate_, noise_, speed.dot, kTuneSteps);
+  course.hertz += SurveyTone(tuned_.tone(), time, end, rate_, noise_, speed.dot, kTuneSteps, speed.level_reach);
   tuned_.Tune(course);
   RefineFinding(tuned_.tone(), time, end, rate_, noise_, speed);
   const double deviation = kFirstDeviation * rate_ / (3 * speed.dot);

@@ -40,7 +40,7 @@ class BestDecoder final : public CwDecoder {
 
   void Work();
   void LookForSignal(bool last);
-  Finding Survey(Time from, Time to) const;
+  Finding Survey(Time from, Time to, double level_reach = LevelTrack::kReach) const;
   void Begin(const Finding& finding, Time time);
   void KeyUpTo(Time end);
   void Read();

@@ -117,8 +117,9 @@ double SteadyEvidence(const KeyedTone& tone, double rate) {
   return sum;
 }
 
-LevelTrack Levels(const ToneSignal& tone, Time from, Time to, double rate, float noise) {
-  LevelTrack levels(tone, from, to, rate, noise);
+LevelTrack Levels(const ToneSignal& tone, Time from, Time to, double rate, float noise,
+                  double reach = LevelTrack::kReach) {
+  LevelTrack levels(tone, from, to, rate, noise, reach);
   levels.Soften(static_cast<float>(rate / kMostRatio));
   return levels;
 }
@@ -138,10 +139,10 @@ void Prove(const KeyedTone& tone, double rate, SpeedFinding& finding) {
 
 }  // namespace
 
-SpeedFinding SurveySpeed(const ToneSignal& tone, Time from, Time to, double rate, float noise) {
-  const KeyedTone keyed = Keyed(tone, from, to, Levels(tone, from, to, rate, noise));
+SpeedFinding SurveySpeed(const ToneSignal& tone, Time from, Time to, double rate, float noise, double level_reach) {
+  const KeyedTone keyed = Keyed(tone, from, to, Levels(tone, from, to, rate, noise, level_reach));
   std::vector<std::pair<double, double>> findings;
-  SpeedFinding best{.evidence = -1e9, .margin = 1e9};
+  SpeedFinding best{.evidence = -1e9, .margin = 1e9, .level_reach = level_reach};
   const auto look = [&](int step) {
     const double wpm = kSlowest * std::pow(kSpeedStep, step);
     const double dot = 1.2 * rate / wpm;
@@ -175,7 +176,7 @@ SpeedFinding SurveySpeed(const ToneSignal& tone, Time from, Time to, double rate
 }
 
 void RefineFinding(const ToneSignal& tone, Time from, Time to, double rate, float noise, SpeedFinding& finding) {
-  const LevelTrack levels = Levels(tone, from, to, rate, noise);
+  const LevelTrack levels = Levels(tone, from, to, rate, noise, finding.level_reach);
   for (const float share : {0.5F, 0.7F, 1.4F}) {
     LevelTrack track = levels;
     track.Scale(share);
@@ -235,8 +236,9 @@ Time SurveyChange(const ToneSignal& before, double dot_before, const ToneSignal&
   return from + std::lround(static_cast<double>(first_good + last_good) / 2 * dot_before / kSteps);
 }
 
-double SurveyTone(const ToneSignal& tone, Time from, Time to, double rate, float noise, double dot, int reach) {
-  const LevelTrack levels = Levels(tone, from, to, rate, noise);
+double SurveyTone(const ToneSignal& tone, Time from, Time to, double rate, float noise, double dot, int reach,
+                  double level_reach) {
+  const LevelTrack levels = Levels(tone, from, to, rate, noise, level_reach);
   double best = 0;
   double most = -1e9;
   for (int i = -reach; i <= reach; ++i) {

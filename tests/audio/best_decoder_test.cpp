@@ -48,6 +48,7 @@ struct Case {
 TEST(BestDecoder, ReadsFromTheFirstCharacterWhateverTheAir) {
   const std::vector<Case> cases{
       {"clean, slow", {}, {{.text = "KVX 73", .wpm = 8, .hertz = 610}}, 0},
+      {"a short over", {}, {{.text = "TU", .wpm = 25, .hertz = 650, .start = 1}}, 0},
       {"clean, fast", {}, {{.text = kText, .wpm = 45, .hertz = 690, .start = 1}}, 0},
       {"far below the noise", {.snr_db = -6}, {{.text = kText, .wpm = 25, .hertz = 630}}, 2},
       {"a hand", {.snr_db = 10}, {{.text = kText, .wpm = 22, .hertz = 650, .jitter = 0.15}}, 3},
