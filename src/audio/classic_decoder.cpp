@@ -33,6 +33,8 @@ constexpr std::size_t kMarksToLock = 20;
 constexpr std::size_t kMarksToFollow = 14;
 constexpr std::size_t kMarksToChange = 8;
 constexpr double kEnough = 5;
+constexpr double kNever = 1e9;
+constexpr std::size_t kLeastMarks = 6;
 constexpr double kEnoughLast = 2;     // when nothing more comes
 constexpr double kKnownSpeed = 2;     // what it counts that the speed is the last one
 constexpr double kBetter = 5;         // by so much, for another speed
@@ -200,6 +202,7 @@ void ClassicDecoder::ListenUpTo(Time end) {
 void ClassicDecoder::Seek(bool last) {
   std::size_t best = 0;
   double best_score = -1e9;
+  bool sure = false;
   for (std::size_t i = 0; i < listeners_.size(); ++i) {
     Listener& listener = listeners_[i];
     const KeyDetector& detector = listener.detector;
@@ -215,13 +218,14 @@ void ClassicDecoder::Seek(bool last) {
     const bool ended = last || detector.silent_until() - marks.back().end > pause * listener.fit.dot;
     const bool strong = marks.back().level > 5 * detector.NoiseLevel(noise_);
     const double score = listener.fit.score + (known ? kKnownSpeed : 0);
-    const double wanted = ended && strong ? kEnoughLast : kEnough;
+    const double wanted = ended && strong ? kEnoughLast : marks.size() < kLeastMarks ? kNever : kEnough;
     if (score >= wanted && score > best_score) {
       best = i;
       best_score = score;
+      sure = ended || listener.fit.dashes;
     }
   }
-  if (best_score > -1e9) Lock(best, listeners_[best].fit);
+  if (sure) Lock(best, listeners_[best].fit);
 }
 
 /// Whose marks are best for a speed: the strongest signals need no average over most of a dot, and an unsteady hand's
@@ -261,9 +265,10 @@ void ClassicDecoder::TakeSpeed(const SpeedFit& fit, bool now) {
 
 /// In dots: from how long the gaps between characters are, the shorter ones among the long.
 double ClassicDecoder::WordGap() const {
-  if (long_gaps_.size() < 4) return 5;
+  if (long_gaps_.empty()) return 5;
   std::vector<double> sorted(long_gaps_.begin(), long_gaps_.end());
   std::sort(sorted.begin(), sorted.end());
+  if (sorted.size() < 4) return std::clamp(1.6 * sorted[0], 5.0, 14.0);
   return std::clamp(1.7 * sorted[sorted.size() * 2 / 5], 4.4, 14.0);
 }
 
@@ -309,7 +314,8 @@ bool ClassicDecoder::ChangeSpeed() {
     const std::vector<KeyedMark> marks = detector.MarksAfter(own.front().begin, kMarksToChange);
     if (marks.size() < 5) continue;
     const SpeedFit fit = FitSpeed(marks, detector.dot() / kReach, detector.dot() * kReach);
-    if (std::abs(std::log(fit.dot / dot_)) < 0.15 || fit.score < std::max(kEnough, own_score + kBetter)) continue;
+    if (std::abs(std::log(fit.dot / dot_)) < 0.15 || fit.score < std::max(kEnough, own_score + kBetter) || !fit.dashes)
+      continue;
     active_ = ListenerFor(fit.dot, i);
     TakeSpeed(fit, true);
     return true;
