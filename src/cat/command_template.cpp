@@ -165,10 +165,15 @@ std::string ReversePairs(std::string_view digits) {
   return reversed;
 }
 
+std::string NameVfo(std::string command, char vfo) {
+  return ReplaceAll(std::move(command), kVfoPlaceholder, std::string(1, VfoDigit(vfo)));
+}
+
 Result<std::string> Expand(std::string command, const Fill& fill) {
   if (command.find('<') == std::string::npos) return command;
   if (auto status = ExpandFrequency(command, fill); !status) return status.error();
   if (auto status = ExpandAddress(command, fill); !status) return status.error();
+  command = NameVfo(std::move(command), fill.vfo);
   if (command.find('<') == std::string::npos) return command;
   for (const SliderWord& word : kSliderWords) {
     if (auto status = ExpandSlider(command, word, fill); !status) return status.error();

@@ -76,15 +76,28 @@ Result<std::string> FrequencyDigits(Frequency frequency, const FrequencyPlacehol
 /// Digit pairs in reversed order, digits inside a pair kept: BCD bytes least significant first.
 std::string ReversePairs(std::string_view digits);
 
+/// In commands that say which VFO or receiver they are for it stands for the one in use: 0 for A, 1 for B.
+inline constexpr std::string_view kVfoPlaceholder = "<VFO>";
+constexpr char VfoDigit(char vfo) {
+  return vfo == 'B' ? '1' : '0';
+}
+constexpr bool NamesVfo(std::string_view text) {
+  return text.find(kVfoPlaceholder) != std::string_view::npos;
+}
+/// The command for that VFO, whichever is in use.
+std::string NameVfo(std::string command, char vfo);
+
 /// What a template's placeholders are filled from.
 struct Fill {
   const config::RigDefinition& rig;
   std::array<int, config::kSliders> sliders{};
   std::string_view address_number = "1";  ///< "1" to "7"
   Frequency frequency;                    ///< as the rig is to have it
+  char vfo = 'A';                         ///< 'A' or 'B'
 };
 
-/// Fills in every placeholder of a command: <FREQn>, the sliders' (<AFGAIN>, or with a width <AFGAIN3>), <ADDR>.
+/// Fills in every placeholder of a command: <FREQn>, the sliders' (<AFGAIN>, or with a width <AFGAIN3>), <ADDR>,
+/// <VFO>.
 /// kInvalid with a sentence when a value cannot be written as the template wants it.
 Result<std::string> Expand(std::string command, const Fill& fill);
 

@@ -10,7 +10,6 @@ namespace kvx::cat {
 namespace {
 
 constexpr std::string_view kValuePlaceholder = "<F?VAL>";
-constexpr std::string_view kVfoPlaceholder = "<VFO>";  // 0 while VFO A is in use, 1 while B is
 constexpr std::string_view kValueNotSet = "Value not set. Right click on button and enter the value to be sent";
 constexpr std::string_view kFrequencyQueryFunction = "0000000003[1-8]10";
 constexpr const char* kLineBusy = "The rig line is busy";
@@ -297,9 +296,11 @@ void Dispatcher::Push(ArmedQuery armed) {
 }
 
 std::string Dispatcher::FillIn(std::string command) {
-  Fill fill{.rig = rig_, .address_number = *console_.RigNumber, .frequency = *console_.FreqDisp + *console_.Offset};
+  Fill fill{.rig = rig_,
+            .address_number = *console_.RigNumber,
+            .frequency = *console_.FreqDisp + *console_.Offset,
+            .vfo = *console_.ActiveVfo};
   for (std::size_t i = 0; i < fill.sliders.size(); ++i) fill.sliders[i] = console_.Slider[i];
-  command = ReplaceAll(std::move(command), kVfoPlaceholder, *console_.ActiveVfo == 'B' ? "1" : "0");
   auto filled = Expand(std::move(command), fill);
   if (filled) return *filled;
   console_.ErrorText.Set(filled.error().message);

@@ -63,9 +63,9 @@ bool NarrowCwIsReverse(const config::RigDefinition& rig) {
     std::string_view family;
     std::string_view command;
   };
-  static constexpr std::array kReverse{Row{"KENWOOD", "MD7;"}, Row{"KENWOOD", "OM07;"},    Row{"KENWOOD", "ZZMD03;"},
-                                       Row{"YAESU", "MD07;"},  Row{"YAESU", "0300000007"}, Row{"ICOM", "E00607"},
-                                       Row{"TEN-TEC", "*RMM3"}};
+  static constexpr std::array kReverse{Row{"KENWOOD", "MD7;"}, Row{"KENWOOD", "OM07;"},   Row{"KENWOOD", "ZZMD03;"},
+                                       Row{"YAESU", "MD07;"},  Row{"YAESU", "MD<VFO>7;"}, Row{"YAESU", "0300000007"},
+                                       Row{"ICOM", "E00607"},  Row{"TEN-TEC", "*RMM3"}};
   const std::string& narrow = rig.row["CWn"];
   return std::any_of(kReverse.begin(), kReverse.end(), [&](const Row& row) {
     return rig.family == row.family && narrow.find(row.command) != std::string::npos;

@@ -89,10 +89,15 @@ class FrameReader {
   bool ReadFrequencyA(std::string_view body) { return ReadFrequency(body, Reply::Kind::kFrequencyA); }
   bool ReadFrequencyB(std::string_view body) { return ReadFrequency(body, Reply::Kind::kFrequencyB); }
 
+  /// The digit with which replies to the query in that field are for the display: the one of the VFO in use where the
+  /// query names it, else the main receiver's.
+  char ShownDigit(std::string_view field) const {
+    return NamesVfo(context_.rig.row[field]) ? VfoDigit(context_.active_vfo) : '0';
+  }
+
   bool ReadMode(std::string_view body) {
     const auto prefix = static_cast<std::size_t>(dialect_.mode_prefix_digits);
-    const bool of_b = context_.active_vfo == 'B' && context_.rig.row["ReadMode"].find("<VFO>") != std::string::npos;
-    if (body.size() != prefix + 1 || (prefix == 1 && body[0] != (of_b ? '1' : '0'))) return false;
+    if (body.size() != prefix + 1 || (prefix == 1 && body[0] != ShownDigit("ReadMode"))) return false;
     return AddMode(HexDigitValue(body.back()));
   }
 
@@ -121,19 +126,19 @@ class FrameReader {
   bool names_receiver() const {
     const std::string& query = context_.rig.row["GetSMeter"];
     const std::size_t at = query.find("SM");
-    return at != std::string::npos && at + 2 < query.size() && IsDigit(query[at + 2]);
+    return NamesVfo(query) || (at != std::string::npos && at + 2 < query.size() && IsDigit(query[at + 2]));
   }
 
   bool ReadSMeter(std::string_view body) {
     if (dialect_.s_meter_digits == 0) {
       if (!AllDigits(body) || body.size() < 2 || body.size() > 5) return false;
-      if (names_receiver() && body[0] != '0') return false;  // the sub receiver's
+      if (names_receiver() && body[0] != ShownDigit("GetSMeter")) return false;  // the other receiver's
       Add({.kind = Reply::Kind::kSMeter, .value = static_cast<int>(LeadingNumber(body))});
       return true;
     }
     const auto digits = static_cast<std::size_t>(dialect_.s_meter_digits);
     if (!AllDigits(body) || body.size() < digits || body.size() > digits + 1) return false;
-    if (body.size() > digits && body[0] != '0') return false;  // the sub receiver's
+    if (body.size() > digits && body[0] != ShownDigit("GetSMeter")) return false;  // the other receiver's
     Add({.kind = Reply::Kind::kSMeter, .value = static_cast<int>(LeadingNumber(body.substr(body.size() - digits)))});
     return true;
   }

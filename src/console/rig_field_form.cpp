@@ -135,7 +135,8 @@ QWidget* RigFieldForm::MakeEditor(Row& row) {
   }
   row.edit = new QLineEdit;
   const bool command = field->use == config::RigFieldUse::kCommand;
-  const QString words = tr("<FREQ11>, <AFGAIN>, <ADDR> ... stand for present values, <CR> and <0x07> for characters.");
+  const QString words =
+      tr("<FREQ11>, <AFGAIN>, <ADDR>, <VFO> ... stand for present values, <CR> and <0x07> for characters.");
   row.edit->setToolTip(command ? tip + "\n" + words : tip);
   if (field->name == "RigType")
     row.edit->setCompleter(new QCompleter({"KENWOOD", "YAESU", "ICOM", "TEN-TEC"}, row.edit));

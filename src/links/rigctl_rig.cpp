@@ -230,7 +230,8 @@ Rprt RigctlRig::SetFrequency(RigctlClient& client, char vfo, Frequency frequency
   if (text.empty() && !(in_use && cat::IsPegasus(engine_.rig()))) return Rprt::kNotAvailable;
   const auto command = cat::Expand(text, {.rig = engine_.rig(),
                                           .address_number = *console_.RigNumber,
-                                          .frequency = frequency.displayed() + *console_.Offset});
+                                          .frequency = frequency.displayed() + *console_.Offset,
+                                          .vfo = vfo});
   if (!command) return Rprt::kInvalid;
   if (in_use) return CodeOf(engine_.operations.TuneTo(frequency));
   const bool select = !targeted();
@@ -272,10 +273,13 @@ Rprt RigctlRig::SetMode(RigctlClient& client, char vfo, std::string_view mode, i
     const auto set = engine_.operations.SetModeByName(wanted);
     return set ? CodeOf(*set) : Rprt::kInvalid;
   }
-  if (!CanSelect()) return Rprt::kNotAvailable;
+  const std::string key(narrow ? row->narrow_key : row->wide_key);
+  const std::string command = engine_.dispatcher.TemplateOf(*cat::FindKey(key));
+  const bool select = !cat::NamesVfo(command);
+  if (select && !CanSelect()) return Rprt::kNotAvailable;
   if (transmitting()) return Rprt::kRejected;
   client.waiting.Flush();
-  return CodeOf(SendTo(vfo, true, std::string(narrow ? row->narrow_key : row->wide_key)));
+  return CodeOf(SendTo(vfo, select, select ? key : cat::NameVfo(command, vfo)));
 }
 
 bool RigctlRig::split() const {

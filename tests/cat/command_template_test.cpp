@@ -109,6 +109,7 @@ TEST(Expand, PutsSlidersAddressAndFrequencyIn) {
                          Row{"X", "hex,rev", "<FREQHEX8>0D", "00D6029A0D"},
                          Row{"X", "hex,rev", "FEFE <ADDR> E005 <FREQ10> FD", "FEFE94E0057053021400FD"},
                          Row{"X", "", "FA <FREQ11>;", "FA00014025370;"},
+                         Row{"X", "", "MD<VFO>2;AG<VFO><AFGAIN3>;", "MD12;AG1007;"},
                          Row{"X", "", "<UNKNOWN>", "<UNKNOWN>"}}) {
     std::vector<std::string> fields = Split(row.encoding, ',');
     fields.push_back("Add2= 94 ");
@@ -116,7 +117,8 @@ TEST(Expand, PutsSlidersAddressAndFrequencyIn) {
     Fill fill{.rig = rig,
               .sliders = {1, 2, 3, 4, 5, 6, 7, 8, 100, 10, 11},
               .address_number = "2",
-              .frequency = *ParseKhz("14025.37")};
+              .frequency = *ParseKhz("14025.37"),
+              .vfo = 'B'};
     const auto filled = Expand(row.command, fill);
     if (row.expect.starts_with("!")) {
       ASSERT_FALSE(filled.ok()) << row.command;

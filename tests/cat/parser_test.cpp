@@ -180,7 +180,7 @@ TEST(Parser, SliderRepliesNeedTheirQueryAndTheirCode) {
   EXPECT_EQ(late.console.Slider[6], 0) << "nobody waits for it any more";
 }
 
-TEST(Parser, MeterRepliesTellTheMeterAndTheSubReceiverIsNotShown) {
+TEST(Parser, MeterRepliesTellTheMeterAndTheOtherReceiverIsNotShown) {
   Station kenwood("TS-2000");
   kenwood.Arrive("SM00015;SM10030;RM30007;");
   EXPECT_EQ(*kenwood.console.SMeter, 15);
@@ -189,6 +189,9 @@ TEST(Parser, MeterRepliesTellTheMeterAndTheSubReceiverIsNotShown) {
   yaesu.Arrive("SM0120;SM1250;RM4100000;");
   EXPECT_EQ(*yaesu.console.SMeter, 120);
   EXPECT_EQ(*yaesu.console.MeterValue, 100);
+  yaesu.console.ActiveVfo.Set('B');
+  yaesu.Arrive("SM1030;SM0120;");
+  EXPECT_EQ(*yaesu.console.SMeter, 30);
 }
 
 // MD0 is VFO A, MD1 is VFO B, whichever is in use (FT-710, FT-DX10, FT-DX101 CAT manuals).
