@@ -106,9 +106,9 @@ char HexDigit(int value) {
 }  // namespace
 
 const YaesuTextModel kFtDx5000{"ID0362", 8, kShortWave, "ST VV", {}};
-const YaesuTextModel kFtDx101{"ID0681", 9, kFtDx101Spans, "VV", kFtDx101Settings};
-const YaesuTextModel kFt991{"ID0570", 9, kFt991Spans, "VS ST FR VV", kFt991Settings};
-const YaesuTextModel kFt450{"ID0241", 8, kFt450Spans, "ST FR XT PL PR BC AB MA AM", kFt450Settings, 0};
+const YaesuTextModel kFtDx101{"ID0681", 9, kFtDx101Spans, "VV", kFtDx101Settings, 2, true, true};
+const YaesuTextModel kFt991{"ID0570", 9, kFt991Spans, "VS ST FR VV", kFt991Settings, 2, false};
+const YaesuTextModel kFt450{"ID0241", 8, kFt450Spans, "ST FR XT PL PR BC AB MA AM", kFt450Settings, 0, false};
 
 YaesuTextRig::YaesuTextRig(Loop& loop, const YaesuTextModel& model)
     : model_(model),
@@ -160,7 +160,7 @@ void YaesuTextRig::Report(PanelChange change) {
 }
 
 std::string YaesuTextRig::ModeText(int vfo) const {
-  return "MD" + std::to_string(vfo) + HexDigit(CodeForMode(kModeCodes, state_.vfos[vfo]));
+  return "MD" + std::to_string(model_.names_vfo ? vfo : 0) + HexDigit(CodeForMode(kModeCodes, state_.vfos[vfo]));
 }
 
 // IF ccc ffffffff soooo r x m v t nn h (ffffffff: nine digits on the newest)   c = memory channel, f = Hz, o =
@@ -210,8 +210,8 @@ bool YaesuTextRig::SplitSwitch(std::string_view data) {
 }
 
 bool YaesuTextRig::SetMode(std::string_view data) {
-  if (data.empty() || (data[0] != '0' && data[0] != '1')) return false;
-  const int vfo = data[0] - '0';
+  if (data.empty() || (data[0] != '0' && (data[0] != '1' || !model_.names_vfo))) return false;
+  const int vfo = model_.names_vfo ? data[0] - '0' : state_.receive_vfo;
   if (data.size() == 1) return commands_.Answer(ModeText(vfo));
   if (data.size() != 2) return false;
   return SetModeByCode(kModeCodes, HexDigitValue(data[1]), state_.vfos[vfo]);
@@ -227,7 +227,8 @@ bool YaesuTextRig::OtherInformation(std::string_view data) {
 
 bool YaesuTextRig::SMeter(std::string_view data) {
   if (data != "0" && data != "1") return false;
-  return commands_.Answer("SM" + std::string(data) + PadNumber(data == "0" ? SMeterReading() : 0, 3));
+  return commands_.Answer("SM" + std::string(data) +
+                          PadNumber(data[0] - '0' == ShownReceiver() ? SMeterReading() : 0, 3));
 }
 
 // 0 what the panel's meter shows, 1 and 2 the S-meters, 3 COMP, 4 ALC, 5 PO, 6 SWR, 7 ID, 8 VDD.

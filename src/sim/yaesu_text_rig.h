@@ -18,6 +18,8 @@ struct YaesuTextModel {
   std::string_view absent;                  ///< names of commands that it has not
   std::span<const StoredSetting> settings;  ///< that it has in place of the common ones of that name, or beside them
   int transmit_on_a = 2;                    ///< what "FT" is told for VFO A; for B one more
+  bool names_vfo = true;                    ///< MD0 is VFO A and MD1 VFO B; else MD0 is the VFO in use
+  bool two_receivers = false;               ///< one on each VFO, with an S-meter of its own
 };
 extern const YaesuTextModel kFtDx5000;
 extern const YaesuTextModel kFtDx101;
@@ -37,6 +39,7 @@ class YaesuTextRig final : public SimulatedDevice {
   std::vector<TextCommands::Command> Commands();
   void Report(PanelChange change);
   std::string ModeText(int vfo) const;
+  int ShownReceiver() const { return model_.two_receivers ? state_.receive_vfo : 0; }
   std::string InformationText(std::string_view name, int vfo) const;
   int SMeterReading() const;
 

@@ -154,10 +154,12 @@ TEST(YaesuTextRig, SpeaksTheDialectOfItsModel) {
   for (const Row& row :
        {Row{"ft450",
             "ID; > ID0241; | FA14250000;FA; > FA14250000; | FT1;FT; > FT1; | FT2; > ?; | XT; > ?; | PC255;PC; > "
-            "PC255;"},
+            "PC255; | MD02;VS1;MD03;MD0; > MD03; | VS0;MD0; > MD02; | MD1; > ?;"},
         Row{"ft991",
             "ID; > ID0570; | FA432100000;FA; > FA432100000; | VS0; > ?; | FT3;FT; > FT1; | SH021;SH0; > SH021;"},
-        Row{"ftdx101", "ID; > ID0681; | FA014250000;FA; > FA014250000; | VS1;VS; > VS1; | SH0007;SH0; > SH0007;"}}) {
+        Row{"ftdx101",
+            "ID; > ID0681; | FA014250000;FA; > FA014250000; | VS1;VS; > VS1; | SH0007;SH0; > SH0007; | "
+            "MD02;MD13;MD0;MD1; > MD02;MD13; | SM0; > SM0000;"}}) {
     Bench bench(row.rig);
     bench.Play(row.script);
   }
