@@ -215,11 +215,7 @@ Task Poller::FastTimer() {
 }
 
 void Poller::WriteFastMeter() {
-  if (*console_.MeterOn) {
-    link_.WriteRigPort("PS;RM" + *console_.MeterNumber + ";");
-  } else {
-    link_.WriteRigPort(dispatcher_.FillIn(NamesVfo(rig_.row["GetSMeter"]) ? "PS;SM<VFO>;" : "PS;SM0;"));
-  }
+  link_.WriteRigPort(*console_.MeterOn ? "PS;RM" + *console_.MeterNumber + ";" : "PS;SM0;");
 }
 
 Task Poller::WriteInitString() {

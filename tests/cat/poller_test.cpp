@@ -119,11 +119,6 @@ TEST(Poller, FtDxModelsGetAFastMeterPoll) {
   station.engine.poller.Start();
   station.loop.RunFor(310ms);
   EXPECT_EQ(station.Log(), (Log{"0 AI0;", "90 PS;SM0;", "190 PS;SM0;", "290 PS;SM0;"}));
-  Station receivers("FT-DX101");  // one for each VFO
-  receivers.engine.poller.Start();
-  receivers.console.ActiveVfo.Set('B');
-  receivers.loop.RunFor(100ms);
-  EXPECT_EQ(receivers.Log(), (Log{"0 AI0;", "90 PS;SM1;"}));
   station.console.MeterOn.Set(true);
   station.console.MeterNumber.Set("4");
   station.loop.RunFor(100ms);
