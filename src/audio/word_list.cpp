@@ -20,7 +20,8 @@ Result<std::string> ReadWordFile(const platform::Files& files, const platform::P
 
 WordList::WordList(std::string_view lines) {
   for (const std::string& line : Split(lines, '\n')) {
-    if (const std::string_view word = Trim(ReplaceAll(line, "\r", "")); !word.empty()) words_.push_back(Upper(word));
+    const std::string plain = ReplaceAll(line, "\r", "");
+    if (const std::string_view word = Trim(plain); !word.empty()) words_.push_back(Upper(word));
   }
   std::sort(words_.begin(), words_.end());
 }

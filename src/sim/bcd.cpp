@@ -3,8 +3,14 @@
 #include <algorithm>
 
 namespace kvx::sim {
+namespace {
+
+constexpr std::size_t kMostBytes = 9;  // more do not fit
+
+}  // namespace
 
 std::optional<std::int64_t> FromBcd(std::string_view bytes) {
+  if (bytes.size() > kMostBytes) return std::nullopt;
   std::int64_t number = 0;
   for (std::size_t i = 0; i < bytes.size(); ++i) {
     const int high = ByteAt(bytes, i) >> 4;
