@@ -56,7 +56,7 @@ std::optional<ToneFit> FitTone(const ToneSignal& tone, Time from, Time to, doubl
   };
   std::vector<Point> points;
   std::complex<double> all;
-  const Time piece = std::max(std::lround(kPiece * rate), 3 * lag);
+  const Time piece = std::max<Time>(std::lround(kPiece * rate), 3 * lag);
   for (Time time = from; time + piece <= to; time += piece) {
     const PhaseStep step = Measure(tone, time, time + piece, noise, 0, lag);
     if (step.variance > kMostVariance) continue;
