@@ -4,10 +4,13 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <span>
+#include <vector>
 
 #include "fakes/file_size_limit.h"
 #include "fakes/temporary_folder.h"
 #include "platform/posix/files.h"
+#include "platform/wav_file.h"
 
 namespace kvx::platform {
 namespace {
@@ -93,6 +96,20 @@ TEST(PosixFiles, ReadsOrdinaryFilesOnly) {
   ASSERT_EQ(mkfifo((folder / "pipe").c_str(), 0600), 0);
   EXPECT_EQ(files.Read(folder / "pipe", 10).error().code, ErrorCode::kInvalid);
   EXPECT_EQ(files.Read("/dev/zero", 10).error().code, ErrorCode::kInvalid);
+}
+
+TEST(WavFile, IsBegunAnewWhileTheFirstRecordingStillGoesOn) {
+  TemporaryFolder folder;
+  const std::vector<std::int16_t> sound(9000, 1000);
+  auto first = WavWriter::Create(folder / "b.wav", 8000);
+  ASSERT_TRUE(first && first->Write(std::span(sound).first(300)));
+  auto second = WavWriter::Create(folder / "b.wav", 8000);
+  ASSERT_TRUE(second && second->Write(std::span(sound).first(100)));
+  EXPECT_TRUE(first->Write(sound));
+  EXPECT_TRUE(second->Close() && first->Close());
+  auto alone = WavWriter::Create(folder / "c.wav", 8000);
+  ASSERT_TRUE(alone && alone->Write(std::span(sound).first(100)) && alone->Close());
+  EXPECT_EQ(folder.Get("b.wav"), folder.Get("c.wav"));
 }
 
 }  // namespace

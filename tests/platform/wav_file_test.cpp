@@ -182,16 +182,6 @@ TEST(WavFile, IsGoodAtEveryMomentOfARecording) {
             "RIFF" + Number(36 + 41'000, 4) + "WAVE" + Format(1, 1, 8000, 16) + "data" + Number(41'000, 4));
   const Reading reading = Read(content);
   EXPECT_EQ(reading.samples, std::vector<int>(ramp.begin(), ramp.end()));
-
-  // Begun anew while the first recording still goes on.
-  auto first = WavWriter::Create(folder / "b.wav", 8000);
-  ASSERT_TRUE(first && first->Write(std::span(ramp).first(300)));
-  auto second = WavWriter::Create(folder / "b.wav", 8000);
-  ASSERT_TRUE(second && second->Write(std::span(ramp).first(100)));
-  EXPECT_TRUE(first->Write(std::span(ramp).first(9000)));
-  EXPECT_TRUE(second->Close() && first->Close());
-  EXPECT_EQ(Read(folder.Get("b.wav")).samples, std::vector<int>(ramp.begin(), ramp.begin() + 100));
-  EXPECT_EQ(folder.Get("b.wav").size(), 244U);
 }
 
 TEST(WavInput, GivesARecordingInItsTimeAndEachSampleOnce) {
