@@ -106,7 +106,7 @@ if [[ $all == yes ]]; then
   else
     skip "benchmarks" "there is no bench/CMakeLists.txt"
   fi
-  skip "fuzzing" "there are no fuzz targets yet"
+  skip "fuzzing" "not part of this run yet: tools/fuzz.sh SECONDS"
   reason=$(no_windows)
   if [[ -z $reason ]]; then
     step "Windows: the engine's tests under Wine" engine_for_windows
