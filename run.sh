@@ -14,7 +14,7 @@ for argument in "$@"; do
   case $argument in
     --station | --demo) needs_demo=no ;;
     --headless | --grab) needs_display=no ;;
-    --help | -h | --version) needs_demo=no needs_display=no ;;
+    --help | -h | --version | --man) needs_demo=no needs_display=no ;;
   esac
 done
 if [[ ${1-} == rigsim ]]; then needs_demo=no needs_display=no; fi

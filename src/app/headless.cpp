@@ -19,6 +19,18 @@
 
 namespace kvx::app {
 
+void AddCommands(console::CommandLine& commands, Program& program) {
+  console::AddSetupCommands(commands, program.setup());
+  console::AddMemoryCommands(commands, program.station());
+  console::AddCwCommands(commands, program.loop(), program.station());
+  console::AddAccessoryCommands(commands, program.station());
+  console::AddAudioCommands(commands, program.loop(), program.station());
+  console::AddDecodeCommand(commands, program.loop(), program.station());
+  console::AddLinkCommands(commands, program.setup());
+  console::AddTunerCommands(commands, program.station());
+  console::AddRigEditorCommands(commands, program.station(), program.files());
+}
+
 int RunHeadless(int argc, char** argv, const Options& options) {
   QCoreApplication application(argc, argv);
   Program program(options);
@@ -29,15 +41,7 @@ int RunHeadless(int argc, char** argv, const Options& options) {
   platform::StandardOutput output;
   console::CommandLine commands(program.loop(), program.station(),
                                 [&](const std::string& line) { output.WriteLine(line); });
-  console::AddSetupCommands(commands, program.setup());
-  console::AddMemoryCommands(commands, program.station());
-  console::AddCwCommands(commands, program.loop(), program.station());
-  console::AddAccessoryCommands(commands, program.station());
-  console::AddAudioCommands(commands, program.loop(), program.station());
-  console::AddDecodeCommand(commands, program.loop(), program.station());
-  console::AddLinkCommands(commands, program.setup());
-  console::AddTunerCommands(commands, program.station());
-  console::AddRigEditorCommands(commands, program.station(), program.files());
+  AddCommands(commands, program);
   platform::StandardInput input;
   commands.answer = [&](const std::string& line) { output.WriteAnswer(line); };
   commands.on_quit = [&] { program.Stop(); };

@@ -3,8 +3,10 @@
 
 #include "app/file_decoding.h"
 #include "app/headless.h"
+#include "app/manual_page.h"
 #include "app/options.h"
 #include "app/rig_simulator.h"
+#include "app/usage.h"
 #include "app/windowed.h"
 
 namespace {
@@ -30,6 +32,8 @@ int main(int argc, char** argv) {
     case Options::Mode::kHelp:
       std::cout << kvx::app::HelpText();
       return 0;
+    case Options::Mode::kManualPage:
+      return kvx::app::PrintManualPage(argc, argv);
     case Options::Mode::kVersion:
       std::cout << "kvx " KVX_VERSION "\n";
       return 0;

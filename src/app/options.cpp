@@ -1,7 +1,6 @@
 #include "app/options.h"
 
 #include "core/text.h"
-#include "sim/simulated_device.h"
 
 namespace kvx::app {
 namespace {
@@ -26,11 +25,15 @@ class ArgumentReader {
 
  private:
   /// Whether the program only prints something: the rest of the arguments does not matter then.
-  bool only_tells() const { return options_.mode == Options::Mode::kHelp || options_.mode == Options::Mode::kVersion; }
+  bool only_tells() const {
+    using Mode = Options::Mode;
+    return options_.mode == Mode::kHelp || options_.mode == Mode::kVersion || options_.mode == Mode::kManualPage;
+  }
 
   Status TakeOption(const std::string& argument) {
     if (argument == "--help" || argument == "-h") return SetMode(Options::Mode::kHelp);
     if (argument == "--version") return SetMode(Options::Mode::kVersion);
+    if (argument == "--man") return SetMode(Options::Mode::kManualPage);
     if (argument == "--headless") return SetMode(Options::Mode::kHeadless);
     if (argument == "--station") return TakeValue(options_.station);
     if (argument == "--grab") return TakeValue(options_.grab_folder);
@@ -85,30 +88,6 @@ class ArgumentReader {
 
 Result<Options> ParseOptions(const std::vector<std::string>& arguments) {
   return ArgumentReader(arguments).Read();
-}
-
-std::string HelpText() {
-  std::string kinds;
-  for (const std::string& name : sim::DeviceNames()) kinds += (kinds.empty() ? "" : ", ") + name;
-  return "KVX, a console for an amateur-radio station\n"
-         "\n"
-         "  kvx                    the console window\n"
-         "  kvx --demo             the same on the simulated station\n"
-         "  kvx --headless         no window: commands on standard input (\"help\" lists them), events on standard "
-         "output\n"
-         "  kvx --headless decode WAV [--tone HZ] [--mode classic|best]\n"
-         "                         print the CW of a recording as it is read (without --tone: its strongest keyed "
-         "tone)\n"
-         "  kvx --station DIR      another station folder (default: $XDG_DATA_HOME/kvx)\n"
-         "  kvx --grab DIR         write a picture of every window to DIR and end\n"
-         "  kvx rigsim KIND [--link PATH] [--speed BAUD]\n"
-         "                         one simulated rig or keyer on a pseudo-terminal whose path it prints; its front "
-         "panel is "
-         "standard input\n"
-         "                         (KIND: " +
-         kinds +
-         ")\n"
-         "  kvx --version, --help\n";
 }
 
 }  // namespace kvx::app

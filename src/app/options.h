@@ -10,7 +10,7 @@ namespace kvx::app {
 
 /// What the command line asks for.
 struct Options {
-  enum class Mode { kWindow, kHeadless, kFileDecoding, kRigSimulator, kVersion, kHelp };
+  enum class Mode { kWindow, kHeadless, kFileDecoding, kRigSimulator, kVersion, kHelp, kManualPage };
   Mode mode = Mode::kWindow;
   bool demo = false;
   std::string station;      ///< folder; empty: the default
@@ -23,7 +23,5 @@ struct Options {
 
 /// Reads the arguments (without the program's name). kInvalid names the argument that is wrong.
 Result<Options> ParseOptions(const std::vector<std::string>& arguments);
-/// The text of --help.
-std::string HelpText();
 
 }  // namespace kvx::app

@@ -474,16 +474,22 @@ std::string CommandLine::DoSim(std::string_view argument) {
   return told.empty() ? Fail("the rig port is no simulated rig") : told;
 }
 
+std::vector<CommandLine::CommandHelp> CommandLine::commands() const {
+  std::vector<CommandHelp> all;
+  for (const Command& command : kCommands) all.push_back({std::string(command.name), std::string(command.usage)});
+  for (const Added& command : added_) all.push_back({command.name, command.usage});
+  all.push_back({std::string(kSave), "write rig.ini"});
+  all.push_back({"quit", "end the program: the transmitter is released, settings are written, ports closed"});
+  return all;
+}
+
 std::string CommandLine::DoHelp(std::string_view argument) {
-  for (const Command& command : kCommands) {
-    if (EqualNoCase(command.name, argument))
-      return "ok " + std::string(command.name) + " " + std::string(command.usage);
-  }
-  if (const Added* added = FindAdded(argument)) return "ok " + added->name + " " + added->usage;
   std::string list = "ok";
-  for (const Command& command : kCommands) list += " " + std::string(command.name);
-  for (const Added& command : added_) list += " " + command.name;
-  return list + " save quit";
+  for (const CommandHelp& command : commands()) {
+    if (EqualNoCase(command.name, argument)) return "ok " + command.name + " " + command.usage;
+    list += " " + command.name;
+  }
+  return list;
 }
 
 }  // namespace kvx::console

@@ -43,6 +43,12 @@ class CommandLine {
   /// A procedure that takes long and goes on beside later commands, one such after the other, until `quit` ends it.
   void AddLongProcedure(std::string name, std::string usage, Procedure procedure);
 
+  struct CommandHelp {
+    std::string name;
+    std::string usage;  ///< as Add takes it
+  };
+  std::vector<CommandHelp> commands() const;
+
   /// Keeps something as long as the command line: what follows a module's events.
   void Keep(std::shared_ptr<const void> something) { kept_.push_back(std::move(something)); }
   /// An event, one line; what happens before "ready" is told behind it.
