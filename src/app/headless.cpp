@@ -32,8 +32,10 @@ void AddCommands(console::CommandLine& commands, Program& program) {
 }
 
 int RunHeadless(int argc, char** argv, const Options& options) {
+  platform::ReleaseProcess release_process(argc, argv);
+  release_process.Start();  // while there is nothing that it would inherit; the program tries again if need be
   QCoreApplication application(argc, argv);
-  Program program(options);
+  Program program(options, &release_process);
   if (auto prepared = program.Prepare(); !prepared) {
     std::cerr << "kvx: " << prepared.error().message << '\n';
     return prepared.error().code == ErrorCode::kBusy ? 2 : 1;

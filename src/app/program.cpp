@@ -34,10 +34,11 @@ int DeviceOf(const platform::NumberedPort& port) {
   return device == nullptr ? -1 : device->descriptor();
 }
 
-/// Of the device or connection behind a port to which bytes can be written past it; -1 for another kind of port.
+/// Of what is behind a port, to which bytes can be written past it; -1 for a simulated one.
 int DescriptorOf(const platform::NumberedPort& port) {
-  const auto* connection = dynamic_cast<const platform::TcpPort*>(port.backend());
-  return connection == nullptr ? DeviceOf(port) : connection->descriptor();
+  if (const auto* connection = dynamic_cast<const platform::TcpPort*>(port.backend())) return connection->descriptor();
+  if (const auto* pty = dynamic_cast<const platform::PtyPort*>(port.backend())) return pty->descriptor();
+  return DeviceOf(port);
 }
 
 bool IsDevice(const std::string& address) {
@@ -64,7 +65,7 @@ platform::Path DataFolder() {
   return std::filesystem::is_directory(installed, error) ? installed : platform::Path(KVX_SOURCE_DATA);
 }
 
-Program::Program(const Options& options)
+Program::Program(const Options& options, platform::ReleaseProcess* process)
     : folder_(StationFolder(options)),
       demo_(options.demo),
       with_window_(qobject_cast<QGuiApplication*>(QCoreApplication::instance()) != nullptr),
@@ -86,6 +87,7 @@ Program::Program(const Options& options)
       rotator_port_([this] { return platform::ReadPortTable(files_, folder_); },
                     [this](const std::string& address) { return MakePort(address); }),
       parallel_lines_(loop_, [this](int number) { return MakeParallelPort(number); }),
+      watch_(platform::TimeAsleep, process),
       released_(watch_.event(), QSocketNotifier::Read),
       release_guard_([this] { return DescriptorOf(rig_port_); }),
       keyer_guard_([this] { return DescriptorOf(keyer_port_); }),

@@ -19,6 +19,7 @@
 #include "platform/posix/parallel_port.h"
 #include "platform/posix/process_list.h"
 #include "platform/posix/release_guard.h"
+#include "platform/posix/release_process.h"
 #include "platform/posix/release_watch.h"
 #include "platform/posix/station_lock.h"
 #include "platform/qt/qt_loop.h"
@@ -34,7 +35,8 @@ namespace kvx::app {
 /// a Qt application.
 class Program {
  public:
-  explicit Program(const Options& options);
+  /// `process`: what releases the transmitter when this program cannot; null: nothing does.
+  Program(const Options& options, platform::ReleaseProcess* process);
 
   /// Takes the station folder. kBusy when another console has it.
   Status Prepare();

@@ -37,6 +37,10 @@ QIcon Icon() {
 }  // namespace
 
 int RunWindowed(int argc, char** argv, const Options& options) {
+  platform::ReleaseProcess release_process(argc, argv);
+  const bool keys = options.grab_folder.empty();
+  if (keys)
+    release_process.Start();  // while there is nothing that it would inherit; the program tries again if need be
   QApplication::setStyle(new PlainStyle);
   QApplication::setAttribute(
       Qt::AA_UseStyleSheetPropagationInWidgetStyles);  // a window's own text size reaches into it
@@ -46,7 +50,7 @@ int RunWindowed(int argc, char** argv, const Options& options) {
   QApplication::setDesktopFileName("kvx");  // a Wayland desktop finds the icon by it
   QApplication::setWindowIcon(Icon());
   QApplication::setQuitOnLastWindowClosed(false);
-  Program program(options);
+  Program program(options, keys ? &release_process : nullptr);
   if (auto prepared = program.Prepare(); !prepared) {
     std::cerr << "kvx: " << prepared.error().message << '\n';
     return prepared.error().code == ErrorCode::kBusy ? 2 : 1;

@@ -7,7 +7,7 @@
 namespace kvx::platform {
 
 /// So long after its time-out the engine is taken to hang.
-inline constexpr Duration kGuardGrace = std::chrono::seconds(2);
+inline constexpr Duration kGuardGrace = std::chrono::milliseconds(400);
 
 /// The last resort for a transmitter that is keyed by bytes, by the rig's own commands or through a WinKeyer: when the
 /// program ends in any way but its own orderly one, by a signal or by a library that calls exit, the device still gets

@@ -16,6 +16,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/posix/release_process.h"
 #include "platform/posix/release_watch.h"
 
 namespace kvx::platform {
@@ -210,6 +211,34 @@ TEST(ReleaseWatch, AProgramThatATerminalStopsHasReleasedBefore) {
   ::kill(child, SIGKILL);
   ::waitpid(child, &status, 0);
   for (const int end : ends) ::close(end);
+}
+
+TEST(ReleaseProcess, ReleasesWhatIsArmedWhenTheProgramIsKilled) {
+  const auto killed_with = [](const std::function<void(PosixReleaseGuard&, PosixReleaseGuard&)>& use) {
+    return WrittenBy([&use](PosixReleaseGuard& rig, int device) {
+             PosixReleaseGuard keyer([=] { return device; });
+             rig.Arm("before ");  // it hears of this later
+             ReleaseProcess process(0, nullptr);
+             process.Start();
+             ReleaseWatch watch(TimeAsleep, &process);
+             use(rig, keyer);
+             ::raise(SIGKILL);
+           })
+        .first;
+  };
+  EXPECT_EQ(killed_with([](auto& rig, auto& keyer) {
+              rig.Arm(";RX;");
+              keyer.Arm(std::string("\x0A\x0B\0", 3));
+            }),
+            std::string(";RX;\x0A\x0B\0", 7));
+  EXPECT_EQ(killed_with([](auto& rig, auto& keyer) {
+              keyer.Arm("never");
+              keyer.Disarm();
+              rig.Arm(";RX;");
+            }),
+            ";RX;");
+  EXPECT_EQ(killed_with([](auto&, auto&) {}), "before ");
+  EXPECT_EQ(killed_with([](auto& rig, auto&) { rig.Disarm(); }), "");
 }
 
 }  // namespace

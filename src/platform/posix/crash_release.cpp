@@ -1,7 +1,6 @@
 #include "platform/posix/crash_release.h"
 
 #include <fcntl.h>
-#include <linux/ppdev.h>
 #include <poll.h>
 #include <signal.h>
 #include <sys/ioctl.h>
@@ -14,9 +13,12 @@
 #include <cassert>
 #include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <mutex>
 #include <utility>
+
+#include "platform/posix/release_message.h"
 
 namespace kvx::platform {
 namespace {
@@ -26,14 +28,9 @@ constexpr std::array kCrashSignals{SIGSEGV, SIGBUS, SIGABRT, SIGFPE, SIGILL};
 /// All signals end a process but these, and those that cannot be caught.
 constexpr std::array kHarmlessSignals{SIGCHLD, SIGCONT, SIGURG, SIGWINCH, SIGTSTP, SIGTTIN, SIGTTOU, SIGKILL, SIGSTOP};
 constexpr std::size_t kSignals = 65;  // 1 to 64
-constexpr std::size_t kMostReleases =
-    8;  // a program has six: rig, keyer, its line, the line before it, two parallel ports
-constexpr std::size_t kLongestRelease = 256;
 constexpr std::size_t kStackSize = 64 << 10;
-constexpr int kMostWaits = 50;  // for a device that takes nothing at the moment
+constexpr int kMostWaits = 50;  // for a device to send what it has taken
 constexpr int kWaitMilliseconds = 10;
-
-enum class Kind { kBytes, kLines, kPort, kData };
 
 template <std::size_t size>
 bool IsOneOf(int number, const std::array<int, size>& numbers) {
@@ -47,16 +44,10 @@ struct CrashRelease::Slot {
   std::atomic<int> device{-1};
   bool taken = false;
   std::optional<TimePoint> deadline;
-  Kind kind = Kind::kBytes;
-  std::size_t size = 0;
-  std::array<char, kLongestRelease> bytes{};
-  int lowered = 0;
-  int raised = 0;
-  ppdev_frob_struct control{};
-  std::uint8_t data = 0;
+  ReleaseAction action;
 
-  void Act(int open) const;
-  static void EndAll(bool lines);
+  void ReportArmed() const;
+  static std::uint8_t NumberOf(const Slot& slot) { return static_cast<std::uint8_t>(&slot - all.data()); }
   static void HandleEnd(int number, siginfo_t* info, void*);
   static void Install();
   static void Uninstall();
@@ -82,6 +73,7 @@ std::atomic<pid_t> g_releasing{0};  // the thread that makes the releases of the
 std::atomic<bool> g_ending{false};
 std::atomic<bool> g_held{false};
 std::atomic<int> g_wake{-1};
+int g_reports = -1;
 std::array<struct sigaction, kSignals> g_previous{};
 std::array<bool, kSignals> g_caught{};
 std::size_t g_installed = 0;
@@ -91,25 +83,6 @@ static_assert(std::atomic<int>::is_always_lock_free && std::atomic<bool>::is_alw
 std::unique_ptr<Stack>& signal_stack() {
   static auto* stack = new std::unique_ptr<Stack>();  // must outlive every static object that may crash at its end
   return *stack;
-}
-
-/// A broken connection must not raise a signal of its own.
-ssize_t WriteSome(int device, const char* bytes, std::size_t size) {
-  const ssize_t sent = ::send(device, bytes, size, MSG_NOSIGNAL);
-  return sent >= 0 || errno != ENOTSOCK ? sent : ::write(device, bytes, size);
-}
-
-/// What the system has taken goes out although the program ends.
-void WriteAll(int device, const char* bytes, std::size_t size) {
-  std::size_t written = 0;
-  for (int wait = 0; wait < kMostWaits && written < size; ++wait) {
-    const ssize_t taken = WriteSome(device, bytes + written, size - written);
-    if (taken > 0) written += static_cast<std::size_t>(taken);
-    if (taken >= 0 || errno == EINTR) continue;
-    if (errno != EAGAIN) return;
-    pollfd ready{.fd = device, .events = POLLOUT, .revents = 0};
-    ::poll(&ready, 1, kWaitMilliseconds);
-  }
 }
 
 /// For a program that goes on and may drop what its serial device has not sent.
@@ -124,24 +97,34 @@ void Wake() {
   [[maybe_unused]] const ssize_t written = ::write(g_wake, &one, sizeof one);
 }
 
-}  // namespace
-
-/// Calls nothing but what a signal handler may call.
-void CrashRelease::Slot::Act(int open) const {
-  if (kind == Kind::kBytes) WriteAll(open, bytes.data(), size);
-  if (kind == Kind::kLines && lowered != 0) ::ioctl(open, TIOCMBIC, &lowered);
-  if (kind == Kind::kLines && raised != 0) ::ioctl(open, TIOCMBIS, &raised);
-  if (kind == Kind::kPort) ::ioctl(open, PPFCONTROL, &control);
-  if (kind == Kind::kData) ::ioctl(open, PPWDATA, &data);
+/// With `device`, unless that is -1. Never waits: a reader that does not read has failed.
+void Report(const ReleaseMessage& message, int device = -1) {
+  if (g_reports < 0) return;
+  iovec content{.iov_base = const_cast<ReleaseMessage*>(&message), .iov_len = sizeof message};
+  alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(int))> room{};
+  msghdr header{};
+  header.msg_iov = &content;
+  header.msg_iovlen = 1;
+  if (device >= 0) {
+    header.msg_control = room.data();
+    header.msg_controllen = room.size();
+    cmsghdr* const rights = CMSG_FIRSTHDR(&header);
+    rights->cmsg_level = SOL_SOCKET;
+    rights->cmsg_type = SCM_RIGHTS;
+    rights->cmsg_len = CMSG_LEN(sizeof device);
+    std::memcpy(CMSG_DATA(rights), &device, sizeof device);
+  }
+  if (::sendmsg(g_reports, &header, MSG_NOSIGNAL | MSG_DONTWAIT) >= 0) return;
+  g_reports = -1;
+  Wake();
 }
 
-/// Lines are released in an instant, bytes may have to wait for their device.
-void CrashRelease::Slot::EndAll(bool lines) {
-  for (Slot& slot : all) {
-    if ((slot.kind != Kind::kBytes) != lines) continue;
-    const int open = slot.device.exchange(-1);  // two threads may crash at once
-    if (open >= 0) slot.Act(open);
-  }
+}  // namespace
+
+void CrashRelease::Slot::ReportArmed() const {
+  Report({.what = ReleaseMessage::What::kArm, .slot = NumberOf(*this), .action = action}, device);
+  if (deadline)
+    Report({.what = ReleaseMessage::What::kDue, .slot = NumberOf(*this), .due = deadline->time_since_epoch().count()});
 }
 
 void CrashRelease::ReleaseForGood() {
@@ -155,8 +138,10 @@ void CrashRelease::ReleaseForGood() {
     return;
   }
   g_ending = true;
-  Slot::EndAll(true);
-  Slot::EndAll(false);
+  DueReleases due{};
+  for (std::size_t i = 0; i < due.size(); ++i)
+    due[i] = {.action = &Slot::all[i].action, .device = Slot::all[i].device.exchange(-1)};
+  MakeReleases(due);
   g_releasing = 0;
 }
 
@@ -207,54 +192,28 @@ CrashRelease::CrashRelease() {
 CrashRelease::~CrashRelease() {
   if (slot_ == nullptr) return;
   if (const int device = slot_->device; device >= 0) {  // its owner has not released: the transmitter may be keyed
-    slot_->Act(device);
-    if (slot_->kind == Kind::kBytes) WaitUntilSent(device);
+    DueReleases due{DueRelease{.action = &slot_->action, .device = device}};
+    MakeReleases(due);
+    if (slot_->action.kind == ReleaseAction::Kind::kBytes) WaitUntilSent(device);
   }
   Disarm();
   slot_->taken = false;
   if (--g_installed == 0) Slot::Uninstall();
 }
 
-void CrashRelease::ArmBytes(int device, std::string_view bytes) {
-  if (bytes.size() > kLongestRelease) device = -1;
-  Arm(device, [&](Slot& slot) {
-    slot.kind = Kind::kBytes;
-    slot.size = bytes.size();
-    std::copy(bytes.begin(), bytes.end(), slot.bytes.begin());
-  });
-}
-
-void CrashRelease::ArmLines(int device, int lowered, int raised) {
-  Arm(device, [&](Slot& slot) {
-    slot.kind = Kind::kLines;
-    slot.lowered = lowered;
-    slot.raised = raised;
-  });
-}
-
-void CrashRelease::ArmPort(int device, std::uint8_t mask, std::uint8_t value) {
-  Arm(device, [&](Slot& slot) {
-    slot.kind = Kind::kPort;
-    slot.control = {.mask = mask, .val = value};
-  });
-}
-
-void CrashRelease::ArmData(int device, std::uint8_t data) {
-  Arm(device, [&](Slot& slot) {
-    slot.kind = Kind::kData;
-    slot.data = data;
-  });
-}
-
-void CrashRelease::Arm(int device, const std::function<void(Slot&)>& describe) {
-  Disarm();
-  if (slot_ == nullptr || device < 0) return;
+void CrashRelease::Arm(int device, const ReleaseAction& action) {
+  if (device < 0) return Disarm();
+  if (slot_ == nullptr) return;
   {
     const std::lock_guard held(g_lock);
     const int own = ::fcntl(device, F_DUPFD_CLOEXEC, 0);
-    if (own < 0) return;
-    describe(*slot_);
+    const int before = slot_->device.exchange(-1);
+    if (before >= 0) ::close(before);
+    slot_->deadline.reset();
+    if (own < 0) return Report({.slot = Slot::NumberOf(*slot_)});
+    slot_->action = action;
     slot_->device = own;  // last: a handler may come at any moment
+    slot_->ReportArmed();
   }
   Wake();
 }
@@ -263,7 +222,11 @@ void CrashRelease::ReleaseAfter(Duration limit) {
   if (slot_ == nullptr) return;
   {
     const std::lock_guard held(g_lock);
-    if (slot_->device >= 0) slot_->deadline = std::chrono::steady_clock::now() + limit;
+    if (slot_->device < 0) return;
+    slot_->deadline = std::chrono::steady_clock::now() + limit;
+    Report({.what = ReleaseMessage::What::kDue,
+            .slot = Slot::NumberOf(*slot_),
+            .due = slot_->deadline->time_since_epoch().count()});
   }
   Wake();
 }
@@ -273,23 +236,28 @@ void CrashRelease::Disarm() {
   const std::lock_guard held(g_lock);
   slot_->deadline.reset();
   const int device = slot_->device.exchange(-1);
-  if (device >= 0) ::close(device);
+  if (device < 0) return;
+  ::close(device);
+  Report({.slot = Slot::NumberOf(*slot_)});
 }
 
-bool CrashRelease::ReleaseForNow(std::optional<TimePoint> due) {
+bool CrashRelease::ReleaseForNow(std::optional<TimePoint> due_by) {
   const std::lock_guard held(g_lock);
+  DueReleases due{};
   bool any = false;
-  for (const bool lines : {true, false}) {
-    for (Slot& slot : Slot::all) {
-      const int device = slot.device;
-      if (device < 0 || (slot.kind != Kind::kBytes) != lines) continue;
-      if (due && (!slot.deadline || *slot.deadline > *due)) continue;
-      g_held = any = true;  // before the release, so that nobody keys after it
-      slot.deadline.reset();
-      slot.Act(device);
-    }
+  for (std::size_t i = 0; i < due.size(); ++i) {
+    Slot& slot = Slot::all[i];
+    if (slot.device < 0 || (due_by && (!slot.deadline || *slot.deadline > *due_by))) continue;
+    g_held = any = true;  // before the release, so that nobody keys after it
+    slot.deadline.reset();
+    due[i] = {.action = &slot.action, .device = slot.device};
   }
+  MakeReleases(due);
   return any;
+}
+
+void CrashRelease::HoldKeying() {
+  g_held = true;
 }
 
 void CrashRelease::AllowKeying() {
@@ -307,6 +275,19 @@ std::optional<TimePoint> CrashRelease::next_deadline() {
     if (slot.deadline) next = std::min(next.value_or(*slot.deadline), *slot.deadline);
   }
   return next;
+}
+
+void CrashRelease::ReportTo(int socket) {
+  const std::lock_guard held(g_lock);
+  g_reports = socket;
+  for (const Slot& slot : Slot::all) {
+    if (slot.device >= 0) slot.ReportArmed();
+  }
+}
+
+bool CrashRelease::reports() {
+  const std::lock_guard held(g_lock);
+  return g_reports >= 0;
 }
 
 void CrashRelease::WakeAtChanges(int event) {

@@ -1,11 +1,9 @@
 #pragma once
 
-#include <cstdint>
-#include <functional>
 #include <optional>
-#include <string_view>
 
 #include "core/loop.h"
+#include "platform/posix/release_action.h"
 
 namespace kvx::platform {
 
@@ -21,14 +19,8 @@ class CrashRelease {
   CrashRelease(const CrashRelease&) = delete;
   CrashRelease& operator=(const CrashRelease&) = delete;
 
-  /// Writes bytes, at most 256.
-  void ArmBytes(int device, std::string_view bytes);
-  /// Lowers modem lines of a serial device and raises others, as TIOCM_ bits.
-  void ArmLines(int device, int lowered, int raised);
-  /// Sets the control lines of a claimed parallel port that are in `mask` to those of `value`.
-  void ArmPort(int device, std::uint8_t mask, std::uint8_t value);
-  /// Writes the data lines of a claimed parallel port.
-  void ArmData(int device, std::uint8_t data);
+  /// The device is keyed; armed anew, it has another action or device. -1: there is none.
+  void Arm(int device, const ReleaseAction& action);
   /// It is due so long from now, unless it is armed anew or disarmed before that. A ReleaseWatch sees to it.
   void ReleaseAfter(Duration limit);
   void Disarm();
@@ -38,19 +30,23 @@ class CrashRelease {
   /// The program goes on: every armed one acts, or those that are due by then, and stays armed; nobody keys any more
   /// until AllowKeying. False when there was none.
   static bool ReleaseForNow(std::optional<TimePoint> due = std::nullopt);
+  static void HoldKeying();
   static void AllowKeying();
   /// The releases have been made: who keys must not key any more.
   static bool keying_ended();
 
   static bool any_armed();
   static std::optional<TimePoint> next_deadline();
-  /// This eventfd is written to when one is armed; -1: none.
+  /// Whoever reads the other end of this socket hears, as ReleaseMessage, of what is armed now and from now on; -1:
+  /// nobody.
+  static void ReportTo(int socket);
+  /// False when the socket has failed, or there is none.
+  static bool reports();
+  /// This eventfd is written to when one is armed, and when that socket fails; -1: none.
   static void WakeAtChanges(int event);
 
  private:
   struct Slot;
-
-  void Arm(int device, const std::function<void(Slot&)>& describe);
 
   Slot* slot_ = nullptr;  ///< null when there are more than there is room for
 };

@@ -46,7 +46,7 @@ Result<std::uint8_t> PosixDataLines::ReadData() const {
 }
 
 void PosixDataLines::ArmRelease(std::uint8_t data) {
-  if (port_) release_.ArmData(port_->descriptor(), data);
+  if (port_) release_.Arm(port_->descriptor(), ReleaseAction::Data(data));
 }
 
 }  // namespace kvx::platform

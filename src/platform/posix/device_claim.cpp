@@ -56,6 +56,13 @@ bool ExclusivelyUsed(int descriptor, const std::string& device, DeviceUser& user
 DeviceClaim::DeviceClaim(Descriptor descriptor, std::string device)
     : descriptor_(std::move(descriptor)), device_(std::move(device)) {}
 
+/// The release process may have the device open for a moment longer, and with it the lock and the exclusive mode.
+DeviceClaim::~DeviceClaim() {
+  if (!descriptor_.valid()) return;
+  ::ioctl(descriptor_.get(), TIOCNXCL);
+  ::flock(descriptor_.get(), LOCK_UN);
+}
+
 Result<DeviceClaim> DeviceClaim::Take(const std::string& path, DeviceUser& user) {
   std::error_code error;
   const std::string device = fs::canonical(path, error).string();

@@ -14,6 +14,10 @@ namespace kvx::platform {
 /// with the process.
 class DeviceClaim {
  public:
+  ~DeviceClaim();
+  DeviceClaim(DeviceClaim&&) = default;
+  DeviceClaim& operator=(DeviceClaim&&) = default;
+
   /// Claims the device at `path` (links are followed). kBusy names the program that has it, where that can be told.
   static Result<DeviceClaim> Take(const std::string& path, DeviceUser& user);
 

@@ -43,7 +43,7 @@ Status SerialKeyOutput::Open() {
     return opened;
   }
   const int keyed = KeyLine() | (lines_.use_ptt ? PttLine() : 0);
-  release_.ArmLines(descriptor_, lines_.inverted ? 0 : keyed, lines_.inverted ? keyed : 0);
+  release_.Arm(descriptor_, ReleaseAction::Lines(lines_.inverted ? 0 : keyed, lines_.inverted ? keyed : 0));
   return Ok();
 }
 
@@ -131,7 +131,8 @@ Status ParallelKeyOutput::Open() {
   if (!taken) return taken.error();
   port_ = *taken;
   const std::uint8_t mask = PosixParallelPort::kPin17 | PosixParallelPort::kPin16;
-  release_.ArmPort(port_->descriptor(), mask, PosixParallelPort::RegisterOf(PinsFor(false, false)) & mask);
+  release_.Arm(port_->descriptor(),
+               ReleaseAction::Port(mask, PosixParallelPort::RegisterOf(PinsFor(false, false)) & mask));
   if (Set(false, false) == 0) return Ok();
   Close();
   return Error{ErrorCode::kIo, "the pins of the parallel port cannot be set"};

@@ -68,7 +68,10 @@ Status PosixParallelPort::Claim() {
 }
 
 void PosixParallelPort::Close() {
-  if (descriptor_.valid()) ::ioctl(descriptor_.get(), PPRELEASE);
+  if (descriptor_.valid()) {
+    ::ioctl(descriptor_.get(), PPRELEASE);
+    ::flock(descriptor_.get(), LOCK_UN);  // the release process may have the port open for a moment longer
+  }
   descriptor_.Reset();
 }
 

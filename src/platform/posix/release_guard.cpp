@@ -7,7 +7,7 @@ namespace kvx::platform {
 PosixReleaseGuard::PosixReleaseGuard(std::function<int()> device) : device_(std::move(device)) {}
 
 void PosixReleaseGuard::Arm(std::string_view bytes) {
-  release_.ArmBytes(device_(), bytes);
+  release_.Arm(bytes.size() > ReleaseAction::kLongest ? -1 : device_(), ReleaseAction::Bytes(bytes));
 }
 
 void PosixReleaseGuard::ReleaseAfter(Duration limit) {

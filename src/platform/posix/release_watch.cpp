@@ -3,6 +3,7 @@
 #include <poll.h>
 #include <signal.h>
 #include <sys/eventfd.h>
+#include <sys/socket.h>
 #include <time.h>
 #include <unistd.h>
 
@@ -10,9 +11,11 @@
 #include <array>
 #include <cerrno>
 #include <memory>
+#include <optional>
 #include <utility>
 
 #include "platform/posix/crash_release.h"
+#include "platform/posix/release_message.h"
 
 namespace kvx::platform {
 namespace {
@@ -22,6 +25,7 @@ using namespace std::chrono_literals;
 constexpr std::array kTerminalStops{SIGTSTP, SIGTTIN, SIGTTOU};
 constexpr Duration kLook = 1s;       // for a sleep, as long as anything is armed
 constexpr Duration kRealSleep = 1s;  // shorter is no sleep
+constexpr Duration kBetweenStarts = 1s;
 
 // What a signal handler has.
 std::atomic<int> g_stop{0};
@@ -60,12 +64,14 @@ struct ReleaseWatch::Previous {
   std::array<struct sigaction, kTerminalStops.size()> stops{};
 };
 
-ReleaseWatch::ReleaseWatch(std::function<Duration()> asleep)
+ReleaseWatch::ReleaseWatch(std::function<Duration()> asleep, ReleaseProcess* process)
     : asleep_(std::move(asleep)),
+      process_(process),
       wake_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
       event_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
       previous_(std::make_unique<Previous>()) {
   CrashRelease::WakeAtChanges(wake_.get());
+  if (process_ != nullptr) CrashRelease::ReportTo(process_->socket());
   sigset_t all;  // the thread inherits the mask: signals are for the engine's thread
   sigset_t before;
   ::sigfillset(&all);
@@ -92,6 +98,7 @@ void ReleaseWatch::CatchStops() {
 ReleaseWatch::~ReleaseWatch() {
   CrashRelease::WakeAtChanges(-1);
   CrashRelease::AllowKeying();
+  CrashRelease::ReportTo(-1);
   if (!running_) return;
   ending_ = true;
   Write(wake_.get());
@@ -127,6 +134,7 @@ void ReleaseWatch::Work() {
     const bool armed = CrashRelease::any_armed();
     if (!armed) asleep = asleep_();
     Wait(armed);
+    MindProcess();
     // One that has been armed since then has not slept yet.
     const Duration before = std::exchange(asleep, asleep_());
     if (armed && asleep - before > kRealSleep && CrashRelease::ReleaseForNow()) Tell(kSlept);
@@ -137,15 +145,40 @@ void ReleaseWatch::Work() {
 
 /// Wakes nobody as long as nothing is armed.
 void ReleaseWatch::Wait(bool armed) const {
-  int timeout = -1;
-  if (armed) {
-    const TimePoint now = std::chrono::steady_clock::now();
-    const Duration left = CrashRelease::next_deadline().value_or(now + kLook) - now;
-    timeout =
-        static_cast<int>(std::chrono::ceil<std::chrono::milliseconds>(std::clamp<Duration>(left, 0s, kLook)).count());
+  const TimePoint now = std::chrono::steady_clock::now();
+  const bool lacks_process = process_ != nullptr && process_->socket() < 0;
+  std::optional<TimePoint> until;
+  if (armed) until = std::min(CrashRelease::next_deadline().value_or(now + kLook), now + kLook);
+  if (lacks_process) until = std::min(until.value_or(next_start_), next_start_);
+  const Duration left = std::max<Duration>(until.value_or(now) - now, 0s);
+  const auto timeout = std::chrono::ceil<std::chrono::milliseconds>(left).count();
+  std::array<pollfd, 2> news{pollfd{wake_.get(), POLLIN, 0},
+                             pollfd{process_ == nullptr ? -1 : process_->socket(), POLLIN, 0}};
+  ::poll(news.data(), news.size(), until ? static_cast<int>(timeout) : -1);
+  if (news[0].revents != 0) Drain(wake_.get());
+}
+
+void ReleaseWatch::MindProcess() {
+  if (process_ == nullptr || ending_) return;
+  if (process_->socket() >= 0 && !HearProcess()) {
+    CrashRelease::ReportTo(-1);
+    process_->Kill();
   }
-  pollfd wake{wake_.get(), POLLIN, 0};
-  if (::poll(&wake, 1, timeout) > 0) Drain(wake_.get());
+  const TimePoint now = std::chrono::steady_clock::now();
+  if (process_->socket() >= 0 || now < next_start_) return;
+  next_start_ = now + kBetweenStarts;
+  if (process_->Start()) CrashRelease::ReportTo(process_->socket());
+}
+
+/// False when it does not work any more.
+bool ReleaseWatch::HearProcess() {
+  ReleaseReport report{};
+  ssize_t size = 0;
+  while ((size = ::recv(process_->socket(), &report, sizeof report, MSG_DONTWAIT)) == sizeof report) {
+    CrashRelease::HoldKeying();
+    Tell(report == ReleaseReport::kStopped ? kStopped : kOverdue);
+  }
+  return size < 0 && (errno == EAGAIN || errno == EINTR) && CrashRelease::reports();
 }
 
 /// The signal takes its ordinary course when the releases have been made: it goes on here when the program is

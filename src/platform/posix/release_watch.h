@@ -9,6 +9,7 @@
 
 #include "core/loop.h"
 #include "platform/posix/descriptor.h"
+#include "platform/posix/release_process.h"
 
 namespace kvx::platform {
 
@@ -16,11 +17,13 @@ namespace kvx::platform {
 Duration TimeAsleep();
 
 /// A thread that makes the armed releases when the engine may not be able to: when one is due, within a second after
-/// the computer has slept, and when a terminal stops the program (Ctrl-Z), which is stopped when that is done. From
-/// then on nothing is keyed in software until Resume. One object at a time.
+/// the computer has slept, and when a terminal stops the program (Ctrl-Z), which is stopped when that is done. It keeps
+/// the release process informed of what is armed, hears of what that has released, and starts it anew when it has gone,
+/// once a second at most. From a release on nothing is keyed in software until Resume. One object at a time.
 class ReleaseWatch {
  public:
-  explicit ReleaseWatch(std::function<Duration()> asleep = TimeAsleep);
+  /// `process`: none, or one that has been started if that was possible.
+  explicit ReleaseWatch(std::function<Duration()> asleep = TimeAsleep, ReleaseProcess* process = nullptr);
   ~ReleaseWatch();
   ReleaseWatch(const ReleaseWatch&) = delete;
   ReleaseWatch& operator=(const ReleaseWatch&) = delete;
@@ -37,11 +40,15 @@ class ReleaseWatch {
   static void* Run(void* self);
   void Work();
   void Wait(bool armed) const;
+  void MindProcess();
+  bool HearProcess();
   void Stop(int number);
   void Tell(Cause cause);
   void CatchStops();
 
   std::function<Duration()> asleep_;
+  ReleaseProcess* process_;
+  TimePoint next_start_{};  ///< of the process, when it has gone
   Descriptor wake_;
   Descriptor event_;
   std::atomic<Cause> cause_{kNone};

@@ -33,6 +33,8 @@ class PtyPort final : public SerialPort {
 
   /// The device name of the far end; empty while closed.
   const std::string& slave_path() const { return slave_path_; }
+  /// The system's number for the console's end, -1 while it is closed.
+  int descriptor() const { return master_.get(); }
 
   /// Another program has closed the far end, and on_data has told what it had written; the port stays open.
   std::function<void()> on_visit_ended;
