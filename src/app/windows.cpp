@@ -158,18 +158,48 @@ int GrabWindows(console::ConsoleWindow& console, console::Station& station, cons
   }
   station.console.Theme.Set(theme);
   good = Save(console, target, "console") && good;
+  QString keys = KeyList("console", console);
   for (const QString& name : console.window_names()) {
     QWidget* window = console.OpenWindow(name);
+    keys += KeyList(name, *window);
     if (auto* setup = qobject_cast<console::SetupDialog*>(window)) {
       for (std::size_t page = 0; page < kSetupPages.size(); ++page) {
         setup->Open(static_cast<console::SetupDialog::Page>(page));
         good = Save(*setup, target, kSetupPages[page]) && good;
       }
+      setup->Open(console::SetupDialog::kLinks);  // a long one: the network is further down
+      for (auto* label : setup->findChildren<QLabel*>()) {
+        if (label->accessibleName() == "State of the NET rigctl server") ScrollTo(*label);
+      }
+      good = Save(*setup, target, "setup-net") && good;
     } else {
       good = Save(*window, target, name) && good;
     }
   }
+  QFile list(target.filePath("keys.txt"));
+  good = list.open(QIODevice::WriteOnly) && list.write(keys.toUtf8()) >= 0 && good;
   return good ? 0 : 1;
+}
+
+void GrabDecoding(console::ConsoleWindow& console, console::Station& station, const std::string& folder,
+                  const std::function<void(int code)>& done) {
+  constexpr std::array kControls{std::pair{"cboBins", "4096"}, std::pair{"txtFMin", "400"},
+                                 std::pair{"txtFMax", "2500"}, std::pair{"CrossIt", "1250"}};  // a contest station
+  constexpr int kLook = 500;                                                                   // milliseconds
+  constexpr int kLooks = 60;
+  constexpr std::size_t kEnough = 30;  // characters
+  audio::AudioAnalysis* audio = station.audio.get();
+  if (audio == nullptr || audio->settings().source != "sim:receiver" || !audio->Press("DCW")) return done(0);
+  for (const auto& [control, value] : kControls) (void)audio->Set(control, value);
+  auto* look = new QTimer(&console);
+  QObject::connect(look, &QTimer::timeout, look, [=, &console, looks = 0]() mutable {
+    const auto longer = [](std::size_t sum, const audio::DecodedText& run) { return sum + run.text.size(); };
+    const std::size_t read = std::accumulate(audio->text().begin(), audio->text().end(), std::size_t{0}, longer);
+    if (++looks < kLooks && read < kEnough) return;
+    look->stop();
+    done(Save(*console.OpenWindow("audio"), QDir(QString::fromStdString(folder)), "audio-decoding") ? 0 : 1);
+  });
+  look->start(kLook);
 }
 
 }  // namespace kvx::app

@@ -98,6 +98,9 @@ QWidget* ConsoleWindow::MakeCenter() {
   footer_->on_logger_keyer = [this](bool on) {
     if (on_logger_keyer) on_logger_keyer(on);
   };
+  footer_->on_net = [this](bool on) {
+    if (on_net) on_net(on);
+  };
   panels_ = {screen_, meter, band_, mode, knob, functions, sliders, footer_};
   const int gap = fontMetrics().height() / 3 + 2;
   auto* column = new QVBoxLayout(center_);
@@ -292,6 +295,7 @@ void ConsoleWindow::ShowHelp() {
          "Ctrl+Alt+0 to Ctrl+Alt+8\tsaved rigs\n"
          "Ctrl+L\tlist of stored function keys\n"
          "Ctrl+Shift+N, Ctrl+Shift+K\tlink to the logger, link from the logger to the WinKeyer\n"
+         "Ctrl+Shift+R\tNET rigctl server for other programs\n"
          "Escape\treleases the transmitter, stops CW, ends a scan"));
   ShowQuestion({.window = this, .title = tr("Keys and mouse")}, help_, [](int) {});
 }

@@ -57,6 +57,7 @@ class ConsoleWindow final : public QMainWindow {
   std::function<void()> on_use_simulated_rig;
   std::function<void(bool on)> on_logger;        ///< the link to the logger or the skimmer is wanted on or off
   std::function<void(bool on)> on_logger_keyer;  ///< the same of the one from its keyer
+  std::function<void(bool on)> on_net;           ///< the same of the NET rigctl server
 
  protected:
   void closeEvent(QCloseEvent* event) override;

@@ -56,6 +56,14 @@ FooterPanel::FooterPanel(Station& station, const widgets::Appearance& appearance
   });
   row->addWidget(logger_);
   row->addWidget(logger_keyer_);
+  net_ = MakeLink(tr("NET"), tr("NET rigctl server"),
+                  tr("Lets WSJT-X, fldigi and other programs for \"Hamlib NET rigctl\" use this rig."), "Ctrl+Shift+R");
+  connect(net_, &QPushButton::clicked, this, [this] {
+    if (on_net) on_net(!net_->isChecked());
+    ShowNet();
+  });
+  net_->setVisible(station_.net != nullptr);
+  row->addWidget(net_);
   dde_ = MakeLabel(tr("DDE"), "quiet");
   dde_->setToolTip(tr("The frequency that DDE clients were told last"));
   dde_->hide();
@@ -69,7 +77,7 @@ FooterPanel::FooterPanel(Station& station, const widgets::Appearance& appearance
   following_ = station.functions.scanner.changed.Follow([this] { ShowScan(); });
   row->addWidget(message_, 1);
   connect(&appearance_, &widgets::Appearance::Changed, this,
-          [this] { ShowPort(), ShowPolling(), ShowKeyer(), ShowLinks(); });
+          [this] { ShowPort(), ShowPolling(), ShowKeyer(), ShowLinks(), net_shown_.clear(), ShowNet(); });
 }
 
 void FooterPanel::Follow(Field field) {
@@ -86,6 +94,8 @@ void FooterPanel::Follow(Field field) {
     case Field::kLoggerLink:
     case Field::kKeyerLink:
       return ShowLinks();
+    case Field::kRiggmt:  // clients come and go without a word
+      return ShowNet();
     case Field::kDde:
       ShowText(dde_, ToQt(*console.DdeBox));
       return dde_->setVisible(!console.DdeBox->empty());
@@ -125,23 +135,34 @@ widgets::LampButton* FooterPanel::MakeLink(const QString& text, const QString& n
 }
 
 /// Green: on. Red: on, and its port is closed.
-template <class Link>
-void FooterPanel::ShowLink(widgets::LampButton* button, const Link& link, const QString& name) {
+void FooterPanel::ShowLink(widgets::LampButton* button, const QString& name, bool on, bool open,
+                           const std::string& state) {
   const widgets::Theme& theme = appearance_.theme();
   const int height = button->fontMetrics().height();
-  const QString word = !link.is_on() ? tr("off") : link.is_open() ? tr("on") : tr("closed");
-  button->SetLit(link.is_on());
+  const QString word = !on ? tr("off") : open ? tr("on") : tr("closed");
+  button->SetLit(on);
   button->SetText(name + " " + word);
   button->setIconSize(QSize(height, height));
-  button->setIcon(Lamp(!link.is_on() ? theme.quiet_ink : link.is_open() ? theme.green : theme.red, height));
-  button->setAccessibleDescription(ToQt(link.state()));
+  button->setIcon(Lamp(!on ? theme.quiet_ink : open ? theme.green : theme.red, height));
+  button->setAccessibleDescription(ToQt(state));
 }
 
 void FooterPanel::ShowLinks() {
   for (QWidget* button : {logger_, logger_keyer_}) button->setVisible(station_.loggers != nullptr);
   if (!station_.loggers) return;
-  ShowLink(logger_, station_.loggers->logger, tr("Logger"));
-  ShowLink(logger_keyer_, station_.loggers->winkey, tr("CW in"));
+  const auto show = [this](widgets::LampButton* button, const QString& name, const auto& link) {
+    ShowLink(button, name, link.is_on(), link.is_open(), link.state());
+  };
+  show(logger_, tr("Logger"), station_.loggers->logger);
+  show(logger_keyer_, tr("CW in"), station_.loggers->winkey);
+}
+
+void FooterPanel::ShowNet() {
+  if (!station_.net) return;
+  std::string state = station_.net->state();
+  if (state == net_shown_) return;
+  net_shown_ = std::move(state);
+  ShowLink(net_, tr("NET"), station_.net->settings().on, station_.net->is_listening(), net_shown_);
 }
 
 void FooterPanel::ShowScan() {

@@ -20,12 +20,13 @@ class FooterPanel final : public Panel {
   /// The operator wants a link on or off: the one to the logger or the skimmer, and the one from its keyer.
   std::function<void(bool on)> on_logger;
   std::function<void(bool on)> on_logger_keyer;
+  std::function<void(bool on)> on_net;  ///< the NET rigctl server
 
  private:
   widgets::LampButton* MakeLink(const QString& text, const QString& name, const QString& tip, const char* keys);
-  template <class Link>
-  void ShowLink(widgets::LampButton* button, const Link& link, const QString& name);
+  void ShowLink(widgets::LampButton* button, const QString& name, bool on, bool open, const std::string& state);
   void ShowLinks();
+  void ShowNet();
   void ShowPort();
   void ShowPolling();
   void ShowKeyer();
@@ -37,7 +38,9 @@ class FooterPanel final : public Panel {
   QLabel* keyer_;  ///< only where there is one
   widgets::LampButton* logger_;
   widgets::LampButton* logger_keyer_;
-  QLabel* dde_;  ///< only while somebody is told
+  widgets::LampButton* net_;
+  std::string net_shown_;  ///< the state that it shows
+  QLabel* dde_;            ///< only while somebody is told
   widgets::AnnouncementLabel* announcement_;
   QLabel* scan_;  ///< only while the station scans
   QLabel* message_;

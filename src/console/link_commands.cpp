@@ -18,16 +18,6 @@ struct Link {
   std::string (*state)(const Station& station);
 };
 
-/// The setting is kept. An error when it is to be on and is not.
-std::string SwitchNet(StationSetup& setup, bool on) {
-  Station& station = setup.station();
-  if (const Status kept = setup.SetSetting("NETSERVER=", on ? "on" : "off"); !kept)
-    return "error: " + kept.error().message;
-  if (station.net) station.net->Retry();
-  const bool as_wanted = station.net && station.net->is_listening() == on;
-  return (as_wanted ? "ok link net " : "error: ") + NetState(station);
-}
-
 std::string LoggerState(const Station& station) {
   if (!station.loggers) return "not in this program";
   const std::string program = station.loggers->program_state();
@@ -49,6 +39,11 @@ Status SwitchLink(StationSetup& setup, LinkOf& link, const std::string& key, boo
 
 std::string Answer(const Status& done, const std::string& state) {
   return done ? "ok link " + state : "error: " + done.error().message;
+}
+
+std::string DoSwitchNet(StationSetup& setup, bool on) {
+  const Status done = SwitchNet(setup, on);
+  return Answer(done, "net " + NetState(setup.station()));
 }
 
 std::string DoSwitchLogger(StationSetup& setup, bool on) {
@@ -77,7 +72,7 @@ std::string SwitchDde(StationSetup& setup, bool on) {
 }
 
 constexpr std::array kLinks{Link{"logger", DoSwitchLogger, LoggerState}, Link{"keyer", DoSwitchKeyer, KeyerState},
-                            Link{"dde", SwitchDde, DdeState}, Link{"net", SwitchNet, NetState}};
+                            Link{"dde", SwitchDde, DdeState}, Link{"net", DoSwitchNet, NetState}};
 
 std::string DoLink(StationSetup& setup, std::string_view argument) {
   argument = Trim(argument);
@@ -114,6 +109,14 @@ Status SwitchLogger(StationSetup& setup, bool on) {
 Status SwitchLoggerKeyer(StationSetup& setup, bool on) {
   if (!setup.station().loggers) return NoLoggers();
   return SwitchLink(setup, setup.station().loggers->winkey, "KEYERLINK=", on);
+}
+
+Status SwitchNet(StationSetup& setup, bool on) {
+  Station& station = setup.station();
+  if (const Status kept = setup.SetSetting("NETSERVER=", on ? "on" : "off"); !kept) return kept;
+  if (station.net) station.net->Retry();
+  if (station.net && station.net->is_listening() == on) return Ok();
+  return Error{ErrorCode::kBusy, NetState(station)};
 }
 
 void AddLinkCommands(CommandLine& commands, StationSetup& setup) {

@@ -9,6 +9,8 @@ namespace kvx::console {
 /// too.
 Status SwitchLogger(StationSetup& setup, bool on);
 Status SwitchLoggerKeyer(StationSetup& setup, bool on);
+/// The NET rigctl server in the same way.
+Status SwitchNet(StationSetup& setup, bool on);
 
 /// Adds the headless command that switches the links to other programs on and off: link. `setup` outlives the command
 /// line.
