@@ -4,6 +4,7 @@
 #include <QIcon>
 #include <QProxyStyle>
 #include <QTimer>
+#include <algorithm>
 #include <iostream>
 
 #include "app/program.h"
@@ -73,7 +74,10 @@ int RunWindowed(int argc, char** argv, const Options& options) {
     window.OpenWindow("audio");  // and sound in this one's
     QTimer::singleShot(kGrabDelayMilliseconds, &window, [&] {
       code = GrabWindows(window, program.station(), options.grab_folder);
-      program.Stop();
+      GrabDecoding(window, program.station(), options.grab_folder, [&](int decoding) {
+        code = std::max(code, decoding);
+        program.Stop();
+      });
     });
   }
   return QApplication::exec();

@@ -2,14 +2,21 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QFile>
+#include <QLabel>
 #include <QMessageBox>
 #include <QPointer>
+#include <QScrollArea>
+#include <QTimer>
 #include <iostream>
+#include <numeric>
 
 #include "accessories/accessories.h"
 #include "accessories/antenna_port_window.h"
 #include "accessories/antenna_window.h"
 #include "accessories/direct_port_window.h"
+#include "app/key_list.h"
+#include "audio/audio_analysis.h"
 #include "audio/spec_display_window.h"
 #include "console/debug_window.h"
 #include "console/function_list_window.h"
@@ -51,6 +58,12 @@ bool Save(QWidget& window, const QDir& folder, const QString& name) {
   return false;
 }
 
+void ScrollTo(QWidget& widget) {
+  for (QWidget* around = widget.parentWidget(); around != nullptr; around = around->parentWidget()) {
+    if (auto* scroll = qobject_cast<QScrollArea*>(around)) scroll->ensureWidgetVisible(&widget, 0, widget.height());
+  }
+}
+
 void AddAntennaWindows(console::ConsoleWindow& console, Program& program, widgets::Appearance& appearance) {
   accessories::Accessories& accessories = *program.station().accessories;
   const auto make_antennas = [&](QWidget* parent) {
@@ -83,6 +96,7 @@ void AddWindows(console::ConsoleWindow& console, Program& program, widgets::Appe
   program.setup().on_redraw = [&console] { console.Redraw(); };
   console.on_logger = [&program](bool on) { (void)console::SwitchLogger(program.setup(), on); };
   console.on_logger_keyer = [&program](bool on) { (void)console::SwitchLoggerKeyer(program.setup(), on); };
+  console.on_net = [&program](bool on) { (void)console::SwitchNet(program.setup(), on); };
   console.AddWindow(Tr("&Setup"), {}, "setup", [&](QWidget* parent) {
     auto* setup = new console::SetupDialog(program.setup(), appearance, program.local_tone(), parent);
     setup->resize(InText(*setup, 54, 40));
