@@ -93,6 +93,7 @@ if step "build" build dev; then
   else
     skip "windows under Xvfb" "$reason"
   fi
+  step "manual" python3 tests/manual/run.py "$PWD/build/dev/kvx"
 fi
 
 if [[ $all == yes ]]; then
