@@ -46,6 +46,7 @@ class WindowTest(unittest.TestCase):
         if resize:
             self.resize(*self.size)
         self.desktop.focus(self.window)
+        self.assertTrue(wait_until(lambda: self.program.controls()[0].has("active"), 10, 0.1), "keys go elsewhere")
         if self.configured:
             self.assertTrue(wait_until(lambda: self.count("SM0;") > 2, 5), "the console does not poll")
 
