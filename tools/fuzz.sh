@@ -13,14 +13,14 @@ if [[ ${#targets[@]} == 0 ]]; then
   for source in tests/fuzz/*_fuzz.cpp; do targets+=("$(basename "$source" _fuzz.cpp)"); done
 fi
 
-cmake --preset fuzz >/dev/null && cmake --build --preset fuzz --target "${targets[@]/%/_fuzz}" || exit 1
+cmake --preset asan >/dev/null && cmake --build --preset asan --target "${targets[@]/%/_fuzz}" || exit 1
 found=build/fuzz/inputs
 export seconds found
 
 try() {
   local name=$1
   mkdir -p "$found/$name"
-  if build/fuzz/tests/fuzz/"$name"_fuzz -max_total_time="$seconds" -timeout=20 -rss_limit_mb=2048 -detect_leaks=1 \
+  if build/asan/tests/fuzz/"$name"_fuzz -max_total_time="$seconds" -timeout=20 -rss_limit_mb=2048 -detect_leaks=1 \
     -print_final_stats=1 -artifact_prefix="build/fuzz/$name-" "$found/$name" "tests/fuzz/inputs/$name" >"build/fuzz/$name.log" 2>&1; then
     printf 'ok      %s: %s inputs tried\n' "$name" "$(sed -n 's/^stat::number_of_executed_units: *//p' "build/fuzz/$name.log")"
   else
