@@ -1,8 +1,11 @@
 #!/usr/bin/env bash
-# Installs what the tests need, builds, and runs them. --all adds the build with sanitizers, fuzzing, the benchmarks and Wine.
+# Installs what the tests need, builds, and runs them. --all adds the build with sanitizers, fuzzing, the benchmarks, Wine and the packages.
 # The last line is "N passed, N failed", counted in steps; the exit code is 0 when none failed.
 set -uo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")" || exit 1
+
+# Builds of one tree share objects, wherever the tree is.
+export CCACHE_BASEDIR=$PWD
 
 all=no
 for argument in "$@"; do
@@ -78,7 +81,7 @@ no_windows() {
 engine_for_windows() { tools/fetch_sqlite.sh build/sqlite && build mingw && run_tests mingw; }
 
 groups=(build test)
-if [[ $all == yes ]]; then groups+=(all); fi
+if [[ $all == yes ]]; then groups+=(all package); fi
 step "packages" tools/setup.sh "${groups[@]}"
 
 step "checks" tools/check.sh
@@ -114,6 +117,15 @@ if [[ $all == yes ]]; then
     step "Windows: the engine's tests under Wine" engine_for_windows
   else
     skip "Windows: the engine's tests under Wine" "$reason"
+  fi
+  step "source tarball" tools/try_source.sh
+  if step "package" tools/package.sh deb; then
+    reason=$(tools/try_package.sh --check)
+    if [[ -z $reason ]]; then
+      step "package in a new system" tools/try_package.sh
+    else
+      skip "package in a new system" "$reason"
+    fi
   fi
   if reason=$(python3 tests/wine/run.py --check "$PWD/build/dev/kvx"); then
     step "programs under Wine" python3 tests/wine/run.py "$PWD/build/dev/kvx"

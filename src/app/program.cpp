@@ -61,8 +61,9 @@ platform::Path StationFolder(const Options& options) {
 platform::Path DataFolder() {
   const platform::Path program(QCoreApplication::applicationDirPath().toStdString());
   const platform::Path installed = program / ".." / "share" / "kvx";
+  const platform::Path source(KVX_SOURCE_DATA);  // empty in a package
   std::error_code error;
-  return std::filesystem::is_directory(installed, error) ? installed : platform::Path(KVX_SOURCE_DATA);
+  return source.empty() || std::filesystem::is_directory(installed, error) ? installed : source;
 }
 
 Program::Program(const Options& options, platform::ReleaseProcess* process)
