@@ -157,7 +157,7 @@ std::string ManualPage(const std::vector<console::CommandLine::CommandHelp>& com
 int PrintManualPage(int argc, char** argv) {
   QCoreApplication application(argc, argv);
   const QTemporaryDir folder;
-  Program program(Options{.mode = Options::Mode::kHeadless, .station = folder.path().toStdString()});
+  Program program(Options{.mode = Options::Mode::kHeadless, .station = folder.path().toStdString()}, nullptr);
   if (auto prepared = program.Prepare(); !folder.isValid() || !prepared) {
     std::cerr << "kvx: cannot make an empty station: "
               << (folder.isValid() ? prepared.error().message : folder.errorString().toStdString()) << '\n';
