@@ -96,7 +96,10 @@ void AddWindows(console::ConsoleWindow& console, Program& program, widgets::Appe
   program.setup().on_redraw = [&console] { console.Redraw(); };
   console.on_logger = [&program](bool on) { (void)console::SwitchLogger(program.setup(), on); };
   console.on_logger_keyer = [&program](bool on) { (void)console::SwitchLoggerKeyer(program.setup(), on); };
-  console.on_net = [&program](bool on) { (void)console::SwitchNet(program.setup(), on); };
+  console.on_net = [&program](bool on) {  // what is wrong it says itself
+    if (console::SwitchNet(program.setup(), on))
+      program.station().Notice("NET rigctl server " + program.station().net->state());
+  };
   console.AddWindow(Tr("&Setup"), {}, "setup", [&](QWidget* parent) {
     auto* setup = new console::SetupDialog(program.setup(), appearance, program.local_tone(), parent);
     setup->resize(InText(*setup, 54, 40));

@@ -32,9 +32,11 @@ def own_network():
 
 
 def raise_loopback():
-    set_flags, up_and_running = 0x8914, 0x41
+    """With a second address: some programs look names up only where there is more than the loopback's."""
+    set_flags, up_and_running, set_address = 0x8914, 0x41, 0x8916
     with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as any_socket:
         fcntl.ioctl(any_socket, set_flags, struct.pack("16sh14x", b"lo", up_and_running))
+        fcntl.ioctl(any_socket, set_address, struct.pack("16sHH4s16x", b"lo:1", socket.AF_INET, 0, bytes([192, 0, 2, 1])))
 
 
 def do_chapter(path, binary):
