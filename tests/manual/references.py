@@ -9,7 +9,7 @@ import time
 import chapter
 
 # Programs of others whose commands stand in a sentence.
-OUTSIDE = {"sudo", "rigctl", "ser2net", "systemctl", "ls", "apt", "python3", "wine", "speaker-test", "spd-say", "pactl"}
+OUTSIDE = {"sudo", "rigctl", "ser2net", "systemctl", "ls", "apt", "python3", "wine", "ssh", "pulseaudio"}
 CHORD = re.compile(r"(?:(?:Ctrl|Alt|Shift)\+)+(?:\S+)|F\d{1,2}")
 SMALLEST_ALT = 20  # characters that tell somebody who cannot see a picture what is in it
 
@@ -87,14 +87,14 @@ class Inline:
             done = subprocess.run([self.binary, *words[1:], "--help"], capture_output=True, text=True, check=False, timeout=20)
             return done.stderr.strip()
         if CHORD.fullmatch(text):
-            return "" if text in self.keys else "no window has this key"
+            return "" if text in self.keys or text == "Shift+Tab" else "no window has this key"
         setting = re.fullmatch(r"([A-Za-z0-9 ]+=)\S.*|([A-Za-z0-9 ]+=)", text)
         if setting:
             key = setting[1] or setting[2]
             return "" if key in self.settings or re.fullmatch(r"(COM|LPT)\d+=", key) else "is no setting"
         if words[0] in self.commands:
             second = re.match(r"[a-z]+$", words[1]) if len(words) > 1 else None
-            known = not second or f"{words[0]} {words[1]}" in self.reference
+            known = not second or f"{words[0]} {words[1]}" in self.reference or words[0] == "help" and words[1] in self.commands
             return "" if known else f"{words[0]} has no {words[1]}"
         if len(words) > 1 and re.match(r"[a-z]+$", words[0]) and words[0] not in OUTSIDE:
             return "is no command"
