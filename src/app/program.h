@@ -35,8 +35,8 @@ namespace kvx::app {
 /// a Qt application.
 class Program {
  public:
-  /// `process`: what releases the transmitter when this program cannot; null: nothing does.
-  Program(const Options& options, platform::ReleaseProcess* process);
+  /// `process`: what releases the transmitter when this program cannot; null: nothing does, as nothing is keyed.
+  explicit Program(const Options& options, platform::ReleaseProcess* process = nullptr);
 
   /// Takes the station folder. kBusy when another console has it.
   Status Prepare();
