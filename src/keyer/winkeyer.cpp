@@ -288,8 +288,13 @@ void WinKeyer::Abort() {
 void WinKeyer::SetSpeed(int wpm) {
   wpm = std::clamp(wpm, kSlowest, kFastest);
   if (!may_write() || wpm == told_speed_) return;  // a start-up tells the speed itself
-  told_speed_ = wpm;
   Write(WinkeyCommand("02", wpm));
+  TakeSpeed(wpm);
+}
+
+/// The keyer has been told this speed.
+void WinKeyer::TakeSpeed(int wpm) {
+  told_speed_ = wpm;
   speed_in_text_ = progress_.size() > 0;
   progress_.SetSpeed(loop_.Now(), wpm);
   Follow();

@@ -95,6 +95,7 @@ class WinKeyer final : public CwBackend {
   bool may_write() const { return port_.is_open() && (state_ == State::kReady || state_ == State::kFailed); }
   void TakeFlags(std::string_view bytes);
   void TakePot(std::uint8_t byte);
+  void TakeSpeed(int wpm);
   void TakeReports(std::string_view bytes);
   void TakeLoggerByte(std::uint8_t byte, std::string& command);
   void Hold(std::string_view bytes);

@@ -207,7 +207,8 @@ void WinKeyer::GetWInkey() {
   if (logger_text_.size() > kLoggerTextKept) logger_text_.erase(0, logger_text_.size() - kLoggerTextKept);
 }
 
-/// A speed above 30 is a printable character, and therefore text.
+/// A speed above 30 is a printable character, and therefore text. One that is passed on needs no telling again; of
+/// several the last one counts.
 void WinKeyer::TakeLoggerByte(std::uint8_t byte, std::string& command) {
   const char c = static_cast<char>(byte);
   if (byte > 30 && byte < 128) {
@@ -217,7 +218,10 @@ void WinKeyer::TakeLoggerByte(std::uint8_t byte, std::string& command) {
   command += HexText::FromBytes(std::string_view(&c, 1)).digits;
   if (!command.starts_with(kSetSpeed) || command.size() < 2 * kSetSpeed.size()) return;
   const int speed = HexByte(std::string_view(command).substr(2, 2)).value_or(0);
-  if (speed >= kSlowestOfLogger) console_.CWSpeed.Set(std::min(speed, kFastest));
+  command.clear();
+  if (speed < kSlowestOfLogger) return;
+  if (pass_through_ && may_write() && speed <= kFastest) TakeSpeed(speed);
+  console_.CWSpeed.Set(std::min(speed, kFastest));
 }
 
 }  // namespace kvx::keyer

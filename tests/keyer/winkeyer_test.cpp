@@ -199,6 +199,9 @@ TEST(WinKeyer, ALoggerSharesItWithoutAByteChanged) {
   EXPECT_EQ(*bench.console.CWSpeed, 20);
   EXPECT_EQ(bench.Writes(), "") << "not passed through";
   bench.keyer.SetPassThrough(true);
+  const Console::Subscription speed = bench.console.Subscribe([&bench](Field field) {
+    if (field == Field::kCwSpeed) bench.keyer.SetSpeed(*bench.console.CWSpeed);
+  });
   for (const char* slow : {"\x02\x01", "\x02\x05"}) logger.Arrive(slow);
   EXPECT_EQ(*bench.console.CWSpeed, 20);
   EXPECT_FALSE(bench.keyer.clear_request());
@@ -213,8 +216,10 @@ TEST(WinKeyer, ALoggerSharesItWithoutAByteChanged) {
   EXPECT_EQ(*bench.console.CWSpeed, 6) << "in two pieces";
   logger.Arrive("\x02\x23");
   EXPECT_EQ(*bench.console.CWSpeed, 6) << "a printable byte is text";
-  EXPECT_EQ(bench.keyer.logger_text(), "CQD#");
-  EXPECT_EQ(bench.Writes(), "02 01|02 05|0A 43 51 20 44 1E 02|06|02|06|02 23");
+  logger.Arrive("\x02\x14#\x02\x1E");
+  EXPECT_EQ(*bench.console.CWSpeed, 30) << "the last of two";
+  EXPECT_EQ(bench.keyer.logger_text(), "CQD##");
+  EXPECT_EQ(bench.Writes(), "02 01|02 05|0A 43 51 20 44 1E 02|06|02|06|02 23|02 14 23 02 1E");
   bench.port.Arrive("\x00\xC4\x43\xBE"s);
   EXPECT_EQ(logger.written, "\x00\xC4\x43\xBE"s);
   logger.Arrive(std::string(5000, 'V'));
