@@ -201,8 +201,11 @@ bool IsText(std::string_view content) {
 }
 
 std::string OneLine(std::string_view text, std::size_t limit) {
-  std::string out = ToVisible(text.substr(0, limit));
-  return text.size() > limit ? out + "..." : out;
+  if (text.size() <= limit) return ToVisible(text);
+  constexpr std::size_t kMostBehindFirst = 3;  // bytes of a UTF-8 character, which is not cut
+  std::size_t end = limit;
+  while (end > 0 && limit - end < kMostBehindFirst && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) --end;
+  return ToVisible(text.substr(0, end)) + "...";
 }
 
 }  // namespace kvx

@@ -79,6 +79,9 @@ TEST(Text, JsonIsValidWhateverStandsInIt) {
 TEST(Text, OneLineIsBounded) {
   EXPECT_EQ(OneLine("ab\r\n", 10), "ab<CR><LF>");
   EXPECT_EQ(OneLine("abcdef", 3), "abc...");
+  EXPECT_EQ(OneLine("aü漢", 2), "a...");
+  EXPECT_EQ(OneLine("aü漢", 3), "aü...");
+  EXPECT_EQ(OneLine("aü漢", 5), "aü...");
 }
 
 }  // namespace
