@@ -221,6 +221,7 @@ Status Station::InitRig(const std::string& slot) {
     console.MeterOn.Set(false);
     console.Label10.Set("ALC");
     FollowKeyer();
+    FollowLinks();  // another keyer's port may be a link's
     OpenRigPort();
   }
   return loaded;

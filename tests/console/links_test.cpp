@@ -47,6 +47,15 @@ TEST(Links, AnotherDeviceBehindThePortOfALinkIsOpened) {
   EXPECT_EQ(*links.bench.station.console.LoggerLink, "on COM7");
 }
 
+TEST(Links, TheKeyerOfASavedRigTakesTheirPortAndGivesItBack) {
+  LinkBench links("CWSKIMMER= 7\nLOGGERLINK=True\nKEYERPORT=NONE\nKEYERPORT 2=COM7\nRIG 2=TS-2000\n");
+  for (const auto& [slot, state] :
+       {std::pair(2, "on, COM7 is closed (COM7 is the port of the keyer)"), std::pair(0, "on COM7")}) {
+    ASSERT_TRUE(links.bench.station.xRig_Click(slot).ok());
+    EXPECT_EQ(*links.bench.station.console.LoggerLink, state);
+  }
+}
+
 TEST(Links, DdeIsShownAsItRunsAlsoWhereNoLineSaysSo) {
   LinkBench links("");
   EXPECT_EQ(*links.setup.Setting("DDESERVER"), "True");
