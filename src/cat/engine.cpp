@@ -28,6 +28,7 @@ Engine::Engine(Loop& loop, Console& console, platform::SerialPort& port)
 
 bool Engine::UseRig(config::RigDefinition rig) {
   if (rig.row == rig_.row) return false;  // read again, unchanged: polling and two-state buttons go on as they are
+  const bool another = rig.name != rig_.name;
   rig_ = std::move(rig);
   if (link.is_open()) link.Discard(kDiscardTicks);  // what is still under way was asked of the rig before
   armed_.clear();
@@ -37,6 +38,11 @@ bool Engine::UseRig(config::RigDefinition rig) {
   for (std::size_t i = 0; i < console_.FunctionState.size(); ++i) console_.FunctionState.Set(i, false);
   console_.SMeter.Set(0);  // a rig that tells none must not show the last one's
   console_.MeterValue.Set(0);
+  if (another) {  // nor where its VFOs are; which of them is in use is told anew, or is taken to be A as at the start
+    console_.FreqA.Set({});
+    console_.FreqB.Set({});
+    console_.ActiveVfo.Set('A');
+  }
   poller.RigSelected();
   return true;
 }

@@ -67,8 +67,14 @@ TEST(Station, SavedRigsBringTheirNameSpeedAndStopBits) {
   Bench bench(RigIni("TS-2000", 38400, kSaved));
   bench.Start();
   EXPECT_EQ(KhzText(*bench.station.console.Offset), "-1.50");
+  bench.station.console.ActiveVfo.Set('B');
+  bench.station.console.FreqB.Set(Frequency::FromKhz(7010));
+  EXPECT_TRUE(bench.station.SetRig("TS-2000").ok());
+  EXPECT_EQ(*bench.station.console.ActiveVfo, 'B') << "the same rig";
   EXPECT_TRUE(bench.station.xRig_Click(2).ok());
   EXPECT_EQ(*bench.station.console.RigName, "FT-857");
+  EXPECT_EQ(*bench.station.console.ActiveVfo, 'A');
+  EXPECT_EQ(*bench.station.console.FreqB, Frequency{}) << "it was the other rig's";
   EXPECT_EQ(bench.port.opened, (platform::PortSettings{.number = 3, .speed = 4800, .stop_bits = 2}));
   EXPECT_EQ(*bench.station.console.RigSlot, 2);
   EXPECT_EQ(*bench.station.console.Rport, "2");
