@@ -247,7 +247,7 @@ void MemoryWindow::FollowChannels() {
 
 void MemoryWindow::TurnScan() {
   functions::Scanner& scanner = station_.functions.scanner;
-  if (scanner.running()) return scanner.Stop("stopped by the operator");
+  if (scanner.running()) return scanner.Stop("by the operator");
   Check(scanner.Start(functions::ScanSource::kMemories));
 }
 

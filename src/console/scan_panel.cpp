@@ -102,7 +102,7 @@ void ScanPanel::MakeEnds(QGridLayout& grid) {
 
 void ScanPanel::MakeRun(QGridLayout& grid) {
   run_ = Button(tr("Scan"), tr("Scans the rows marked with Y, or stops scanning"), "Ctrl+G", [this] {
-    if (scanner_.running()) return scanner_.Stop("stopped by the operator");
+    if (scanner_.running()) return scanner_.Stop("by the operator");
     if (const Status started = scanner_.Start(); !started && say) say(ToQt(started.error().message));
   });
   skip_ = Button(tr("Skip"), tr("Goes on to the next row"), "Ctrl+K", [this] { scanner_.Skip(); });

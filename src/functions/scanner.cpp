@@ -208,7 +208,7 @@ Task Scanner::Listen() {
 }
 
 void Scanner::OperatorActs() {
-  if (running() && !acting_ && !functions_.acting()) Stop("stopped by the operator");
+  if (running() && !acting_ && !functions_.acting()) Stop("by the operator");
 }
 
 void Scanner::Follow(Field field) {

@@ -206,7 +206,7 @@ TEST(FunctionListWindow, ScansFromStartToEndAndMarksWhatIsHeard) {
   EXPECT_EQ(heard(), "-*- Held on 9000.00, n2");
   view.table().setFocus();
   QTest::keyClick(&view.table(), Qt::Key_Return);
-  EXPECT_EQ(heard(), "--- Stopped: stopped by the operator");
+  EXPECT_EQ(heard(), "--- Stopped: by the operator");
 }
 
 TEST(FunctionListWindow, AsksBeforeItExportsAndImports) {

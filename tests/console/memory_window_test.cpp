@@ -126,7 +126,7 @@ TEST(MemoryWindow, ScansTheChannelsAndShowsWhichIsHeard) {
   EXPECT_EQ(heard(), "5 Listening on 145600.00, memory 5 Relay") << "the second is skipped";
   EXPECT_EQ(memories.table().current(), 2) << "the channel in hand stays";
   memories.Click("Stop scan");
-  EXPECT_EQ(heard(), "Stopped: stopped by the operator");
+  EXPECT_EQ(heard(), "Stopped: by the operator");
   EXPECT_EQ(memories.Find<QPushButton>("Scan").text(), "Scan");
 }
 
