@@ -36,7 +36,8 @@ FooterPanel::FooterPanel(Station& station, const widgets::Appearance& appearance
   polling_->SetRole("lamp");
   polling_->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Preferred);
   connect(polling_, &QPushButton::clicked, this, [this] { station_.console.Polling.Set(!*station_.console.Polling); });
-  message_ = MakeLabel(tr("Message"), "message");
+  message_ = widgets::WithRole(new widgets::ElidedLabel, "message");
+  message_->setAccessibleName(tr("Message"));
   message_->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
   message_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
   row->addWidget(port_);
@@ -105,14 +106,18 @@ void FooterPanel::Follow(Field field) {
       announcement_->setVisible(!console.SPKBX->empty());
       return announcement_->Show(ToQt(*console.SPKBX));
     case Field::kMsgArea:
-      message_->setToolTip(ToQt(*console.MsgArea));
-      return ShowText(message_, ToQt(*console.MsgArea));
+      return ShowMessage(ToQt(*console.MsgArea));
     case Field::kErrorText:
-      if (!console.ErrorText->empty()) ShowText(message_, ToQt(*console.ErrorText));  // cleared: the last message stays
+      if (!console.ErrorText->empty()) ShowMessage(ToQt(*console.ErrorText));  // cleared: the last message stays
       return;
     default:
       return;
   }
+}
+
+void FooterPanel::ShowMessage(const QString& text) {
+  message_->setToolTip(text);
+  ShowText(message_, text);
 }
 
 void FooterPanel::ShowKeyer() {

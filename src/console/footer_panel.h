@@ -29,6 +29,7 @@ class FooterPanel final : public Panel {
   void ShowNet();
   void ShowPort();
   void ShowPolling();
+  void ShowMessage(const QString& text);
   void ShowKeyer();
   void ShowScan();
 
@@ -43,7 +44,7 @@ class FooterPanel final : public Panel {
   QLabel* dde_;            ///< only while somebody is told
   widgets::AnnouncementLabel* announcement_;
   QLabel* scan_;  ///< only while the station scans
-  QLabel* message_;
+  widgets::ElidedLabel* message_;
   Listeners::Following following_;
 };
 

@@ -5,10 +5,9 @@
 
 namespace kvx::widgets {
 
-AnnouncementLabel::AnnouncementLabel(QWidget* parent) : QLabel(parent) {
+AnnouncementLabel::AnnouncementLabel(QWidget* parent) : ElidedLabel(parent) {
   setObjectName("SPKBX");
   setProperty("role", "quiet");
-  setTextFormat(Qt::PlainText);  // a rig's name may look like a tag
   setAccessibleName(tr("No announcement yet"));
   setToolTip(tr("The last announcement"));
 }

@@ -1,11 +1,11 @@
 #pragma once
 
-#include <QLabel>
+#include "widgets/elided_label.h"
 
 namespace kvx::widgets {
 
 /// The announcement box: shows the last announcement, and is the text that a screen reader reads whenever it changes.
-class AnnouncementLabel final : public QLabel {
+class AnnouncementLabel final : public ElidedLabel {
   Q_OBJECT
 
  public:
