@@ -43,6 +43,12 @@ int SliderNumber(std::string_view name, const config::RigDefinition& rig) {
   return 0;
 }
 
+/// A port that is being left, once a release of the transmitter has gone out, is not open for what comes next.
+std::string PortState(const Station& station) {
+  const bool left = *station.console.Port == "open" && !station.engine.link.is_open();
+  return left ? "being opened anew" : *station.console.Port;
+}
+
 }  // namespace
 
 const CommandLine::Command CommandLine::kCommands[] = {
@@ -289,7 +295,7 @@ std::string CommandLine::DoPort(std::string_view argument) {
   const Status apart = keyer::CheckPorts(station_.keyer.settings(), static_cast<int>(*number));
   if (!apart) return Fail(apart.error().message);
   station_.SetRigPort(static_cast<int>(*number), station_.settings().rig_speed);
-  return "ok port " + std::to_string(*number) + " " + *station_.console.Port;
+  return "ok port " + std::to_string(*number) + " " + PortState(station_);
 }
 
 std::string CommandLine::DoSpeed(std::string_view argument) {
@@ -300,7 +306,7 @@ std::string CommandLine::DoSpeed(std::string_view argument) {
   const auto speed = ParseNumber(argument, 300, 921'600);
   if (!speed) return Fail("speed takes 5 to 99 words a minute, or 300 to 921600 baud for the rig port");
   station_.SetRigPort(station_.settings().rig_port, static_cast<int>(*speed));
-  return "ok speed " + std::to_string(*speed) + " " + *station_.console.Port;
+  return "ok speed " + std::to_string(*speed) + " " + PortState(station_);
 }
 
 std::string CommandLine::DoFreq(std::string_view argument) {

@@ -115,9 +115,10 @@ std::string Station::WhyNotSent(cat::SendOutcome outcome) const {
       return {};
     case cat::SendOutcome::kClosed:
       if (stopping_) return "the console is closing";
+      if (*console.Port == "open") return "the rig port is being opened anew";
       return *console.Port == "closed" ? "the rig port is closed" : "the rig port is closed (" + *console.Port + ")";
     case cat::SendOutcome::kNoTemplate:
-      return engine.rig().name + " has no such command";
+      return engine.rig().name.empty() ? "no rig is selected" : engine.rig().name + " has no such command";
     case cat::SendOutcome::kRefused:
       break;
   }
