@@ -127,16 +127,19 @@ SendOutcome BandOperations::TurnKnob(int steps) {
   return Tune({console_.FreqDisp->decihertz + step_.decihertz * steps}, steps);
 }
 
-/// The read-out of the knob turns against the frequency, and stays where a limit stops it.
+/// The read-out of the knob turns against the frequency. A step that a limit stops does not turn it.
 SendOutcome BandOperations::Tune(Frequency wanted, int knob_steps) {
   const bool at_limit = *console_.NoLimits ? wanted.decihertz <= 0
                         : knob_steps > 0   ? wanted >= *console_.ToF
                                            : wanted <= *console_.FromF;
   if (at_limit) {
-    wanted = *console_.NoLimits ? *console_.FreqDisp : knob_steps > 0 ? *console_.ToF : *console_.FromF;
-  } else {
-    MoveKnobReadout(-knob_steps);
+    const Frequency shown = *console_.FreqDisp;
+    wanted = *console_.NoLimits ? shown : knob_steps > 0 ? *console_.ToF : *console_.FromF;
+    const std::int64_t way = knob_steps > 0 ? wanted.decihertz - shown.decihertz : shown.decihertz - wanted.decihertz;
+    const auto whole = static_cast<int>(std::max<std::int64_t>(way - 1, 0) / step_.decihertz);
+    knob_steps = knob_steps > 0 ? whole : -whole;
   }
+  MoveKnobReadout(-knob_steps);
   return operations_.TuneTo(wanted);
 }
 

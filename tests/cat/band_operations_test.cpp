@@ -86,6 +86,9 @@ TEST(BandOperations, WheelAndStepBoxStayWithinTheBand) {
   EXPECT_EQ(*station.console.Channel, "1");
   station.bands.TurnWheel(-1);
   EXPECT_EQ(station.Display(), "14348.95 CW");
+  station.bands.TurnKnob(5);  // one whole step and a piece
+  EXPECT_EQ(station.Display(), "14350.00 CW");
+  EXPECT_EQ(*station.console.VFO, "5501");
 }
 
 TEST(BandOperations, TheBandPlanIsToldOnceASegmentAndKeepsOtherMessages) {
