@@ -22,7 +22,10 @@ Engine::Engine(Loop& loop, Console& console, platform::SerialPort& port)
   link.on_arrival = [this] { parser.Parse(); };
   link.on_written = [this](std::string_view bytes) { dispatcher.FollowBytes(bytes); };
   link.on_opened = [this] { poller.PortOpened(); };
-  parser.on_reply = [this](const Reply& reply) { operations.Follow(reply); };
+  parser.on_reply = [this](const Reply& reply) {
+    poller.Heard(reply.kind);
+    operations.Follow(reply);
+  };
   parser.on_input = [this](bool complete) { poller.InputArrived(complete); };
 }
 

@@ -45,6 +45,7 @@ void Poller::Tick() {
 }
 
 void Poller::RigSelected() {
+  due_.Forget();
   counter_ = 0;
   line_awaited_ = false;
   next_query_ = 0;
@@ -56,12 +57,14 @@ void Poller::RigSelected() {
 }
 
 void Poller::PortOpened() {
+  due_.Forget();
   parser_.Forget();
   init_sent_ = false;
   fast_timer_needed_.Notify();
 }
 
 void Poller::InputArrived(bool complete) {
+  due_.Arrived(loop_.Now());
   ++arrivals_;
   if (!complete) return;
   answered_ = true;
@@ -84,7 +87,6 @@ void Poller::PollRig() {
 
 void Poller::PollKenwood() {
   if (blocked() && !*console_.MeterOn) return GiveUp();
-  replies_wanted_ = parser_.replies_read() + 1;
   if (*console_.MeterOn) {
     link_.WriteRigPort("RM" + *console_.MeterNumber + ";RM;");
     // Every other cycle goes on asking for frequency and mode, so that the display follows the rig under a meter as
@@ -94,15 +96,35 @@ void Poller::PollKenwood() {
   } else {
     dispatcher_.SendData("XGETSMETER");
   }
-  if (dispatcher_.SendData("XREADMODE") == SendOutcome::kSent) ++replies_wanted_;
+  if (dispatcher_.SendData("XREADMODE") == SendOutcome::kSent) due_.Asked(loop_.Now());
   if (on_cycle_end) on_cycle_end();
 }
 
 /// A rig that is slower than its line is not asked again on top of the replies that it is still sending.
 bool Poller::still_answering() const {
-  const bool replies_due =
-      parser_.replies_read() < replies_wanted_ && loop_.Now() < link_.last_arrival() + kReplySilence;
-  return (replies_due || parser_.reply_under_way()) && loop_.Now() < cycle_start_ + kLongestCycle;
+  return (due_.Awaited(loop_.Now()) || parser_.reply_under_way()) && loop_.Now() < cycle_start_ + kLongestCycle;
+}
+
+/// Values of sliders, and what was told of a VFO, were not asked for here. A rig whose replies have no name is never
+/// asked on top of one another.
+void Poller::Heard(Reply::Kind kind) {
+  using enum Reply::Kind;
+  due_.Arrived(loop_.Now());
+  if (kind == kSlider || kind == kVfo || rig_.nameless()) return;
+  const bool meter = kind == kSMeter || kind == kMeter || kind == kRefused;
+  if (rig_.family != "KENWOOD") return kind == kRefused ? void() : due_.Answered();
+  if (meter) {
+    meter_heard_ = true;
+  } else if (tells_status(kind) && (meter_heard_ || !dispatcher_.Has("XGETSMETER"))) {
+    meter_heard_ = false;
+    due_.Answered();
+  }
+}
+
+/// Whether it ends the answer to a KENWOOD row's second query: an "IF" tells mode and frequency, an "MD" the mode.
+bool Poller::tells_status(Reply::Kind kind) const {
+  if (rig_.row["ReadMode"].find("IF") == std::string::npos) return kind == Reply::Kind::kMode;
+  return kind != Reply::Kind::kMode;
 }
 
 std::string_view Poller::FrequencyKey() const {
@@ -164,6 +186,7 @@ Task Poller::Ask(std::string key) {
   }
   if (!in_pieces) {
     asked_ = dispatcher_.SendData(key) == SendOutcome::kSent;
+    if (asked_ && !rig_.nameless()) due_.Asked(loop_.Now());
     co_return;
   }
   asked_ = false;
@@ -204,7 +227,8 @@ Task Poller::FastTimer() {
       init_ = WriteInitString();
     }
     const int speed = link_.speed();
-    if (fast_meter() && ++ticks >= std::max(kFastMeterTicks, kFastMeterTicks * kFastMeterSpeed / speed)) {
+    const bool answered = !due_.Awaited(loop_.Now());
+    if (fast_meter() && ++ticks >= std::max(kFastMeterTicks, kFastMeterTicks * kFastMeterSpeed / speed) && answered) {
       ticks = 0;
       // It keeps the beat of the poll cycles, so without giving way it could keep every one of them from the line.
       if (!line_is_busy() && !parser_.reply_under_way() && !line_awaited_) WriteFastMeter();
@@ -215,7 +239,8 @@ Task Poller::FastTimer() {
 }
 
 void Poller::WriteFastMeter() {
-  link_.WriteRigPort(*console_.MeterOn ? "PS;RM" + *console_.MeterNumber + ";" : "PS;SM0;");
+  if (link_.WriteRigPort(*console_.MeterOn ? "PS;RM" + *console_.MeterNumber + ";" : "PS;SM0;"))
+    due_.Asked(loop_.Now());
 }
 
 Task Poller::WriteInitString() {

@@ -2,6 +2,7 @@
 
 #include <functional>
 
+#include "cat/answers_due.h"
 #include "cat/dispatcher.h"
 #include "cat/reply_parser.h"
 #include "core/console.h"
@@ -29,6 +30,8 @@ class Poller {
   void PortOpened();
   /// Polling has been switched on or off.
   void PollingSwitched() { fast_timer_needed_.Notify(); }
+  /// A reply has been read.
+  void Heard(Reply::Kind kind);
   /// Input has come; `complete` when a whole reply was in it.
   void InputArrived(bool complete);
 
@@ -43,6 +46,7 @@ class Poller {
   void GiveUp() { counter_ = -2; }
   void PollKenwood();
   bool still_answering() const;
+  bool tells_status(Reply::Kind kind) const;
   std::string_view FrequencyKey() const;
   Task PollOthers();
   Task Ask(std::string key);
@@ -61,7 +65,8 @@ class Poller {
   const config::RigDefinition& rig_;
   int counter_ = 0;
   std::size_t next_query_ = 0;
-  std::uint64_t replies_wanted_ = 0;  ///< KENWOOD: how many have been read when the last cycle's queries are answered
+  AnswersDue due_;            ///< KENWOOD: one a cycle
+  bool meter_heard_ = false;  ///< KENWOOD: what comes now answers the second query of a cycle
   TimePoint cycle_start_{};
   bool line_awaited_ = false;  ///< a cycle is due and tries again at every beat until the line is free
   bool asked_ = false;         ///< the last Ask had something to write

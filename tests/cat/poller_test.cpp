@@ -43,6 +43,46 @@ TEST(Poller, ARigThatAnswersAtOnceIsAskedOneQueryACycleAndTheNextCycleGoesOn) {
   EXPECT_EQ(*station.console.SMeter, 42);
 }
 
+TEST(Poller, ARigThatDoesOneThingAfterTheOtherIsNotAskedFasterThanItAnswers) {
+  struct Row {
+    std::string rig;
+    char end;
+    std::map<std::string, std::string> answers;
+  };
+  const std::string frequency = "FE FE E0 94 03 70 53 02 14 00 FD";
+  for (const Row& row :
+       {Row{"TS-2000", ';', {{"SM0;", "SM00005;"}, {"IF;", "IF00014025370     +00000000003000000 ;"}}},
+        Row{"IC-7300",
+            '\xFD',
+            {{kIcomMeter, "FE FE E0 94 15 02 00 42 FD"},
+             {kIcomMode, "FE FE E0 94 04 03 01 FD"},
+             {kIcomFrequency, frequency}}},
+        Row{"FT-DX5000", ';', {{"SM0;", "SM0005;"}, {"PS;", "PS1;"}, {"MD0;", "MD03;"}, {"FA;", "FA14025370;"}}}}) {
+    for (const Duration time : {Duration(150ms), Duration(400ms)}) {
+      Station station(row.rig);
+      TimePoint free{};
+      station.port.on_write = [&](std::string_view bytes) {
+        for (std::size_t at = 0; at < bytes.size();) {
+          const std::size_t end = std::min(bytes.find(row.end, at), bytes.size() - 1) + 1;
+          const std::string query = station.Shown(bytes.substr(at, end - at));
+          free = std::max(free, station.loop.Now()) + time;
+          if (const auto answer = row.answers.find(query); answer != row.answers.end())
+            station.loop.StartTimer(free, [&station, text = answer->second] { station.Arrive(text); });
+          at = end;
+        }
+      };
+      station.engine.poller.Start();
+      station.Beat(50ms);
+      station.loop.RunFor(40s);
+      EXPECT_EQ(station.Display(), "14025.37 CW") << row.rig;
+      for (int i = 0; i < 100; ++i) {
+        station.loop.RunFor(70ms);
+        EXPECT_LE(free - station.loop.Now(), 5 * time) << row.rig;
+      }
+    }
+  }
+}
+
 TEST(Poller, QueriesThatTheRowDoesNotHaveAreLeftOut) {
   Station station(MakeRow("X", "ICOM", {"hex", "rev", "Add1=94", "GetFreq=FEFE<ADDR>E003FD"}));
   station.Beat(50ms);
