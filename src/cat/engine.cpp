@@ -5,6 +5,13 @@ namespace {
 
 constexpr int kDiscardTicks = 2;
 
+/// Whether they are two rigs, and not one whose definition has been edited, renamed or copied.
+bool AreTwo(const config::RigDefinition& one, const config::RigDefinition& other) {
+  config::RigRow renamed = one.row;
+  renamed.Set("RigName", other.name);
+  return one.name != other.name && renamed != other.row;
+}
+
 }  // namespace
 
 Engine::Engine(Loop& loop, Console& console, platform::SerialPort& port)
@@ -31,7 +38,7 @@ Engine::Engine(Loop& loop, Console& console, platform::SerialPort& port)
 
 bool Engine::UseRig(config::RigDefinition rig) {
   if (rig.row == rig_.row) return false;  // read again, unchanged: polling and two-state buttons go on as they are
-  const bool another = rig.name != rig_.name;
+  const bool another = AreTwo(rig, rig_);
   rig_ = std::move(rig);
   if (link.is_open()) link.Discard(kDiscardTicks);  // what is still under way was asked of the rig before
   armed_.clear();

@@ -70,7 +70,10 @@ TEST(Station, SavedRigsBringTheirNameSpeedAndStopBits) {
   bench.station.console.ActiveVfo.Set('B');
   bench.station.console.FreqB.Set(Frequency::FromKhz(7010));
   EXPECT_TRUE(bench.station.SetRig("TS-2000").ok());
-  EXPECT_EQ(*bench.station.console.ActiveVfo, 'B') << "the same rig";
+  config::RigRow renamed = bench.station.engine.rig().row;
+  renamed.Set("RigName", "Mine");
+  EXPECT_TRUE(bench.station.engine.UseRig(config::LoadDefinition(renamed)));
+  EXPECT_EQ(*bench.station.console.ActiveVfo, 'B') << "the same rig, and under another name";
   EXPECT_TRUE(bench.station.xRig_Click(2).ok());
   EXPECT_EQ(*bench.station.console.RigName, "FT-857");
   EXPECT_EQ(*bench.station.console.ActiveVfo, 'A');
