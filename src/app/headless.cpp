@@ -9,6 +9,7 @@
 #include "console/command_line.h"
 #include "console/cw_commands.h"
 #include "console/decode_command.h"
+#include "console/doctor_commands.h"
 #include "console/link_commands.h"
 #include "console/memory_commands.h"
 #include "console/rig_editor_commands.h"
@@ -26,6 +27,7 @@ void AddCommands(console::CommandLine& commands, Program& program) {
   console::AddAccessoryCommands(commands, program.station());
   console::AddAudioCommands(commands, program.loop(), program.station());
   console::AddDecodeCommand(commands, program.loop(), program.station());
+  console::AddDoctorCommands(commands, program.doctor());
   console::AddLinkCommands(commands, program.setup());
   console::AddTunerCommands(commands, program.station());
   console::AddRigEditorCommands(commands, program.station(), program.files());

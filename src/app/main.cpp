@@ -1,6 +1,7 @@
 #include <cstdlib>
 #include <iostream>
 
+#include "app/doctor.h"
 #include "app/file_decoding.h"
 #include "app/headless.h"
 #include "app/manual_page.h"
@@ -43,6 +44,8 @@ int main(int argc, char** argv) {
       return kvx::app::RunHeadless(argc, argv, *options);
     case Options::Mode::kFileDecoding:
       return kvx::app::RunFileDecoding(argc, argv, *options);
+    case Options::Mode::kDoctor:
+      return kvx::app::RunDoctor(argc, argv, *options);
     case Options::Mode::kWindow:
       break;
   }

@@ -59,7 +59,9 @@ constexpr std::array kFiles{
 
 constexpr std::array kExitStatus{
     Entry{"0", "The program was ended by its window, quit, SIGTERM or SIGINT, or has done what was asked."},
-    Entry{"1", "An argument is wrong, or the station folder cannot be used; standard error says which."},
+    Entry{"1",
+          "An argument is wrong, or the station folder cannot be used; standard error says which. Or doctor has found "
+          "an error."},
     Entry{"2", "Another console has the station folder; standard error names its process."},
 };
 

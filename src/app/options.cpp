@@ -41,6 +41,7 @@ class ArgumentReader {
       options_.demo = true;
       return Ok();
     }
+    if (options_.mode == Options::Mode::kWindow && argument == "doctor") return SetMode(Options::Mode::kDoctor);
     if (options_.mode == Options::Mode::kHeadless && argument == "decode") return SetMode(Options::Mode::kFileDecoding);
     if (options_.mode == Options::Mode::kFileDecoding) {
       decoding_.push_back(argument);

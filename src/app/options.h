@@ -10,7 +10,7 @@ namespace kvx::app {
 
 /// What the command line asks for.
 struct Options {
-  enum class Mode { kWindow, kHeadless, kFileDecoding, kRigSimulator, kVersion, kHelp, kManualPage };
+  enum class Mode { kWindow, kHeadless, kFileDecoding, kDoctor, kRigSimulator, kVersion, kHelp, kManualPage };
   Mode mode = Mode::kWindow;
   bool demo = false;
   std::string station;      ///< folder; empty: the default

@@ -20,14 +20,6 @@
 namespace kvx::app {
 namespace {
 
-/// The program that runs under Wine: with an installed console's libraries, else where it has been built.
-platform::Path DdeGateway() {
-  const platform::Path program(QCoreApplication::applicationDirPath().toStdString());
-  const platform::Path installed = program / ".." / "lib" / "kvx" / "kvx-dde.exe";
-  std::error_code error;
-  return std::filesystem::exists(installed, error) ? installed.lexically_normal() : program / "kvx-dde.exe";
-}
-
 /// Of the serial device behind a port; -1 for another kind of port.
 int DeviceOf(const platform::NumberedPort& port) {
   const auto* device = dynamic_cast<const platform::QtSerialDevice*>(port.backend());
@@ -66,6 +58,13 @@ platform::Path DataFolder() {
   return source.empty() || std::filesystem::is_directory(installed, error) ? installed : source;
 }
 
+platform::Path DdeGateway() {
+  const platform::Path program(QCoreApplication::applicationDirPath().toStdString());
+  const platform::Path installed = program / ".." / "lib" / "kvx" / "kvx-dde.exe";
+  std::error_code error;
+  return std::filesystem::exists(installed, error) ? installed.lexically_normal() : program / "kvx-dde.exe";
+}
+
 Program::Program(const Options& options, platform::ReleaseProcess* process)
     : folder_(StationFolder(options)),
       demo_(options.demo),
@@ -92,7 +91,8 @@ Program::Program(const Options& options, platform::ReleaseProcess* process)
       released_(watch_.event(), QSocketNotifier::Read),
       release_guard_([this] { return DescriptorOf(rig_port_); }),
       keyer_guard_([this] { return DescriptorOf(keyer_port_); }),
-      dde_gateway_(DdeGateway().string()) {
+      dde_gateway_(DdeGateway().string()),
+      doctor_(loop_, doctor_worker_, doctor_adapters_.Parts(folder_, &dde_gateway_)) {
   signals_.on_stop = [this](int) { Stop(); };
   QObject::connect(&released_, &QSocketNotifier::activated, &released_, [this] { StopKeying(); });
 }

@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "app/audio_sources.h"
+#include "app/doctor.h"
 #include "app/options.h"
 #include "app/usual_sound.h"
 #include "console/local_tone.h"
@@ -48,6 +49,7 @@ class Program {
   console::Station& station() { return *station_; }
   console::StationSetup& setup() { return *setup_; }
   console::RigEditor& editor() { return *editor_; }
+  console::Doctor& doctor() { return doctor_; }
   console::LocalTone* local_tone() { return tone_.get(); }
   platform::Files& files() { return files_; }
   Loop& loop() { return loop_; }
@@ -95,6 +97,9 @@ class Program {
   platform::PosixReleaseGuard keyer_guard_;
   platform::QtTcpServer net_server_;
   platform::WineGateway dde_gateway_;
+  DoctorAdapters doctor_adapters_;
+  platform::ThreadWorker doctor_worker_;
+  console::Doctor doctor_;
   std::unique_ptr<platform::QtSpeech> speech_;  ///< for windows only
   std::unique_ptr<UsualSound> sound_;           ///< the same
   std::unique_ptr<console::Station> station_;
@@ -108,6 +113,8 @@ class Program {
 
 /// The shipped data: beside an installed program, else in the source tree it was built from.
 platform::Path DataFolder();
+/// The program that runs under Wine: with an installed console's libraries, else where it has been built.
+platform::Path DdeGateway();
 platform::Path StationFolder(const Options& options);
 
 }  // namespace kvx::app

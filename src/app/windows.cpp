@@ -19,6 +19,7 @@
 #include "audio/audio_analysis.h"
 #include "audio/spec_display_window.h"
 #include "console/debug_window.h"
+#include "console/doctor_window.h"
 #include "console/function_list_window.h"
 #include "console/key_screen.h"
 #include "console/link_commands.h"
@@ -151,6 +152,8 @@ void AddWindows(console::ConsoleWindow& console, Program& program, widgets::Appe
     frame->resize(InText(*frame, 66, 32));
     return frame;
   });
+  console.AddWindow(Tr("C&heck the station"), QKeySequence("Ctrl+Shift+F1"), "doctor",
+                    [&](QWidget* parent) { return new console::DoctorWindow(program.doctor(), parent); });
   console.AddWindow(Tr("&Link monitor"), QKeySequence("Ctrl+Shift+L"), "links", [&](QWidget* parent) {
     auto* frame = new QMainWindow(parent);
     auto* links = new console::LinkWindow(program.station());

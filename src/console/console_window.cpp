@@ -186,6 +186,7 @@ void ConsoleWindow::MakeMenus() {
   windows_menu_ = menus_->addMenu(tr("&Windows"));
   MakeViewMenu();
   QMenu* help = menus_->addMenu(tr("&Help"));
+  help->addAction(tr("&Check the station"), this, [this] { OpenWindow("doctor"); });
   help->addAction(tr("&Keys and mouse"), QKeySequence("Ctrl+F1"), this, [this] { ShowHelp(); });
 }
 

@@ -1,0 +1,66 @@
+#include "console/doctor_window.h"
+
+#include <QApplication>
+#include <QClipboard>
+#include <QLabel>
+#include <QListWidget>
+#include <QTest>
+
+#include "console_fixture.h"
+#include "fakes/fake_device_list.h"
+#include "fakes/fake_inspectors.h"
+#include "fakes/manual_worker.h"
+
+namespace kvx::console {
+namespace {
+
+TEST(DoctorWindow, ShowsWhatIsFoundStandsAtTheWorstCopiesItAndChecksAgain) {
+  TemporaryFolder folder;
+  folder.Put("rig.ini", RigIni("TS-2000"));
+  folder.Put("ports.ini", "COM3=/dev/none\n");
+  SystemFiles files;
+  FakeDeviceList devices;
+  FakeDeviceInspector inspector;
+  FakeStationInspector station;
+  FakeNetworkInspector network;
+  FakeProcessList processes;
+  VirtualLoop loop;
+  ManualWorker worker;
+  Doctor doctor(loop, worker,
+                {.files = files,
+                 .devices = devices,
+                 .inspector = inspector,
+                 .station = station,
+                 .network = network,
+                 .processes = processes,
+                 .folder = folder.path(),
+                 .data = KVX_DATA});
+  DoctorWindow window(doctor);
+  window.show();
+  ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
+  auto* list = window.findChild<QListWidget*>();
+  const auto examine = [&] {
+    while (worker.WorkOnce()) loop.RunFor(10ms);
+  };
+  examine();
+  const QString error = "error: rig port COM3: /dev/none does not exist";
+  ASSERT_NE(list->currentItem(), nullptr);
+  EXPECT_TRUE(list->currentItem()->text().startsWith(error)) << list->currentItem()->text().toStdString();
+  const int count = list->count();
+  QTest::keyClick(&window, Qt::Key_C, Qt::ControlModifier);
+  const auto on_clipboard = [] { return QApplication::clipboard()->text(); };
+  EXPECT_TRUE(QTest::qWaitFor([&] { return on_clipboard().contains(error); })) << "a key presses it for a moment";
+  const QString copied = on_clipboard();
+  EXPECT_TRUE(copied.trimmed().endsWith("In all: 1 error")) << copied.toStdString();
+  EXPECT_EQ(copied.count('\n'), count + 1);
+  inspector.Plug("/dev/none");
+  QTest::keyClick(&window, Qt::Key_F5);
+  EXPECT_TRUE(QTest::qWaitFor([&] { return list->count() == 0; })) << "the old findings are gone at once";
+  examine();
+  EXPECT_FALSE(list->currentItem()->text().startsWith("error"));
+  window.Examine();  // closed in the middle: what comes is for nobody
+  worker.WorkOnce();
+}
+
+}  // namespace
+}  // namespace kvx::console
