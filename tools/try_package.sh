@@ -14,6 +14,14 @@ sources() {
 }
 mirror=$(sources 2>/dev/null | awk -v release="$release" '$3 == release { print $2; exit }') || true
 
+reachable() {
+  local folder answer=0
+  folder=$(mktemp -d)
+  /usr/lib/apt/apt-helper download-file "${mirror%/}/dists/$release/InRelease" "$folder/InRelease" >/dev/null 2>&1 || answer=1
+  rm -rf "$folder"
+  return "$answer"
+}
+
 missing() {
   if [[ $(id -u) != 0 ]]; then
     echo "it takes root"
@@ -23,6 +31,10 @@ missing() {
     echo "apt has no package source of this release"
   elif ! unshare --mount --pid --fork true 2>/dev/null; then
     echo "no namespaces may be made here"
+  elif [[ $(df --output=avail -BM . | tail -n 1 | tr -dc 0-9) -lt 3000 ]]; then
+    echo "less than 3 GB of the disk are free"
+  elif [[ -z ${KVX_TRY_INSIDE-} ]] && ! reachable; then
+    echo "$mirror cannot be reached"
   fi
 }
 if [[ ${1-} == --check ]]; then missing; exit 0; fi
@@ -121,6 +133,7 @@ read_back=$(as_user rigctl -m 2 -r "127.0.0.1:$port" f) || fail "rigctl: $read_b
 [[ $read_back == 14030000 ]] || fail "rigctl reads $read_back"
 as_user rigctl -m 2 -r "127.0.0.1:$port" F 7012500
 ask status '*"freq":"7012.50"*'
+if [[ -e $tree/usr/lib/kvx/kvx-dde.exe ]]; then ask 'link dde on' '*Wine is not installed'; fi
 ask quit 'ok quit'
 wait "$console" || fail "kvx --headless ended with $?"
 ok "the demonstration without a window, and rigctl reads and sets its frequency"
