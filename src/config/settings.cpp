@@ -80,6 +80,23 @@ std::vector<SettingChange>::const_iterator ChangeOf(std::string_view line, const
                       [line](const SettingChange& change) { return ContainsNoCase(line, change.key); });
 }
 
+// The one key that stands inside a longer one (DIRECTINVERT=), whose line readers take for its own as well.
+constexpr std::string_view kInsideAnother = "INVERT=";
+
+/// The last line counts, so the key's own stands behind that of the longer one.
+std::string WithOwnLineLast(const std::string& content) {
+  std::string rest;
+  std::string own;
+  bool overwritten = false;
+  for (std::string_view left = content; !left.empty();) {
+    const Line line = TakeLine(left);
+    const bool is_own = StartsWithNoCase(line.text, kInsideAnother);
+    overwritten = overwritten || (!is_own && !own.empty() && ContainsNoCase(line.text, kInsideAnother));
+    ((is_own ? own : rest) += line.text) += line.end;
+  }
+  return overwritten ? rest + own : content;
+}
+
 /// A value stays on its line and the file stays text.
 std::string OneLineValue(std::string value) {
   std::replace_if(
@@ -163,7 +180,10 @@ std::string RewriteSettings(std::string_view old_content, const std::vector<Sett
     if (written[i]) continue;
     content += changes[i].key + (changes[i].blank_when_new ? " " : "") + OneLineValue(changes[i].value) + line_end;
   }
-  return content;
+  const bool may_overwrite = std::any_of(changes.begin(), changes.end(), [](const SettingChange& change) {
+    return ContainsNoCase(change.key, kInsideAnother);
+  });
+  return may_overwrite ? WithOwnLineLast(content) : content;
 }
 
 }  // namespace kvx::config

@@ -102,6 +102,10 @@ TEST(RewriteSettings, ALineBelongsToTheKeyItBeginsWith) {
   EXPECT_EQ(RewriteSettings("F3=xrig=1\n xrig=2\nXRIG=3\n", {{"XRIG=", "N"}}), "F3=xrig=1\nXRIG=N\nXRIG=N\n");
   EXPECT_EQ(RewriteSettings("DIRECTINVERT=True\nINVERT=True\n", {{"INVERT=", "False"}, {"DIRECTINVERT=", "no"}}),
             "DIRECTINVERT=no\nINVERT=False\n");
+  EXPECT_EQ(RewriteSettings("INVERT=True\nA=1\n", {{"DIRECTINVERT=", "False"}}),
+            "A=1\nDIRECTINVERT=False\nINVERT=True\n");
+  EXPECT_EQ(RewriteSettings("INVERT=False\nDIRECTINVERT=False\n", {{"INVERT=", "True"}}),
+            "DIRECTINVERT=False\nINVERT=True\n");
 }
 
 TEST(RewriteSettings, AValueCannotBreakTheFile) {
