@@ -17,7 +17,7 @@ for argument in "$@"; do
     --help | -h | --version | --man) needs_demo=no needs_display=no ;;
   esac
 done
-if [[ ${1-} == rigsim ]]; then needs_demo=no needs_display=no; fi
+if [[ ${1-} == rigsim || ${1-} == doctor ]]; then needs_demo=no needs_display=no; fi
 
 groups=(build)
 if [[ -n ${WAYLAND_DISPLAY-} && -z ${DISPLAY-} && $needs_display == yes ]]; then groups+=(wayland); fi
