@@ -108,6 +108,7 @@ ok "$version, its libraries and its manual page"
 
 # The demonstration, spoken to through a pipe that never ends, as the service is.
 mkfifo "$work/commands"
+touch "$work/said"
 exec 3<>"$work/commands"
 as_user kvx --headless --demo <"$work/commands" >"$work/said" 2>&1 &
 console=$!
