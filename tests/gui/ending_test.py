@@ -2,6 +2,8 @@
 
 import os
 import signal
+import socket
+import tempfile
 
 from bench import WindowTest
 from station import wait_until
@@ -40,3 +42,28 @@ class EndingTest(WindowTest):
         self.start(resize=False)
         frame = self.program.controls()[0]
         self.assertEqual((frame.x, frame.y), (60, 40))
+
+
+class SilentVoiceTest(WindowTest):
+    """A speech service that takes the connection and never answers."""
+
+    settings = "ANNOUNCEMENTS=1\n"
+
+    def setUp(self):
+        self.service = socket.socket(socket.AF_UNIX)
+        self.addCleanup(self.service.close)
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        path = os.path.join(folder.name, "speechd.sock")
+        self.service.bind(path)
+        self.service.listen()
+        os.environ["SPEECHD_ADDRESS"] = "unix_socket:" + path
+        super().setUp()
+
+    def test_the_console_goes_on_and_ends(self):
+        for _ in range(3):
+            self.desktop.key("F12")
+            self.settle()
+        self.sends(lambda: self.click("Band 40 metres"), "MD3;", "FA00007000000;")
+        self.desktop.key("ctrl+q")
+        self.assertEqual(self.kvx.ended(), 0, self.kvx.errors)

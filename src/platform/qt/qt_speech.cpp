@@ -1,66 +1,56 @@
 #include "platform/qt/qt_speech.h"
 
-#include <QTextToSpeech>
+#include <QThread>
 #include <QTimer>
-#include <algorithm>
+#include <utility>
+
+#include "platform/qt/qt_voice.h"
 
 namespace kvx::platform {
 namespace {
 
-constexpr std::size_t kMostWaiting = 5;  // what is further behind is of no interest any more
-constexpr int kPrepareDelay = 200;       // milliseconds: the window that asks first is on the screen by then
+constexpr int kPrepareDelay = 200;        // milliseconds: the window that asks first is on the screen by then
+constexpr int kMostBehind = 20;           // sentences: the service does not answer
+constexpr unsigned long kFarewell = 300;  // milliseconds for the last answer of the service
 
 }  // namespace
 
 QtSpeech::QtSpeech() = default;
-QtSpeech::~QtSpeech() = default;
 
-void QtSpeech::Say(int topic, const std::string& sentence) {
-  if (failed_) return;
-  std::erase_if(waiting_, [topic](const auto& entry) { return entry.first == topic; });
-  waiting_.emplace_back(topic, QString::fromStdString(sentence));
-  if (waiting_.size() > kMostWaiting) waiting_.pop_front();
-  if (voice_ == nullptr) {
-    if (!std::exchange(preparing_, true)) QTimer::singleShot(kPrepareDelay, this, [this] { Prepare(); });
-    return;
-  }
-  if (topic == speaking_) voice_->stop(QTextToSpeech::BoundaryHint::Immediate);
-  Next();
+QtSpeech::~QtSpeech() {
+  if (thread_ == nullptr) return;
+  if (!thread_->isRunning()) delete voice_;
+  thread_->quit();  // and the voice with it
+  if (thread_->wait(kFarewell)) delete thread_;
 }
 
 void QtSpeech::Prepare() {
-  if (QTextToSpeech::availableEngines().isEmpty()) return GiveUp(QObject::tr("no speech engine is installed"));
-  voice_ = std::make_unique<QTextToSpeech>();
-  if (voice_->state() == QTextToSpeech::Error) return GiveUp(voice_->errorString());
-  connect(voice_.get(), &QTextToSpeech::stateChanged, this, [this](QTextToSpeech::State state) {
-    if (state == QTextToSpeech::Error) {
-      // Not from inside the voice's own signal: it is about to go.
-      QTimer::singleShot(0, this, [this] { GiveUp(voice_ == nullptr ? QString() : voice_->errorString()); });
-    } else if (state == QTextToSpeech::Ready) {
-      QTimer::singleShot(0, this, [this] { Next(); });
-    }
-  });
-  Next();
+  thread_ = new QThread;
+  thread_->setObjectName("voice");
+  voice_ = new QtVoice;
+  voice_->moveToThread(thread_);
+  connect(thread_, &QThread::finished, voice_, &QObject::deleteLater);
+  connect(voice_, &QtVoice::Failed, this, &QtSpeech::GiveUp);
+  QTimer::singleShot(kPrepareDelay, this, [this] { thread_->start(); });
 }
 
-void QtSpeech::Next() {
-  if (voice_ == nullptr || waiting_.empty() || voice_->state() != QTextToSpeech::Ready) return;
-  const auto [topic, sentence] = waiting_.front();
-  waiting_.pop_front();
-  speaking_ = topic;
-  voice_->say(sentence);
+void QtSpeech::Say(int topic, const std::string& sentence) {
+  if (failed_) return;
+  if (thread_ == nullptr) Prepare();
+  if (++voice_->behind > kMostBehind) return GiveUp(tr("the speech service does not answer"));
+  const auto say = [voice = voice_, topic, text = QString::fromStdString(sentence)] { voice->Say(topic, text); };
+  QMetaObject::invokeMethod(voice_, say, Qt::QueuedConnection);
 }
 
 void QtSpeech::Stop() {
-  waiting_.clear();
-  if (voice_ != nullptr) voice_->stop(QTextToSpeech::BoundaryHint::Immediate);
+  if (voice_ != nullptr)
+    QMetaObject::invokeMethod(
+        voice_, [voice = voice_] { voice->Stop(); }, Qt::QueuedConnection);
 }
 
 void QtSpeech::GiveUp(const QString& why) {
   if (std::exchange(failed_, true)) return;
-  waiting_.clear();
-  voice_.reset();
-  if (on_notice) on_notice((QObject::tr("Announcements are not spoken: ") + why).toStdString());
+  if (on_notice) on_notice((tr("Announcements are not spoken: ") + why).toStdString());
 }
 
 }  // namespace kvx::platform

@@ -1,20 +1,20 @@
 #pragma once
 
 #include <QObject>
-#include <deque>
-#include <memory>
-#include <utility>
 
 #include "platform/speech.h"
 
 QT_BEGIN_NAMESPACE
-class QTextToSpeech;
+class QThread;
 QT_END_NAMESPACE
 
 namespace kvx::platform {
 
+class QtVoice;
+
 /// The desktop's voice through Qt. The speech service is looked for when the first sentence comes, so that a station
-/// without announcements pays nothing; where there is none, that is said once and all is silent.
+/// without announcements pays nothing; where there is none, that is said once and all is silent. Nothing here waits for
+/// the service: a thread does, which is left behind at the end when the service never answers.
 class QtSpeech final : public QObject, public Speech {
  public:
   QtSpeech();
@@ -26,13 +26,10 @@ class QtSpeech final : public QObject, public Speech {
 
  private:
   void Prepare();
-  void Next();
   void GiveUp(const QString& why);
 
-  std::unique_ptr<QTextToSpeech> voice_;
-  std::deque<std::pair<int, QString>> waiting_;
-  int speaking_ = -1;  ///< the topic of what is being spoken
-  bool preparing_ = false;
+  QThread* thread_ = nullptr;
+  QtVoice* voice_ = nullptr;  ///< belongs to the thread
   bool failed_ = false;
 };
 
