@@ -20,7 +20,7 @@ LevelBar::LevelBar(const Appearance& appearance, const QString& name, QWidget* p
   setAccessibleName(name);
   setToolTip(name);
   setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
-  accessible_ = new AccessibleNumber(*this, {.role = QAccessible::ProgressBar,
+  accessible_ = new AccessibleNumber(*this, {.role = QAccessible::Dial,
                                              .maximum = kPercent,
                                              .value = [this] { return level_ * kPercent; },
                                              .text = [this] { return tr("%1 %").arg(qRound(level_ * kPercent)); }});

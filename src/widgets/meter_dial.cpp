@@ -69,7 +69,7 @@ struct MeterDial::Face {
 MeterDial::MeterDial(const Appearance& appearance, QWidget* parent)
     : QWidget(parent),
       appearance_(appearance),
-      accessible_(new AccessibleNumber(*this, {.role = QAccessible::ProgressBar,
+      accessible_(new AccessibleNumber(*this, {.role = QAccessible::Dial,
                                                .minimum = 0,
                                                .maximum = 100,
                                                .value = [this] { return std::round(100 * needle_.target()); },

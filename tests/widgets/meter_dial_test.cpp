@@ -81,7 +81,7 @@ TEST_F(MeterDialTest, AScreenReaderHearsTheReading) {
   dial_.SetMeter("ALC", 3, 30);
   QAccessibleInterface* access = QAccessible::queryAccessibleInterface(&dial_);
   ASSERT_NE(access, nullptr);
-  EXPECT_EQ(access->role(), QAccessible::ProgressBar);
+  EXPECT_EQ(access->role(), QAccessible::Dial);
   EXPECT_EQ(access->text(QAccessible::Name), "S-meter");
   EXPECT_EQ(access->text(QAccessible::Value), "S9+20, ALC 3");
 }
