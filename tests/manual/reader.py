@@ -113,6 +113,7 @@ class Reader:
         self.terminals, self.session, self.desktop, self.window = {}, None, None, None
         self.last = None  # what the last block has shown, or the session that shows it
         self.stations = {}
+        self.keys_until = 0  # what keys in a window do takes a moment: until then a shell is asked again
         self._make_tree(os.path.abspath(binary))
         quiet = ("DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM", "XDG_DATA_HOME", "XDG_CONFIG_HOME")
         self.environment = {name: value for name, value in os.environ.items() if name not in quiet}
@@ -161,22 +162,36 @@ class Reader:
                 if self.last.process.poll():
                     self.last.expect("(it ended at once)")
             return
+        self.shell = block
+        code = self.run_shell()
+        while code != 0 and time.monotonic() < self.keys_until:
+            time.sleep(0.5)
+            code = self.run_shell()
+        if code != 0:
+            raise Failure(f"ends with {code}: {self.last.strip()[-800:]}")
+
+    def run_shell(self):
+        """Runs the shell block in hand; its exit code. What it shows is in `last`."""
         try:
-            done = subprocess.run(["bash", "-ec", self.here(block.text)], cwd=self.folder, env=self.environment, timeout=60,
+            done = subprocess.run(["bash", "-ec", self.here(self.shell.text)], cwd=self.folder, env=self.environment, timeout=60,
                                   stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, check=False)
         except subprocess.TimeoutExpired as late:
             raise Failure(f"does not end: {late.output}") from None
         self.last = done.stdout
-        if done.returncode != 0:
-            raise Failure(f"ends with {done.returncode}: {done.stdout.strip()[-800:]}")
+        return done.returncode
 
     def do_text(self, block):
         if isinstance(self.last, Session):
             self.last.expect_all(self.here(block.text).splitlines())
-        elif self.last is None:
+            return
+        if self.last is None:
             raise Failure("there is no block before this one that could show it")
-        elif not re.fullmatch(like(self.here(block.text).splitlines()) + r"\s*", self.last + "\n"):
-            raise Failure(f"shows instead: {self.last}")
+        wanted = like(self.here(block.text).splitlines()) + r"\s*"
+        while not re.fullmatch(wanted, self.last + "\n"):
+            if time.monotonic() > self.keys_until:
+                raise Failure(f"shows instead: {self.last}")
+            time.sleep(0.5)
+            self.run_shell()
 
     def do_console(self, block):
         lines = self.here(block.text).splitlines()
@@ -296,7 +311,8 @@ class Reader:
                     self.desktop.key("+".join(KEYS.get(part, part.lower() if len(part) == 1 else part) for part in parts))
                 time.sleep(0.15)
         self.last = None
+        self.keys_until = time.monotonic() + PATIENCE
         if "Ctrl+Q" not in block.text:
-            time.sleep(1.0)
+            time.sleep(0.5)
         elif self.window.process.wait(PATIENCE) != 0:
             raise Failure(f"the program ends with {self.window.process.returncode}")

@@ -9,7 +9,7 @@ import time
 import chapter
 
 # Programs of others whose commands stand in a sentence.
-OUTSIDE = {"sudo", "rigctl", "ser2net", "systemctl", "ls", "apt", "python3", "wine", "ssh", "pulseaudio"}
+OUTSIDE = {"sudo", "rigctl", "ser2net", "systemctl", "ls", "apt", "python3", "wine", "ssh", "pulseaudio", "kill"}
 CHORD = re.compile(r"(?:(?:Ctrl|Alt|Shift)\+)+(?:\S+)|F\d{1,2}")
 SMALLEST_ALT = 20  # characters that tell somebody who cannot see a picture what is in it
 
@@ -96,7 +96,7 @@ class Inline:
             second = re.match(r"[a-z]+$", words[1]) if len(words) > 1 else None
             known = not second or f"{words[0]} {words[1]}" in self.reference or words[0] == "help" and words[1] in self.commands
             return "" if known else f"{words[0]} has no {words[1]}"
-        if len(words) > 1 and re.match(r"[a-z]+$", words[0]) and words[0] not in OUTSIDE:
+        if len(words) > 1 and re.match(r"[a-z]+$", words[0]) and words[0] not in OUTSIDE and text != "ok ...":
             return "is no command"
         return ""
 
