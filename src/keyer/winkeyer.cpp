@@ -39,7 +39,8 @@ WinKeyer::~WinKeyer() {
   port_.on_data = nullptr;
   port_.on_opened = nullptr;
   port_.on_lost = nullptr;
-  for (const Loop::TimerId timer : {tick_, tune_end_, guard_check_, pass_, reopen_, hold_end_}) loop_.StopTimer(timer);
+  for (const Loop::TimerId timer : {tick_, tune_end_, guard_check_, pass_, rest_, reopen_, hold_end_})
+    loop_.StopTimer(timer);
 }
 
 // Opening and closing.
@@ -127,8 +128,9 @@ void WinKeyer::Let() {
   logger_command_.clear();
   logger_keying_.Clear();
   held_.clear();
+  later_speed_ = 0;
   host_closed_ = false;
-  for (Loop::TimerId* timer : {&tune_end_, &pass_, &reopen_}) loop_.StopTimer(std::exchange(*timer, 0));
+  for (Loop::TimerId* timer : {&tune_end_, &pass_, &rest_, &reopen_}) loop_.StopTimer(std::exchange(*timer, 0));
   Follow();
 }
 
@@ -260,7 +262,7 @@ std::string_view WinKeyer::state() const {
 }
 
 std::size_t WinKeyer::room() const {
-  if (!ready() || key_down_ || progress_.full()) return 0;
+  if (!ready() || key_down_ || rest_ != 0 || progress_.full()) return 0;
   if (progress_.size() < kAheadSymbols) return kAheadSymbols - progress_.size();
   return progress_.size() < kMostAhead && progress_.ahead(loop_.Now()) < kAheadTime ? 1 : 0;
 }
@@ -269,6 +271,7 @@ void WinKeyer::Send(std::string_view symbol) {
   const std::string bytes = WinkeySymbol(symbol);
   if (!ready() || key_down_ || bytes.empty()) return;
   clear_request_ = false;
+  EndCommand();
   if (std::exchange(speed_in_text_, false) && progress_.size() > 0) Write(WinkeyCommand("1C", told_speed_));
   Write(bytes);
   progress_.Give(std::string_view(bytes).substr(bytes.size() > 1 ? 1 : 0), line_free_at_);
@@ -287,7 +290,9 @@ void WinKeyer::Abort() {
 
 void WinKeyer::SetSpeed(int wpm) {
   wpm = std::clamp(wpm, kSlowest, kFastest);
-  if (!may_write() || wpm == told_speed_) return;  // a start-up tells the speed itself
+  later_speed_ = rest_ != 0 ? wpm : 0;
+  if (rest_ != 0 || !may_write() || wpm == told_speed_) return;  // a start-up tells the speed itself
+  EndCommand();
   Write(WinkeyCommand("02", wpm));
   TakeSpeed(wpm);
 }
@@ -304,9 +309,10 @@ bool WinKeyer::Key(bool down) {
   if (!may_write() || (down && !ready())) return false;
   if (down == key_down_) return true;
   loop_.StopTimer(std::exchange(tune_end_, 0));
-  if (down && progress_.size() > 0) Abort();
+  if (down && (progress_.size() > 0 || logger_keying_.missing() > 0)) Abort();
   key_down_ = down;
   if (!down) {
+    EndCommand();
     Write(kWinkeyKeyUp);
     Follow();
     return true;
@@ -341,7 +347,8 @@ void WinKeyer::Guard() {
   loop_.StopTimer(std::exchange(guard_check_, 0));
   if (guard_ == nullptr) return;
   if (keyed()) {
-    const std::string release = std::string(kWinkeyClear) + std::string(kWinkeyKeyUp) + logger_keying_.Release();
+    const std::string release = std::string(logger_keying_.missing(), kWinkeyNull) + std::string(kWinkeyClear) +
+                                std::string(kWinkeyKeyUp) + logger_keying_.Release();
     if (release == std::exchange(armed_, release) && !was_let_go) return;
     guard_->Arm(release);
   } else if (armed_.empty()) {

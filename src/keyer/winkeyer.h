@@ -100,6 +100,9 @@ class WinKeyer final : public CwBackend {
   void TakeLoggerByte(std::uint8_t byte, std::string& command);
   void Hold(std::string_view bytes);
   void PassOn();
+  void AwaitRest();
+  void RestCame();
+  void EndCommand();
   void Share(const LoggerKeying::Effect& effect);
   void LimitHold();
   void ReleaseLogger(const char* why);
@@ -140,6 +143,8 @@ class WinKeyer final : public CwBackend {
   std::string held_;          ///< from the logging program, until the line has room for it
   bool overrun_ = false;      ///< some of it has been dropped
   Loop::TimerId pass_ = 0;    ///< to pass on more of it
+  Loop::TimerId rest_ = 0;    ///< the logging program has begun a command: bytes of ours wait for its rest
+  int later_speed_ = 0;       ///< one of them; 0: none
   bool host_closed_ = false;  ///< by the logging program
   Loop::TimerId reopen_ = 0;
   LoggerKeying logger_keying_;

@@ -27,6 +27,7 @@ constexpr std::size_t kMostAtOnce = 256;  // when it is free
 constexpr Duration kPassPace = 100ms;
 constexpr const char* kOverrun = "The logging program sends more than the keyer can take: a part has been dropped";
 constexpr const char* kLoggerGone = "The logging program has gone";
+constexpr Duration kRestTime = 100ms;    // between two bytes of one command
 constexpr Duration kReopenTime = 500ms;  // a logging program that starts anew closes the host mode and opens it
 constexpr const char* kLoggerClears = "The logging program has stopped the keyer";
 constexpr const char* kHeld = "The logging program held the key for too long: it has been released";
@@ -87,6 +88,7 @@ void WinKeyer::TakeReports(std::string_view bytes) {
   }
   if (overruled) {
     speed_in_text_ = false;
+    EndCommand();
     Write(kWinkeyClear);
   }
   Follow();
@@ -113,7 +115,9 @@ void WinKeyer::LoggerGone() {
   held_.clear();
   logger_command_.clear();
   if (logger_keying_.keyed() && may_write()) return ReleaseLogger(kLoggerGone);
+  EndCommand();
   logger_keying_.Clear();
+  AwaitRest();
   Follow();
 }
 
@@ -161,6 +165,7 @@ void WinKeyer::PassOn() {
   if (!bytes.empty()) {
     Write(bytes);
     Share(logger_keying_.Take(bytes, line_free_at_));
+    AwaitRest();
     Follow();
   }
   if (held_.empty()) {
@@ -168,6 +173,34 @@ void WinKeyer::PassOn() {
   } else {
     pass_ = loop_.StartTimer(loop_.Now() + kPassPace, [this] { PassOn(); });
   }
+}
+
+/// In the midst of a command bytes of ours would be its parameters.
+void WinKeyer::AwaitRest() {
+  const bool awaited = rest_ != 0;
+  loop_.StopTimer(std::exchange(rest_, 0));
+  if (logger_keying_.missing() > 0) {
+    rest_ = loop_.StartTimer(line_free_at_ + kRestTime, [this] {
+      rest_ = 0;
+      RestCame();
+    });
+  } else if (awaited) {
+    RestCame();
+  }
+}
+
+void WinKeyer::RestCame() {
+  if (later_speed_ != 0) SetSpeed(later_speed_);
+  Tell(on_progress);
+}
+
+/// What cannot wait for the rest of a command, or has waited in vain, has nulls before it in its place.
+void WinKeyer::EndCommand() {
+  const std::size_t nulls = std::min(logger_keying_.missing(), kWinkeyMostParameters);
+  if (nulls == 0 || !may_write()) return;
+  const std::string bytes(nulls, kWinkeyNull);
+  Write(bytes);
+  Share(logger_keying_.Take(bytes, line_free_at_));
 }
 
 /// Text of both is in one buffer, and one host mode is open for both: who empties it stops everything, and one that is

@@ -288,6 +288,46 @@ TEST(WinKeyer, WhatALoggerKeysIsReleased) {
   EXPECT_EQ(bench.Writes(), "13 13|0A") << "a command that has been begun does not swallow it";
 }
 
+TEST(WinKeyer, NothingOfOursBecomesAParameterOfALoggersCommand) {
+  struct Row {
+    const char* name;
+    std::function<void(SharedBench&)> ours;
+    std::string at_once, behind_the_rest, in_vain;
+  };
+  for (const Row& row : {
+           Row{"speed", [](SharedBench& bench) { bench.keyer.SetSpeed(30); }, "", "52|02 1E", "13|02 1E"},
+           Row{"text",
+               [](SharedBench& bench) {
+                 bench.keyer.on_progress = [&bench] {
+                   if (bench.keyer.room() > 0 && bench.keyer.pending() == 0) bench.keyer.Send("E");
+                 };
+                 EXPECT_EQ(bench.keyer.room(), 0u);
+               },
+               "", "52|45", "13|45"},
+           Row{"tune", [](SharedBench& bench) { bench.keyer.Key(true); }, "13|0A|0B 01", "52", ""},
+           Row{"gone", [](SharedBench& bench) { bench.keyer.LoggerGone(); }, "13", "52", ""},
+       }) {
+    for (const bool rest : {true, false}) {
+      SharedBench bench;
+      bench.logger.Arrive("\x1B\x41");
+      bench.port.TakeWrites();
+      row.ours(bench);
+      EXPECT_EQ(bench.Writes(), row.at_once) << row.name;
+      if (rest) bench.logger.Arrive("\x52");
+      if (!rest) bench.loop.RunFor(200ms);
+      EXPECT_EQ(bench.Writes(), rest ? row.behind_the_rest : row.in_vain) << row.name << (rest ? "" : ", in vain");
+      bench.keyer.on_progress = nullptr;
+    }
+  }
+  SharedBench bench;
+  bench.keyer.Key(true);
+  bench.logger.Arrive("\x1B\x41");
+  EXPECT_EQ(bench.guard.armed, "\x13\x0A\x0B\0"s);
+  bench.port.TakeWrites();
+  bench.keyer.Key(false);
+  EXPECT_EQ(bench.Writes(), "13|0B 00");
+}
+
 TEST(WinKeyer, ALoggerThatEmptiesTheKeyerStopsOurTextAsWellAndAParameterDoesNot) {
   SharedBench bench;
   std::vector<std::string> dropped;
