@@ -51,6 +51,7 @@ int RunHeadless(int argc, char** argv, const Options& options) {
   commands.on_quit = [&] { program.Stop(); };
   commands.simulated_rig = [&](std::string_view command) { return program.OperateSimulatedRig(command); };
   input.on_line = [&](const std::string& line) { commands.Take(line); };
+  input.on_end = [&] { commands.End(); };
   input.on_overlong = [&] { commands.Refuse("the line is too long"); };
   program.on_ended = [&] { QCoreApplication::exit(0); };
   program.Start();

@@ -91,6 +91,7 @@ Program::Program(const Options& options, platform::ReleaseProcess* process)
       released_(watch_.event(), QSocketNotifier::Read),
       release_guard_([this] { return DescriptorOf(rig_port_); }),
       keyer_guard_([this] { return DescriptorOf(keyer_port_); }),
+      text_guard_([this] { return DescriptorOf(rig_port_); }),
       dde_gateway_(DdeGateway().string()),
       doctor_(loop_, doctor_worker_, doctor_adapters_.Parts(folder_, &dde_gateway_)) {
   signals_.on_stop = [this](int) { Stop(); };
@@ -113,8 +114,10 @@ Status Program::Prepare() {
                             .data = DataFolder(),
                             .speech = speech_.get(),
                             .guard = &release_guard_,
+                            .after_crash = lock_->after_crash(),
                             .keyer_port = &keyer_port_,
                             .keyer_guard = &keyer_guard_,
+                            .text_guard = &text_guard_,
                             .key_line = [this](const keyer::KeyerSettings& settings) { return MakeKeyLine(settings); },
                             .net = &net_server_,
                             .loggers = {.cat = &logger_port_, .winkey = &logger_winkey_port_, .processes = &processes_},

@@ -95,6 +95,7 @@ class Program {
   QSocketNotifier released_;  ///< by the watch
   platform::PosixReleaseGuard release_guard_;
   platform::PosixReleaseGuard keyer_guard_;
+  platform::PosixReleaseGuard text_guard_;
   platform::QtTcpServer net_server_;
   platform::WineGateway dde_gateway_;
   DoctorAdapters doctor_adapters_;

@@ -233,7 +233,14 @@ bool Dispatcher::ReleaseTransmitter() {
 
 void Dispatcher::PortOpened() {
   keying_.Forget();
+  PayRelease();
   ReleaseTransmitter();
+}
+
+void Dispatcher::PayRelease() {
+  if (!std::exchange(owes_release_, false) || !ButtonsKeyTransmitter(rig_.row)) return;
+  const std::string release = Encode(FillIn(rig_.row["Bravo"]));
+  if (!release.empty()) link_.WriteUrgently(Resynchronise() + release, nullptr);
 }
 
 SendOutcome Dispatcher::SendQuery(std::string_view text, const CommandKey* key, bool frequency) {

@@ -68,6 +68,9 @@ class Dispatcher {
   /// A line has been opened: what was begun on the one before is not continued. A transmitter that was keyed when it
   /// went is released.
   void PortOpened();
+  /// A console before this one may have left the rig keyed: its release is the first thing that goes out when the port
+  /// opens.
+  void OweRelease(bool owed) { owes_release_ = owed; }
   /// The transmitter has been keyed, or how that is undone has changed: `release` are the bytes to write then.
   std::function<void(std::string_view release)> on_keyed;
   /// When a command that is no query was last written.
@@ -81,6 +84,7 @@ class Dispatcher {
   void FollowTransmitter(std::string_view command, std::string_view keyed_before);
   void Keyed(std::string_view release);
   std::string Resynchronise() const;
+  void PayRelease();
   void FollowMeter(const CommandKey& key, std::string_view command);
   SendOutcome Refuse(const std::string& why);
   SendOutcome FillValue(std::string& command, const std::string& value);
@@ -98,6 +102,7 @@ class Dispatcher {
   TimePoint last_command_{};
   std::string release_;  ///< the bytes that release the transmitter that is keyed
   KeyingReader keying_;
+  bool owes_release_ = false;
 };
 
 }  // namespace kvx::cat

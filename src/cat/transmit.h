@@ -8,8 +8,13 @@
 
 namespace kvx::cat {
 
-/// Then a transmission has been forgotten.
+/// Then a transmission of a program has been forgotten, whatever the operator may do himself.
 inline constexpr Duration kLongestTransmission = std::chrono::minutes(5);
+
+/// How long a transmission may last where the operator has set a limit for it, 0 for none; 0: as long as he likes.
+inline Duration LimitOf(Duration set, bool of_operator) {
+  return set > Duration{0} || of_operator ? set : kLongestTransmission;
+}
 
 /// What bytes on the line do to the rig's transmitter.
 struct Keying {

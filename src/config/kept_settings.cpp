@@ -62,6 +62,7 @@ const std::vector<KeptSetting>& FixedSettings() {
       {kKeyer, kKeyerPort, "KEYERPORT=", "What sends CW", "WINKEY: a WinKeyer; COMn, LPTn: the port whose line is keyed; RIGPORT: a line of the rig port; RIGKEYER: the rig's own keyer; NONE: no keyer. A saved rig may have its own", kChoice, 0, 0, &KeyerPorts()},
       {kKeyer, kKeyerPort, "CWSPEED=", "Speed", "Words a minute", kNumber, 5, 99, nullptr, 0, "25"},
       {kKeyer, kKeyerPort, "TUNETIME=", "Longest tune", "Seconds after which tuning ends by itself", kNumber, 1, 120, nullptr, 0, "10"},
+      {kKeyer, kKeyerPort, "TXTIME=", "Longest transmission", "Seconds after which a transmission by the rig's own command ends by itself; 0: the operator's has no end, that of a program five minutes", kNumber, 0, 3600, nullptr, 0, "300"},
       {kKeyer, kWinkeyer, "PADDLECOM=", "Serial port", "Number of the WinKeyer's serial port, 0 for none", kPort, 0, kPorts},
       {kKeyer, kWinkeyer, "KEYERSTOP=", "Stop bits", "Stop bits of the WinKeyer's serial port: 2 for keyers that want them", kChoice, 0, 0, &StopBits()},
       {kKeyer, kWinkeyer, "WINKEY1=", "KEY1", "The first of the WinKeyer's two key outputs is used", kOnOff},

@@ -12,7 +12,7 @@ constexpr int kFunctionKeys = 9;
 constexpr std::size_t kTitleColumn = 7;  // F1Title= to F9Title=: the value begins with the "=" of the line
 
 constexpr std::array<std::string_view, 4> kBeforeFunctionKeys{"BODYCOLOR=", "SCREENCOLOR=", "SCREENMETER=", "GMT="};
-constexpr std::array<std::string_view, 86> kAfterFunctionKeys{
+constexpr std::array<std::string_view, 87> kAfterFunctionKeys{
     "PDOFFSET=",    "CWSKIMMER=",    "XRIG=",          "RIGTYPE=",    "RIGSPEED=",   "RIGPORT=",     "RIGSTART=",
     "RIGSTOP=",     "RIGNUMBER=",    "PADDLECOM=",     "PADDLELPT=",  "INVERT=",     "WINKEY1=",     "WINKEY2=",
     "KYMODX=",      "SIDETONE=",     "SIDETONE2=",     "POT2=",       "IGNOREPOT=",  "PIN5=",        "REVPADDLE=",
@@ -25,7 +25,7 @@ constexpr std::array<std::string_view, 86> kAfterFunctionKeys{
     "THEME=",       "TEXTSIZE=",     "ANNOUNCEMENTS=", "KEYERPORT=",  "KEYERSTOP=",  "CWSPEED=",     "KEYLINE=",
     "KEYPTT=",      "TUNETIME=",     "CWTONE=",        "CWVOLUME=",   "LOCALCW=",    "NETSERVER=",   "NETPORT=",
     "NETADDRESS=",  "NETWRITE=",     "WINKEYIN=",      "LOGGERLINK=", "KEYERLINK=",  "N1MMEXE=",     "DDESERVER=",
-    "LOCATOR=",     "ANTLOCK="};
+    "LOCATOR=",     "ANTLOCK=",      "TXTIME="};
 constexpr std::array<std::string_view, 7> kSavedRigWords{"KEYERPORT", "RTSON",    "DTRON",  "RIG",
                                                          "SPEED",     "STARTBIT", "STOPBIT"};
 constexpr std::array<std::string_view, 2> kBandWords{"BANDREM", "BANDMODE"};

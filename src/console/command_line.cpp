@@ -104,7 +104,12 @@ void CommandLine::Take(std::string line) {
   if (lines_.size() >= kMostWaitingLines) return Answer(Fail("too many commands are waiting"));
   if (at_once) Answer(answered);
   if (at_once && lines_.empty()) return;
-  lines_.push_back({std::move(line), at_once});
+  lines_.push_back({.text = std::move(line), .answered = at_once});
+  line_taken_.Notify();
+}
+
+void CommandLine::End() {
+  lines_.push_back({.last = true});
   line_taken_.Notify();
 }
 
@@ -116,6 +121,7 @@ Task CommandLine::Run() {
     const Line line = std::move(lines_.front());
     lines_.pop_front();
     const std::string word = Lower(Trim(line.text));
+    if (line.last) station_.CommandsEnded();
     if (word == "quit") {
       // A script that gives all its commands at once gets its answers. What stops a transmission need not wait.
       procedure_runs_ = true;

@@ -29,6 +29,8 @@ class CommandLine {
   /// Takes a line of input. Commands are carried out in order, a later one when the earlier one is done. What stops a
   /// transmission waits for none.
   void Take(std::string line);
+  /// Whoever gave the commands has gone. When they have been carried out, what he has left keyed is released.
+  void End();
   /// An input line that was too long to take.
   void Refuse(const std::string& why) { Answer("error: " + why); }
 
@@ -74,6 +76,7 @@ class CommandLine {
   };
   struct Line {
     std::string text;
+    bool last = false;      ///< no line: the input has ended
     bool answered = false;  ///< it has stopped what was to be stopped, and does so again behind what came before it
   };
 

@@ -17,7 +17,6 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr Duration kDeliveryCheck = 20ms;
 constexpr std::size_t kLongestNotice = 400;
 constexpr Duration kSameNotice = 1s;  // one that comes again sooner is of the same moment
 constexpr int kLargestSlider = 99'999;
@@ -49,6 +48,7 @@ Station::Station(const StationParts& parts)
              .port = parts.keyer_port,
              .make_line = parts.key_line,
              .guard = parts.keyer_guard,
+             .text_guard = parts.text_guard,
              .make_backend = {}}),
       tuner_notebook(parts.loop, console, parts.files, parts.folder, parts.data),
       accessories(std::make_unique<accessories::Accessories>(accessories::AccessoryParts{.loop = loop_,
@@ -57,7 +57,8 @@ Station::Station(const StationParts& parts)
                                                                                          .folder = parts.folder,
                                                                                          .rotator = parts.rotator,
                                                                                          .ports = parts.parallel})),
-      clock_(parts.loop, console) {
+      clock_(parts.loop, console),
+      after_crash_(parts.after_crash) {
   ConnectAccessories();
   if (parts.net != nullptr) StartNetServer(*parts.net);
   if (parts.loggers.cat != nullptr && parts.keyer_port != nullptr) StartLoggerLinks(parts);
@@ -83,7 +84,8 @@ Station::Station(const StationParts& parts)
     engine.dispatcher.on_keyed = [this, guard = parts.guard](std::string_view release) {
       disarm_ = Task();
       guard->Arm(release);
-      guard->ReleaseAfter(cat::kLongestTransmission + platform::kGuardGrace);
+      if (const Duration limit = transmit_limit(); limit > Duration{0})
+        guard->ReleaseAfter(limit + platform::kGuardGrace);
     };
   }
   transmission_ = console.Subscribe([this](Field field) {
@@ -91,7 +93,8 @@ Station::Station(const StationParts& parts)
     const bool released = field == Field::kTransmitting && !*console.Transmitting;
     if (guard_ != nullptr && (port_gone || released)) disarm_ = DisarmWhenDelivered();
     if (field != Field::kTransmitting) return;
-    limit_ = *console.Transmitting ? LimitTransmission() : Task();
+    const Duration limit = *console.Transmitting ? transmit_limit() : Duration{0};
+    limit_ = limit > Duration{0} ? LimitTransmission(limit) : Task();
   });
 }
 
@@ -130,6 +133,10 @@ void Station::Start() {
   if (const Status loaded = memories.Load(); !loaded) Notice(loaded.error().message);
   PrepareStore();
   InitRig(" ").ok();
+  if (after_crash_) {
+    engine.dispatcher.OweRelease(true);
+    keyer.OweRelease();
+  }
   if (const Status loaded = keyer.functions.Load(); !loaded) Notice(loaded.error().message);
   if (audio) audio->Load();
   FollowKeyer();
@@ -139,6 +146,9 @@ void Station::Start() {
   engine.poller.Start();
   OpenRigPort();
   clock_.Start();
+  const bool could_transmit = settings_.rig_port != 0 || keyer.settings().kind != keyer::KeyerKind::kNone;
+  if (after_crash_ && could_transmit)
+    Notice("The console did not end in order: what it may have left transmitting is released first");
 }
 
 void Station::ReadPosition() {
@@ -441,13 +451,6 @@ void Station::FollowKeyer() {
   if (port.number == engine.link.settings().number) engine.link.SetSwitches(port.dtr, port.rts);
 }
 
-bool Station::Escape() {
-  functions.scanner.OperatorActs();
-  functions.keys.StopPresses();
-  keyer.Escape();
-  return !*console.Transmitting || engine.dispatcher.ReleaseTransmitter();
-}
-
 /// A line that keys the transmitter is not raised by the port's own switches.
 platform::PortSettings Station::RigPort() const {
   platform::PortSettings port{
@@ -502,35 +505,6 @@ Status Station::SetTextSize(int percent) {
 void Station::SetAnnounce(bool on) {
   ChangeSettings([&](config::StationSettings& settings) { settings.announcements = on; }, config::AppearanceChanges);
   console.Announce.Set(on);
-}
-
-/// Before another rig or another port: the transmitter is released, and nothing that is meant for the next rig reaches
-/// this one.
-void Station::GiveUpRig(bool for_another_rig) {
-  if (for_another_rig) keyer.Escape();
-  keyer.ReleaseRigPort();
-  const bool released = engine.dispatcher.ReleaseTransmitter();
-  if (*console.Transmitting && for_another_rig) {
-    // Its release must not go to the next rig.
-    Notice("The transmitter of " + *console.RigName + " could not be released: the rig port is closed");
-    console.Transmitting.Set(false);
-  }
-  engine.link.Retire(released);
-}
-
-/// Whoever keyed the transmitter and has gone to sleep does not keep it keyed.
-Task Station::LimitTransmission() {
-  co_await loop_.Sleep(cat::kLongestTransmission);
-  if (engine.dispatcher.ReleaseTransmitter())
-    Notice("The transmitter was keyed for five minutes and has been released");
-}
-
-/// The release has been written, and may still be on its way to the device.
-Task Station::DisarmWhenDelivered() {
-  while (*console.Port == "open" && engine.link.bytes_unsent() > 0) {
-    co_await loop_.Sleep(kDeliveryCheck);
-  }
-  guard_->Disarm();
 }
 
 void Station::OpenRigPort() {

@@ -47,8 +47,10 @@ struct StationParts {
   platform::Path data;                 ///< the shipped data
   platform::Speech* speech = nullptr;  ///< null: no voice
   platform::ReleaseGuard* guard = nullptr;
+  bool after_crash = false;  ///< the console before did not end in order: what it may have left keyed is released first
   platform::SerialPort* keyer_port = nullptr;  ///< of the WinKeyer; null: there is none
   platform::ReleaseGuard* keyer_guard = nullptr;
+  platform::ReleaseGuard* text_guard = nullptr;  ///< of the rig's own keyer
   /// Makes the line that software keying keys; unset or null answer: there is none.
   std::function<std::unique_ptr<platform::KeyLine>(const keyer::KeyerSettings&)> key_line;
   platform::TcpServer* net = nullptr;  ///< of the NET rigctl server; null: there is none
@@ -99,6 +101,8 @@ class Station {
   /// Stops everything that the console transmits, text and tuning and the rig. False when the rig's transmitter is
   /// keyed and cannot be released.
   bool Escape();
+  /// Whoever gave commands without a window has gone: what he has keyed is released, what he has typed is sent.
+  void CommandsEnded();
   /// The saved rig whose keyer port counts; 0: the plain one.
   int keyer_slot() const { return keyer_slot_; }
 
@@ -166,7 +170,8 @@ class Station {
   void ApplyTs520Offset();
   Result<config::RigRow> FindRig(const std::string& name) const;
   void GiveUpRig(bool for_another_rig);
-  Task LimitTransmission();
+  Task LimitTransmission(Duration limit);
+  Duration transmit_limit() const;
   Task DisarmWhenDelivered();
   void PortOpened();
   cat::SendOutcome SendRaw(const std::string& command);
@@ -213,6 +218,7 @@ class Station {
   Clock clock_;
   int keyer_slot_ = 0;
   TimePoint noticed_at_{};
+  bool after_crash_;
   bool stopping_ = false;    ///< the shut-down has begun: the rig gets nothing more but its release
   std::vector<Task> saves_;  ///< rewrites of rig.ini under way
   Console::Subscription transmission_;

@@ -41,14 +41,8 @@ void CwSender::Use(CwBackend* backend) {
     Feed();
     Changed();
   };
-  backend_->on_failed = [this](const std::string& why) {
-    Drop(why);
-    if (on_gone) on_gone();
-  };
-  backend_->on_lost = [this](const std::string& why) {
-    Drop(why);
-    if (on_gone) on_gone();
-  };
+  backend_->on_failed = [this](const std::string& why) { Gone(why); };
+  backend_->on_lost = [this](const std::string& why) { Gone(why); };
   backend_->on_dropped = [this](const std::string& why) {
     if (sending()) Drop(why);
     if (on_stopped) on_stopped();
@@ -131,6 +125,12 @@ void CwSender::Begin() {
   Append(sent_, shown, kSentKept);
   Append(text_, shown, kLongestHistory);
   if (on_symbol) on_symbol(symbol, wpm_);
+}
+
+void CwSender::Gone(const std::string& why) {
+  const bool was_sending = sending();
+  Drop(why);
+  if (on_gone) on_gone(was_sending);
 }
 
 void CwSender::Drop(const std::string& why) {

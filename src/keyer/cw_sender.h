@@ -63,12 +63,13 @@ class CwSender {
   std::function<void()> on_silence;                                   ///< all has been sent, or it was stopped
   std::function<void()> on_ready;                                     ///< the keyer has become ready
   std::function<void()> on_stopped;                                   ///< something else has stopped the keyer
-  std::function<void()> on_gone;                                      ///< it could not be opened, or has gone
+  std::function<void(bool was_sending)> on_gone;                      ///< it could not be opened, or has gone
 
  private:
   void Feed();
   void Progress();
   void Begin();
+  void Gone(const std::string& why);
   void Drop(const std::string& why);
   void Clear();
   void Changed() const;

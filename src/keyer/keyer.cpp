@@ -24,6 +24,7 @@ Error Closed(const std::string& why) {
 KeyerSettings WithoutTaste(KeyerSettings settings) {
   const KeyerSettings other;
   settings.speed = other.speed;
+  settings.transmit_limit = other.transmit_limit;
   settings.local_tone = other.local_tone;
   settings.tone_hertz = other.tone_hertz;
   settings.tone_volume = other.tone_volume;
@@ -93,7 +94,7 @@ Keyer::Keyer(const KeyerParts& parts)
     if (on_key) on_key(down);
   };
   sender_.on_ready = [this] { Ready(); };
-  sender_.on_gone = [this] { Gone(); };
+  sender_.on_gone = [this](bool was_sending) { Gone(was_sending); };
   sender_.on_stopped = [this] { tuner_.Stop(); };
   console_changes_ = console_.Subscribe([this](Field field) { Follow(field); });
 }
@@ -160,7 +161,8 @@ CwBackend* Keyer::Choose() {
 std::unique_ptr<CwBackend> Keyer::Make() {
   if (settings_.kind == KeyerKind::kNone) return nullptr;
   if (parts_.make_backend) return parts_.make_backend(settings_);
-  if (settings_.kind == KeyerKind::kRigKeyer) return std::make_unique<RigKeyer>(loop_, console_, engine_);
+  if (settings_.kind == KeyerKind::kRigKeyer)
+    return std::make_unique<RigKeyer>(loop_, console_, engine_, parts_.text_guard, std::exchange(owes_stop_, false));
   return MakeSoftwareKeyer();
 }
 
@@ -327,13 +329,27 @@ void Keyer::Ready() {
   ShowState();
 }
 
-void Keyer::Gone() {
+/// What the keyer was sending and the rig's transmitter, keyed for it, are one transmission.
+void Keyer::Gone(bool was_sending) {
   failed_ = true;
+  const bool keyed = was_sending || *console_.Tune;
   tuner_.Stop();
+  if (keyed && engine_.link.is_open() && engine_.dispatcher.ReleaseTransmitter())
+    Notice("The keyer has gone: the rig's transmitter has been released");
   ShowState();
 }
 
+/// The same from its other end. A carrier is not left to itself; text that keys a rig which is not keyed by CAT goes
+/// on.
+void Keyer::RigPortGone() {
+  const bool sends = sender_.sending() && *console_.Transmitting;
+  if (!sends && !*console_.Tune) return;
+  StopSending();
+  Notice("The rig port is closed: the keyer has been stopped");
+}
+
 void Keyer::Follow(Field field) {
+  if (field == Field::kPort && std::exchange(rig_is_open_, engine_.link.is_open()) && !rig_is_open_) RigPortGone();
   if (field == Field::kPort && with_rig() && backend_ != nullptr) {
     if (engine_.link.is_open()) {
       Open();

@@ -39,7 +39,8 @@ struct KeyerParts {
   platform::SerialPort* port = nullptr;  ///< of the WinKeyer; null: there can be none
   /// Makes the line that those settings key in software; null when there is no such line.
   std::function<std::unique_ptr<platform::KeyLine>(const KeyerSettings&)> make_line;
-  platform::ReleaseGuard* guard = nullptr;  ///< of the WinKeyer
+  platform::ReleaseGuard* guard = nullptr;       ///< of the WinKeyer
+  platform::ReleaseGuard* text_guard = nullptr;  ///< of the rig's own keyer
   /// Makes another keyer than the console's own ones.
   std::function<std::unique_ptr<CwBackend>(const KeyerSettings&)> make_backend;
 };
@@ -105,6 +106,11 @@ class Keyer final {
   bool ready() const { return backend_ != nullptr && backend_->ready(); }
   /// The last try to open it was in vain.
   bool failed() const { return failed_; }
+  /// A console before this one may have left the keyer keyed: it is released when it is opened.
+  void OweRelease() {
+    if (winkeyer_) winkeyer_->OweRelease();
+    owes_stop_ = true;
+  }
   /// The WinKeyer on the keyer's port, in use or not; null when there can be none.
   WinKeyer* winkeyer() const { return winkeyer_.get(); }
 
@@ -128,7 +134,8 @@ class Keyer final {
   Status MaySend(cat::Party party, Duration length) const;
   void Follow(Field field);
   void Ready();
-  void Gone();
+  void Gone(bool was_sending);
+  void RigPortGone();
   void KeepSpeed();
   void ShowState();
   void Notice(const std::string& line) const;
@@ -141,6 +148,8 @@ class Keyer final {
   KeyerSettings settings_;
   int rig_port_ = 0;
   bool used_ = false;  ///< settings have been taken over
+  bool rig_is_open_ = false;
+  bool owes_stop_ = false;  ///< to the rig's own keyer
   CwSender sender_;
   Tuner tuner_;
   std::unique_ptr<WinKeyer> winkeyer_;

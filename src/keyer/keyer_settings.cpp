@@ -87,6 +87,7 @@ KeyerSettings KeyerSettings::From(const Settings& settings, int slot) {
   keyer.speed = Bounded(settings, "CWSPEED=", kSlowest, kFastest, keyer.speed);
   keyer.compensation = Bounded(settings, "KEYINGCOMPX=", 0, kByte, 0);
   keyer.tune_limit = std::chrono::seconds(Bounded(settings, "TUNETIME=", 1, 120, 10));
+  keyer.transmit_limit = std::chrono::seconds(Bounded(settings, "TXTIME=", 0, 3600, 300));
   keyer.local_tone = settings.flag("LOCALCW=");
   keyer.tone_hertz = Bounded(settings, "CWTONE=", 200, 2000, keyer.tone_hertz);
   keyer.tone_volume = Bounded(settings, "CWVOLUME=", 0, 100, keyer.tone_volume);

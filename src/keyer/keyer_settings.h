@@ -47,7 +47,8 @@ struct KeyerSettings {
   bool inverted = false;    ///< the lines are active low
   bool ignore_pot = false;
   Duration tune_limit{10'000'000'000};
-  bool local_tone = false;  ///< the local side tone is on
+  Duration transmit_limit{300'000'000'000};  ///< of the rig's own command; 0: the operator's has none
+  bool local_tone = false;                   ///< the local side tone is on
   int tone_hertz = 700;
   int tone_volume = 50;  ///< percent
 

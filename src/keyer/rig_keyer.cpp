@@ -85,8 +85,8 @@ std::string RigCwText(std::string_view symbol, std::string_view family) {
   return two ? "^" + std::string(symbol) : std::string();
 }
 
-RigKeyer::RigKeyer(Loop& loop, Console& console, cat::Engine& engine)
-    : loop_(loop), console_(console), engine_(engine) {
+RigKeyer::RigKeyer(Loop& loop, Console& console, cat::Engine& engine, platform::ReleaseGuard* guard, bool stop_first)
+    : loop_(loop), console_(console), engine_(engine), guard_(guard), stop_first_(stop_first) {
   port_ = console_.Subscribe([this](Field field) {
     if (field == Field::kPort) PortChanged();
     if (field == Field::kRigName) ForgetRig();
@@ -140,10 +140,14 @@ void RigKeyer::Close() {
 /// The port's end ends the text; when it returns the keyer is ready again.
 void RigKeyer::PortChanged() {
   if (engine_.link.is_open() && std::exchange(stop_at_open_, false)) StopRig();
+  if (engine_.link.is_open() && std::exchange(stop_first_, false)) {
+    if (const std::string stop = StopBytes(); !stop.empty()) engine_.link.WriteUrgently(stop, nullptr);
+  }
   if (!opened_) return;
   if (engine_.link.is_open()) return Open();
   const bool sending = !given_.empty();
   Forget();
+  stop_at_open_ = stop_at_open_ || sending;
   if (sending) Tell(on_lost, "The rig port is closed");
 }
 
@@ -190,7 +194,10 @@ void RigKeyer::Flush() {
   const auto form = CwTemplate::Parse(engine_.rig().row["CWText"]);
   if (!form) return;
   for (std::string text = TakeText(*form); !text.empty(); text = TakeText(*form)) {
-    if (Write(*form, text)) continue;
+    if (Write(*form, text)) {
+      Guard();
+      continue;
+    }
     Forget();
     return Tell(on_dropped, "The rig line is busy");
   }
@@ -216,7 +223,9 @@ void RigKeyer::FirstDone() {
   given_.pop_front();
   if (!given_.empty()) WaitForFirst();
   Tell(on_progress);
-  if (given_.empty()) unsent_.clear();  // blanks that nothing followed
+  if (!given_.empty()) return;
+  unsent_.clear();  // blanks that nothing followed
+  Unguard();
 }
 
 /// What another rig was sending is no concern of this one.
@@ -232,6 +241,28 @@ void RigKeyer::Forget() {
   first_done_ = 0;
   given_.clear();
   unsent_.clear();
+  Unguard();
+}
+
+/// Empty for a rig without the command.
+std::string RigKeyer::StopBytes() {
+  const std::string& stop = engine_.rig().row["CWStop"];
+  const std::string command = stop.empty() ? std::string() : engine_.dispatcher.FillIn(stop);
+  return command.empty() ? std::string() : engine_.dispatcher.Encode(command);
+}
+
+/// What was being written when the program ends may be cut in two.
+void RigKeyer::Guard() {
+  if (guard_ == nullptr || guarded_) return;
+  const std::string stop = StopBytes();
+  if (stop.empty()) return;
+  guarded_ = true;
+  const config::RigDefinition& rig = engine_.rig();
+  guard_->Arm((rig.binary() ? std::string() : std::string(1, cat::EndMark(rig))) + stop);
+}
+
+void RigKeyer::Unguard() {
+  if (std::exchange(guarded_, false)) guard_->Disarm();
 }
 
 /// Even when all should be through by now: the rig may be behind.
@@ -249,11 +280,8 @@ void RigKeyer::Abort() {
 /// A rig without the command goes on to the end of what it has.
 void RigKeyer::StopRig() {
   const bool sends = busy_until_ != TimePoint{} && loop_.Now() < busy_until_ + kMayStillSend;
-  const std::string& stop = engine_.rig().row["CWStop"];
-  if (!sends || stop.empty()) return;
-  const std::string command = engine_.dispatcher.FillIn(stop);
-  if (command.empty() || !engine_.link.WriteUrgently(engine_.dispatcher.Encode(command), nullptr)) return;
-  busy_until_ = {};
+  const std::string stop = sends ? StopBytes() : std::string();
+  if (!stop.empty() && engine_.link.WriteUrgently(stop, nullptr)) busy_until_ = {};
 }
 
 void RigKeyer::SetSpeed(int wpm) {

@@ -9,6 +9,7 @@
 #include "core/console.h"
 #include "core/loop.h"
 #include "keyer/cw_backend.h"
+#include "platform/release_guard.h"
 
 namespace kvx::keyer {
 
@@ -31,7 +32,10 @@ std::string RigCwText(std::string_view symbol, std::string_view family);
 /// speed. Text that a rig without a "CWStop" command has been given goes out to its end.
 class RigKeyer final : public CwBackend {
  public:
-  RigKeyer(Loop& loop, Console& console, cat::Engine& engine);
+  /// `guard`, of the rig port: null, or it stops the text when the program ends out of order. `stop_first`: the rig may
+  /// be sending what a console before this one has given it, and is stopped when its port opens.
+  RigKeyer(Loop& loop, Console& console, cat::Engine& engine, platform::ReleaseGuard* guard = nullptr,
+           bool stop_first = false);
   ~RigKeyer() override;
   RigKeyer(const RigKeyer&) = delete;
   RigKeyer& operator=(const RigKeyer&) = delete;
@@ -64,12 +68,18 @@ class RigKeyer final : public CwBackend {
   void Forget();
   void ForgetRig();
   void StopRig();
+  std::string StopBytes();
+  void Guard();
+  void Unguard();
   void PortChanged();
   void SendSpeed();
 
   Loop& loop_;
   Console& console_;
   cat::Engine& engine_;
+  platform::ReleaseGuard* guard_;
+  bool guarded_ = false;
+  bool stop_first_;
   Console::Subscription port_;
   bool opened_ = false;
   int wpm_ = 25;

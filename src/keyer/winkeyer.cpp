@@ -59,7 +59,7 @@ void WinKeyer::OpenPort(int number) {
     start_ = Task();
     Let();
   }
-  if (number != number_) release_owed_ = false;
+  if (number_ != 0 && number != number_) release_owed_ = ptt_owed_ = false;
   number_ = number;
   told_ = false;
   pause_ = Duration{0};
@@ -183,6 +183,8 @@ Task WinKeyer::InitWinkey() {
     release_owed_ = false;  // the line carries what is written
     if (step.reply == WinkeyReply::kVersion && !reply_.empty()) version_ = static_cast<std::uint8_t>(reply_.front());
   }
+  // A keyer whose host mode is closed would take their second bytes for the beginning of something else.
+  if (std::exchange(ptt_owed_, false)) Write(std::string(kWinkeyPttOff) + std::string(kWinkeyPaddleUp));
   Ready();
 }
 

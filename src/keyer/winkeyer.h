@@ -38,6 +38,8 @@ class WinKeyer final : public CwBackend {
   /// The start-up on the port as it is. Keep it, or await it.
   Task InitWinkey();
 
+  /// A console before this one may have left the keyer keyed: the next start-up releases it before anything else.
+  void OweRelease() { release_owed_ = ptt_owed_ = true; }
   void Open() override;
   /// Releases what is keyed and sends the host-close command; the port closes when that has been delivered.
   Task HostClose();
@@ -132,6 +134,7 @@ class WinKeyer final : public CwBackend {
   bool speed_in_text_ = false;  ///< the speed changed while text was being sent
   bool key_down_ = false;
   bool release_owed_ = false;  ///< it was keyed when it went
+  bool ptt_owed_ = false;      ///< and nobody knows by what
   std::string armed_;          ///< what the guard has
   Loop::TimerId guard_check_ = 0;
   int pot_ = -1;

@@ -130,7 +130,8 @@ void WinKeyer::ReleaseLogger(const char* why) {
 /// A logging program that hangs does not hold the key for longer than a tune may last, nor the transmitter for longer
 /// than any transmission.
 void WinKeyer::LimitHold() {
-  const Duration longest = logger_keying_.holds_key() ? settings_.tune_limit : cat::kLongestTransmission;
+  const Duration longest =
+      logger_keying_.holds_key() ? settings_.tune_limit : cat::LimitOf(settings_.transmit_limit, false);
   const Duration limit = logger_keying_.holds() ? longest : Duration{0};
   if (limit == std::exchange(hold_limit_, limit)) return;
   loop_.StopTimer(std::exchange(hold_end_, 0));

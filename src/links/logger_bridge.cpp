@@ -14,7 +14,7 @@ using namespace std::chrono_literals;
 constexpr std::size_t kPiece = 1024;
 constexpr std::size_t kLongestUnfinished = 1024;
 constexpr std::size_t kMostUnsent = 4096;  // who does not take its answers gets no more of them
-constexpr Duration kGoneTime = 1s;         // programs close a port and open it again
+constexpr Duration kGoneTime = 300ms;      // programs close a port and open it again at once
 
 }  // namespace
 

@@ -35,18 +35,58 @@ TEST(TransmitSafety, NothingPressedDuringTheShutDownReachesTheRig) {
   }
 }
 
-TEST(TransmitSafety, FiveMinutesAndThePortsReturnEndWhatAnyCommandBegan) {
+TEST(TransmitSafety, ItsLimitAndThePortsReturnEndWhatAnyCommandBegan) {
+  struct Row {
+    const char* setting;
+    bool of_operator;
+    Duration limit;
+  };
+  for (const auto& [setting, of_operator, limit] : {Row{"", true, 300s}, Row{"TXTIME= 30\n", true, 30s},
+                                                    Row{"TXTIME= 0\n", true, 0s}, Row{"TXTIME= 0\n", false, 300s}}) {
+    Bench bench(RigIni("TS-2000", 38400, setting));
+    bench.Start();
+    cat::Transmission& transmission = bench.station.engine.transmission;
+    const cat::Transmission::For party(transmission, of_operator ? cat::kOperator : transmission.NewParty());
+    bench.station.engine.dispatcher.SendData("FA00014025000;TX1;");
+    bench.port.written.clear();
+    bench.loop.RunFor((limit > 0s ? limit : 1h) - 5s);
+    EXPECT_EQ(bench.port.written.find("RX;"), std::string::npos) << setting;
+    EXPECT_EQ(*bench.station.console.MsgArea == "The transmitter will be released in 10 seconds", limit > 0s)
+        << setting;
+    bench.loop.RunFor(5s);
+    EXPECT_EQ(bench.port.written.find("RX;") != std::string::npos, limit > 0s) << setting;
+  }
   Bench bench(RigIni("TS-2000"));
   bench.Start();
-  bench.station.engine.dispatcher.SendData("FA00014025000;TX1;");
-  bench.port.written.clear();
-  bench.loop.RunFor(300s);
-  EXPECT_TRUE(bench.port.written.starts_with("RX;")) << bench.port.written;
   bench.station.engine.dispatcher.SendData("TX1;");
   bench.port.written.clear();
   bench.port.Lose();
   bench.loop.RunFor(2s);
   EXPECT_TRUE(bench.port.written.starts_with("RX;")) << bench.port.written;
+}
+
+/// The bytes of each family, with what ends a command that the console before was writing when it died.
+TEST(TransmitSafety, TheStartAfterACrashSendsTheRigsReleaseFirst) {
+  for (const auto& [rig, release] :
+       {std::pair{"TS-2000", ";RX;"s}, std::pair{"FT-DX5000", ";TX0;"s}, std::pair{"FT-857", "\0\0\0\0\x88"s},
+        std::pair{"IC-7300", "\xFE\xFE\x94\xE0\x1C\0\0\xFD"s}}) {
+    for (const bool after_crash : {true, false}) {
+      TemporaryFolder folder;
+      folder.Put("rig.ini", RigIni(rig));
+      SystemFiles files;
+      VirtualLoop loop;
+      FakeSerialPort port;
+      Station station{{.loop = loop,
+                       .files = files,
+                       .rig_port = port,
+                       .folder = folder.path(),
+                       .data = KVX_DATA,
+                       .after_crash = after_crash}};
+      station.Start();
+      loop.RunFor(1s);
+      EXPECT_EQ(port.written.starts_with(release), after_crash) << rig << ": " << SpacedHex(port.written);
+    }
+  }
 }
 
 /// Two rigs on one line, CI-V 94 and 70: what waits for the first must not tune the second.

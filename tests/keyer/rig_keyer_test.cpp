@@ -13,6 +13,13 @@ namespace {
 using namespace std::chrono_literals;
 using namespace std::string_literals;
 
+class FakeGuard final : public platform::ReleaseGuard {
+ public:
+  void Arm(std::string_view bytes) override { armed = bytes; }
+  void Disarm() override { armed.clear(); }
+  std::string armed;
+};
+
 struct Bench {
   explicit Bench(const std::string& rig) {
     engine.UseRig(config::LoadDefinition(cat::ShippedRigs().at(rig)));
@@ -34,7 +41,8 @@ struct Bench {
   Console console;
   FakeSerialPort port;
   cat::Engine engine{loop, console, port};
-  RigKeyer keyer{loop, console, engine};
+  FakeGuard guard;
+  RigKeyer keyer{loop, console, engine, &guard};
   CwSender sender{loop};
   std::vector<std::string> notices;
 };
@@ -115,36 +123,38 @@ TEST(RigKeyer, AbortStopsTheRigAndForgetsTheRest) {
   bench.Send("CQ CQ CQ");
   bench.loop.RunFor(500ms);
   bench.port.written.clear();
+  EXPECT_EQ(SpacedHex(bench.guard.armed), "FE FE 94 E0 17 FF FD") << "should the console die";
   bench.sender.Abort();
   EXPECT_EQ(SpacedHex(bench.port.written), "FE FE 94 E0 17 FF FD");
+  EXPECT_EQ(bench.guard.armed, "");
   bench.loop.RunFor(60s);
   EXPECT_EQ(bench.port.written.size(), 7U);
   bench.sender.Abort();
   EXPECT_EQ(bench.port.written.size(), 7U) << "nothing is being sent";
 }
 
-TEST(RigKeyer, EscapeStopsARigThatStillSendsWhenItsPortIsBack) {
-  for (const bool while_closed : {false, true}) {
+TEST(RigKeyer, ARigThatStillSendsIsStoppedWhenItsPortIsBack) {
+  for (const bool escape : {false, true}) {
     Bench bench("IC-7300");
     bench.sender.SetSpeed(5);
     bench.Send("0000000000");
     bench.loop.RunFor(200ms);
     bench.port.Lose();
     bench.notices.clear();
-    if (while_closed) bench.sender.Abort();
+    if (escape) bench.sender.Abort();
     bench.port.written.clear();
     bench.loop.RunFor(600ms);
     ASSERT_TRUE(bench.engine.link.is_open());
-    if (!while_closed) bench.sender.Abort();
-    EXPECT_NE(SpacedHex(bench.port.written).find("FE FE 94 E0 17 FF FD"), std::string::npos) << while_closed;
-    EXPECT_EQ(bench.notices.size(), while_closed ? 1U : 0U);
+    EXPECT_NE(SpacedHex(bench.port.written).find("FE FE 94 E0 17 FF FD"), std::string::npos) << escape;
+    EXPECT_EQ(bench.guard.armed, "");
+    EXPECT_EQ(bench.notices.size(), escape ? 1U : 0U);
   }
 }
 
 TEST(RigKeyer, ABusyLineDropsTheTextAndTheKeyerStaysReady) {
   Bench bench("TS-2000");
   bool gone = false;
-  bench.sender.on_gone = [&gone] { gone = true; };
+  bench.sender.on_gone = [&gone](bool) { gone = true; };
   bench.engine.link.WriteRigPort(std::string(8000, ';'));
   bench.Send("CQ");
   bench.loop.RunFor(1s);

@@ -39,7 +39,7 @@ struct DueRelease {
 };
 
 inline constexpr std::size_t kMostReleases =
-    8;  ///< a program has six: rig, keyer, its line, the line before it, two parallel ports
+    8;  ///< a program has seven: rig, its own keyer, keyer, its line, the line before it, two parallel ports
 using DueReleases = std::array<DueRelease, kMostReleases>;
 
 /// Makes releases: lines, which take no time, then all bytes as their devices take them, none of them waiting for

@@ -18,11 +18,16 @@ std::string Signature() {
   return std::to_string(::getpid()) + " " + ::program_invocation_short_name + "\n";
 }
 
-/// "kvx, process 1234" from the file's content; the holder may be just about to write it.
-std::string HolderText(int descriptor) {
+std::string ContentOf(int descriptor) {
   std::array<char, 200> content{};
   const ssize_t size = ::pread(descriptor, content.data(), content.size(), 0);
-  const std::string_view text = Trim(std::string_view(content.data(), size > 0 ? static_cast<std::size_t>(size) : 0));
+  return {content.data(), size > 0 ? static_cast<std::size_t>(size) : 0};
+}
+
+/// "kvx, process 1234" from the file's content; the holder may be just about to write it.
+std::string HolderText(int descriptor) {
+  const std::string content = ContentOf(descriptor);
+  const std::string_view text = Trim(content);
   const std::size_t blank = text.find(' ');
   if (blank == std::string_view::npos || !ParseNumber(text.substr(0, blank), 1, 1'000'000'000))
     return "another program";
@@ -43,11 +48,14 @@ Result<StationLock> StationLock::Take(const Path& folder) {
     if (errno != EWOULDBLOCK) return CauseError(path.string(), errno);
     return Error{ErrorCode::kBusy, "The station " + folder.string() + " is in use by " + HolderText(file.get())};
   }
+  const bool after_crash = !ContentOf(file.get()).empty();  // who ends in order empties it
   const std::string signature = Signature();
   // The lock holds without its text: a full disk must not keep the station shut.
   if (::ftruncate(file.get(), 0) == 0) [[maybe_unused]]
     const ssize_t written = ::write(file.get(), signature.data(), signature.size());
-  return StationLock(std::move(file));
+  // A power failure is to leave it there, and nobody waits for that.
+  ::sync_file_range(file.get(), 0, 0, SYNC_FILE_RANGE_WRITE);
+  return StationLock(std::move(file), after_crash);
 }
 
 StationLock::~StationLock() {

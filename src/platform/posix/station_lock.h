@@ -13,14 +13,19 @@ class StationLock {
   /// Takes the folder, which is made if it is missing. kBusy names the folder, the program and the process that has it.
   static Result<StationLock> Take(const Path& folder);
 
+  /// The console that had the folder before died, or its computer did: it has not ended in order.
+  bool after_crash() const { return after_crash_; }
+
   StationLock(StationLock&&) = default;
   StationLock& operator=(StationLock&&) = default;
   ~StationLock();
 
  private:
-  explicit StationLock(Descriptor descriptor) : descriptor_(std::move(descriptor)) {}
+  StationLock(Descriptor descriptor, bool after_crash)
+      : descriptor_(std::move(descriptor)), after_crash_(after_crash) {}
 
   Descriptor descriptor_;
+  bool after_crash_;
 };
 
 }  // namespace kvx::platform

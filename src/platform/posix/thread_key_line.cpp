@@ -10,6 +10,7 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr Duration kLookAgain = 500ms;  // for a device that has gone while nothing is keyed
+constexpr Duration kLookSoon = 200ms;   // while something is
 constexpr Duration kBehindEdge = 1ms;   // the thread's edge and the loop's timer are due at the same moment
 
 }  // namespace
@@ -62,7 +63,7 @@ Duration ThreadKeyLine::remaining() const {
 void ThreadKeyLine::TellAt(std::optional<TimePoint> when) {
   loop_.StopTimer(timer_);
   const TimePoint now = loop_.Now();
-  const TimePoint look = now + kLookAgain;
+  const TimePoint look = now + (remaining() > Duration{0} ? kLookSoon : kLookAgain);
   timer_ = loop_.StartTimer(std::min(when.value_or(look), look), [this] { Tell(); });
 }
 
