@@ -117,19 +117,11 @@ class LoggerTest(unittest.TestCase):
             hasty.close()
             self.assertTrue(wait_until(lambda: self.rig.transmitting, 2))
             self.assertTrue(wait_until(lambda: not self.rig.transmitting, 3), "it wrote and went at once")
-        ends = (lambda logger: logger.close(), lambda logger: kvx.command("link logger off"),
-                lambda logger: kvx.quit())
-        for number, end in enumerate(ends):
-            kvx.command("link logger on")
-            logger = Pty.at(self.station.path("cat"))
-            logger.write(b"TX;")
-            self.assertTrue(wait_until(lambda: self.rig.transmitting, 2), number)
-            begin = time.monotonic()
-            end(logger)
-            self.assertTrue(wait_until(lambda: not self.rig.transmitting, 3), number)
-            noted(f"released {time.monotonic() - begin:.2f} s after end {number}")
-            if number > 0:
-                logger.close()
+        logger = self.logger()
+        logger.write(b"TX;")
+        self.assertTrue(wait_until(lambda: self.rig.transmitting, 2))
+        kvx.command("link logger off")
+        self.assertTrue(wait_until(lambda: not self.rig.transmitting, 2))
 
     def test_switches_and_what_they_say(self):
         self.station.use(rigs.Ts2000(38400))

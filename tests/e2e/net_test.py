@@ -157,9 +157,6 @@ class NetTest(unittest.TestCase):
         kvx.command("escape")
         self.assertTrue(wait_until(lambda: not rig.transmitting, 2))
         self.assertEqual(third.ask("t"), ["0"])
-        third.ask("T 1")
-        kvx.quit()
-        self.assertTrue(wait_until(lambda: not rig.transmitting, 2), "the console has ended")
 
     def test_switched_on_and_off_and_a_taken_port(self):
         with socket.socket() as taken:

@@ -3,7 +3,6 @@
 import array
 import itertools
 import json
-import resource
 import signal
 import time
 import unittest
@@ -234,39 +233,6 @@ class WinkeyTest(unittest.TestCase):
                 self.assertEqual(kvx.signal(number) if number else kvx.quit(), 0)
                 self.assert_commands(keyer, [TUNE_ON, TUNE_OFF, HOST_CLOSE])
                 self.assertEqual((keyer.key_down, keyer.illegal), (False, []))
-
-    def test_a_crash_releases_the_key(self):
-        for number in (signal.SIGSEGV, signal.SIGABRT):
-            with self.subTest(number=number), Station() as self.station:
-                resource.setrlimit(resource.RLIMIT_CORE, (0, resource.getrlimit(resource.RLIMIT_CORE)[1]))
-                keyer, kvx = self.tuned()
-                self.assertEqual(kvx.signal(number), -number)
-                self.assertTrue(wait_until(lambda: not keyer.key_down, 2), keyer.heard().hex(" "))
-
-    def test_a_crash_in_a_text_stops_it(self):
-        keyer, kvx = self.start(speed=20)
-        resource.setrlimit(resource.RLIMIT_CORE, (0, resource.getrlimit(resource.RLIMIT_CORE)[1]))
-        kvx.command("cw 00000000000000000000")
-        self.assertTrue(wait_until(lambda: len(keyer.sent) >= 1, 5))
-        self.assertEqual(kvx.signal(signal.SIGSEGV), -signal.SIGSEGV)
-        sent = len(keyer.sent)
-        time.sleep(4)
-        noted(f"after a crash in a text the keyer sent {len(keyer.sent) - sent} more characters")
-        self.assertFalse(keyer.key_down)
-        self.assertLess(len(keyer.sent) - sent, 5)
-
-    def test_the_key_is_released_when_the_keyer_comes_back(self):
-        keyer = StrictWinkey()
-        keyer.own_power = True
-        keyer, kvx = self.tuned(keyer)
-        keyer.unplug()
-        kvx.wait_status(lambda status: not status["keyer"]["ready"])
-        self.assertFalse(kvx.status()["keyer"]["tune"])
-        self.assertTrue(keyer.key_down, "it does not know that its plug was pulled")
-        keyer.plug(self.station.device)
-        self.assertTrue(wait_until(lambda: not keyer.key_down, 5), keyer.heard().hex(" "))
-        kvx.wait_status(lambda status: status["keyer"]["ready"], 8)
-        self.assertEqual(keyer.illegal, [])
 
     def test_a_wish_is_forgotten_when_the_keyer_stays_silent(self):
         keyer, kvx = self.start()
