@@ -12,7 +12,7 @@ namespace {
 constexpr std::string_view kKindKey = "KEYERPORT=";
 constexpr std::string_view kPortKey = "PADDLECOM=";
 constexpr std::string_view kVolumeKey = "CWVOLUME=";
-constexpr std::string_view kTuneKey = "TUNETIME=";
+constexpr std::string_view kLimitKey = "TXTIME=";
 
 }  // namespace
 
@@ -37,7 +37,7 @@ void SetupKeyerPage::AddRows() {
     if (group != setting.group) form_.BeginPanel(tr(setting.group));
     group = setting.group;
     keys_.Add(setting);
-    if (setting.key == kTuneKey) AddState();
+    if (setting.key == kLimitKey) AddState();
     if (setting.key == kPortKey) device_.emplace(setup_, form_, setting.key, tr("&Device"), false);
     if (setting.key != kVolumeKey) continue;
     AddListen();

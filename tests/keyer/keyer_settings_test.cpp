@@ -76,6 +76,7 @@ TEST(KeyerSettings, NumbersStayInTheirBoundsAndMissingOnesMeanWhatIsShown) {
   const auto shown = [](const char* key) { return config::ShownValue(*config::FindKeptSetting(key), {}); };
   EXPECT_EQ(shown("CWSPEED"), std::to_string(none.speed));
   EXPECT_EQ(shown("TUNETIME"), std::to_string(none.tune_limit / 1s));
+  EXPECT_EQ(shown("TXTIME"), std::to_string(none.transmit_limit / 1s));
   EXPECT_EQ(shown("CWTONE"), std::to_string(none.tone_hertz));
   EXPECT_EQ(shown("CWVOLUME"), std::to_string(none.tone_volume));
   EXPECT_EQ(shown("SIDETONE"), std::to_string(none.side_tone));
