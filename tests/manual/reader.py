@@ -118,6 +118,7 @@ class Reader:
         quiet = ("DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM", "XDG_DATA_HOME", "XDG_CONFIG_HOME")
         self.environment = {name: value for name, value in os.environ.items() if name not in quiet}
         self.environment.update(HOME=self.home, XDG_RUNTIME_DIR=self.tmp, LC_ALL="C.UTF-8", USER="reader",
+                                SPEECHD_ADDRESS="unix_socket:/nonexistent",  # nobody is talked to aloud
                                 PATH=f"{self.home}/bin:{os.environ['PATH']}")
 
     def _make_tree(self, binary):
