@@ -18,7 +18,8 @@ constexpr auto kSoundPatience = 2s;
 
 }  // namespace
 
-console::DoctorParts DoctorAdapters::Parts(const platform::Path& folder, const platform::DdeTransport* dde) const {
+console::DoctorParts DoctorAdapters::Parts(const platform::Path& folder, const platform::DdeTransport* dde,
+                                           bool demo) const {
   return {.files = files_,
           .devices = devices_,
           .inspector = inspector_,
@@ -29,14 +30,15 @@ console::DoctorParts DoctorAdapters::Parts(const platform::Path& folder, const p
           .missing_voice = platform::MissingVoice,
           .dde = dde,
           .folder = folder,
-          .data = DataFolder()};
+          .data = DataFolder(),
+          .demo = demo};
 }
 
 int RunDoctor(int argc, char** argv, const Options& options) {
   const QCoreApplication application(argc, argv);
   const DoctorAdapters adapters;
   const platform::WineGateway dde(DdeGateway().string());
-  console::Examination examination(adapters.Parts(StationFolder(options), &dde));
+  console::Examination examination(adapters.Parts(StationFolder(options), &dde, options.demo));
   std::vector<console::Finding> findings;
   while (!examination.done()) {
     for (const console::Finding& finding : examination.Step()) {

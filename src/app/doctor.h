@@ -15,7 +15,7 @@ namespace kvx::app {
 class DoctorAdapters {
  public:
   /// `dde` is borrowed; null: there is none.
-  console::DoctorParts Parts(const platform::Path& folder, const platform::DdeTransport* dde) const;
+  console::DoctorParts Parts(const platform::Path& folder, const platform::DdeTransport* dde, bool demo) const;
 
  private:
   platform::PosixFiles files_;

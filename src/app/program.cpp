@@ -93,7 +93,7 @@ Program::Program(const Options& options, platform::ReleaseProcess* process)
       keyer_guard_([this] { return DescriptorOf(keyer_port_); }),
       text_guard_([this] { return DescriptorOf(rig_port_); }),
       dde_gateway_(DdeGateway().string()),
-      doctor_(loop_, doctor_worker_, doctor_adapters_.Parts(folder_, &dde_gateway_)) {
+      doctor_(loop_, doctor_worker_, doctor_adapters_.Parts(folder_, &dde_gateway_, demo_)) {
   signals_.on_stop = [this](int) { Stop(); };
   QObject::connect(&released_, &QSocketNotifier::activated, &released_, [this] { StopKeying(); });
 }

@@ -70,8 +70,9 @@ int RunWindowed(int argc, char** argv, const Options& options) {
   window.show();
   if (program.unconfigured() && options.grab_folder.empty()) window.OpenWindow("setup");
   if (!options.grab_folder.empty()) {
-    window.OpenWindow("debug");  // so that there is traffic in its picture
-    window.OpenWindow("audio");  // and sound in this one's
+    window.OpenWindow("debug");   // so that there is traffic in its picture
+    window.OpenWindow("audio");   // and sound in this one's
+    window.OpenWindow("doctor");  // and findings
     QTimer::singleShot(kGrabDelayMilliseconds, &window, [&] {
       code = GrabWindows(window, program.station(), options.grab_folder);
       GrabDecoding(window, program.station(), options.grab_folder, [&](int decoding) {

@@ -46,6 +46,7 @@ struct DoctorParts {
   const platform::DdeTransport* dde = nullptr;  ///< null: there is none in this program
   platform::Path folder;                        ///< of the station
   platform::Path data;
+  bool demo = false;  ///< the demonstration, which has no parallel ports but a register
 };
 
 struct Patient;

@@ -272,7 +272,8 @@ void CheckParallelPorts(const Patient& patient, Chart& chart) {
     antennas = antennas || !field(accessories::FromField(antenna)).empty();
   if (antennas) used.emplace_back(LeadingNumber(field(AntennaField::kPPort)), "antenna switch");
   for (const auto& [number, what] : used) {
-    const std::string address = patient.ports.ParallelAddressOf(number);
+    const bool register_alone = patient.parts.demo && !patient.ports.parallel.contains(number);
+    const std::string address = register_alone ? "sim:lpt" : patient.ports.ParallelAddressOf(number);
     const std::string name = what + " LPT" + std::to_string(number) + ": ";
     if (address.starts_with("sim:")) {
       chart.Ok(name + "is simulated");

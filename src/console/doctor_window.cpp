@@ -54,6 +54,7 @@ DoctorWindow::DoctorWindow(Doctor& doctor, QWidget* parent) : QDialog(parent, Qt
   auto* column = new QVBoxLayout(this);
   column->addWidget(list_, 1);
   column->addLayout(buttons);
+  list_->setFocus();  // so that the finding it comes to stand at is read aloud
   resize(QSize(kWidth, kHeight) * fontMetrics().height());
 }
 

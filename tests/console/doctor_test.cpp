@@ -37,7 +37,8 @@ struct Clinic {
             .missing_voice = [this] { return missing_voice; },
             .dde = &dde,
             .folder = folder.path(),
-            .data = KVX_DATA};
+            .data = KVX_DATA,
+            .demo = demo};
   }
   void Examine() {
     lines.clear();
@@ -63,6 +64,7 @@ struct Clinic {
   FakeDde dde;
   SoundState sound;
   std::string missing_voice;
+  bool demo = false;
   std::vector<std::string> lines;
 };
 
@@ -96,6 +98,9 @@ TEST(Doctor, FindsNothingWrongWithAStationThatIsWell) {
       std::count(clinic.lines.begin(), clinic.lines.end(), "ok rig port COM3: is /dev/ttyUSB0, in use by the console"),
       1);
   EXPECT_EQ(clinic.Wrong(), std::vector<std::string>());
+  Clinic demonstration("ANT1FROM=10\n");
+  demonstration.demo = true;
+  EXPECT_EQ(demonstration.Wrong(), std::vector<std::string>());
 }
 
 TEST(Doctor, SaysOfEachPortWhatIsInItsWayAndWhatToDo) {
