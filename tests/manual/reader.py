@@ -21,6 +21,8 @@ NAMED = {*KEYS, "Tab", "Left", "Right", "Up", "Down", "Home", "End", "Backspace"
 
 IN_STATUS = {"RIGPORT": "port", "RIGSPEED": "speed"}
 SETTINGS = ROOT / "docs" / "station-folder.md"
+# What programs say that end with 0 all the same: the console's refusals, and those of rigctl.
+REFUSAL = re.compile(r"error: .*|\w+: error = .*|Command '.*' not found!.*|Unknown command.*")
 
 
 class Failure(Exception):
@@ -170,12 +172,16 @@ class Reader:
             code = self.run_shell()
         if code != 0:
             raise Failure(f"ends with {code}: {self.last.strip()[-800:]}")
+        refused = [line for line in self.last.splitlines() if REFUSAL.fullmatch(line.strip())]
+        if refused:
+            raise Failure(f"is refused: {refused}")
 
     def run_shell(self):
         """Runs the shell block in hand; its exit code. What it shows is in `last`."""
         try:
-            done = subprocess.run(["bash", "-ec", self.here(self.shell.text)], cwd=self.folder, env=self.environment, timeout=60,
-                                  stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, check=False)
+            done = subprocess.run(["bash", "-o", "pipefail", "-ec", self.here(self.shell.text)], cwd=self.folder,
+                                  env=self.environment, timeout=60, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                                  stderr=subprocess.STDOUT, text=True, check=False)
         except subprocess.TimeoutExpired as late:
             raise Failure(f"does not end: {late.output}") from None
         self.last = done.stdout

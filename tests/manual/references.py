@@ -107,6 +107,11 @@ def complaints(root, binary, chapters):
     yield from idle_pictures(root, pages)
     inline = Inline(root, binary)
     for path in chapters:
+        for block in chapter.blocks_of(path):
+            chords = block.text.split() if block.language == "keys" else []
+            for chord in chords:
+                if CHORD.fullmatch(chord) and chord not in inline.keys:
+                    yield f"{block.where}: no window has the key {chord}"
         for where, text in chapter.code_of(path):
             why = inline.complaint(text)
             if why:
