@@ -23,7 +23,7 @@ _kvx() {
       return ;;
   esac
   local words
-  words=$(grep -oE '^  kvx [a-z]+|--[a-z]+' <<<"$help" | sed 's/^  kvx //')
+  words=$(grep -oE '^  kvx [a-z]+|--headless decode|--[a-z]+' <<<"$help" | sed 's/^  kvx //')
   mapfile -t COMPREPLY < <(compgen -W "$words" -- "$word")
 }
 complete -F _kvx kvx

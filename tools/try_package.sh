@@ -103,7 +103,8 @@ unresolved=$(as_user ldd /usr/bin/kvx | grep 'not found' || true)
 [[ -z $unresolved ]] || fail "libraries that the dependencies lack: $unresolved"
 version=$(as_user kvx --version)
 [[ $version == "kvx $(inside dpkg-query -W -f='${source:Upstream-Version}' kvx)" ]] || fail "kvx --version says $version"
-as_user man kvx 2>"$work/man" | grep -q 'EXIT STATUS' || fail "man kvx: $(cat "$work/man")"
+as_user man kvx >"$work/man" 2>&1 || fail "man kvx: $(cat "$work/man")"
+grep -q 'EXIT STATUS' "$work/man" || fail "man kvx: $(cat "$work/man")"
 ok "$version, its libraries and its manual page"
 
 # The demonstration, spoken to through a pipe that never ends, as the service is.
