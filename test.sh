@@ -50,6 +50,13 @@ end_to_end() {
   env "${long[@]}" python3 tests/e2e/run.py "$PWD/build/dev/kvx"
 }
 
+# A day of station time; everyday's run is an hour.
+soak() {
+  local memory=()
+  if [[ -d /dev/shm ]]; then memory=(TMPDIR=/dev/shm); fi  # it writes settings all day, and each waits for the disk
+  env "${memory[@]}" KVX_SOAK_HOURS=24 build/dev/tests/soak/soak_test
+}
+
 no_qt() {
   local found
   found=$(grep -oim 1 'libQt6[a-z]*\|/qt6/[a-z]*' build/asan/build.ninja)
@@ -101,6 +108,11 @@ if step "build" build dev; then
 fi
 
 if [[ $all == yes ]]; then
+  if [[ -x build/dev/tests/soak/soak_test ]]; then
+    step "soak: a day of station time" soak
+  else
+    skip "soak: a day of station time" "it has not been built"
+  fi
   # One build shows both: the engine is clean under the sanitizers, and it needs no Qt.
   if step "sanitizer build" build asan -DCMAKE_DISABLE_FIND_PACKAGE_Qt6=ON; then
     step "engine without Qt" no_qt
