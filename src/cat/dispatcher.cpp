@@ -186,13 +186,13 @@ void Dispatcher::FollowTransmitter(std::string_view command, std::string_view ke
     release_ = keyed_before;
     Keyed(Encode(FillIn(rig_.row["Bravo"])));
   } else if (sends("Bravo")) {
-    console_.Transmitting.Set(false);
+    Released();
   }
 }
 
 void Dispatcher::FollowBytes(std::string_view bytes) {
   const Keying keying = keying_.Read(rig_, bytes);
-  if (keying.effect == Keying::Effect::kOff) console_.Transmitting.Set(false);
+  if (keying.effect == Keying::Effect::kOff) Released();
   if (keying.effect != Keying::Effect::kOn) return;
   if (!*console_.Transmitting) release_.clear();
   Keyed(keying.release);
@@ -207,10 +207,11 @@ void Dispatcher::Keyed(std::string_view release) {
   if (on_keyed) on_keyed(Resynchronise() + release_);
 }
 
-/// A text rig begins anew after an end mark, CI-V at its preamble; in five-byte commands a lost byte would shift all
-/// that follow.
+/// A text rig begins anew after an end mark, as Ten-Tec's do whose commands have bytes in them, CI-V at its preamble;
+/// in five-byte commands a lost byte would shift all that follow.
 std::string Dispatcher::Resynchronise() const {
-  return rig_.binary() ? std::string() : std::string(1, EndMark(rig_));
+  const bool marked = !rig_.binary() || rig_.family == "TEN-TEC";
+  return marked ? std::string(1, EndMark(rig_)) : std::string();
 }
 
 SendOutcome Dispatcher::KeyTransmitter(Party party) {
@@ -222,19 +223,26 @@ SendOutcome Dispatcher::KeyTransmitter(Party party) {
 bool Dispatcher::ReleaseTransmitter() {
   if (!*console_.Transmitting) return false;
   const std::string end_mark = Resynchronise();
-  if (!link_.WriteUrgently(release_, rig_.nameless() ? nullptr : &end_mark)) {
+  const bool begun = keying_.is_within_command() || link_.was_cut_short();
+  const std::string release = begun ? end_mark + release_ : release_;
+  if (!link_.WriteUrgently(release, rig_.nameless() ? nullptr : &end_mark)) {
     console_.MsgArea.Set(kNotReleased);
     return false;
   }
   last_command_ = loop_.Now();
-  console_.Transmitting.Set(false);
+  Released();
   return true;
 }
 
+void Dispatcher::Released() {
+  release_leaves_ = link_.line_free_at();
+  console_.Transmitting.Set(false);
+}
+
 void Dispatcher::PortOpened() {
-  keying_.Forget();
   PayRelease();
   ReleaseTransmitter();
+  keying_.Forget();
 }
 
 void Dispatcher::PayRelease() {

@@ -60,6 +60,8 @@ class Dispatcher {
   /// Releases the transmitter, whoever has keyed it: with the command of the rig that was keyed, before everything that
   /// waits. True when such a command was written.
   bool ReleaseTransmitter();
+  /// A release has been written and may still be in the buffers of the port, which drops them when it closes.
+  bool release_is_under_way() const { return loop_.Now() < release_leaves_; }
   /// Releases what that party has keyed. False when it is still keyed.
   bool ReleaseTransmitter(Party party) { return !transmission_.is_of(party) || ReleaseTransmitter(); }
   /// Bytes have gone out on the line, from wherever: those that key the transmitter or release it are known by the
@@ -83,6 +85,7 @@ class Dispatcher {
   SendOutcome SendCommand(std::string command);
   void FollowTransmitter(std::string_view command, std::string_view keyed_before);
   void Keyed(std::string_view release);
+  void Released();
   std::string Resynchronise() const;
   void PayRelease();
   void FollowMeter(const CommandKey& key, std::string_view command);
@@ -100,7 +103,8 @@ class Dispatcher {
   Transmission& transmission_;
   std::map<std::string, std::string> button_values_;
   TimePoint last_command_{};
-  std::string release_;  ///< the bytes that release the transmitter that is keyed
+  TimePoint release_leaves_{};  ///< when the latest release will have left the line
+  std::string release_;         ///< the bytes that release the transmitter that is keyed
   KeyingReader keying_;
   bool owes_release_ = false;
 };

@@ -85,6 +85,7 @@ void RigLink::Reopen() {
 
 void RigLink::CloseRigPort() {
   keep_open_ = Task();
+  cut_short_ = cut_short_ || line_free_at_ > loop_.Now();
   port_.Close();
   buffer_.clear();
   line_free_at_ = {};
@@ -126,9 +127,11 @@ void RigLink::Opened() {
   line_free_at_ = {};
   console_.Port.Set("open");
   if (on_opened) on_opened();
+  cut_short_ = false;
 }
 
 void RigLink::Lost(const std::string& why) {
+  cut_short_ = cut_short_ || line_free_at_ > loop_.Now();
   buffer_.clear();
   console_.Port.Set(why);
   if (why != last_failure_ && on_notice) on_notice(why);

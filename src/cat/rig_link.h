@@ -41,6 +41,9 @@ class RigLink {
   bool WriteUrgently(std::string_view bytes, const std::string* resynchronise);
   void ClearRcvBuffer() { buffer_.clear(); }
 
+  /// Told to who hears that the port is open again: it went while bytes were on the line, so that the rig may have the
+  /// beginning of a command.
+  bool was_cut_short() const { return cut_short_; }
   /// Open, and not about to be closed.
   bool is_open() const { return port_.is_open() && !retired_; }
   /// The line's speed in baud, never absurdly low.
@@ -94,7 +97,8 @@ class RigLink {
   bool rig_selected_ = false;
   bool deliver_first_ = false;
   bool retired_ = false;
-  bool was_open_ = false;  ///< since the latest attempt to open
+  bool was_open_ = false;   ///< since the latest attempt to open
+  bool cut_short_ = false;  ///< bytes were on the line when the port went
   bool hex_ = false;
   bool discard_ = false;
   int discard_countdown_ = 0;

@@ -50,6 +50,8 @@ class KeyingReader {
  public:
   Keying Read(const config::RigDefinition& rig, std::string_view bytes);
   void Forget() { unfinished_.clear(); }
+  /// What is written next would be taken for the rest of a command.
+  bool is_within_command() const { return !unfinished_.empty(); }
 
  private:
   std::string unfinished_;  ///< the beginning of a command whose end mark has not gone out yet

@@ -9,8 +9,6 @@
 namespace kvx::config {
 namespace {
 
-constexpr int kFastestSpeed = 4'000'000;
-
 std::string Trimmed(const Settings& settings, std::string_view key) {
   return std::string(Trim(settings.text(key)));
 }
@@ -19,10 +17,15 @@ int Bounded(const Settings& settings, std::string_view key, int low, int high) {
   return static_cast<int>(std::clamp<std::int64_t>(settings.number(key), low, high));
 }
 
+int Within(const Settings& settings, std::string_view key, int low, int high, int otherwise) {
+  const std::int64_t number = settings.number(key);
+  return number < low || number > high ? otherwise : static_cast<int>(number);
+}
+
 SavedRig ReadSavedRig(const Settings& settings, int slot) {
   return {.name = Trimmed(settings, SavedRigKey("RIG", slot)),
           .keyer_port = Trimmed(settings, SavedRigKey("KEYERPORT", slot)),
-          .speed = Bounded(settings, SavedRigKey("SPEED", slot), 0, kFastestSpeed),
+          .speed = Bounded(settings, SavedRigKey("SPEED", slot), 0, kFastestLine),
           .start_bit = Trimmed(settings, SavedRigKey("STARTBIT", slot)),
           .stop_bit = Trimmed(settings, SavedRigKey("STOPBIT", slot))};
 }
@@ -33,8 +36,9 @@ StationSettings StationSettings::From(const Settings& settings) {
   StationSettings station;
   if (const std::string rig = Trimmed(settings, "XRIG="); !rig.empty()) station.rig = rig;
   station.family = Trimmed(settings, "RIGTYPE=");
-  station.rig_port = Bounded(settings, "RIGPORT=", 0, platform::kHighestPort);
-  if (settings.number("RIGSPEED=") > 0) station.rig_speed = Bounded(settings, "RIGSPEED=", 1, kFastestSpeed);
+  // A port or a speed that there is not does not become the nearest one: another device may be there.
+  station.rig_port = Within(settings, "RIGPORT=", 0, platform::kHighestPort, station.rig_port);
+  station.rig_speed = Within(settings, "RIGSPEED=", kSlowestLine, kFastestLine, station.rig_speed);
   station.rig_start = Trimmed(settings, "RIGSTART=");
   station.rig_stop = Trimmed(settings, "RIGSTOP=");
   const std::string number = Trimmed(settings, "RIGNUMBER=");

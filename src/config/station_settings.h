@@ -27,6 +27,8 @@ struct BandMemory {
 
 inline constexpr int kBandMemoryEntries = 21;  ///< index 0 to 20; the settings file keeps 1 to 15
 inline constexpr int kSwitchedPorts = 9;       ///< ports 0 to 8 have stored line switches
+inline constexpr int kSlowestLine = 300;       ///< baud
+inline constexpr int kFastestLine = 4'000'000;
 inline constexpr int kDefaultPollMilliseconds = 50;
 inline constexpr int kShortestPollMilliseconds = 10;
 inline constexpr int kLongestPollMilliseconds = 5000;

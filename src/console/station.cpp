@@ -9,6 +9,7 @@
 #include "audio/audio_analysis.h"
 #include "audio/spectrum_trace.h"
 #include "cat/reply.h"
+#include "config/setting_faults.h"
 #include "core/appearance_limits.h"
 #include "core/text.h"
 
@@ -137,6 +138,7 @@ void Station::Start() {
     engine.dispatcher.OweRelease(true);
     keyer.OweRelease();
   }
+  for (const std::string& fault : config::SettingFaults(settings_file_.Read())) Notice(fault);
   if (const Status loaded = keyer.functions.Load(); !loaded) Notice(loaded.error().message);
   if (audio) audio->Load();
   FollowKeyer();
@@ -155,16 +157,11 @@ void Station::ReadPosition() {
   const platform::Path file = folder_ / "RIGform.Pos";
   const auto content = files_.Read(file);
   if (!content) {
-    if (content.error().code != ErrorCode::kNotFound) Notice(content.error().message);
+    if (content.error().code != ErrorCode::kNotFound) Notice(content.error().message + SetAside(files_, file));
     return;
   }
-  if (auto read = ParsePosition(*content, position); !read) {
-    const platform::Path aside = SetAsideName(files_, file);
-    const Status moved = files_.Rename(file, aside);
-    Notice(file.string() + ": " + read.error().message +
-           (moved ? "; set aside as " + aside.filename().string() : std::string()));
-    return;
-  }
+  if (auto read = ParsePosition(*content, position); !read)
+    return Notice(file.string() + ": " + read.error().message + SetAside(files_, file));
   for (std::size_t i = 0; i < position.sliders.size(); ++i)
     console.Slider.Set(i, std::clamp(position.sliders[i], 0, kLargestSlider));
   console.Colors.Set({position.display_colors[0], position.display_colors[1]});
@@ -210,7 +207,10 @@ Status Station::InitRig(const std::string& slot) {
     wanted.rig_stop = saved.stop_bit;
   }
   if (auto known = FindRig(wanted.rig); !known && !start_up) return known.error();
-  if (!start_up) GiveUpRig(true);
+  if (!start_up) {
+    keyer.Escape();
+    GiveUpRig(!EqualNoCase(wanted.rig, *console.RigName));
+  }
   const auto texts_before = std::exchange(settings_, std::move(wanted)).function_texts;
   keyer_slot_ = number;
   console.RigNumber.Set(settings_.rig_number);
@@ -311,7 +311,8 @@ void Station::KeepInFile(std::vector<config::SettingChange> changes) {
 Status Station::ChooseRig(const std::string& name) {
   if (auto known = FindRig(name); !known) return known.error();
   functions.scanner.OperatorActs();
-  GiveUpRig(true);
+  keyer.Escape();
+  GiveUpRig(!EqualNoCase(name, *console.RigName));
   const Status loaded = SetRig(name);
   if (loaded && EqualNoCase(name, "NONE")) {
     settings_.rig = "NONE";

@@ -22,10 +22,9 @@ bool Station::Escape() {
 /// Before another rig or another port: the transmitter is released, and nothing that is meant for the next rig reaches
 /// this one.
 void Station::GiveUpRig(bool for_another_rig) {
-  if (for_another_rig) keyer.Escape();
   if (for_another_rig) engine.dispatcher.OweRelease(false);  // its release is of no use to the next rig
   keyer.ReleaseRigPort();
-  const bool released = engine.dispatcher.ReleaseTransmitter();
+  const bool released = engine.dispatcher.ReleaseTransmitter() || engine.dispatcher.release_is_under_way();
   if (*console.Transmitting && for_another_rig) {
     // Its release must not go to the next rig.
     Notice("The transmitter of " + *console.RigName + " could not be released: the rig port is closed");

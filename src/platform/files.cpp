@@ -12,4 +12,9 @@ Path SetAsideName(const Files& files, const Path& path) {
   return name;
 }
 
+std::string SetAside(Files& files, const Path& path) {
+  const Path aside = SetAsideName(files, path);
+  return files.Rename(path, aside) ? "; set aside as " + aside.filename().string() : std::string();
+}
+
 }  // namespace kvx::platform

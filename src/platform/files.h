@@ -46,5 +46,8 @@ class Files {
 /// "name.damaged", or the first of "name.damaged.2", ... that does not exist: where a file that cannot be used is set
 /// aside.
 Path SetAsideName(const Files& files, const Path& path);
+/// Puts a file that cannot be used out of the way of the one that will be written in its place. What has been done, to
+/// be put behind a sentence: "; set aside as name.damaged"; empty when that was not possible.
+std::string SetAside(Files& files, const Path& path);
 
 }  // namespace kvx::platform

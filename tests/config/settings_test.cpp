@@ -4,6 +4,9 @@
 
 #include <algorithm>
 
+#include "config/setting_faults.h"
+#include "config/station_settings.h"
+
 namespace kvx::config {
 namespace {
 
@@ -83,6 +86,34 @@ TEST(Settings, KeysAreTestedInTheOrderOfTheTable) {
   EXPECT_LT(at("INVERT="), at("DIRECTINVERT="));
   EXPECT_LT(at("STOPBIT 8="), at("BANDREM01="));
   EXPECT_EQ(keys.back(), "BANDMODE15=");
+}
+
+TEST(Settings, NumbersThatCannotBeUsedAreNamedAndDoNotBecomeAnotherPort) {
+  struct Row {
+    std::string line;
+    std::string fault;
+    int port = 3;
+    int speed = 38400;
+  };
+  for (const Row& row :
+       {Row{"", ""}, Row{"RIGPORT= 99999", "rig.ini: RIGPORT=99999 is no whole number from 0 to 99", 0},
+        Row{"RIGPORT= -1", "rig.ini: RIGPORT=-1 is no whole number from 0 to 99", 0},
+        Row{"RIGPORT=abc", "rig.ini: RIGPORT=ABC is no whole number from 0 to 99", 0},
+        Row{"RIGSPEED= 7", "rig.ini: RIGSPEED=7 is no whole number from 300 to 4000000", 3, 9600},
+        Row{"RIGSPEED= 4294967297", "rig.ini: RIGSPEED=4294967297 is no whole number from 300 to 4000000", 3, 9600},
+        Row{"RIGSPEED= 0", "", 3, 9600}, Row{"RIGPORT=", "", 0},
+        Row{"NETPORT= 99999", "rig.ini: NETPORT=99999 is no whole number from 1 to 65535"},
+        Row{"SPEED 8= fast", "rig.ini: SPEED 8=FAST is no whole number from 0 to 4000000"},
+        Row{"PDOFFSET=up", "rig.ini: PDOFFSET=UP is no frequency in kHz"}}) {
+    const Settings settings = Settings::Parse("RIGPORT= 3\nRIGSPEED= 38400\n" + row.line + "\n");
+    const std::vector<std::string> faults = SettingFaults(settings);
+    EXPECT_EQ(faults, row.fault.empty() ? std::vector<std::string>() : std::vector{row.fault}) << row.line;
+    EXPECT_EQ(StationSettings::From(settings).rig_port, row.port) << row.line;
+    EXPECT_EQ(StationSettings::From(settings).rig_speed, row.speed) << row.line;
+  }
+  std::string all;
+  for (const std::string& key : SettingKeys()) all += key + std::string(5000, '9') + "\n";
+  EXPECT_EQ(SettingFaults(Settings::Parse(all)).size(), 11U) << "of very many the first are told";
 }
 
 TEST(RewriteSettings, ReplacesInPlaceKeepsTheRestAndAppends) {

@@ -135,7 +135,8 @@ TEST(CommandLine, TellsWhatHappensFromTheFirstLineOn) {
   headless.out.clear();
   headless.Ask("trace on");
   headless.bench.loop.RunFor(2s);
-  EXPECT_NE(std::find(headless.out.begin(), headless.out.end(), "sent RX;"), headless.out.end());
+  EXPECT_NE(std::find(headless.out.begin(), headless.out.end(), "sent ;RX;"), headless.out.end())
+      << "TX; was on the line";
   headless.out.clear();
   headless.bench.port.Arrive("?;\n");
   EXPECT_EQ(headless.out, Lines{"received ?;<LF>"});

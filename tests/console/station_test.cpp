@@ -213,6 +213,14 @@ TEST(Station, ATransmitterIsNeverLeftKeyed) {
       {"another address", [](Bench& bench) { bench.station.Rig_Click(2); }},
       {"five minutes", [](Bench& bench) { bench.loop.RunFor(300s); }},
       {"the device goes and comes back", [](Bench& bench) { bench.port.Lose(); }},
+      {"meanwhile the same rig is chosen",
+       [](Bench& bench) {
+         bench.port.Lose();
+         bench.port.absent = true;
+         EXPECT_TRUE(bench.station.ChooseRig("TS-2000").ok());
+         bench.loop.RunFor(1s);
+         bench.port.absent = false;
+       }},
   };
   for (const auto& [name, way] : ways) {
     Bench bench(RigIni("TS-2000", 38400, kSaved));

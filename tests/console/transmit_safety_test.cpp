@@ -1,6 +1,7 @@
 #include "console/rig_editor.h"
 #include "console/rig_test.h"
 #include "console_fixture.h"
+#include "sim/simulated_port.h"
 
 namespace kvx::console {
 namespace {
@@ -59,6 +60,9 @@ TEST(TransmitSafety, ItsLimitAndThePortsReturnEndWhatAnyCommandBegan) {
   Bench bench(RigIni("TS-2000"));
   bench.Start();
   bench.station.engine.dispatcher.SendData("TX1;");
+  bench.loop.RunFor(1s);
+  bench.station.console.Polling.Set(false);
+  bench.loop.RunFor(1s);
   bench.port.written.clear();
   bench.port.Lose();
   bench.loop.RunFor(2s);
@@ -87,6 +91,43 @@ TEST(TransmitSafety, TheStartAfterACrashSendsTheRigsReleaseFirst) {
       EXPECT_EQ(port.written.starts_with(release), after_crash) << rig << ": " << SpacedHex(port.written);
     }
   }
+}
+
+/// A rig that has the beginning of a command takes what comes next for the rest of it.
+TEST(TransmitSafety, AReleaseIsNotTakenForTheRestOfACommand) {
+  const std::vector<std::pair<std::string, std::function<void(Bench&)>>> ways{
+      {"the operator sends the beginning of a command",
+       [](Bench& bench) {
+         bench.station.engine.dispatcher.SendData("FA000");
+         bench.station.Escape();
+       }},
+      {"the port goes while a command is on the line", [](Bench& bench) {
+         bench.station.engine.dispatcher.SendData("FA00014025000;");
+         bench.port.Lose();
+       }}};
+  for (const auto& [name, way] : ways) {
+    Bench bench(RigIni("TS-2000"));
+    bench.Start(10s);
+    bench.station.console.Polling.Set(false);
+    bench.station.engine.dispatcher.SendData("TX1;");
+    bench.loop.RunFor(1s);
+    way(bench);
+    bench.loop.RunFor(1s);
+    EXPECT_NE(bench.port.written.find(";RX;"), std::string::npos) << name << ": " << bench.port.written;
+  }
+}
+
+/// Somebody lets go, and in the same moment the port is opened anew: the release is on its way to the rig.
+TEST(TransmitSafety, AReleaseIsDeliveredBeforeThePortIsOpenedAnew) {
+  BenchOn<sim::SimulatedPort> bench(RigIni("TS-2000", 4800), "sim:ts2000");
+  bench.Start(10s);
+  bench.station.engine.dispatcher.SendData("TX;");
+  bench.loop.RunFor(1s);
+  ASSERT_NE(bench.port.device()->Operate("state").find(" tx=on"), std::string::npos);
+  bench.station.engine.dispatcher.SendData("RX;");
+  bench.station.SetRigPort(3, 9600);
+  bench.loop.RunFor(1s);
+  EXPECT_NE(bench.port.device()->Operate("state").find(" tx=off"), std::string::npos);
 }
 
 /// Two rigs on one line, CI-V 94 and 70: what waits for the first must not tune the second.
