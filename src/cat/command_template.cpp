@@ -27,6 +27,15 @@ std::pair<int, int> TwoNumbers(std::string_view text, char separator) {
   return {read(text.substr(0, at)), at == std::string_view::npos ? 0 : read(text.substr(at + 1))};
 }
 
+// No rig has commands as long as that; what a damaged row holds may be.
+constexpr std::size_t kLongestCommand = 4096;
+constexpr std::size_t kLongestAddress = 64;
+constexpr std::size_t kShown = 40;
+
+Error TooLong(const std::string& what, std::size_t longest) {
+  return {ErrorCode::kInvalid, what + " has more than " + std::to_string(longest) + " characters"};
+}
+
 /// Replaces every "<WORD>" (two digits at least, three on an FT-DX) and "<WORDn>" (n digits).
 Status ExpandSlider(std::string& command, const SliderWord& word, const Fill& fill) {
   for (std::size_t at = command.find(word.word); at != std::string::npos; at = command.find(word.word, at)) {
@@ -75,6 +84,8 @@ Status ExpandAddress(std::string& command, const Fill& fill) {
     return Error{ErrorCode::kInvalid,
                  "Rig address " + std::string(fill.address_number) + " of " + fill.rig.name + " is empty"};
   }
+  if (address.size() > kLongestAddress)
+    return TooLong("Rig address " + std::string(fill.address_number), kLongestAddress);
   command = std::string(Trim(ReplaceAll(std::move(command), kAddress, address)));
   return Ok();
 }
@@ -170,6 +181,7 @@ std::string NameVfo(std::string command, char vfo) {
 }
 
 Result<std::string> Expand(std::string command, const Fill& fill) {
+  if (command.size() > kLongestCommand) return TooLong("The command " + OneLine(command, kShown), kLongestCommand);
   if (command.find('<') == std::string::npos) return command;
   if (auto status = ExpandFrequency(command, fill); !status) return status.error();
   if (auto status = ExpandAddress(command, fill); !status) return status.error();

@@ -110,6 +110,7 @@ TEST(Expand, PutsSlidersAddressAndFrequencyIn) {
                          Row{"X", "hex,rev", "FEFE <ADDR> E005 <FREQ10> FD", "FEFE94E0057053021400FD"},
                          Row{"X", "", "FA <FREQ11>;", "FA00014025370;"},
                          Row{"X", "", "MD<VFO>2;AG<VFO><AFGAIN3>;", "MD12;AG1007;"},
+                         Row{"X", "", std::string(4097, '<'), "!more than 4096 characters"},
                          Row{"X", "", "<UNKNOWN>", "<UNKNOWN>"}}) {
     std::vector<std::string> fields = Split(row.encoding, ',');
     fields.push_back("Add2= 94 ");
