@@ -77,6 +77,7 @@ AntennaControl::~AntennaControl() {
 void AntennaControl::Load(const config::Settings& settings) {
   fields_ = ReadAntennaFields(settings);
   const auto content = files_.Read(file_, kPositionLimit);
+  if (!content && content.error().code != ErrorCode::kNotFound) Show(content.error().message + SetAside(files_, file_));
   std::string_view rest = content ? std::string_view(*content) : std::string_view();
   while (!rest.empty()) {
     const std::string_view line = TakeLine(rest).text;

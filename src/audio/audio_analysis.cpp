@@ -38,7 +38,11 @@ AudioAnalysis::~AudioAnalysis() {
 }
 
 void AudioAnalysis::Load() {
-  if (const auto content = parts_.files.Read(parts_.folder / kSettingsFile)) ParseControls(*content, settings_);
+  const platform::Path file = parts_.folder / kSettingsFile;
+  const auto content = parts_.files.Read(file);
+  if (content) ParseControls(*content, settings_);
+  if (!content && content.error().code != ErrorCode::kNotFound && on_notice)
+    on_notice(content.error().message + SetAside(parts_.files, file));
   wanted_thresh_ = settings_.Thresh;
   changed.Tell();
 }

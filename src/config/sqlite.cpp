@@ -45,6 +45,8 @@ void SqliteStatement::Finalizer::operator()(sqlite3_stmt* statement) const {
 Result<Sqlite> Sqlite::Open(const platform::Path& file, std::chrono::milliseconds patience) {
   std::error_code error;
   if (!std::filesystem::exists(file, error)) return Error{ErrorCode::kNotFound, file.string() + " does not exist"};
+  if (!std::filesystem::is_regular_file(file, error))
+    return Error{ErrorCode::kDamaged, file.string() + " is no ordinary file"};
   const platform::Path whole = std::filesystem::absolute(file, error);  // never taken for a "file:" address
   return OpenNamed(whole.string(), SQLITE_OPEN_READWRITE, file.string(), patience);
 }

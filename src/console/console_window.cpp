@@ -340,6 +340,7 @@ void ConsoleWindow::ReadPlaces(const std::string& file) {
   if (places_.contains(file)) return;
   const auto content = station_.ReadFile(file);
   places_[file] = content ? ParseWindowPlaces(*content) : WindowPlaces();
+  if (!content && content.error().code != ErrorCode::kNotFound) station_.Notice(content.error().message);
 }
 
 void ConsoleWindow::PutInPlace() {
@@ -377,6 +378,7 @@ void ConsoleWindow::NotePlace(QWidget* window, const std::string& name, const st
 void ConsoleWindow::WritePlaces(const std::string& file) {
   if (places_[file].empty()) return;
   const auto present = station_.ReadFile(file);
+  if (!present && present.error().code != ErrorCode::kNotFound) return;  // what cannot be read is not overwritten
   const std::string content =
       WithWindowPlaces(present ? std::string_view(*present) : std::string_view(), places_[file]);
   if (auto written = station_.WriteFile(file, content); !written) station_.Notice(written.error().message);

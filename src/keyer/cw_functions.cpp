@@ -57,8 +57,9 @@ Status Wrong(const std::string& why) {
 Status CwFunctions::Load() {
   for (std::size_t i = 0; i < texts_.size(); ++i) texts_[i] = kNewStation[i];
   const Result<std::string> content = files_.Read(file_, kLargestFile);
-  if (!content) return content.error().code == ErrorCode::kNotFound ? Ok() : Status(content.error());
-  if (!IsText(*content)) return Error{ErrorCode::kDamaged, file_.string() + " is no text"};
+  if (!content && content.error().code == ErrorCode::kNotFound) return Ok();
+  if (!content) return Error{content.error().code, content.error().message + SetAside(files_, file_)};
+  if (!IsText(*content)) return Error{ErrorCode::kDamaged, file_.string() + " is no text" + SetAside(files_, file_)};
   std::string_view rest = WithoutByteOrderMark(*content);
   while (!rest.empty()) {
     const std::string_view line = kvx::TakeLine(rest).text;

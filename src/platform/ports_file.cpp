@@ -70,7 +70,9 @@ PortTable PortTable::Parse(std::string_view content) {
   for (int number = 1; !content.empty(); ++number) {
     const std::string_view line = TakeLine(content).text;
     const std::string fault = TakeAddress(line, table);
-    if (fault.empty() || table.complaints.size() >= kMostComplaints) continue;
+    if (fault.empty()) continue;
+    if (table.complaints.size() == kMostComplaints) table.complaints.push_back("ports.ini has more such lines");
+    if (table.complaints.size() > kMostComplaints) continue;
     table.complaints.push_back("ports.ini line " + std::to_string(number) + " \"" + OneLine(line, 60) + "\": " + fault);
   }
   return table;

@@ -90,6 +90,23 @@ TEST(PosixFiles, OnAFullDiskTheOldFileStaysAndIsNamed) {
   EXPECT_EQ(folder.count(), 1U);
 }
 
+/// A link in the station folder may lead to a device.
+TEST(PosixFiles, APipeOrADeviceIsNotReplacedByAFile) {
+  PosixFiles files;
+  const Folder folder;
+  ASSERT_EQ(mkfifo((folder / "pipe").c_str(), 0600), 0);
+  std::filesystem::create_symlink("pipe", folder / "link");
+  ASSERT_EQ(mkfifo((folder / "Rig.$$$").c_str(), 0600), 0);
+  for (const Status& status : {files.Write(folder / "pipe", "new"), files.Write(folder / "link", "new")}) {
+    ASSERT_FALSE(status.ok());
+    EXPECT_EQ(status.error().message, (folder / "pipe").string() + " is no ordinary file");
+  }
+  EXPECT_FALSE(files.BeginReplace(folder / "rig.ini", folder / "Rig.$$$", Stale::kTakeOver).ok());
+  EXPECT_TRUE(std::filesystem::is_fifo(folder / "pipe"));
+  EXPECT_TRUE(std::filesystem::is_fifo(folder / "Rig.$$$"));
+  EXPECT_EQ(folder.count(), 3U) << "nothing is left lying about";
+}
+
 TEST(PosixFiles, ReadsOrdinaryFilesOnly) {
   PosixFiles files;
   const Folder folder;

@@ -69,10 +69,19 @@ Path Target(const Path& path) {
   return target;
 }
 
-/// Written whole and renamed; on a failure the written file goes.
+Error NoOrdinaryFile(const Path& path) {
+  return {ErrorCode::kInvalid, path.string() + " is no ordinary file"};
+}
+
+/// Written whole and renamed; on a failure the written file goes. A device, a pipe or a folder is not replaced.
 Status PutInPlace(int fd, const Path& written, const Path& target, std::string_view content) {
   struct stat old {};
-  if (stat(target.c_str(), &old) == 0) fchmod(fd, old.st_mode & 07777);
+  const bool there = stat(target.c_str(), &old) == 0;
+  if (there && !S_ISREG(old.st_mode)) {
+    unlink(written.c_str());
+    return NoOrdinaryFile(target);
+  }
+  if (there) fchmod(fd, old.st_mode & 07777);
   int cause = ftruncate(fd, 0) == 0 ? WriteAll(fd, content) : errno;
   if (cause == 0 && rename(written.c_str(), target.c_str()) != 0) cause = errno;
   if (cause != 0) {
@@ -160,7 +169,7 @@ Result<std::string> PosixFiles::Read(const Path& path, std::size_t limit) const 
   struct stat file {};
   if (fstat(fd.get(), &file) != 0) return Failure(path, "cannot be read", errno);
   if (S_ISDIR(file.st_mode)) return Failure(path, "cannot be read", EISDIR);
-  if (!S_ISREG(file.st_mode)) return Error{ErrorCode::kInvalid, path.string() + " is no ordinary file"};
+  if (!S_ISREG(file.st_mode)) return NoOrdinaryFile(path);
   std::string content;
   std::string chunk(std::clamp<std::size_t>(static_cast<std::size_t>(file.st_size) + 1, 4096, 1U << 20), '\0');
   while (true) {
@@ -180,6 +189,8 @@ Result<std::unique_ptr<Replacement>> PosixFiles::BeginReplace(const Path& path, 
     if (!made && errno == EEXIST) fd = Descriptor(OpenRetrying(temporary, O_RDWR | O_NOFOLLOW | O_NONBLOCK));
     if (!fd.valid() && errno == ENOENT && Exists(temporary.parent_path())) continue;  // gone meanwhile
     if (!fd.valid()) return Failure(temporary, "could not be made", errno);
+    struct stat opened {};
+    if (fstat(fd.get(), &opened) == 0 && !S_ISREG(opened.st_mode)) return NoOrdinaryFile(temporary);
     const Attempt attempt = Claim(fd.get(), temporary, made, stale);
     if (attempt == Attempt::kBusy) break;
     if (attempt == Attempt::kTaken) {
