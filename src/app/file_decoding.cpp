@@ -22,7 +22,8 @@ int Fail(const Error& error) {
 int RunFileDecoding(int argc, char** argv, const Options& options) {
   const QCoreApplication application(argc, argv);  // knows where the program's data are
   const platform::PosixFiles files;
-  const auto words = audio::ReadWordFile(files, StationFolder(options), DataFolder());
+  const platform::Path station = StationFolder(options);
+  const auto words = audio::ReadWordFile(files, station.empty() ? DataFolder() : station, DataFolder());
   if (!words) return Fail(words.error());
   auto decoder = audio::FileDecoder::Open(options.decoding, *words);
   if (!decoder) return Fail(decoder.error());

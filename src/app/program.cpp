@@ -33,6 +33,13 @@ int DescriptorOf(const platform::NumberedPort& port) {
   return DeviceOf(port);
 }
 
+/// What an environment variable names, but for a path that leads elsewhere from each folder.
+platform::Path FolderOf(const char* variable) {
+  const char* value = std::getenv(variable);
+  const platform::Path folder(value == nullptr ? "" : value);
+  return folder.is_absolute() ? folder : platform::Path();
+}
+
 bool IsDevice(const std::string& address) {
   constexpr std::array kOthers{"pty:", "tcp:", "sim:"};
   return std::none_of(kOthers.begin(), kOthers.end(), [&](const char* other) { return address.starts_with(other); });
@@ -42,12 +49,10 @@ bool IsDevice(const std::string& address) {
 
 platform::Path StationFolder(const Options& options) {
   if (!options.station.empty()) return options.station;
-  const char* data = std::getenv("XDG_DATA_HOME");
-  const char* home = std::getenv("HOME");
-  platform::Path base = data != nullptr && *data != '\0' ? platform::Path(data)
-                        : home != nullptr                ? platform::Path(home) / ".local" / "share"
-                                                         : platform::Path(".");
-  return base / (options.demo ? "kvx-demo" : "kvx");
+  const platform::Path data = FolderOf("XDG_DATA_HOME");
+  const platform::Path home = FolderOf("HOME");
+  if (data.empty() && home.empty()) return {};
+  return (data.empty() ? home / ".local" / "share" : data) / (options.demo ? "kvx-demo" : "kvx");
 }
 
 platform::Path DataFolder() {
@@ -99,6 +104,8 @@ Program::Program(const Options& options, platform::ReleaseProcess* process)
 }
 
 Status Program::Prepare() {
+  if (folder_.empty())
+    return Error{ErrorCode::kNotFound, "there is no home directory for the station folder: --station DIR names one"};
   auto lock = platform::StationLock::Take(folder_);
   if (!lock) return lock.error();
   lock_ = std::move(*lock);

@@ -116,6 +116,7 @@ class Program {
 platform::Path DataFolder();
 /// The program that runs under Wine: with an installed console's libraries, else where it has been built.
 platform::Path DdeGateway();
+/// Empty when none is named and there is no home directory.
 platform::Path StationFolder(const Options& options);
 
 }  // namespace kvx::app

@@ -24,8 +24,8 @@ constexpr Duration kMoment = 500ms;             // between two acts of the world
 constexpr Duration kRound = 10min;              // between two looks at a station at rest
 constexpr int kWarmUp = 3;                      // rounds at least in which it takes what it keeps, else a third of all
 constexpr std::size_t kHeapGrowth = 128 << 10;  // what may come on top: texts that the operator has stored meanwhile
-constexpr std::size_t kBlockGrowth = 600;
-constexpr std::size_t kKeptForGood = 2000;  // blocks of tables that are made once
+constexpr std::size_t kBlockGrowth = 1500;      // the same; a leak of one by each command makes tens of thousands a day
+constexpr std::size_t kKeptForGood = 2000;      // blocks of tables that are made once
 constexpr Duration kToRelease = 10s;
 
 struct OtherRig {
