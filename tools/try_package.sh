@@ -107,6 +107,9 @@ as_user man kvx >"$work/man" 2>&1 || fail "man kvx: $(cat "$work/man")"
 grep -q 'EXIT STATUS' "$work/man" || fail "man kvx: $(cat "$work/man")"
 ok "$version, its libraries and its manual page"
 
+findings=$(as_user timeout 60 kvx doctor) || [[ $? == 1 ]] || fail "kvx doctor did not end as it should"
+[[ $findings == *$'\nIn all: '* ]] || fail "kvx doctor says $findings"
+
 # The demonstration, spoken to through a pipe that never ends, as the service is.
 mkfifo "$work/commands"
 touch "$work/said"
