@@ -525,16 +525,14 @@ void Station::PortOpened() {
   AskLevels();
 }
 
+/// Nothing waits for a disk, which may take its time, before the releases have gone out.
 Task Station::ShutDown() {
+  bool released = keyer.transmits();
   keyer.Stop();
-  accessories->antennas.Close();
-  accessories->antennas.SaveChanges();
   if (net) net->Close();
   if (loggers) loggers->Close();
   if (dde) dde->DDEUnload();
-  if (audio) audio->Stop();
-  if (audio) audio->Save();
-  engine.dispatcher.ReleaseTransmitter();
+  released = engine.dispatcher.ReleaseTransmitter() || released;
   functions.scanner.Stop();
   engine.operations.SendWaiting();
   // What follows may take seconds with the windows still there: nothing that is pressed in them reaches the rig.
@@ -543,6 +541,14 @@ Task Station::ShutDown() {
   levels_ = Task();
   engine.poller.Stop();
   clock_.Stop();
+  if (released) {  // a port writes when the loop runs again
+    Task release = engine.link.Deliver();
+    co_await release;
+  }
+  accessories->antennas.Close();
+  accessories->antennas.SaveChanges();
+  if (audio) audio->Stop();
+  if (audio) audio->Save();
   if (MaxAllForms) MaxAllForms();
   WritePosition();
   Task keying = keyer.Finish();
