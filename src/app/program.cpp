@@ -134,6 +134,9 @@ Status Program::Prepare() {
                             .worker = &worker_,
                             .audio_devices = &audio_sources_,
                             .audio_input = [this](const std::string& source) { return audio_sources_.Make(source); }});
+  rig_opened_ = station_->console.Subscribe([this](Field field) {
+    if (field == Field::kPort && *station_->console.Port == "open") rig_has_opened_ = true;
+  });
   audio_sources_.FollowDial([this] { return static_cast<double>(station_->console.FreqDisp->decihertz) / 10; });
   parallel_lines_.on_notice = [this](const std::string& line) { station_->Notice(line); };
   if (speech_) speech_->on_notice = [this](const std::string& line) { station_->Notice(line); };
@@ -236,9 +239,20 @@ void Program::Stop() {
   if (!std::exchange(stopping_, true)) shut_down_ = ShutDown();
 }
 
+/// Behind the shut-down: whether what this console, or one before it, has keyed was out of reach to the end.
+bool Program::leaves_keyed() const {
+  if (*station_->console.Transmitting) return true;
+  if (!lock_->after_crash()) return false;
+  const bool has_rig = station_->settings().rig_port != 0 && *station_->console.RigName != "NONE";
+  const keyer::WinKeyer* winkeyer = station_->keyer.winkeyer();
+  const bool has_keyer = winkeyer != nullptr && station_->keyer.settings().kind == keyer::KeyerKind::kWinkey;
+  return (has_rig && !rig_has_opened_) || (has_keyer && winkeyer->version() == 0);
+}
+
 Task Program::ShutDown() {
   Task closing = station_->ShutDown();
   co_await closing;
+  if (leaves_keyed()) lock_->KeepName();
   // Not from inside this procedure: whoever hears of the end may destroy it.
   loop_.StartTimer(loop_.Now(), [this] {
     if (on_ended) on_ended();

@@ -72,6 +72,7 @@ class Program {
   std::unique_ptr<platform::ParallelPort> MakeParallelPort(int number);
   void StopKeying();
   Task ShutDown();
+  bool leaves_keyed() const;
 
   platform::QtLoop loop_;
   platform::PosixFiles files_;
@@ -104,6 +105,8 @@ class Program {
   std::unique_ptr<platform::QtSpeech> speech_;  ///< for windows only
   std::unique_ptr<UsualSound> sound_;           ///< the same
   std::unique_ptr<console::Station> station_;
+  Console::Subscription rig_opened_;
+  bool rig_has_opened_ = false;
   std::unique_ptr<console::StationSetup> setup_;
   std::unique_ptr<console::RigEditor> editor_;
   std::unique_ptr<console::LocalTone> tone_;

@@ -364,18 +364,44 @@ class FailSafeTest(unittest.TestCase):
                 self.assertNotIn(LEFT_KEYED, bench.kvx.texts())
 
     def test_the_port_opens_only_later(self):
-        with Bench(CAT) as bench:
-            bench.key()
-            bench.kill_all()
-            bench.rig.unplug()
-            kvx = bench.station.start()
-            kvx.wait_line(LEFT_KEYED)
-            time.sleep(0.5)
-            bench.rig.taken.clear()
-            begin = time.monotonic()
-            bench.rig.plug(bench.station.device)
-            self.assert_released(bench, begin, BACK_WITHIN)
-            self.assertEqual(bench.rig.taken[0], "RX;")
+        """In the next run or in one after that, and though the run before it ended in order."""
+        for killed, runs in ((True, 1), (True, 2), (False, 1)):
+            with self.subTest(killed=killed, runs=runs), Bench(CAT) as bench:
+                bench.key()
+                if killed:
+                    bench.kill_all()
+                    bench.rig.unplug()
+                else:
+                    bench.rig.unplug()
+                    bench.kvx.wait_status(lambda status: not status["open"])
+                    self.assertEqual(bench.kvx.quit(), 0)
+                kvx = bench.station.start()
+                for _ in range(runs - 1):
+                    kvx.wait_line(LEFT_KEYED)
+                    kvx.quit()
+                    kvx = bench.station.start()
+                kvx.wait_line(LEFT_KEYED)
+                time.sleep(0.5)
+                bench.rig.taken.clear()
+                begin = time.monotonic()
+                bench.rig.plug(bench.station.device)
+                self.assert_released(bench, begin, BACK_WITHIN)
+                self.assertEqual(bench.rig.taken[0], "RX;")
+                kvx.wait_status(lambda status: status["keyer"]["ready"])
+                kvx.quit()
+                self.assertEqual(bench.station.read("kvx.lock"), b"")
+
+    def test_an_orderly_end_waits_for_no_disk(self):
+        for way in (CAT, TUNE):
+            with self.subTest(way), Bench(way) as bench:
+                bench.key()
+                bench.station.write("lines.hang", "")
+                begin = time.monotonic()
+                bench.kvx.write(b"quit\n")
+                self.assert_released(bench, begin)
+                self.assertIsNone(bench.kvx.process.poll(), "it does not hang: the test shows nothing")
+                os.remove(bench.station.path("lines.hang"))
+                self.assertEqual(bench.kvx.ended(), 0)
 
     def test_somebody_ends_the_process_beside_the_console(self):
         """Another takes its place, and knows what is keyed."""

@@ -83,11 +83,12 @@ bool ReleaseProcess::Start() {
 }
 
 void ReleaseProcess::Kill() {
-  socket_.Reset();
-  if (child_ <= 0) return;
-  ::kill(child_, SIGKILL);
-  ::waitpid(child_, nullptr, 0);
+  if (child_ > 0) {  // before it sees the end of the socket: what it believes to be armed may have been released
+    ::kill(child_, SIGKILL);
+    ::waitpid(child_, nullptr, 0);
+  }
   child_ = 0;
+  socket_.Reset();
 }
 
 }  // namespace kvx::platform

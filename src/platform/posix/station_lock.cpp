@@ -59,7 +59,7 @@ Result<StationLock> StationLock::Take(const Path& folder) {
 }
 
 StationLock::~StationLock() {
-  if (descriptor_.valid()) [[maybe_unused]]
+  if (descriptor_.valid() && !keeps_name_) [[maybe_unused]]
     const int emptied = ::ftruncate(descriptor_.get(), 0);
 }
 

@@ -13,8 +13,11 @@ class StationLock {
   /// Takes the folder, which is made if it is missing. kBusy names the folder, the program and the process that has it.
   static Result<StationLock> Take(const Path& folder);
 
-  /// The console that had the folder before died, or its computer did: it has not ended in order.
+  /// The console that had the folder before died, or its computer did, or it could not release the transmitter.
   bool after_crash() const { return after_crash_; }
+
+  /// Whoever takes the folder next finds it as after a crash: the transmitter may be keyed still.
+  void KeepName() { keeps_name_ = true; }
 
   StationLock(StationLock&&) = default;
   StationLock& operator=(StationLock&&) = default;
@@ -26,6 +29,7 @@ class StationLock {
 
   Descriptor descriptor_;
   bool after_crash_;
+  bool keeps_name_ = false;
 };
 
 }  // namespace kvx::platform
