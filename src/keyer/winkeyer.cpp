@@ -339,8 +339,8 @@ void WinKeyer::Follow() {
       Advance();
     });
   }
-  Guard();
   LimitHold();
+  Guard();
 }
 
 /// Armed until the device has the release.
@@ -353,6 +353,9 @@ void WinKeyer::Guard() {
                                 std::string(kWinkeyKeyUp) + logger_keying_.Release();
     if (release == std::exchange(armed_, release) && !was_let_go) return;
     guard_->Arm(release);
+    const bool held = hold_end_ != 0;  // what is armed anew has lost its limit
+    if (tune_end_ != 0 || held)
+      guard_->ReleaseAfter((held ? hold_limit_ : settings_.tune_limit) + platform::kGuardGrace);
   } else if (armed_.empty()) {
     return;
   } else if (port_.is_open() && port_.bytes_unsent() > 0) {

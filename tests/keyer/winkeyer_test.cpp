@@ -371,6 +371,15 @@ TEST(WinKeyer, AHostModeThatALoggerLeavesClosedIsOpenedAnew) {
   EXPECT_EQ(bench.Writes().find(kEchoTest), std::string::npos) << "the console has ended";
 }
 
+TEST(WinKeyer, ACommandThatTheLoggerBeginsTakesNoLimitFromWhatItHolds) {
+  SharedBench bench;
+  bench.logger.Arrive("\x0B\x01");
+  bench.loop.RunFor(1s);
+  bench.logger.Arrive("\x02");
+  EXPECT_EQ(bench.guard.armed, "\x13\x0A\x0B\0"s);
+  EXPECT_EQ(bench.guard.limit, 10s + platform::kGuardGrace);
+}
+
 TEST(WinKeyer, WhatALoggerHoldsHasAnEnd) {
   struct Row {
     std::string keys;
