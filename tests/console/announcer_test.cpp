@@ -67,7 +67,7 @@ TEST(Announcer, EachOperationHasItsSentence) {
            {[&] { station.bench.port.Lose(); }, {"the device has gone", "The rig port is open again"}},
            {[&] { s.announcer.Operated("RIT on"); }, {"RIT on"}},
            {[&] { s.bands.SetBand40(); }, {"Band = 40", "Mode = CW", "Frequency = 7000.00", "CW,RTTY,Data (Extra)"}},
-           {[&] { s.ChooseRig("FT-857").ok(); }, {"Rig = FT-857"}},
+           {[&] { s.ChooseRig("FT-857").ok(); }, {"VFO = A", "Rig = FT-857"}},
            {[&] { s.SetRigPort(0, 4800); }, {"Rig port closed"}},
        }) {
     row.operation();
