@@ -141,7 +141,7 @@ void WinKeyer::Close() {
 Task WinKeyer::HostClose() {
   start_ = Task();
   loop_.StopTimer(std::exchange(reopen_, 0));
-  release_owed_ = false;
+  release_owed_ = release_owed_ && !port_.is_open();
   if (state_ != State::kClosed) {
     WriteRelease(progress_.size() > 0);
     Write(kWinkeyHostClose);

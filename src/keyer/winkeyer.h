@@ -40,6 +40,8 @@ class WinKeyer final : public CwBackend {
 
   /// A console before this one may have left the keyer keyed: the next start-up releases it before anything else.
   void OweRelease() { release_owed_ = ptt_owed_ = true; }
+  /// It was keyed when it was last within reach, and has not been released since.
+  bool owes_release() const { return release_owed_; }
   void Open() override;
   /// Releases what is keyed and sends the host-close command; the port closes when that has been delivered.
   Task HostClose();

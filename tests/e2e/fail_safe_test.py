@@ -391,6 +391,22 @@ class FailSafeTest(unittest.TestCase):
                 kvx.quit()
                 self.assertEqual(bench.station.read("kvx.lock"), b"")
 
+    def test_a_keyer_comes_back_after_an_orderly_end(self):
+        with Bench(TUNE) as bench:
+            bench.key()
+            bench.keyer.unplug()
+            bench.kvx.wait_status(lambda status: not status["keyer"]["ready"])
+            self.assertEqual(bench.kvx.quit(), 0)
+            kvx = bench.station.start()
+            kvx.wait_line(LEFT_KEYED)
+            self.assertTrue(bench.keyed(), "nobody can reach it")
+            begin = time.monotonic()
+            bench.keyer.plug(bench.station.path("keyer"))
+            self.assert_released(bench, begin, BACK_WITHIN)
+            kvx.wait_status(lambda status: status["keyer"]["ready"])
+            kvx.quit()
+            self.assertEqual(bench.station.read("kvx.lock"), b"")
+
     def test_an_orderly_end_waits_for_no_disk(self):
         for way in (CAT, TUNE):
             with self.subTest(way), Bench(way) as bench:
