@@ -16,7 +16,7 @@ namespace {
 
 TEST(DoctorWindow, ShowsWhatIsFoundStandsAtTheWorstCopiesItAndChecksAgain) {
   TemporaryFolder folder;
-  folder.Put("rig.ini", RigIni("TS-2000"));
+  folder.Put("rig.ini", RigIni("TS-2000", 38'400, "RTSON3=1\nDTRON3=1\n"));
   folder.Put("ports.ini", "COM3=/dev/none\n");
   SystemFiles files;
   FakeDeviceList devices;
