@@ -156,7 +156,10 @@ SendOutcome Dispatcher::SendFrequency(const CommandKey& key) {
 SendOutcome Dispatcher::SendCommand(std::string command) {
   command = FillIn(std::move(command));
   if (command.empty()) return SendOutcome::kRefused;
-  const std::string bytes = Encode(command);
+  std::string bytes = Encode(command);
+  // What releases the transmitter is not to be taken for the rest of a command.
+  if (keying_.is_within_command() && KeyingOf(rig_, bytes).effect == Keying::Effect::kOff)
+    bytes.insert(0, Resynchronise());
   const std::string keyed_before = *console_.Transmitting ? release_ : std::string();
   last_command_ = loop_.Now();
   if (!link_.WriteRigPort(bytes)) return Refuse(kLineBusy);

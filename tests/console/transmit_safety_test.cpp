@@ -101,6 +101,11 @@ TEST(TransmitSafety, AReleaseIsNotTakenForTheRestOfACommand) {
          bench.station.engine.dispatcher.SendData("FA000");
          bench.station.Escape();
        }},
+      {"and then the release itself",
+       [](Bench& bench) {
+         bench.station.engine.dispatcher.SendData("FA000");
+         bench.station.engine.dispatcher.SendData("RX;");
+       }},
       {"the port goes while a command is on the line", [](Bench& bench) {
          bench.station.engine.dispatcher.SendData("FA00014025000;");
          bench.port.Lose();

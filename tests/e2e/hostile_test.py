@@ -132,8 +132,8 @@ class HostileTest(unittest.TestCase):
     def test_full_disk_at_the_first_start(self):
         self.mounted("-t", "tmpfs", "-o", "size=16k", "tmpfs", self.station.folder)
         kvx = self.station.start()
-        self.assertEqual(len(self.messages(kvx, "rigsetup.sqlite")), 1, kvx.texts())
         kvx.status()
+        self.assertEqual(len(self.messages(kvx, "rigsetup.sqlite")), 1, kvx.texts())
         self.assertEqual(kvx.quit(), 0)
 
     def test_read_only_disk(self):
