@@ -169,8 +169,7 @@ class DamageTest(unittest.TestCase):
                 kvx = self.station.start()
                 kvx.status()
                 kvx.quit()
-                places = (self.station.path(name), self.station.path(name + ".damaged"))
-                left = [path for path in places if os.path.isdir(path)]
+                left = [path for path in (self.station.path(name), self.station.path(name + ".damaged")) if os.path.isdir(path)]
                 self.assertEqual(len(left), 1, "where it was, or set aside")
                 os.rmdir(left[0])
                 if name in self.whole and name != "rigsetup.mdb":

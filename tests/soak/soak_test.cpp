@@ -24,8 +24,8 @@ constexpr Duration kMoment = 500ms;             // between two acts of the world
 constexpr Duration kRound = 10min;              // between two looks at a station at rest
 constexpr int kWarmUp = 3;                      // rounds at least in which it takes what it keeps, else a third of all
 constexpr std::size_t kHeapGrowth = 128 << 10;  // what may come on top: texts that the operator has stored meanwhile
-constexpr std::size_t kBlockGrowth = 1500;      // the same; a leak of one by each command makes tens of thousands a day
-constexpr std::size_t kKeptForGood = 2000;      // blocks of tables that are made once
+constexpr std::size_t kBlockGrowth = 500;
+constexpr std::size_t kKeptForGood = 2000;  // blocks of tables that are made once
 constexpr Duration kToRelease = 10s;
 
 struct OtherRig {
@@ -100,8 +100,16 @@ void Soak::Run(Duration length) {
 
 /// What is kept up to a bound is filled to it, so that it does not look like growth.
 void Soak::FillHistories() {
-  for (int i = 1; i <= 100; ++i) Give("memory store " + std::to_string(i) + " filled");
-  soak_->RunFor(10s);
+  for (int i = 1; i <= 100; ++i) {
+    const std::string number = std::to_string(i);
+    Give("memory store " + number + " a name that takes its place");
+    Give("memory comment " + number + " and so does what is noted about it");
+    Give("freq " + std::to_string(18000 + i));
+    for (const char* line : {"fntext 1 a text that takes its place", "store a note that takes its place", "delete"}) {
+      Give(line);
+      soak_->RunFor(200ms);
+    }
+  }
 }
 
 void Soak::OperateFor(Duration duration) {
