@@ -12,9 +12,9 @@ namespace {
 std::atomic<std::size_t> live_bytes{0};
 std::atomic<std::size_t> live_blocks{0};
 
-void* Take(std::size_t size) {
+void* Take(std::size_t size) noexcept {
   void* block = std::malloc(size == 0 ? 1 : size);
-  if (block == nullptr) throw std::bad_alloc();
+  if (block == nullptr) return nullptr;
   live_bytes += malloc_usable_size(block);
   ++live_blocks;
   return block;
@@ -31,6 +31,10 @@ void Give(void* block) noexcept {
 
 // All other forms of new and delete, but those for over-aligned types, call these.
 void* operator new(std::size_t size) {
+  if (void* block = Take(size)) return block;
+  throw std::bad_alloc();
+}
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
   return Take(size);
 }
 void operator delete(void* block) noexcept {
