@@ -242,10 +242,10 @@ void Program::Stop() {
 /// Behind the shut-down: whether what this console, or one before it, has keyed was out of reach to the end.
 bool Program::leaves_keyed() const {
   const keyer::WinKeyer* winkeyer = station_->keyer.winkeyer();
-  if (*station_->console.Transmitting || (winkeyer != nullptr && winkeyer->owes_release())) return true;
+  const bool has_keyer = winkeyer != nullptr && station_->keyer.settings().kind == keyer::KeyerKind::kWinkey;
+  if (*station_->console.Transmitting || (has_keyer && winkeyer->owes_release())) return true;
   if (!lock_->after_crash()) return false;
   const bool has_rig = station_->settings().rig_port != 0 && *station_->console.RigName != "NONE";
-  const bool has_keyer = winkeyer != nullptr && station_->keyer.settings().kind == keyer::KeyerKind::kWinkey;
   return (has_rig && !rig_has_opened_) || (has_keyer && winkeyer->version() == 0);
 }
 

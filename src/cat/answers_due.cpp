@@ -8,7 +8,8 @@ namespace kvx::cat {
 namespace {
 
 constexpr Duration kLongestPatience = std::chrono::seconds(1);
-constexpr int kMostDue = 100;  // of a rig that is switched off
+constexpr Duration kLongestFirst = std::chrono::milliseconds(400);  // a rig that has been away tells nothing by it
+constexpr int kMostDue = 100;                                       // of a rig that is switched off
 
 }  // namespace
 
@@ -28,7 +29,7 @@ void AnswersDue::Asked(TimePoint now) {
 
 void AnswersDue::Arrived(TimePoint now) {
   if (due_ == 0) return;
-  slowest_ = std::max(slowest_, now - (heard_ ? last_ : first_));
+  slowest_ = std::max(slowest_, heard_ ? now - last_ : std::min<Duration>(now - first_, kLongestFirst));
   last_ = now;
   heard_ = true;
 }

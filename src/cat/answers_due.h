@@ -9,7 +9,7 @@ namespace kvx::cat {
 class AnswersDue {
  public:
   void Asked(TimePoint now);
-  /// Something has come from the rig.
+  /// A reply has come that may be one of the answers.
   void Arrived(TimePoint now);
   /// It was one of the answers.
   void Answered();

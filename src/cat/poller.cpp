@@ -64,7 +64,7 @@ void Poller::PortOpened() {
 }
 
 void Poller::InputArrived(bool complete) {
-  due_.Arrived(loop_.Now());
+  if (fast_meter()) due_.Arrived(loop_.Now());  // not all that it asks for is read
   ++arrivals_;
   if (!complete) return;
   answered_ = true;
@@ -109,8 +109,8 @@ bool Poller::still_answering() const {
 /// asked on top of one another.
 void Poller::Heard(Reply::Kind kind) {
   using enum Reply::Kind;
-  due_.Arrived(loop_.Now());
   if (kind == kSlider || kind == kVfo || rig_.nameless()) return;
+  due_.Arrived(loop_.Now());
   const bool meter = kind == kSMeter || kind == kMeter || kind == kRefused;
   if (rig_.family != "KENWOOD") return kind == kRefused ? void() : due_.Answered();
   if (meter) {
