@@ -107,7 +107,7 @@ class Desktop:
     def key(self, *keys):
         self._do("key", "--delay", 5, *keys)
 
-    def hold(self, modifier, key, pause=0.3):
+    def chord(self, modifier, key, pause=0.3):
         """As a hand does it. Qt asks the accessibility bus about each key, not about shortcuts: in less time than that
         takes, the modifier's press is dealt with after the shortcut."""
         self._do("keydown", modifier, "sleep", pause, "key", key, "sleep", pause, "keyup", modifier)

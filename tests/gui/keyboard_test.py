@@ -11,6 +11,7 @@ class KeyboardTest(KeyboardWalk):
         self.assertNotIn("", names)
         reachable = {control.name for control in self.program.controls()
                      if control.operable and control.has("sensitive") and control.role != Role.MENU_ITEM}
+        reachable.discard("S-meter")  # a dial that only shows
         self.assertEqual(sorted(reachable - set(names)), [])
         self.assertEqual(len(names), len(set(names)), names)
         back = self.walk_round("shift+Tab")
@@ -34,7 +35,7 @@ class KeyboardTest(KeyboardWalk):
     def test_alt_and_f10_open_the_menus(self):
         opened = lambda: any(control.role == Role.MENU_ITEM and control.has("showing") and "Quit" in control.name
                              for control in self.program.controls())
-        for keys, press in (("Alt+S", lambda: self.desktop.hold("alt", "s")),
+        for keys, press in (("Alt+S", lambda: self.desktop.chord("alt", "s")),
                             ("F10, down", lambda: self.desktop.key("F10", "Down"))):
             press()
             self.assertTrue(wait_until(opened, 5), f"{keys} does not open the first menu:\n{self.program.tree()}")
