@@ -1,3 +1,6 @@
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cstdlib>
 #include <iostream>
 
@@ -20,9 +23,17 @@ bool HasDisplay() {
   return false;
 }
 
+/// One of them that is closed would be the number of the next device or socket that is opened.
+void OpenStandardDescriptors() {
+  int null = 0;
+  while (null >= 0 && null <= STDERR_FILENO) null = ::open("/dev/null", O_RDWR);
+  if (null > STDERR_FILENO) ::close(null);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+  OpenStandardDescriptors();
   using kvx::app::Options;
   const auto options = kvx::app::ParseOptions({argv + 1, argv + argc});
   if (!options) {

@@ -14,7 +14,7 @@ constexpr std::array kUsages{
     Usage{"--headless", "no window: commands on standard input (\"help\" lists them), events on standard output"},
     Usage{"--headless decode WAV [--tone HZ] [--mode classic|best]",
           "print the CW of a recording as it is read (without --tone: its strongest keyed tone)"},
-    Usage{"doctor", "say what keeps the station from working, and what to do"},
+    Usage{"doctor [--station DIR | --demo]", "say what keeps the station from working, and what to do"},
     Usage{"--station DIR", "another station folder (default: $XDG_DATA_HOME/kvx)"},
     Usage{"--grab DIR", "write a picture of every window to DIR and end"},
     Usage{"rigsim KIND [--link PATH] [--speed BAUD]",

@@ -158,6 +158,7 @@ Task WinKeyer::HostClose() {
 // The start-up.
 
 Task WinKeyer::InitWinkey() {
+  EndCommand();
   state_ = State::kStarting;
   keyer_failed_ = false;
   host_closed_ = false;

@@ -6,35 +6,17 @@
 #include <QListWidget>
 #include <QTest>
 
-#include "console_fixture.h"
-#include "fakes/fake_device_list.h"
-#include "fakes/fake_inspectors.h"
+#include "clinic.h"
 #include "fakes/manual_worker.h"
 
 namespace kvx::console {
 namespace {
 
 TEST(DoctorWindow, ShowsWhatIsFoundStandsAtTheWorstCopiesItAndChecksAgain) {
-  TemporaryFolder folder;
-  folder.Put("rig.ini", RigIni("TS-2000", 38'400, "RTSON3=1\nDTRON3=1\n"));
-  folder.Put("ports.ini", "COM3=/dev/none\n");
-  SystemFiles files;
-  FakeDeviceList devices;
-  FakeDeviceInspector inspector;
-  FakeStationInspector station;
-  FakeNetworkInspector network;
-  FakeProcessList processes;
+  Clinic clinic("", "COM3=/dev/none\n");
   VirtualLoop loop;
   ManualWorker worker;
-  Doctor doctor(loop, worker,
-                {.files = files,
-                 .devices = devices,
-                 .inspector = inspector,
-                 .station = station,
-                 .network = network,
-                 .processes = processes,
-                 .folder = folder.path(),
-                 .data = KVX_DATA});
+  Doctor doctor(loop, worker, clinic.Parts());
   DoctorWindow window(doctor);
   window.show();
   ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
@@ -53,7 +35,7 @@ TEST(DoctorWindow, ShowsWhatIsFoundStandsAtTheWorstCopiesItAndChecksAgain) {
   const QString copied = on_clipboard();
   EXPECT_TRUE(copied.trimmed().endsWith("In all: 1 error")) << copied.toStdString();
   EXPECT_EQ(copied.count('\n'), count + 1);
-  inspector.Plug("/dev/none");
+  clinic.inspector.Plug("/dev/none");
   QTest::keyClick(&window, Qt::Key_F5);
   EXPECT_TRUE(QTest::qWaitFor([&] { return list->count() == 0; })) << "the old findings are gone at once";
   examine();

@@ -12,12 +12,13 @@
 #include <cerrno>
 #include <cstdint>
 
+#include "platform/posix/real_time_attributes.h"
+
 namespace kvx::platform {
 namespace {
 
 using namespace std::chrono_literals;
 
-constexpr int kPriority = 20;     // above all ordinary work, below the system's own threads
 constexpr Duration kAhead = 2ms;  // from a call to the first edge: the thread is awake by then
 constexpr Duration kNear = 1ms;   // so long before an edge nothing wakes the thread any more
 constexpr Duration kVeryNear = 50us;
@@ -94,18 +95,12 @@ KeyThread::KeyThread(KeyOutput& output, bool real_time) : output_(output), primi
 }
 
 bool KeyThread::Start(bool real_time) {
-  pthread_attr_t kind;
-  ::pthread_attr_init(&kind);
-  ::pthread_attr_setinheritsched(&kind, PTHREAD_EXPLICIT_SCHED);
-  ::pthread_attr_setschedpolicy(&kind, SCHED_FIFO);
-  const sched_param priority{.sched_priority = kPriority};
-  ::pthread_attr_setschedparam(&kind, &priority);
+  const RealTimeAttributes kind;
   real_time_ = true;  // before the thread is there, which reads it
-  if (!real_time || ::pthread_create(&primitives_->thread, &kind, Run, this) != 0) {
+  if (!real_time || ::pthread_create(&primitives_->thread, kind.get(), Run, this) != 0) {
     real_time_ = false;
     if (::pthread_create(&primitives_->thread, nullptr, Run, this) != 0) cause_ = EAGAIN;
   }
-  ::pthread_attr_destroy(&kind);
   if (cause_ != 0) return false;
   ::pthread_setname_np(primitives_->thread, "kvx-key");
   return true;

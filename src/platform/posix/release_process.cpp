@@ -73,6 +73,7 @@ bool ReleaseProcess::Start() {
   ::pthread_sigmask(SIG_SETMASK, &all, &before);
   child_ = ::fork();
   if (child_ == 0) {
+    ::close(ours.get());  // or it would never see the end, on a system without close_range
     if (!LeaveProgram(theirs.get(), name_room_, name_size_)) ::_exit(1);
     StandIn(kSocket, program);
   }

@@ -1,12 +1,13 @@
 #include "platform/posix/station_inspector.h"
 
 #include <pthread.h>
-#include <sched.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
+
+#include "platform/posix/real_time_attributes.h"
 
 namespace kvx::platform {
 namespace {
@@ -15,7 +16,6 @@ namespace fs = std::filesystem;
 
 constexpr std::size_t kMostFiles = 1000;  // of the folder
 constexpr std::size_t kMostRefused = 10;
-constexpr int kPriority = 20;  // of the thread that keys
 
 }  // namespace
 
@@ -41,16 +41,10 @@ FolderFacts PosixStationInspector::Look(const Path& folder) const {
 
 /// A thread that does nothing tells: the limits alone do not say what a container or a security module forbids.
 bool PosixStationInspector::may_have_real_time() const {
-  pthread_attr_t kind;
-  ::pthread_attr_init(&kind);
-  ::pthread_attr_setinheritsched(&kind, PTHREAD_EXPLICIT_SCHED);
-  ::pthread_attr_setschedpolicy(&kind, SCHED_FIFO);
-  const sched_param priority{.sched_priority = kPriority};
-  ::pthread_attr_setschedparam(&kind, &priority);
+  const RealTimeAttributes kind;
   pthread_t thread{};
   const bool made = ::pthread_create(
-                        &thread, &kind, [](void*) -> void* { return nullptr; }, nullptr) == 0;
-  ::pthread_attr_destroy(&kind);
+                        &thread, kind.get(), [](void*) -> void* { return nullptr; }, nullptr) == 0;
   if (made) ::pthread_join(thread, nullptr);
   return made;
 }
