@@ -8,19 +8,29 @@
 
 namespace kvx::app {
 
-AudioSources::AudioSources(Loop& loop) : loop_(loop), server_(loop) {
+namespace {
+
+Error NoInput(const std::string& device) {
+  return {ErrorCode::kNotFound,
+          device.empty() ? "This computer has no sound input" : "There is no sound input " + OneLine(device)};
+}
+
+}  // namespace
+
+AudioSources::AudioSources(Loop& loop, LocalSound* local) : loop_(loop), server_(loop), local_(local) {
   const auto tell = [this] {
     if (on_changed) on_changed();
   };
   server_.on_changed = tell;
-  others_.on_changed = tell;
-  others_.may_ask = [this] { return server_.absent(); };
+  if (local_ == nullptr) return;
+  local_->on_changed = tell;
+  local_->may_ask = [this] { return server_.absent(); };
 }
 
 std::vector<platform::AudioDevice> AudioSources::Devices() const {
   std::vector<platform::AudioDevice> devices = server_.Devices();
   if (server_.present()) return devices;
-  if (server_.absent()) return others_.Devices();
+  if (local_ != nullptr && server_.absent()) return local_->Devices();
   return {{"", "System default"}};
 }
 
@@ -38,7 +48,8 @@ Result<std::unique_ptr<platform::AudioInput>> AudioSources::Make(const std::stri
     if (server_.present()) {
       input = std::make_unique<platform::PulseInput>(loop_, device);
     } else if (server_.absent()) {
-      input = std::make_unique<platform::QtAudioInput>(device);
+      if (local_ == nullptr) return NoInput(device);
+      input = local_->MakeInput(device);
     } else {
       return Error{ErrorCode::kBusy, "The sound server does not answer"};
     }

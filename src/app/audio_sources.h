@@ -3,21 +3,21 @@
 #include <memory>
 #include <string>
 
+#include "app/local_sound.h"
 #include "core/loop.h"
 #include "platform/audio_input.h"
 #include "platform/posix/pulse_input.h"
-#include "platform/qt/qt_audio_input.h"
 #include "platform/serial_port.h"
 #include "sim/own_station.h"
 
 namespace kvx::app {
 
-/// Where receiver audio comes from in the program: the devices of the sound server, or where there is none those that
-/// Qt finds, recordings, the simulated receiver. Qt waits without end for a sound server that is silent: it is asked
-/// only where there is none.
+/// Where receiver audio comes from in the program: the devices of the sound server, or where there is none those of
+/// `local`, recordings, the simulated receiver.
 class AudioSources final : public platform::AudioDeviceList {
  public:
-  explicit AudioSources(Loop& loop);
+  /// `local` may be null.
+  AudioSources(Loop& loop, LocalSound* local);
 
   std::vector<platform::AudioDevice> Devices() const override;
   /// The source of a name: "wav:FILE", "sim:receiver", else a device by its id or name. kInvalid when that is none.
@@ -32,7 +32,7 @@ class AudioSources final : public platform::AudioDeviceList {
  private:
   Loop& loop_;
   platform::PulseDevices server_;
-  platform::QtAudioDevices others_;
+  LocalSound* local_;
   sim::OwnStation own_;
 };
 

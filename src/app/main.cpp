@@ -11,7 +11,7 @@
 #include "app/options.h"
 #include "app/rig_simulator.h"
 #include "app/usage.h"
-#include "app/windowed.h"
+#include "app/windows_program.h"
 
 namespace {
 
@@ -68,5 +68,5 @@ int main(int argc, char** argv) {
       return kvx::app::RunHeadless(argc, argv, *options);
     }
   }
-  return kvx::app::RunWindowed(argc, argv, *options);
+  return kvx::app::RunWindowsProgram(argv);
 }

@@ -1,6 +1,6 @@
 #include "app/program.h"
 
-#include <QGuiApplication>
+#include <QCoreApplication>
 #include <algorithm>
 #include <array>
 #include <cstdlib>
@@ -55,26 +55,30 @@ platform::Path StationFolder(const Options& options) {
   return (data.empty() ? home / ".local" / "share" : data) / (options.demo ? "kvx-demo" : "kvx");
 }
 
+platform::Path ProgramFolder() {
+  const platform::Path folder(QCoreApplication::applicationDirPath().toStdString());
+  const platform::Path parent = folder.parent_path();
+  return parent.filename() == "lib" && folder.filename() == "kvx" ? parent.parent_path() / "bin" : folder;
+}
+
 platform::Path DataFolder() {
-  const platform::Path program(QCoreApplication::applicationDirPath().toStdString());
-  const platform::Path installed = program / ".." / "share" / "kvx";
+  const platform::Path installed = ProgramFolder() / ".." / "share" / "kvx";
   const platform::Path source(KVX_SOURCE_DATA);  // empty in a package
   std::error_code error;
   return source.empty() || std::filesystem::is_directory(installed, error) ? installed : source;
 }
 
 platform::Path DdeGateway() {
-  const platform::Path program(QCoreApplication::applicationDirPath().toStdString());
-  const platform::Path installed = program / ".." / "lib" / "kvx" / "kvx-dde.exe";
+  const platform::Path installed = ProgramFolder() / ".." / "lib" / "kvx" / "kvx-dde.exe";
   std::error_code error;
-  return std::filesystem::exists(installed, error) ? installed.lexically_normal() : program / "kvx-dde.exe";
+  return std::filesystem::exists(installed, error) ? installed.lexically_normal() : ProgramFolder() / "kvx-dde.exe";
 }
 
-Program::Program(const Options& options, platform::ReleaseProcess* process)
+Program::Program(const Options& options, platform::ReleaseProcess* process, Desktop desktop)
     : folder_(StationFolder(options)),
       demo_(options.demo),
-      with_window_(qobject_cast<QGuiApplication*>(QCoreApplication::instance()) != nullptr),
-      audio_sources_(loop_),
+      desktop_(std::move(desktop)),
+      audio_sources_(loop_, desktop_.sound.get()),
       rig_port_([this] { return platform::ReadPortTable(files_, folder_); },
                 [this](const std::string& address) { return MakePort(address); }),
       keyer_port_([this] { return platform::ReadPortTable(files_, folder_); },
@@ -109,17 +113,14 @@ Status Program::Prepare() {
   auto lock = platform::StationLock::Take(folder_);
   if (!lock) return lock.error();
   lock_ = std::move(*lock);
-  if (with_window_) {
-    speech_ = std::make_unique<platform::QtSpeech>();
-    sound_ = std::make_unique<UsualSound>(loop_, audio_sources_.server());
-  }
+  if (desktop_.sound) sound_ = std::make_unique<UsualSound>(loop_, audio_sources_.server(), *desktop_.sound);
   station_ = std::make_unique<console::Station>(
       console::StationParts{.loop = loop_,
                             .files = files_,
                             .rig_port = rig_port_,
                             .folder = folder_,
                             .data = DataFolder(),
-                            .speech = speech_.get(),
+                            .speech = desktop_.speech.get(),
                             .guard = &release_guard_,
                             .after_crash = lock_->after_crash(),
                             .keyer_port = &keyer_port_,
@@ -139,7 +140,7 @@ Status Program::Prepare() {
   });
   audio_sources_.FollowDial([this] { return static_cast<double>(station_->console.FreqDisp->decihertz) / 10; });
   parallel_lines_.on_notice = [this](const std::string& line) { station_->Notice(line); };
-  if (speech_) speech_->on_notice = [this](const std::string& line) { station_->Notice(line); };
+  if (desktop_.speech) desktop_.speech->on_notice = [this](const std::string& line) { station_->Notice(line); };
   setup_ = std::make_unique<console::StationSetup>(loop_, *station_, files_, devices_);
   editor_ = std::make_unique<console::RigEditor>(*station_, files_);
   tone_ = std::make_unique<console::LocalTone>(loop_, files_, *setup_, sound_.get());
@@ -211,7 +212,7 @@ std::unique_ptr<platform::ParallelPort> Program::MakeParallelPort(int number) {
 
 void Program::Speak(const std::string& sentence) {
   constexpr int kTopic = -2;  // of nothing that the announcer tells
-  if (speech_) speech_->Say(kTopic, sentence);
+  if (desktop_.speech) desktop_.speech->Say(kTopic, sentence);
 }
 
 bool Program::unconfigured() const {

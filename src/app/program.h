@@ -24,20 +24,26 @@
 #include "platform/posix/release_watch.h"
 #include "platform/posix/station_lock.h"
 #include "platform/qt/qt_loop.h"
-#include "platform/qt/qt_speech.h"
 #include "platform/qt/qt_tcp_server.h"
 #include "platform/qt/stop_signals.h"
 #include "platform/qt/thread_worker.h"
 #include "platform/qt/wine_gateway.h"
+#include "platform/speech.h"
 
 namespace kvx::app {
+
+/// What windows bring along; a console without them has neither.
+struct Desktop {
+  std::unique_ptr<platform::Speech> speech;
+  std::unique_ptr<LocalSound> sound;
+};
 
 /// The running console: the station with the real adapters, for a window or for the headless command line. Lives inside
 /// a Qt application.
 class Program {
  public:
   /// `process`: what releases the transmitter when this program cannot; null: nothing does, as nothing is keyed.
-  explicit Program(const Options& options, platform::ReleaseProcess* process = nullptr);
+  explicit Program(const Options& options, platform::ReleaseProcess* process = nullptr, Desktop desktop = {});
 
   /// Takes the station folder. kBusy when another console has it.
   Status Prepare();
@@ -78,7 +84,7 @@ class Program {
   platform::PosixFiles files_;
   platform::Path folder_;
   bool demo_;
-  bool with_window_;
+  Desktop desktop_;
   AudioSources audio_sources_;     ///< longer than the ports that it hears
   platform::ThreadWorker worker_;  ///< of the audio analysis
   std::optional<platform::StationLock> lock_;
@@ -102,8 +108,7 @@ class Program {
   DoctorAdapters doctor_adapters_;
   platform::ThreadWorker doctor_worker_;
   console::Doctor doctor_;
-  std::unique_ptr<platform::QtSpeech> speech_;  ///< for windows only
-  std::unique_ptr<UsualSound> sound_;           ///< the same
+  std::unique_ptr<UsualSound> sound_;  ///< null without a desktop
   std::unique_ptr<console::Station> station_;
   Console::Subscription rig_opened_;
   bool rig_has_opened_ = false;
@@ -115,6 +120,8 @@ class Program {
   bool stopping_ = false;
 };
 
+/// The folder that the program is in; that of an installed one has its windows elsewhere.
+platform::Path ProgramFolder();
 /// The shipped data: beside an installed program, else in the source tree it was built from.
 platform::Path DataFolder();
 /// The program that runs under Wine: with an installed console's libraries, else where it has been built.

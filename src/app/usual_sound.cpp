@@ -1,7 +1,6 @@
 #include "app/usual_sound.h"
 
 #include "platform/posix/pulse_output.h"
-#include "platform/qt/qt_sound_output.h"
 
 namespace kvx::app {
 
@@ -11,7 +10,7 @@ Status UsualSound::Open(int samples_per_second) {
   if (server_.present()) {
     output_ = std::make_unique<platform::PulseOutput>(loop_);
   } else if (server_.absent()) {
-    output_ = std::make_unique<platform::QtSoundOutput>();
+    output_ = local_.MakeOutput();
   } else {
     return Error{ErrorCode::kBusy, "The sound server does not answer"};
   }

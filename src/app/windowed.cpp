@@ -6,10 +6,13 @@
 #include <QTimer>
 #include <algorithm>
 #include <iostream>
+#include <memory>
 
 #include "app/program.h"
+#include "app/qt_sound.h"
 #include "app/windows.h"
 #include "console/console_window.h"
+#include "platform/qt/qt_speech.h"
 #include "widgets/appearance.h"
 
 namespace kvx::app {
@@ -51,7 +54,8 @@ int RunWindowed(int argc, char** argv, const Options& options) {
   QApplication::setDesktopFileName("kvx");  // a Wayland desktop finds the icon by it
   QApplication::setWindowIcon(Icon());
   QApplication::setQuitOnLastWindowClosed(false);
-  Program program(options, keys ? &release_process : nullptr);
+  Program program(options, keys ? &release_process : nullptr,
+                  {.speech = std::make_unique<platform::QtSpeech>(), .sound = std::make_unique<QtSound>()});
   if (auto prepared = program.Prepare(); !prepared) {
     std::cerr << "kvx: " << prepared.error().message << '\n';
     return prepared.error().code == ErrorCode::kBusy ? 2 : 1;

@@ -4,6 +4,7 @@
 #include <functional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "core/result.h"
@@ -17,6 +18,9 @@ struct AudioDevice {
   bool monitor = false;  ///< hears what is being played
   bool operator==(const AudioDevice&) const = default;
 };
+
+/// Whether a source's name means the system's default device.
+bool IsDefaultDevice(std::string_view name);
 
 /// A source of receiver audio: mono samples of 16 bits. Engine thread only; nothing is called from inside Open or
 /// Close. Adapters: a capture device, a WAV file, the simulated receiver.

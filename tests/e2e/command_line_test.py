@@ -3,6 +3,7 @@
 import json
 import os
 import random
+import shutil
 import signal
 import subprocess
 import threading
@@ -41,6 +42,16 @@ class InputTest(unittest.TestCase):
         for end in (program.stdout.close, program.wait, program.kill):  # the last one first
             self.addCleanup(end)
         return program
+
+    def test_windows_are_a_program_apart(self):
+        """Without them the console carries none of their libraries; where they are missing it says so."""
+        libraries = subprocess.run(["ldd", station_module.BINARY], stdout=subprocess.PIPE, check=True).stdout.decode()
+        self.assertNotIn("libQt6Gui", libraries)
+        alone = shutil.copy(station_module.BINARY, self.station.folder)
+        ended = subprocess.run([alone, "--station", self.station.folder], stderr=subprocess.PIPE, timeout=10, check=False,
+                               env={**os.environ, "DISPLAY": ":0"})
+        self.assertEqual(ended.returncode, 1)
+        self.assertIn(b"kvx-windows, which has the windows, cannot be run: No such file", ended.stderr)
 
     def test_ready_is_first(self):
         """Also when there is much to say about the files."""

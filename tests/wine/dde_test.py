@@ -14,7 +14,7 @@ from station import BINARY, Station, noted, wait_until
 
 def gateways(kvx):
     """The console's own gateways, by their process."""
-    found = subprocess.run(["pgrep", "-P", str(kvx.pid)], stdout=subprocess.PIPE, check=False).stdout
+    found = subprocess.run(["pgrep", "-P", str(kvx.pid), "-f", "kvx-dde"], stdout=subprocess.PIPE, check=False).stdout
     return [int(pid) for pid in found.split()]
 
 

@@ -9,7 +9,6 @@
 #include <QMediaDevices>
 #include <QStandardPaths>
 #include <algorithm>
-#include <array>
 #include <cstring>
 #include <utility>
 
@@ -26,7 +25,6 @@ constexpr const char* kDefaultName = "Microsoft Sound Mapper";
 #else
 constexpr const char* kDefaultName = "System default";
 #endif
-constexpr std::array kDefaultNames{"default", "System default", "Microsoft Sound Mapper"};
 
 QAudioFormat Wanted(int samples_per_second) {
   QAudioFormat format;
@@ -59,14 +57,6 @@ bool MayAskSystem() {
 }
 
 }  // namespace
-
-bool IsDefaultDevice(std::string_view name) {
-  if (name.empty()) return true;
-  for (const char* known : kDefaultNames) {
-    if (EqualNoCase(name, known)) return true;
-  }
-  return false;
-}
 
 QtAudioInput::QtAudioInput(std::string device) : device_(std::move(device)) {
   look_.setInterval(kLookAgain);

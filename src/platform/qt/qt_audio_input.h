@@ -7,7 +7,6 @@
 #include <QTimer>
 #include <memory>
 #include <optional>
-#include <string_view>
 #include <vector>
 
 #include "platform/audio_input.h"
@@ -20,9 +19,6 @@ class QAudioSource;
 QT_END_NAMESPACE
 
 namespace kvx::platform {
-
-/// Whether a source's name means the system's default device.
-bool IsDefaultDevice(std::string_view name);
 
 /// A capture device of the system through Qt. Where the device does not give mono samples of 16 bits at the rate that
 /// is wanted, they are made of what it gives.
