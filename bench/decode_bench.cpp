@@ -1,13 +1,18 @@
 // How many characters a decoder gets wrong, on the station's own receiver audio. Figures: docs/performance.md.
 //
-//     kvx_decode DECODER [SECONDS [ROUNDS [COLUMN]]]    classic or best; texts of SECONDS a speed, ROUNDS of them; with
-//     COLUMN shows what was read
+//     kvx_decode DECODER [SECONDS [ROUNDS [COLUMN]]]    classic, best, or multimon-ng for the program of that name on
+//     the same audio; texts of SECONDS a speed, ROUNDS of them; with COLUMN shows what was read
+
+#include <sys/resource.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <limits>
@@ -21,16 +26,27 @@
 #include "audio/best_decoder.h"
 #include "audio/character_error_rate.h"
 #include "audio/classic_decoder.h"
+#include "platform/samples.h"
 #include "sim/receiver_audio.h"
 
 namespace kvx {
 namespace {
 
 constexpr int kRate = 8000;
+constexpr int kPeerRate = 22050;  // what multimon-ng wants
 constexpr std::array kSpeeds{5.0, 12.0, 18.0, 25.0, 35.0, 45.0};
 constexpr double kClean = std::numeric_limits<double>::infinity();
 constexpr double kFarthestHint = 50;  // Hz
 constexpr double kNoiseSeconds = 300;
+
+double SecondsOfPrograms() {
+  rusage usage{};
+  getrusage(RUSAGE_CHILDREN, &usage);
+  const auto seconds = [](const timeval& time) {
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
+  };
+  return seconds(usage.ru_utime) + seconds(usage.ru_stime);
+}
 
 /// What the audio is like; texts of a column stay the same from run to run.
 struct Column {
@@ -102,8 +118,12 @@ struct Score {
 
 class Measurement {
  public:
-  Measurement(bool classic, double seconds, int rounds, bool verbose)
-      : classic_(classic), seconds_(seconds), rounds_(rounds), verbose_(verbose) {
+  Measurement(std::string_view decoder, double seconds, int rounds, bool verbose)
+      : decoder_(decoder),
+        rate_(decoder == "multimon-ng" ? kPeerRate : kRate),
+        seconds_(seconds),
+        rounds_(rounds),
+        verbose_(verbose) {
     std::ifstream file(std::string(KVX_DATA) + "/dict.txt");
     const std::string words(std::istreambuf_iterator<char>(file), {});
     letters_ = std::make_unique<audio::LetterModel>(words);
@@ -128,7 +148,7 @@ class Measurement {
   }
 
   void MeasureNoise() const {
-    sim::ReceiverAudio audio({.samples_per_second = kRate, .snr_db = 0, .seed = 77}, {});
+    sim::ReceiverAudio audio({.samples_per_second = rate_, .snr_db = 0, .seed = 77}, {});
     const double seconds = kNoiseSeconds * rounds_;
     Score score;
     const std::string read = Read(audio.RenderSeconds(seconds), 700, score);
@@ -154,7 +174,7 @@ class Measurement {
           {.text = TextOf(seconds_, 22, seed + 1), .wpm = 22, .hertz = hertz + (seed % 2 == 0 ? 250 : -250)});
     }
     sim::ReceiverAudio audio(
-        {.samples_per_second = kRate, .snr_db = column.snr_db, .impulses_per_second = column.impulses, .seed = seed},
+        {.samples_per_second = rate_, .snr_db = column.snr_db, .impulses_per_second = column.impulses, .seed = seed},
         stations);
     Score score{.sent = text.size(), .seconds = audio.Length()};
     const double hint = hertz + between(-kFarthestHint, kFarthestHint);
@@ -165,9 +185,10 @@ class Measurement {
   }
 
   std::string Read(std::span<const float> samples, double hint, Score& score) const {
+    if (rate_ == kPeerRate) return ReadByPeer(samples, score);
     const std::clock_t began = std::clock();
     std::unique_ptr<audio::CwDecoder> decoder;
-    if (classic_) {
+    if (decoder_ == "classic") {
       decoder = std::make_unique<audio::ClassicDecoder>(kRate, hint, *words_);
     } else {
       decoder = std::make_unique<audio::BestDecoder>(kRate, hint, *letters_);
@@ -184,7 +205,26 @@ class Measurement {
     return text;
   }
 
-  bool classic_;
+  /// multimon-ng finds tone and speed by itself.
+  static std::string ReadByPeer(std::span<const float> samples, Score& score) {
+    const std::string name = std::filesystem::temp_directory_path() / ("kvx_decode." + std::to_string(getpid()));
+    const std::vector<std::int16_t> whole = platform::To16Bits(samples);
+    std::ofstream(name, std::ios::binary)
+        .write(reinterpret_cast<const char*>(whole.data()), static_cast<std::streamsize>(whole.size() * 2));
+    const double before = SecondsOfPrograms();
+    std::string text;
+    if (FILE* answer = popen(("multimon-ng -q -n -t raw -a MORSE_CW " + name + " 2>/dev/null").c_str(), "r")) {
+      for (int c = std::fgetc(answer); c != EOF; c = std::fgetc(answer)) text += static_cast<char>(std::toupper(c));
+      pclose(answer);
+    }
+    score.spent = SecondsOfPrograms() - before;
+    std::filesystem::remove(name);
+    while (!text.empty() && std::isspace(static_cast<unsigned char>(text.back()))) text.pop_back();
+    return text;
+  }
+
+  std::string_view decoder_;
+  int rate_;
   double seconds_;
   int rounds_;
   bool verbose_;
@@ -194,14 +234,14 @@ class Measurement {
 
 int Run(std::span<char*> arguments) {
   const std::string_view decoder = arguments.size() > 1 ? arguments[1] : "";
-  if (decoder != "classic" && decoder != "best") {
-    std::fprintf(stderr, "kvx_decode: which decoder: classic or best\n");
+  if (decoder != "classic" && decoder != "best" && decoder != "multimon-ng") {
+    std::fprintf(stderr, "kvx_decode: which decoder: classic, best or multimon-ng\n");
     return 1;
   }
   const double seconds = arguments.size() > 2 ? std::atof(arguments[2]) : 60;
   const int rounds = arguments.size() > 3 ? std::max(1, std::atoi(arguments[3])) : 1;
   const std::string_view only = arguments.size() > 4 ? arguments[4] : "";
-  const Measurement measurement(decoder == "classic", seconds, rounds, !only.empty());
+  const Measurement measurement(decoder, seconds, rounds, !only.empty());
   std::printf("wrong, %%  ");
   for (const double wpm : kSpeeds) std::printf(" %3.0f wpm", wpm);
   std::printf(" | all\n");

@@ -1,7 +1,10 @@
 // How evenly the key thread writes its edges, noted right before what would be the ioctl: by how much each element is
-// too long or too short. Figures: docs/performance.md.
+// too long or too short; beside a bare thread that does nothing but sleep until each edge is due, which shows what the
+// machine can do at that moment. Figures: docs/performance.md.
 
 #include <benchmark/benchmark.h>
+#include <pthread.h>
+#include <sys/prctl.h>
 
 #include <algorithm>
 #include <atomic>
@@ -58,8 +61,17 @@ class Load {
   std::vector<std::thread> threads_;
 };
 
-/// A run of dots: by how much the time from edge to edge was wrong, in microseconds, in rising order. Empty when the
-/// wanted priority is refused.
+/// By how much the times from edge to edge were wrong, in microseconds, in rising order.
+std::vector<double> Errors(const std::vector<TimePoint>& times, Duration dot) {
+  std::vector<double> errors;
+  for (std::size_t i = 1; i < times.size(); ++i) {
+    errors.push_back(std::abs(std::chrono::duration<double, std::micro>(times[i] - times[i - 1] - dot).count()));
+  }
+  std::sort(errors.begin(), errors.end());
+  return errors;
+}
+
+/// A run of dots of the key thread: their errors; empty when the wanted priority is refused.
 std::vector<double> ErrorsOf(int wpm, bool real_time) {
   const Duration dot = Duration(1200ms) / wpm;
   const std::size_t edges = static_cast<std::size_t>(kRun / dot);
@@ -73,33 +85,54 @@ std::vector<double> ErrorsOf(int wpm, bool real_time) {
   line.Play(std::move(steps));
   while (line.remaining() > Duration{0}) std::this_thread::sleep_for(50ms);
   line.Close();
-  std::vector<double> errors;
-  for (std::size_t i = 1; i < edges; ++i) {
-    errors.push_back(std::abs(std::chrono::duration<double, std::micro>(times[i] - times[i - 1] - dot).count()));
-  }
-  std::sort(errors.begin(), errors.end());
-  return errors;
+  times.resize(edges);
+  return Errors(times, dot);
 }
 
-void KeyJitter(benchmark::State& state) {
+/// The same of a thread that sleeps.
+std::vector<double> ErrorsOfSleep(int wpm, bool real_time) {
+  const Duration dot = Duration(1200ms) / wpm;
+  const std::size_t edges = static_cast<std::size_t>(kRun / dot);
+  std::vector<TimePoint> times;
+  bool refused = false;
+  std::thread sleeper([&] {
+    const sched_param priority{.sched_priority = real_time ? 1 : 0};
+    refused = pthread_setschedparam(pthread_self(), real_time ? SCHED_FIFO : SCHED_OTHER, &priority) != 0;
+    prctl(PR_SET_TIMERSLACK, 1);
+    TimePoint due = std::chrono::steady_clock::now();
+    for (std::size_t i = 0; !refused && i < edges; ++i) {
+      std::this_thread::sleep_until(due += dot);
+      times.push_back(std::chrono::steady_clock::now());
+    }
+  });
+  sleeper.join();
+  return refused ? std::vector<double>{} : Errors(times, dot);
+}
+
+void Measure(benchmark::State& state, std::vector<double> (*errors_of)(int wpm, bool real_time)) {
   const bool busy = state.range(1) != 0;
   const bool real_time = state.range(2) != 0;
   for (auto _ : state) {
     const Load load(busy);
-    const std::vector<double> errors = ErrorsOf(static_cast<int>(state.range(0)), real_time);
+    const std::vector<double> errors = errors_of(static_cast<int>(state.range(0)), real_time);
     if (errors.empty()) return state.SkipWithError("real-time priority is not allowed here");
     state.counters["median_us"] = errors[errors.size() / 2];
     state.counters["p99_us"] = errors[errors.size() * 99 / 100];
     state.counters["worst_us"] = errors.back();
   }
 }
-BENCHMARK(KeyJitter)
-    ->ArgNames({"wpm", "busy", "real_time"})
-    ->ArgsProduct({{5, 25, 40, 60}, {0, 1}, {1, 0}})
-    ->Iterations(1)
-    ->Repetitions(1)
-    ->UseRealTime()
-    ->Unit(benchmark::kSecond);
+
+void Arguments(benchmark::internal::Benchmark* measured) {
+  measured->ArgNames({"wpm", "busy", "real_time"})
+      ->ArgsProduct({{5, 25, 40, 60}, {0, 1}, {1, 0}})
+      ->Iterations(1)
+      ->Repetitions(1)
+      ->UseRealTime()
+      ->Unit(benchmark::kSecond);
+}
+
+BENCHMARK_CAPTURE(Measure, KeyJitter, ErrorsOf)->Name("KeyJitter")->Apply(Arguments);
+BENCHMARK_CAPTURE(Measure, SleepJitter, ErrorsOfSleep)->Name("SleepJitter")->Apply(Arguments);
 
 }  // namespace
 }  // namespace kvx
