@@ -99,7 +99,7 @@ ok "$(basename "$deb") installed with its dependencies, $(inside dpkg-query -W -
 quietly others "${apt[@]}" install libhamlib-utils man-db systemd
 quietly station inside useradd --create-home station
 
-unresolved=$(as_user ldd /usr/bin/kvx | grep 'not found' || true)
+unresolved=$(as_user ldd /usr/bin/kvx /usr/lib/kvx/kvx-windows | grep 'not found' || true)
 [[ -z $unresolved ]] || fail "libraries that the dependencies lack: $unresolved"
 version=$(as_user kvx --version)
 [[ $version == "kvx $(inside dpkg-query -W -f='${source:Upstream-Version}' kvx)" ]] || fail "kvx --version says $version"
