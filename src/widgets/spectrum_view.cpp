@@ -264,12 +264,14 @@ void SpectrumView::PaintMarks(QPainter& painter) const {
   vertical(pointer_->marker(), 2, colors_.marker);
   const double y = std::round(ThresholdY(scene_.threshold, bottom));
   const int dash = std::max(static_cast<int>(0.35 * em), 2);
+  std::vector<QRect> dashes;
   for (int x = 0; x < width(); x += 2 * dash)
-    painter.fillRect(QRect(x, static_cast<int>(std::min(y, bottom - 2)), dash, 2), colors_.threshold);
-  const QRectF grip = handle();
-  painter.setRenderHint(QPainter::Antialiasing);
+    dashes.emplace_back(x, static_cast<int>(std::min(y, bottom - 2)), dash, 2);
   painter.setPen(Qt::NoPen);
   painter.setBrush(colors_.threshold);
+  painter.drawRects(dashes.data(), static_cast<int>(dashes.size()));
+  const QRectF grip = handle();
+  painter.setRenderHint(QPainter::Antialiasing);
   painter.drawPolygon(QPolygonF({grip.topRight(), QPointF(grip.left(), y), grip.bottomRight()}));
 }
 
