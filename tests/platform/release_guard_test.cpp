@@ -213,6 +213,49 @@ TEST(ReleaseWatch, AProgramThatATerminalStopsHasReleasedBefore) {
   for (const int end : ends) ::close(end);
 }
 
+TEST(ReleaseWatch, ReleasesForAnEngineThatDoesNotHearThatItShallEnd) {
+  const auto [written, status] = WrittenBy([](PosixReleaseGuard& rig, int device) {
+    ReleaseWatch watch;
+    rig.Arm("released ");
+    CrashRelease::ExpectOrderlyEnd();
+    CrashRelease::EndsInOrder();
+    ::poll(nullptr, 0, 500);
+    ::write(device, "heard ", 6);
+    CrashRelease::ExpectOrderlyEnd();
+    const std::string why = ReasonOf(watch);
+    ::write(device, why.data(), why.size());
+    ::_exit(0);
+  });
+  EXPECT_EQ(written, "heard released The program hung when it was asked to end: the transmitter has been released");
+}
+
+TEST(ReleaseProcess, GoesOnWithWhatADeviceDoesNotTakeInTime) {
+  std::array<int, 2> ends{};
+  ASSERT_EQ(::pipe2(ends.data(), O_NONBLOCK), 0);
+  const pid_t child = ::fork();
+  if (child == 0) {
+    ::close(ends[0]);
+    ReleaseProcess process(0, nullptr);
+    process.Start();
+    ReleaseWatch watch(TimeAsleep, &process);
+    PosixReleaseGuard guard([&] { return ends[1]; });
+    while (::write(ends[1], "x", 1) > 0) continue;
+    guard.Arm(";RX;");
+  }
+  if (child == 0) ::_exit(0);  // everything has ended in order
+  ::close(ends[1]);
+  int status = 0;
+  ::waitpid(child, &status, 0);
+  ::poll(nullptr, 0, 700);
+  std::string written;
+  std::array<char, 65536> piece{};
+  ASSERT_EQ(::fcntl(ends[0], F_SETFL, 0), 0);
+  for (ssize_t size = 0; (size = ::read(ends[0], piece.data(), piece.size())) > 0;)
+    written.append(piece.data(), static_cast<std::size_t>(size));
+  ::close(ends[0]);
+  EXPECT_TRUE(written.ends_with("x;RX;")) << written.substr(written.size() - std::min<std::size_t>(written.size(), 9));
+}
+
 TEST(ReleaseProcess, ReleasesWhatIsArmedWhenTheProgramIsKilled) {
   const auto killed_with = [](const std::function<void(PosixReleaseGuard&, PosixReleaseGuard&)>& use) {
     return WrittenBy([&use](PosixReleaseGuard& rig, int device) {

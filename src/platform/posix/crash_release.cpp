@@ -31,6 +31,7 @@ constexpr std::size_t kSignals = 65;  // 1 to 64
 constexpr std::size_t kStackSize = 64 << 10;
 constexpr int kMostWaits = 50;  // for a device to send what it has taken
 constexpr int kWaitMilliseconds = 10;
+constexpr Duration kToEnd = std::chrono::milliseconds(300);  // for an engine that works to hear that it shall end
 
 template <std::size_t size>
 bool IsOneOf(int number, const std::array<int, size>& numbers) {
@@ -73,23 +74,25 @@ std::atomic<pid_t> g_releasing{0};  // the thread that makes the releases of the
 std::atomic<bool> g_ending{false};
 std::atomic<bool> g_held{false};
 std::atomic<int> g_wake{-1};
+std::atomic<std::int64_t> g_end_expected{0};  // nanoseconds of the steady clock, 0: not asked to end
 int g_reports = -1;
 std::array<struct sigaction, kSignals> g_previous{};
 std::array<bool, kSignals> g_caught{};
 std::size_t g_installed = 0;
 static_assert(std::atomic<int>::is_always_lock_free && std::atomic<bool>::is_always_lock_free &&
-              std::atomic<pid_t>::is_always_lock_free);
+              std::atomic<pid_t>::is_always_lock_free && std::atomic<std::int64_t>::is_always_lock_free);
 
 std::unique_ptr<Stack>& signal_stack() {
   static auto* stack = new std::unique_ptr<Stack>();  // must outlive every static object that may crash at its end
   return *stack;
 }
 
-/// For a program that goes on and may drop what its serial device has not sent.
-void WaitUntilSent(int device) {
+/// For a program that goes on and may drop what its serial device has not sent. False when that is much.
+bool WaitUntilSent(int device) {
   int unsent = 0;
   for (int wait = 0; wait < kMostWaits && ::ioctl(device, TIOCOUTQ, &unsent) == 0 && unsent > 0; ++wait)
     ::poll(nullptr, 0, kWaitMilliseconds);
+  return unsent == 0;
 }
 
 void Wake() {
@@ -193,8 +196,10 @@ CrashRelease::~CrashRelease() {
   if (slot_ == nullptr) return;
   if (const int device = slot_->device; device >= 0) {  // its owner has not released: the transmitter may be keyed
     DueReleases due{DueRelease{.action = &slot_->action, .device = device}};
-    MakeReleases(due);
-    if (slot_->action.kind == ReleaseAction::Kind::kBytes) WaitUntilSent(device);
+    const bool is_made =
+        MakeReleases(due) && (slot_->action.kind != ReleaseAction::Kind::kBytes || WaitUntilSent(device));
+    const std::lock_guard held(g_lock);
+    if (!is_made) ::close(slot_->device.exchange(-1));  // and the release process goes on with it
   }
   Disarm();
   slot_->taken = false;
@@ -212,6 +217,7 @@ void CrashRelease::Arm(int device, const ReleaseAction& action) {
     slot_->deadline.reset();
     if (own < 0) return Report({.slot = Slot::NumberOf(*slot_)});
     slot_->action = action;
+    slot_->action.KeepModes(own);
     slot_->device = own;  // last: a handler may come at any moment
     slot_->ReportArmed();
   }
@@ -254,6 +260,20 @@ bool CrashRelease::ReleaseForNow(std::optional<TimePoint> due_by) {
   }
   MakeReleases(due);
   return any;
+}
+
+void CrashRelease::ExpectOrderlyEnd() {
+  g_end_expected = (std::chrono::steady_clock::now() + kToEnd).time_since_epoch().count();
+  Wake();
+}
+
+void CrashRelease::EndsInOrder() {
+  g_end_expected = 0;
+}
+
+std::optional<TimePoint> CrashRelease::end_expected() {
+  const std::int64_t when = g_end_expected;
+  return when == 0 ? std::nullopt : std::optional(TimePoint(Duration(when)));
 }
 
 void CrashRelease::HoldKeying() {

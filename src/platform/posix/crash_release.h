@@ -9,7 +9,8 @@ namespace kvx::platform {
 
 /// One device that must be told to release the transmitter when the program ends in any way but its own orderly one. At
 /// every signal that ends the program, whose course is not changed, and at exit every armed one acts, lines before
-/// bytes; one that is destroyed while it is armed acts as well. Each holds its device open by a descriptor of its own
+/// bytes; one that is destroyed while it is armed acts as well, and leaves a device that does not take its bytes to the
+/// release process. Each holds its device open by a descriptor of its own
 /// while it is armed, so that the number cannot have become that of another file. A forked child has none. Arming and
 /// disarming from one thread at a time.
 class CrashRelease {
@@ -30,6 +31,12 @@ class CrashRelease {
   /// The program goes on: every armed one acts, or those that are due by then, and stays armed; nobody keys any more
   /// until AllowKeying. False when there was none.
   static bool ReleaseForNow(std::optional<TimePoint> due = std::nullopt);
+  /// The program has been asked to end. Unless it says before long that it does so, a ReleaseWatch takes it to hang and
+  /// has every armed one act. A signal handler may call this.
+  static void ExpectOrderlyEnd();
+  static void EndsInOrder();
+  /// When it is taken to hang.
+  static std::optional<TimePoint> end_expected();
   static void HoldKeying();
   static void AllowKeying();
   /// The releases have been made: who keys must not key any more.

@@ -1,5 +1,6 @@
 #include "platform/posix/release_action.h"
 
+#include <asm/termbits.h>
 #include <linux/ppdev.h>
 #include <poll.h>
 #include <sys/ioctl.h>
@@ -8,6 +9,8 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
+#include <utility>
 
 namespace kvx::platform {
 namespace {
@@ -34,6 +37,16 @@ void SetLines(const ReleaseAction& action, int device) {
   }
 }
 
+/// Once: later the line may be that of another program.
+void SetUp(DueRelease& due) {
+  termios2 wanted{};
+  termios2 now{};
+  if (std::exchange(due.is_set_up, true) || !due.action->has_modes) return;
+  std::memcpy(&wanted, due.action->modes.data(), sizeof wanted);
+  if (::ioctl(due.device, TCGETS2, &now) == 0 && std::memcmp(&wanted, &now, sizeof now) != 0)
+    ::ioctl(due.device, TCSETS2, &wanted);
+}
+
 /// A broken connection must not raise a signal of its own.
 ssize_t WriteSome(int device, const char* bytes, std::size_t size) {
   const ssize_t sent = ::send(device, bytes, size, MSG_NOSIGNAL | MSG_DONTWAIT);
@@ -43,6 +56,7 @@ ssize_t WriteSome(int device, const char* bytes, std::size_t size) {
 /// Writes what the device takes now. True when there is more that it may take later. What the system has taken goes out
 /// although the program ends.
 bool WriteMore(DueRelease& due) {
+  SetUp(due);
   const ReleaseAction& action = *due.action;
   while (due.written < action.size) {
     const ssize_t taken = WriteSome(due.device, action.bytes.data() + due.written, action.size - due.written);
@@ -86,7 +100,14 @@ ReleaseAction ReleaseAction::Data(std::uint8_t data) {
   return action;
 }
 
-void MakeReleases(DueReleases& due) {
+void ReleaseAction::KeepModes(int device) {
+  termios2 now{};
+  static_assert(sizeof now <= std::tuple_size_v<decltype(modes)>);
+  has_modes = ::ioctl(device, TCGETS2, &now) == 0;
+  if (has_modes) std::memcpy(modes.data(), &now, sizeof now);
+}
+
+bool MakeReleases(DueReleases& due) {
   for (const DueRelease& release : due) {
     if (release.device >= 0) SetLines(*release.action, release.device);
   }
@@ -97,9 +118,10 @@ void MakeReleases(DueReleases& due) {
       if (release.device >= 0 && release.action->kind == ReleaseAction::Kind::kBytes && WriteMore(release))
         blocked[count++] = {.fd = release.device, .events = POLLOUT, .revents = 0};
     }
-    if (count == 0) return;
+    if (count == 0) return true;
     ::poll(blocked.data(), count, kWaitMilliseconds);
   }
+  return false;
 }
 
 }  // namespace kvx::platform

@@ -20,6 +20,8 @@ struct ReleaseAction {
   static ReleaseAction Port(std::uint8_t mask, std::uint8_t value);
   /// The data lines of a claimed parallel port.
   static ReleaseAction Data(std::uint8_t data);
+  /// Speed and frame of the serial line as they are now: whoever closes it may put back what he found.
+  void KeepModes(int device);
 
   enum class Kind : std::uint8_t { kBytes, kLines, kPort, kData };
   Kind kind = Kind::kBytes;
@@ -29,6 +31,8 @@ struct ReleaseAction {
   int raised = 0;
   std::size_t size = 0;
   std::array<char, kLongest> bytes{};
+  bool has_modes = false;
+  std::array<char, 64> modes{};  ///< a termios2
 };
 
 /// A release to be made at an open device; -1: none.
@@ -36,6 +40,7 @@ struct DueRelease {
   const ReleaseAction* action = nullptr;
   int device = -1;
   std::size_t written = 0;
+  bool is_set_up = false;  ///< the line has its modes
 };
 
 inline constexpr std::size_t kMostReleases =
@@ -43,7 +48,8 @@ inline constexpr std::size_t kMostReleases =
 using DueReleases = std::array<DueRelease, kMostReleases>;
 
 /// Makes releases: lines, which take no time, then all bytes as their devices take them, none of them waiting for
-/// another; half a second at most. Calls nothing but what a signal handler may call.
-void MakeReleases(DueReleases& due);
+/// another; half a second at most. False when a device has not taken all of its bytes; the same again then goes on with
+/// the rest. Calls nothing but what a signal handler may call.
+bool MakeReleases(DueReleases& due);
 
 }  // namespace kvx::platform

@@ -5,6 +5,7 @@
 #include <sys/file.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
+#include <termios.h>
 #include <time.h>
 #include <unistd.h>
 
@@ -22,7 +23,9 @@ namespace {
 
 constexpr std::int64_t kLook = 200'000'000;  // ns; for a program that has been stopped, as long as anything is armed
 constexpr std::int64_t kLinger = 300'000'000;
-constexpr int kMilliseconds = 1'000'000;  // ns
+constexpr std::int64_t kLastTries = 5'000'000'000;  // for a device that takes nothing at the moment
+constexpr int kBetweenTries = 20;                   // milliseconds
+constexpr int kMilliseconds = 1'000'000;            // ns
 
 std::int64_t Now() {
   timespec now{};
@@ -60,7 +63,16 @@ class Keeper {
   void ReleaseAll() {
     DueReleases due{};
     for (std::size_t i = 0; i < due.size(); ++i) due[i] = {.action = &armed_[i].action, .device = armed_[i].device};
-    MakeReleases(due);
+    bool made = MakeReleases(due);
+    GiveFree();
+    // The lines, which may be another program's now, are not touched again.
+    for (DueRelease& one : due) {
+      if (one.device >= 0 && one.action->kind != ReleaseAction::Kind::kBytes) one.device = -1;
+    }
+    for (const std::int64_t end = Now() + kLastTries; !(made && AllSent()) && Now() < end;) {
+      ::poll(nullptr, 0, kBetweenTries);
+      made = MakeReleases(due);
+    }
     LetGo();
   }
 
@@ -136,17 +148,41 @@ class Keeper {
     ::send(socket_, &report, sizeof report, MSG_NOSIGNAL | MSG_DONTWAIT);
   }
 
-  /// The next console may have the devices at once. What has been written is not lost by this end: a pseudo-terminal
-  /// drops what its far end has not read when the last master closes, a connection that has unread input is reset.
-  void LetGo() {
-    bool lingers = false;
+  static bool IsMaster(int device) {
     unsigned number = 0;
-    for (Armed& one : armed_) {
+    return ::ioctl(device, TIOCGPTN, &number) == 0;
+  }
+
+  /// The next console may have the devices at once.
+  void GiveFree() const {
+    for (const Armed& one : armed_) {
       if (one.device < 0) continue;
       ::flock(one.device, LOCK_UN);
+      if (!IsMaster(one.device)) ::ioctl(one.device, TIOCNXCL);
+    }
+  }
+
+  /// A serial line has not taken all that the system has for it. A connection goes on without this process.
+  static bool HasUnsent(int device) {
+    int unsent = 0;
+    return ::isatty(device) != 0 && ::ioctl(device, TIOCOUTQ, &unsent) == 0 && unsent > 0;
+  }
+
+  bool AllSent() const {
+    return std::none_of(armed_.begin(), armed_.end(),
+                        [](const Armed& one) { return one.device >= 0 && HasUnsent(one.device); });
+  }
+
+  /// What has been written is not lost by this end: a pseudo-terminal drops what its far end has not read when the last
+  /// master closes, a connection that has unread input is reset. What a line does not take is dropped unless
+  /// the next console has it by now, else this process would not end for half a minute.
+  void LetGo() {
+    bool lingers = false;
+    for (Armed& one : armed_) {
+      if (one.device < 0) continue;
       const bool is_connection = ::shutdown(one.device, SHUT_WR) == 0;
-      const bool is_master = ::ioctl(one.device, TIOCGPTN, &number) == 0;
-      if (!is_connection && !is_master) ::ioctl(one.device, TIOCNXCL);
+      const bool is_master = IsMaster(one.device);
+      if (HasUnsent(one.device) && ::flock(one.device, LOCK_EX | LOCK_NB) == 0) ::tcflush(one.device, TCOFLUSH);
       if (!is_connection) one.device = -1;  // open until the end of this process
       lingers = lingers || is_connection || is_master;
       waits_for_reader_ = waits_for_reader_ || is_master;

@@ -117,6 +117,8 @@ std::string ReleaseWatch::Resume() {
       return "The computer has slept: what was being sent has been dropped and the transmitter released";
     case kStopped:
       return "The program was stopped: what was being sent has been dropped and the transmitter released";
+    case kHung:
+      return "The program hung when it was asked to end: the transmitter has been released";
     case kNone:
       break;
   }
@@ -139,6 +141,10 @@ void ReleaseWatch::Work() {
     const Duration before = std::exchange(asleep, asleep_());
     if (armed && asleep - before > kRealSleep && CrashRelease::ReleaseForNow()) Tell(kSlept);
     if (const int number = g_stop.exchange(0); number != 0) Stop(number);
+    if (const auto end = CrashRelease::end_expected(); end && *end <= std::chrono::steady_clock::now()) {
+      CrashRelease::EndsInOrder();
+      if (CrashRelease::ReleaseForNow()) Tell(kHung);
+    }
     if (CrashRelease::ReleaseForNow(std::chrono::steady_clock::now())) Tell(kOverdue);
   }
 }
@@ -149,6 +155,7 @@ void ReleaseWatch::Wait(bool armed) const {
   const bool lacks_process = process_ != nullptr && process_->socket() < 0;
   std::optional<TimePoint> until;
   if (armed) until = std::min(CrashRelease::next_deadline().value_or(now + kLook), now + kLook);
+  if (const auto end = CrashRelease::end_expected()) until = std::min(until.value_or(*end), *end);
   if (lacks_process) until = std::min(until.value_or(next_start_), next_start_);
   const Duration left = std::max<Duration>(until.value_or(now) - now, 0s);
   const auto timeout = std::chrono::ceil<std::chrono::milliseconds>(left).count();

@@ -27,8 +27,9 @@ void HandleSignal(int number) {
   ::clock_gettime(CLOCK_MONOTONIC, &now);
   std::int64_t first = 0;
   // 0 means none yet, hence the 1.
-  if (!g_first_second.compare_exchange_strong(first, now.tv_sec + 1) &&
-      now.tv_sec + 1 - first > StopSignals::kPatienceSeconds) {
+  if (g_first_second.compare_exchange_strong(first, now.tv_sec + 1)) {
+    CrashRelease::ExpectOrderlyEnd();
+  } else if (now.tv_sec + 1 - first > StopSignals::kPatienceSeconds) {
     CrashRelease::ReleaseForGood();
     ::signal(number, SIG_DFL);
     ::raise(number);
@@ -48,6 +49,7 @@ struct StopSignals::Previous {
 StopSignals::StopSignals()
     : previous_(std::make_unique<Previous>()), stop_([this] {
         if (const auto handler = on_stop) handler(signal_);
+        CrashRelease::EndsInOrder();
       }) {
   std::array<int, 2> ends{-1, -1};
   if (::pipe2(ends.data(), O_CLOEXEC | O_NONBLOCK) == 0) {
