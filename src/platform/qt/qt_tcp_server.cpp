@@ -9,7 +9,7 @@ namespace kvx::platform {
 namespace {
 
 constexpr qint64 kMostWaiting = 16 << 10;  // the rest waits in the system and then with the sender
-constexpr int kSilence = 4;                // seconds; a client that has keyed the transmitter may have lost its network
+constexpr int kSilence = 3;                // seconds; a client that has keyed the transmitter may have lost its network
 
 }  // namespace
 

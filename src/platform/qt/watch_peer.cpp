@@ -12,6 +12,7 @@ namespace {
 
 constexpr int kProbes = 3;
 constexpr int kMilliseconds = 1000;
+constexpr int kEarly = 500;  // the system looks once a second, and would let another second pass
 
 }  // namespace
 
@@ -26,7 +27,7 @@ void WatchPeer(QTcpSocket& socket, int seconds) {
   set(TCP_KEEPIDLE, interval);
   set(TCP_KEEPINTVL, interval);
   set(TCP_KEEPCNT, kProbes);
-  set(TCP_USER_TIMEOUT, seconds * kMilliseconds);
+  set(TCP_USER_TIMEOUT, seconds * kMilliseconds - kEarly);
 }
 
 }  // namespace kvx::platform
