@@ -6,7 +6,6 @@
 #include <random>
 
 #include "bench.h"
-#include "sim/side_tone.h"
 
 namespace kvx::sim {
 namespace {
@@ -64,20 +63,6 @@ TEST(Winkey, AdministrationAnswersBeforeTheHostModeIsOpen) {
   third.Play("00 09 > 03 | 00 02 > 1F | 00 17 > 01 | 00 14 > | 01 2D >", kHex);
   EXPECT_EQ(third.keyer().side_tone_hertz(), 1388);
   EXPECT_EQ(second.complaints.size() + third.complaints.size(), 0u);
-}
-
-TEST(Winkey, AWholeStartUpIsUnderstood) {
-  KeyerBench bench;
-  bench.Play(R"(13 13 13 00 04 41 > 41
-                00 02 > 17
-                07 00 0B 0F 02 19 05 32 00 00 05 14 00 00 12 32 32 06 FF 07 15 > 8A 8A C0
-                01 05 02 1E 0E 56 04 05 06 11 03 94 1D 00 1D 01 >
-                05 05 32 00 07 > 8A)",
-             kHex);
-  EXPECT_EQ(bench.complaints, std::vector<std::string>{});
-  EXPECT_TRUE(bench.Says("\"registers\":\"56 1E 05 32 05 06 05 32 00 03 12 32 32 06 FF\""))
-      << bench.rig->Operate("state");
-  EXPECT_TRUE(bench.Says("\"output\":2"));
 }
 
 TEST(Winkey, WhatItWouldNotUnderstandIsRefused) {
@@ -312,34 +297,6 @@ TEST(Winkey, NoBytesFromTheLineBreakIt) {
     EXPECT_TRUE(bench.Says("\"open\":false")) << name;
     EXPECT_EQ(bench.loop.timers(), 0u);
   }
-}
-
-/// The mean square of a stretch of samples.
-double Power(const std::vector<std::int16_t>& samples, std::size_t from, std::size_t to) {
-  double sum = 0;
-  for (std::size_t i = from; i < to; ++i) sum += static_cast<double>(samples[i]) * samples[i];
-  return sum / static_cast<double>(to - from);
-}
-
-TEST(SideTone, FollowsTheKeyWithoutClicks) {
-  const TimePoint start{1h};
-  SideTone tone(8000, 800, start);
-  tone.Key(true, start + 100ms);
-  tone.Key(false, start + 200ms);
-  std::vector<std::int16_t> samples = tone.Render(start + 150ms);
-  for (const std::int16_t sample : tone.Render(start + 400ms)) samples.push_back(sample);
-  ASSERT_EQ(samples.size(), 3200u);
-  EXPECT_EQ(Power(samples, 0, 800), 0);
-  EXPECT_NEAR(Power(samples, 840, 1600), 16'000.0 * 16'000 / 2, 1e6);
-  EXPECT_EQ(Power(samples, 1641, 3200), 0);
-  int jump = 0;
-  int crossings = 0;
-  for (std::size_t i = 1; i < samples.size(); ++i) {
-    jump = std::max(jump, std::abs(samples[i] - samples[i - 1]));
-    if (i > 840 && i <= 1600 && (samples[i] >= 0) != (samples[i - 1] >= 0)) ++crossings;
-  }
-  EXPECT_NEAR(crossings, 2 * 800 * 0.095, 2);
-  EXPECT_LT(jump, 16'000 * 2 * 3.1416 * 800 / 8000) << "no faster than the tone itself";
 }
 
 }  // namespace
