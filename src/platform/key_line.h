@@ -31,8 +31,8 @@ struct KeyLines {
 
 /// The two lines by which a transmitter is keyed in software. What is to be keyed is given as steps that follow each
 /// other without a gap; when they are through both lines are released. Engine thread only; events are never raised from
-/// inside a call. Adapters: a high-priority thread on a serial device or a parallel port, the loop on any serial port;
-/// tests/fakes has a recording one.
+/// inside a call. Adapters: a high-priority thread on a serial device or a parallel port, and the loop on any serial
+/// port, which tests give one in memory.
 class KeyLine {
  public:
   virtual ~KeyLine() = default;

@@ -48,7 +48,6 @@ class FakeCwBackend final : public keyer::CwBackend {
   }
   std::size_t pending() const override { return given_.size(); }
   void Abort() override {
-    ++aborts;
     if (!given_.empty()) keyed += "[" + given_.front() + "]";
     StopSending();
     key = false;
@@ -74,7 +73,6 @@ class FakeCwBackend final : public keyer::CwBackend {
   int speed = 0;
   int opens = 0;
   int closes = 0;
-  int aborts = 0;
   bool key = false;
   bool refuses = false;
 

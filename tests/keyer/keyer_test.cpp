@@ -8,6 +8,7 @@
 #include "fakes/system_files.h"
 #include "fakes/temporary_folder.h"
 #include "fakes/virtual_loop.h"
+#include "started_winkeyer.h"
 
 namespace kvx::keyer {
 namespace {
@@ -124,66 +125,27 @@ TEST(Keyer, ATuneStartsAClosedKeyerUpAndEscapeTakesThatBack) {
   EXPECT_FALSE(*bench.console.Tune);
 }
 
-/// With a WinKeyer that has been started up.
-struct WinkeyBench {
-  WinkeyBench() {
-    keyer.on_notice = [this](const std::string& line) { notices.push_back(line); };
-    EXPECT_TRUE(keyer.functions.Load().ok());
-    keyer.Use({.kind = KeyerKind::kWinkey, .port = 5, .key1 = true}, 3);
-    loop.RunFor(1ms);
-    Answer();
-    loop.RunFor(1s);
-    EXPECT_TRUE(keyer.ready());
-    port.TakeWrites();
-  }
-  void Answer() {
-    for (const char* reply : {"A", "\x17", "\xC0"}) port.Arrive(reply);
-  }
-  /// It drops off its port and is back, silent.
-  void ReturnSilent() {
-    port.Lose();
-    loop.RunFor(1s);
-  }
-
-  TemporaryFolder folder;
-  SystemFiles files;
-  VirtualLoop loop;
-  Console console;
-  FakeSerialPort rig_port;
-  FakeSerialPort port;
-  cat::Engine engine{loop, console, rig_port};
-  std::vector<std::string> notices;
-  Keyer keyer{{.loop = loop,
-               .console = console,
-               .engine = engine,
-               .files = files,
-               .folder = folder.path(),
-               .port = &port,
-               .make_line = {},
-               .make_backend = {}}};
-};
-
 TEST(Keyer, AWishIsNotFulfilledWhenTheKeyerComesMuchLater) {
   for (const bool tune : {true, false}) {
-    WinkeyBench bench;
+    StartedWinkeyer bench;
     bench.ReturnSilent();
-    EXPECT_EQ(*bench.console.KeyerState, "starting");
+    EXPECT_EQ(*bench.station.console.KeyerState, "starting");
     if (tune) bench.keyer.TuneIt();
     if (!tune) {
       EXPECT_TRUE(bench.keyer.Type("CQ").ok());
     }
-    bench.notices.clear();
-    bench.loop.RunFor(10s);
-    EXPECT_EQ(*bench.console.KeyerState, "failed");
-    EXPECT_EQ(bench.notices.size(), 1U) << "it was asked for";
+    bench.told.clear();
+    bench.station.loop.RunFor(10s);
+    EXPECT_EQ(*bench.station.console.KeyerState, "failed");
+    EXPECT_EQ(bench.told.size(), 1U) << "it was asked for";
     EXPECT_EQ(bench.keyer.sender().waiting_count(), 0U);
     bench.ReturnSilent();
-    bench.port.TakeWrites();
+    bench.keyer_port.TakeWrites();
     bench.Answer();
-    bench.loop.RunFor(1s);
+    bench.station.loop.RunFor(1s);
     EXPECT_TRUE(bench.keyer.ready());
-    EXPECT_FALSE(*bench.console.Tune);
-    for (const std::string& write : bench.port.TakeWrites())
+    EXPECT_FALSE(*bench.station.console.Tune);
+    for (const std::string& write : bench.keyer_port.TakeWrites())
       EXPECT_TRUE(write != "\x0B\x01" && write != "C") << "keyed by itself";
   }
 }
@@ -201,11 +163,11 @@ TEST(Keyer, ATuneWaitsFiveSecondsForAKeyerThatTakesItsTime) {
 }
 
 TEST(Keyer, APaddleThatTakesOverIsNoFailure) {
-  WinkeyBench bench;
+  StartedWinkeyer bench;
   EXPECT_TRUE(bench.keyer.Send("CQ CQ CQ").ok());
-  bench.port.Arrive("\xC6");
-  bench.port.Arrive("\xC0");
-  EXPECT_EQ(bench.notices, Lines{"The paddle has taken over; 8 characters were not sent"});
+  bench.keyer_port.Arrive("\xC6");
+  bench.keyer_port.Arrive("\xC0");
+  EXPECT_EQ(bench.told, Lines{"The paddle has taken over; 8 characters were not sent"});
   EXPECT_TRUE(bench.keyer.ready() && !bench.keyer.failed());
 }
 

@@ -2,7 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "../cat/cat_fixture.h"
+#include "cat/cat_fixture.h"
+#include "fakes/fake_release_guard.h"
 #include "keyer/cw_sender.h"
 #include "keyer/cw_text.h"
 #include "keyer/morse.h"
@@ -12,13 +13,6 @@ namespace {
 
 using namespace std::chrono_literals;
 using namespace std::string_literals;
-
-class FakeGuard final : public platform::ReleaseGuard {
- public:
-  void Arm(std::string_view bytes) override { armed = bytes; }
-  void Disarm() override { armed.clear(); }
-  std::string armed;
-};
 
 struct Bench {
   explicit Bench(const std::string& rig) {
@@ -41,7 +35,7 @@ struct Bench {
   Console console;
   FakeSerialPort port;
   cat::Engine engine{loop, console, port};
-  FakeGuard guard;
+  FakeReleaseGuard guard;
   RigKeyer keyer{loop, console, engine, &guard};
   CwSender sender{loop};
   std::vector<std::string> notices;

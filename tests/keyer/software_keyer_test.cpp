@@ -4,10 +4,10 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "core/timer_queue.h"
-#include "fakes/fake_key_line.h"
 #include "fakes/fake_serial_port.h"
 #include "fakes/virtual_loop.h"
 #include "keyer/morse.h"
@@ -26,17 +26,30 @@ KeyerSettings AtTwenty() {
   return settings;
 }
 
+/// A keyer on the lines of a port in memory: the key on DTR, PTT on RTS.
 struct Bench {
-  explicit Bench(const KeyerSettings& settings = AtTwenty()) {
-    auto made = std::make_unique<FakeKeyLine>(loop);
-    line = made.get();
-    keyer = std::make_unique<SoftwareKeyer>(loop, std::move(made), settings);
-    keyer->on_ready = [this] { events += "ready "; };
-    keyer->on_failed = [this](const std::string& why) { events += "failed(" + why + ") "; };
-    keyer->on_lost = [this](const std::string&) { events += "lost "; };
-    keyer->on_progress = [this] { Feed(); };
-    keyer->Open();
+  explicit Bench(const KeyerSettings& settings = AtTwenty())
+      : keyer(loop,
+              std::make_unique<PortKeyLine>(loop, port, platform::KeyLines{}, platform::PortSettings{.number = 4}),
+              settings) {
+    keyer.on_ready = [this] { events += "ready "; };
+    keyer.on_failed = [this](const std::string& why) { events += "failed(" + why + ") "; };
+    keyer.on_lost = [this](const std::string&) { events += "lost "; };
+    keyer.on_progress = [this] { Feed(); };
+    keyer.Open();
     loop.RunPending();
+  }
+  bool key() const { return port.is_open() && port.dtr; }
+  bool ptt() const { return port.is_open() && port.rts; }
+
+  /// Lets time pass and notes how the lines stand in it, to the millisecond.
+  void Run(Duration time) {
+    for (const TimePoint end = loop.Now() + time;; loop.RunFor(1ms)) {
+      loop.RunPending();
+      const State now{key(), ptt()};
+      if (now != std::exchange(before, now)) edges.push_back({loop.Now(), now});
+      if (loop.Now() >= end) return;
+    }
   }
 
   /// Gives a text as the sender does: as much as there is room for, the rest as room comes.
@@ -45,20 +58,36 @@ struct Bench {
     Feed();
   }
   void Feed() {
-    while (!waiting.empty() && keyer->room() > 0) {
-      keyer->Send(waiting.front());
+    while (!waiting.empty() && keyer.room() > 0) {
+      keyer.Send(waiting.front());
       waiting.erase(waiting.begin());
     }
   }
   std::string HistoryOf(const std::string& text) {
     Give(text);
-    loop.RunFor(60s);
-    return line->TakeHistory();
+    Run(10s);
+    return TakeHistory();
   }
 
+  /// The states since the last call, each with the milliseconds that it lasted: "PTT 20, KEY 60, PTT 60"; "KEY!" is
+  /// without PTT, "-" neither. The state that stands now comes last, without a number.
+  std::string TakeHistory() {
+    std::string history;
+    for (std::size_t i = 0; i < edges.size(); ++i) {
+      const auto [key, ptt] = edges[i].second;
+      history += key && ptt ? "KEY" : key ? "KEY!" : ptt ? "PTT" : "-";
+      if (i + 1 < edges.size()) history += ' ' + std::to_string((edges[i + 1].first - edges[i].first) / 1ms) + ", ";
+    }
+    edges.clear();
+    return history;
+  }
+
+  using State = std::pair<bool, bool>;  ///< key, PTT
   VirtualLoop loop;
-  FakeKeyLine* line = nullptr;
-  std::unique_ptr<SoftwareKeyer> keyer;
+  State before{false, false};
+  std::vector<std::pair<TimePoint, State>> edges;
+  FakeSerialPort port;
+  SoftwareKeyer keyer;
   std::vector<std::string> waiting;
   std::string events;
 };
@@ -116,8 +145,8 @@ TEST(SoftwareKeyer, HoldsPttFromTheLeadToTheTail) {
   EXPECT_EQ(bench.HistoryOf(" E "), "PTT 25, KEY 60, PTT 420, -") << "a blank alone does not transmit";
   // A letter that comes during the tail ends it, with PTT on all the time.
   bench.Give("E");
-  bench.loop.RunFor(25ms + 60ms + 200ms);
-  EXPECT_EQ(bench.keyer->pending(), 0U);
+  bench.Run(25ms + 60ms + 200ms);
+  EXPECT_EQ(bench.keyer.pending(), 0U);
   EXPECT_EQ(bench.HistoryOf("T"), "PTT 25, KEY 60, PTT 200, KEY 180, PTT 300, -");
   settings.use_ptt = false;
   EXPECT_EQ(Bench(settings).HistoryOf("E"), "KEY! 60, -");
@@ -125,34 +154,34 @@ TEST(SoftwareKeyer, HoldsPttFromTheLeadToTheTail) {
 
 TEST(SoftwareKeyer, TakesTwoSymbolsAndTellsWhichIsBeingSent) {
   Bench bench;
-  EXPECT_EQ(bench.keyer->state(), "ready");
+  EXPECT_EQ(bench.keyer.state(), "ready");
   bench.Give("ETE");
   EXPECT_EQ(bench.waiting.size(), 1U);
-  EXPECT_EQ(bench.keyer->pending(), 2U);
-  EXPECT_EQ(bench.keyer->state(), "busy");
-  bench.loop.RunFor(239ms);
+  EXPECT_EQ(bench.keyer.pending(), 2U);
+  EXPECT_EQ(bench.keyer.state(), "busy");
+  bench.Run(239ms);
   EXPECT_EQ(bench.waiting.size(), 1U);
-  bench.loop.RunFor(1ms);  // the T begins
+  bench.Run(1ms);  // the T begins
   EXPECT_EQ(bench.waiting.size(), 0U);
-  EXPECT_EQ(bench.keyer->pending(), 2U);
-  bench.keyer->SetSpeed(40);  // reaches what is given from now on
+  EXPECT_EQ(bench.keyer.pending(), 2U);
+  bench.keyer.SetSpeed(40);  // reaches what is given from now on
   bench.Give("E");
-  bench.loop.RunFor(10s);
-  EXPECT_EQ(bench.keyer->pending(), 0U);
-  EXPECT_EQ(bench.line->TakeHistory(), "KEY 60, PTT 180, KEY 180, PTT 180, KEY 60, PTT 180, KEY 30, PTT 90, -");
+  bench.Run(10s);
+  EXPECT_EQ(bench.keyer.pending(), 0U);
+  EXPECT_EQ(bench.TakeHistory(), "KEY 60, PTT 180, KEY 180, PTT 180, KEY 60, PTT 180, KEY 30, PTT 90, -");
 }
 
 TEST(SoftwareKeyer, AbortInTheMiddleOfADashLeavesBothLinesUp) {
   Bench bench;
   bench.Give("TTT");
-  bench.loop.RunFor(100ms);
-  EXPECT_TRUE(bench.line->key && bench.line->ptt);
+  bench.Run(100ms);
+  EXPECT_TRUE(bench.key() && bench.ptt());
   bench.waiting.clear();
-  bench.keyer->Abort();
-  EXPECT_FALSE(bench.line->key || bench.line->ptt);
-  EXPECT_EQ(bench.keyer->pending(), 0U);
-  bench.loop.RunFor(10s);
-  EXPECT_EQ(bench.line->TakeHistory(), "KEY 100, -");
+  bench.keyer.Abort();
+  EXPECT_FALSE(bench.key() || bench.ptt());
+  EXPECT_EQ(bench.keyer.pending(), 0U);
+  bench.Run(10s);
+  EXPECT_EQ(bench.TakeHistory(), "KEY 100, -");
   EXPECT_EQ(bench.HistoryOf("E"), "KEY 60, PTT 180, -");
 }
 
@@ -162,52 +191,52 @@ TEST(SoftwareKeyer, TuningEndsByItselfAndOnCommand) {
   settings.tail = 50ms;
   settings.tune_limit = 10s;
   Bench bench(settings);
-  EXPECT_TRUE(bench.keyer->Key(true));
-  EXPECT_TRUE(bench.keyer->Key(true));
-  EXPECT_EQ(bench.keyer->room(), 0U);
-  bench.loop.RunFor(60s);
-  EXPECT_EQ(bench.line->TakeHistory(), "PTT 20, KEY 10000, PTT 50, -");
-  EXPECT_EQ(bench.keyer->state(), "ready");
-  bench.keyer->Key(true);
-  bench.loop.RunFor(1s);
-  bench.keyer->Key(false);
-  bench.loop.RunFor(60s);
-  EXPECT_EQ(bench.line->TakeHistory(), "PTT 20, KEY 980, PTT 50, -");
-  bench.keyer->Key(true);
-  bench.loop.RunFor(1s);
-  bench.keyer->Close();
-  EXPECT_FALSE(bench.line->key || bench.line->ptt);
-  EXPECT_FALSE(bench.keyer->Key(true));
+  EXPECT_TRUE(bench.keyer.Key(true));
+  EXPECT_TRUE(bench.keyer.Key(true));
+  EXPECT_EQ(bench.keyer.room(), 0U);
+  bench.Run(60s);
+  EXPECT_EQ(bench.TakeHistory(), "PTT 20, KEY 10000, PTT 50, -");
+  EXPECT_EQ(bench.keyer.state(), "ready");
+  bench.keyer.Key(true);
+  bench.Run(1s);
+  bench.keyer.Key(false);
+  bench.Run(60s);
+  EXPECT_EQ(bench.TakeHistory(), "PTT 20, KEY 980, PTT 50, -");
+  bench.keyer.Key(true);
+  bench.Run(1s);
+  bench.keyer.Close();
+  EXPECT_FALSE(bench.key() || bench.ptt());
+  EXPECT_FALSE(bench.keyer.Key(true));
 }
 
 TEST(SoftwareKeyer, ALostLineDropsTheTextAndIsTriedAgainUntilItIsBack) {
   Bench bench;
   EXPECT_EQ(bench.events, "ready ");
   bench.Give("TT");
-  bench.loop.RunFor(100ms);
-  bench.line->absent = true;
-  bench.line->Lose();
-  EXPECT_EQ(bench.keyer->pending(), 0U);
-  EXPECT_EQ(bench.keyer->room(), 0U);
-  bench.loop.RunFor(60s);
+  bench.Run(100ms);
+  bench.port.absent = true;
+  bench.port.Lose();
+  EXPECT_EQ(bench.keyer.pending(), 0U);
+  EXPECT_EQ(bench.keyer.room(), 0U);
+  bench.Run(60s);
   EXPECT_EQ(bench.events, "ready lost ") << "it is tried in silence";
-  EXPECT_LT(bench.line->opens, 30);
-  bench.line->absent = false;
-  bench.loop.RunFor(5s);
+  EXPECT_LT(bench.port.opens, 30);
+  bench.port.absent = false;
+  bench.Run(5s);
   EXPECT_EQ(bench.events, "ready lost ready ");
-  EXPECT_EQ(bench.line->TakeHistory(), "KEY 100, -");
-  bench.keyer->Close();
-  bench.line->absent = true;
-  bench.keyer->Open();
-  bench.loop.RunFor(60s);
+  EXPECT_EQ(bench.TakeHistory(), "KEY 100, -");
+  bench.keyer.Close();
+  bench.port.absent = true;
+  bench.keyer.Open();
+  bench.Run(60s);
   EXPECT_EQ(bench.events, "ready lost ready failed(COM4: no such device) ");
-  EXPECT_EQ(bench.keyer->state(), "failed");
-  bench.keyer->Open();  // as for a text
-  bench.loop.RunFor(60s);
-  bench.line->absent = false;
-  bench.loop.RunFor(5s);
+  EXPECT_EQ(bench.keyer.state(), "failed");
+  bench.keyer.Open();  // as for a text
+  bench.Run(60s);
+  bench.port.absent = false;
+  bench.Run(5s);
   EXPECT_TRUE(bench.events.ends_with("failed(COM4: no such device) ready ")) << bench.events;
-  EXPECT_EQ(bench.keyer->state(), "ready");
+  EXPECT_EQ(bench.keyer.state(), "ready");
 }
 
 TEST(PortKeyLine, KeysTheLinesOfAnOpenPort) {

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "core/hex_text.h"
+#include "fakes/fake_release_guard.h"
 #include "fakes/fake_serial_port.h"
 #include "fakes/virtual_loop.h"
 #include "keyer/morse.h"
@@ -137,19 +138,6 @@ class PlayingKeyer {
   Loop::TimerId sign_ = 0;
 };
 
-/// What the guard holds.
-class FakeGuard final : public platform::ReleaseGuard {
- public:
-  void Arm(std::string_view bytes) override {
-    armed = bytes;
-    limit = {};
-  }
-  void ReleaseAfter(Duration after) override { limit = after; }
-  void Disarm() override { Arm({}); }
-  std::string armed;
-  Duration limit{0};
-};
-
 /// A WinKeyer object on a port in memory, and what it has told.
 struct WinkeyerBench {
   explicit WinkeyerBench(const KeyerSettings& chosen = {}) {
@@ -215,7 +203,7 @@ struct WinkeyerBench {
   VirtualLoop loop;
   Console console;
   FakeSerialPort port;
-  FakeGuard guard;
+  FakeReleaseGuard guard;
   KeyerSettings settings;
   WinKeyer keyer{loop, console, port, &guard};
   std::deque<std::string> text;

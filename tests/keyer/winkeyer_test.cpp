@@ -25,33 +25,11 @@ TEST(WinkeyBytes, PairsGoFromLeftToRightAndTheQuirksStay) {
 }
 
 TEST(WinkeyBytes, ASymbolIsItsSignAndNeverACommand) {
-  struct Row {
-    std::string symbol, bytes;
-  };
-  for (const Row& row : {
-           Row{"A", "A"},
-           Row{"q", "Q"},
-           Row{" ", " "},
-           Row{"/", "/"},
-           Row{"AR",
-               "\x1B"
-               "AR"},
-           Row{"!",
-               "\x1B"
-               "CM"},
-           Row{":",
-               "\x1B"
-               "MB"},
-           Row{"SOS",
-               "\x1B"
-               "V7"},
-           Row{"#", ""},
-           Row{"<", ""},
-           Row{"ARSK", ""},
-           Row{"A\x0B", ""},
-           Row{"", ""},
-       }) {
-    EXPECT_EQ(SpacedHex(WinkeySymbol(row.symbol)), SpacedHex(row.bytes)) << row.symbol;
+  using Row = std::pair<const char*, const char*>;
+  for (const auto& [symbol, bytes] :
+       {Row{"A", "41"}, Row{"q", "51"}, Row{" ", "20"}, Row{"/", "2F"}, Row{"AR", "1B 41 52"}, Row{"!", "1B 43 4D"},
+        Row{":", "1B 4D 42"}, Row{"SOS", "1B 56 37"}, Row{"ARSK", ""}, Row{"A\x0B", ""}, Row{"", ""}}) {
+    EXPECT_EQ(SpacedHex(WinkeySymbol(symbol)), bytes) << symbol;
   }
   for (int code = 0; code < 256; ++code) {
     const char c = static_cast<char>(code);
