@@ -153,7 +153,3 @@ class ParallelPortTest(unittest.TestCase):
         self.assertEqual(kvx.command("bit"), "ok bits 00000011")
         told = [text for text in kvx.texts() if "lamps" in text]
         self.assertEqual(told, ["message /dev/no-such-port: no such parallel port; the lamps show what its lines would be"])
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -1,35 +1,15 @@
 """The receiver's audio from a recording: each sample once, its spectrum, its CW, and what is kept of it."""
 
-import array
 import json
 import math
 import unittest
 import wave
 
+from recordings import write_cw, write_wav
 from station import Station
 
-CODES = {"A": ".-", "B": "-...", "C": "-.-.", "D": "-..", "E": ".", "K": "-.-", "Q": "--.-", "1": ".----", " ": " "}
 TEXT = "CQ CQ DE K1ABC K1ABC K"
 TONE = 650
-
-
-def keyed(text, rate, wpm):
-    """Whether the key is down, for each sample."""
-    dot = int(rate * 1.2 / wpm)
-    key = [0] * rate
-    for character in text:
-        for sign in CODES[character]:
-            key += [0] * (4 * dot) if sign == " " else [1] * (dot if sign == "." else 3 * dot) + [0] * dot
-        key += [0] * (2 * dot)
-    return key + [0] * rate
-
-
-def write_wav(path, rate, levels):
-    samples = array.array("h", (int(12000 * level * math.sin(2 * math.pi * TONE * at / rate)) for at, level in enumerate(levels)))
-    with wave.open(path, "wb") as file:
-        file.setparams((1, 2, rate, len(samples), "NONE", ""))
-        file.writeframes(samples.tobytes())
-    return len(samples)
 
 
 class AudioAnalysisTest(unittest.TestCase):
@@ -40,7 +20,7 @@ class AudioAnalysisTest(unittest.TestCase):
 
     def test_a_recording_is_read(self):
         rate, heard = 22050, self.station.path("heard.wav")
-        length = write_wav(self.station.path("receiver.wav"), rate, keyed(TEXT, rate, 24))
+        length = write_cw(self.station.path("receiver.wav"), TEXT, rate, TONE, 24, 0)
         kvx = self.station.start()
         kvx.command("audio source wav:" + self.station.path("receiver.wav"))
         self.assertEqual(kvx.command("audio press DCW"), "ok audio DCW: Stop Decode")
@@ -64,7 +44,8 @@ class AudioAnalysisTest(unittest.TestCase):
 
     def test_spectrum_of_a_tone(self):
         self.station.write("SpecDisplay.pos", "SpecDisplay=1 2 800 600 normal\ncboBins=16384\ncboSRate=44100\nscrAVG=nonsense\n")
-        write_wav(self.station.path("tone.wav"), 11025, [0.5] * 11025 * 2)
+        tone = (int(6000 * math.sin(2 * math.pi * TONE * at / 11025)) for at in range(2 * 11025))
+        write_wav(self.station.path("tone.wav"), 11025, tone)
         kvx = self.station.start()
         kvx.command("audio source wav:" + self.station.path("tone.wav"))
         kvx.command("audio on")

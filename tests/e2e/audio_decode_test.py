@@ -1,9 +1,6 @@
-"""Recordings of CW, made here: read by the program that ends, and by a running console."""
+"""Recordings of CW: read by the program that ends, and by a running console."""
 
-import array
-import math
 import os
-import random
 import struct
 import subprocess
 import tempfile
@@ -12,35 +9,10 @@ import unittest
 import wave
 
 import station as station_module
+from recordings import write_cw
 from station import Station
 
-CODES = {"A": ".-", "B": "-...", "C": "-.-.", "D": "-..", "E": ".", "F": "..-.", "H": "....", "K": "-.-", "N": "-.",
-         "O": "---", "Q": "--.-", "R": ".-.", "S": "...", "T": "-", "U": "..-", "1": ".----", "9": "----.", "5": "....."}
 TEXT = "CQ CQ DE K1ABC K1ABC TEST UR 599 THE FUN K"
-
-
-def write_recording(path, rate, hertz, wpm, noise, channels=1):
-    """Rectangular keying without edges, and noise."""
-    dot = 1.2 / wpm
-    marks, time = [], 0.3
-    for word in TEXT.split():
-        for character in word:
-            for sign in CODES[character]:
-                length = dot * (3 if sign == "-" else 1)
-                marks.append((time, time + length))
-                time += length + dot
-            time += 2 * dot
-        time += 4 * dot
-    chance = random.Random(5)
-    samples = array.array("h", (int(chance.gauss(0, noise)) for _ in range(int((time + 1) * rate))))
-    for begin, end in marks:
-        for at in range(int(begin * rate), int(end * rate)):
-            samples[at] += int(6000 * math.sin(2 * math.pi * hertz * at / rate))
-    with wave.open(path, "wb") as file:
-        file.setnchannels(channels)
-        file.setsampwidth(2)
-        file.setframerate(rate)
-        file.writeframes(array.array("h", (x for x in samples for _ in range(channels))).tobytes())
 
 
 class DecodeTest(unittest.TestCase):
@@ -55,7 +27,7 @@ class DecodeTest(unittest.TestCase):
 
     def test_prints_a_recording_and_ends(self):
         for rate, hertz, channels in ((8000, 830, 1), (44100, 450, 2)):
-            write_recording(self.path, rate, hertz, 24, 600, channels)
+            write_cw(self.path, TEXT, rate, hertz, 24, channels=channels)
             for mode in ("classic", "best"):
                 done = self.decode(self.path, "--mode", mode)
                 self.assertEqual((done.returncode, done.stdout.strip(), done.stderr), (0, TEXT, ""), (rate, mode))
@@ -70,7 +42,7 @@ class DecodeTest(unittest.TestCase):
             self.assertEqual((done.returncode, done.stdout, done.stderr.count("\n")), (1, "", 1), done.stderr)
 
     def test_a_running_console_reads_one_too(self):
-        write_recording(self.path, 11025, 640, 30, 600)
+        write_cw(self.path, TEXT, 11025, 640, 30)
         with Station() as station:
             kvx = station.start()
             self.assertEqual(kvx.command(f"decode {self.path} --mode classic", 30), "ok " + TEXT)
@@ -78,7 +50,7 @@ class DecodeTest(unittest.TestCase):
             self.assertTrue(kvx.command("decode").startswith("error: "))
 
     def test_a_long_recording_delays_nothing(self):
-        write_recording(self.path, 8000, 640, 30, 600)
+        write_cw(self.path, TEXT, 8000, 640, 30)
         with wave.open(self.path, "rb") as file:
             piece = file.readframes(file.getnframes())
         with wave.open(self.path, "wb") as file:

@@ -10,6 +10,7 @@ import time
 import unittest
 import wave
 
+from recordings import write_wav
 from sound_server import SoundServer, missing
 from station import Kvx, Station, noted, wait_until
 
@@ -21,9 +22,7 @@ def write_noise(path, seconds):
     """A recording without a silent sample; the samples."""
     source = random.Random(1)
     samples = array.array("h", ((source.randrange(-32768, 32768) | 1) for _ in range(seconds * RATE)))
-    with wave.open(path, "wb") as file:
-        file.setparams((1, 2, RATE, 0, "NONE", ""))
-        file.writeframes(samples.tobytes())
+    write_wav(path, RATE, samples)
     return samples
 
 
@@ -148,7 +147,3 @@ class AudioTest(unittest.TestCase):
         kvx.command("audio on")
         kvx.wait_line("audio ended", 6)
         self.assertIn(f", {len(played)} samples, ", kvx.command("audio"))
-
-
-if __name__ == "__main__":
-    unittest.main()

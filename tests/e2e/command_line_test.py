@@ -239,7 +239,3 @@ class TransmitTest(unittest.TestCase):
             kvx.process.send_signal(signal.SIGTERM)
             self.assertTrue(wait_until(lambda: not rig.transmitting, 1), "the rig still transmits")
             self.assertEqual(kvx.ended(), 0)
-
-
-if __name__ == "__main__":
-    unittest.main()

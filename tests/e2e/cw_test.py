@@ -54,7 +54,3 @@ class RigKeyerTest(unittest.TestCase):
         self.assertTrue(self.kvx.command("cw TEST").startswith("ok"))
         self.kvx.wait_line(lambda line: line.startswith("message FT-857 has no command for CW text"))
         self.assertEqual(self.sent(), "")
-
-
-if __name__ == "__main__":
-    unittest.main()

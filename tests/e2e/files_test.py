@@ -242,7 +242,3 @@ class StationFolderTest(unittest.TestCase):
         kvx = station_module.Kvx("--headless", "--station", "/proc/nowhere/station")
         self.assertEqual(kvx.ended(), 1)
         self.assertIn("/proc/nowhere/station", kvx.errors)
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -85,6 +85,8 @@ class RigsimTest(unittest.TestCase):
             kvx.wait_status(lambda status: status["open"] and status["replies"] > 0)
             self.assertEqual(kvx.command("sim knob 14044.44")[:2], "ok")
             kvx.wait_line("freq 14044.44")
+            kvx.wait_status(lambda status: status["keyer"]["ready"], 10)
+            self.assertIn("sim:winkey (simulated keyer", kvx.command("devices"))
             self.assertEqual(kvx.quit(), 0)
 
     def test_wrong_arguments(self):
@@ -105,7 +107,3 @@ class RigsimTest(unittest.TestCase):
         answer = ask(device, b"IF;", 1)
         self.assertEqual(len(answer), 38)
         self.assertGreater(time.monotonic() - begin, 0.9 * (3 + 38) * 10 / 1200)
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -46,10 +46,6 @@ class StrictWinkey(Rig):
         self.ignored = bytearray()  # what it passes over: 80 and above where a command is due
         self.sent = ""  # the characters that have been keyed to their end
         self.edges = []  # (moment, down)
-        self.delay = 0.0
-        self.boot = 0.0  # the first answer comes so much later
-        self.gap = 0.0  # between the bytes of an answer
-        self.noise = b""
         self.mute = False
         self.own_power = False  # it goes on keying when its plug is pulled
         self.key_down = False
@@ -79,13 +75,8 @@ class StrictWinkey(Rig):
     # What it says.
 
     def say(self, data, at):
-        if self.mute:
-            return
-        data, self.noise = self.noise + data, b""
-        start = at + self.delay + self.boot
-        self.boot = 0.0
-        for i, byte in enumerate(data):
-            self._queue(bytes([byte]), start + i * self.gap)
+        if not self.mute:
+            self._queue(data, at)
 
     def tell_status(self, at, always=False):
         status = 0xC0 | (0x10 if self.waiting else 0) | (0x04 if self.busy else 0)

@@ -98,17 +98,6 @@ class WinkeyTest(unittest.TestCase):
         self.assertEqual(self.complaints(kvx), [])
         kvx.wait_status(lambda status: status["keyer"]["waiting"] == 0 and status["keyer"]["left_ms"] == 0)
 
-    def test_text_is_sent_while_it_is_typed(self):
-        keyer, kvx = self.start(speed=60)
-        expected = ""
-        for piece in ("Vvv", " de ", "dl1abc", "<AR>", " ?"):
-            self.assertTrue(kvx.command(f"cw {piece}").startswith("ok"))
-            time.sleep(0.15)
-        self.assertTrue(wait_until(lambda: keyer.sent.endswith("?"), 10), keyer.sent)
-        expected = keyer.sent.replace(" ", "")
-        self.assertEqual(expected, "VVVDEDL1ABC<AR>?")
-        self.assertEqual(keyer.illegal, [])
-
     def test_silent_keyer(self):
         keyer = StrictWinkey()
         keyer.mute = True
@@ -126,28 +115,6 @@ class WinkeyTest(unittest.TestCase):
         self.assert_sent(keyer, "EE")
         self.assertEqual(keyer.heard().count(BEFORE_REPLY), 2)
         self.assertEqual(keyer.illegal, [])
-
-    def test_late_in_pieces_and_with_garbage(self):
-        for name, change in (("booting", {"boot": 1.5}), ("late", {"delay": 0.9}), ("pieces", {"gap": 0.15}),
-                             ("garbage", {"noise": b"\xff\x00~\x80\xc1"})):
-            with self.subTest(name), Station() as self.station:
-                keyer = StrictWinkey()
-                for attribute, value in change.items():
-                    setattr(keyer, attribute, value)
-                keyer, kvx = self.start(keyer)
-                self.assertEqual(keyer.heard().hex(" "), start_up(60).hex(" "))
-                kvx.command("cw TEST")
-                self.assert_sent(keyer, "TEST")
-                self.assertEqual((keyer.illegal, self.complaints(kvx)), ([], []))
-
-    def test_too_late(self):
-        keyer = StrictWinkey()
-        keyer.delay = 1.5  # three times that is more than there is
-        keyer, kvx = self.start(keyer, ready=False)
-        kvx.wait_line(f"message {FAILED}", 8)
-        time.sleep(2)
-        self.assertEqual(self.complaints(kvx), [f"message {FAILED}"])
-        self.assertNotIn(POT, keyer.heard())
 
     def test_vanishes_in_a_text_and_returns(self):
         for keep_link in (False, True):
@@ -192,19 +159,6 @@ class WinkeyTest(unittest.TestCase):
         self.assertEqual((keyer.sent, keyer.key_down, keyer.illegal), (sent, False, []))
         kvx.command("cw E")
         self.assert_sent(keyer, sent + "E")
-
-    def test_speed_in_the_middle(self):
-        keyer, kvx = self.start(speed=30)
-        keyer.forget()
-        kvx.command("cw PARIS PARIS PARIS")
-        self.assertTrue(wait_until(lambda: len(keyer.sent) >= 2, 5), keyer.sent)
-        self.assertTrue(kvx.command("speed 60").startswith("ok"))
-        self.assert_sent(keyer, "PARIS PARIS PARIS", 20)
-        speeds = [command for command in keyer.commands if command.startswith(("02", "1c"))]
-        self.assertEqual(speeds, ["02 3c", "1c 3c"])
-        self.assertEqual(keyer.illegal, [])
-        shortest = min(later[0] - earlier[0] for earlier, later in zip(keyer.edges, keyer.edges[1:]) if earlier[1])
-        self.assertAlmostEqual(shortest, 1.2 / 60, delta=0.01)
 
     def test_tune_has_a_limit(self):
         keyer, kvx = self.start(more="TUNETIME= 1\n")
@@ -255,7 +209,7 @@ class WinkeyTest(unittest.TestCase):
 
 
 class SimulatedKeyerTest(unittest.TestCase):
-    """The console's own simulated keyer, as a program of its own and in the demo station."""
+    """The console's own simulated keyer, as a program of its own."""
 
     def setUp(self):
         self.station = Station()
@@ -295,28 +249,6 @@ class SimulatedKeyerTest(unittest.TestCase):
                 self.assertFalse(self.state(keyer)["open"])
                 self.assertEqual(keyer.quit(), 0)
 
-    def test_unplugged_and_plugged_in(self):
-        self.station.write("ports.ini", f"COM5={self.station.device}\n")
-        self.station.write("rig.ini", "KEYERPORT=WINKEY\nPADDLECOM= 5\nWINKEY1= 1\nCWSPEED= 60\n")
-        keyer = self.simulate("winkey")
-        kvx = self.station.start()
-        for _ in range(2):
-            kvx.wait_status(lambda status: status["keyer"]["ready"], 8)
-            self.assertEqual(keyer.command("unplug"), "ok")
-            kvx.wait_status(lambda status: not status["keyer"]["ready"])
-            self.assertEqual(keyer.command("plug"), "ok")
-        kvx.wait_status(lambda status: status["keyer"]["ready"], 8)
-        kvx.command("cw E")
-        self.assertTrue(wait_until(lambda: self.state(keyer)["sent"] == "E", 5, 0.05), self.state(keyer))
-
-    def test_the_demo_station_has_a_keyer(self):
-        kvx = Kvx("--headless", "--demo", environment={"XDG_DATA_HOME": self.station.folder})
-        self.station.programs.append(kvx)
-        kvx.wait_status(lambda status: status["open"] and status["keyer"] and status["keyer"]["ready"], 10)
-        self.assertIn("sim:winkey (simulated keyer", kvx.command("devices"))
-        self.assertTrue(kvx.command("cw TEST").startswith("ok"))
-        kvx.wait_line("cw idle", 10)
-        self.assertEqual(kvx.quit(), 0)
 
 
 def keyed(path, wpm):
@@ -335,7 +267,3 @@ def keyed(path, wpm):
         elif length > 2 and elements:
             elements += " "
     return elements.strip()
-
-
-if __name__ == "__main__":
-    unittest.main()
