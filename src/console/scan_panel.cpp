@@ -120,7 +120,7 @@ void ScanPanel::MakeRun(QGridLayout& grid) {
   grid.addWidget(up_, 1, 2);
   grid.addWidget(down_, 1, 3);
   auto* times = new QHBoxLayout;
-  times->setSpacing(fontMetrics().height() / 2);
+  times->setSpacing(fontMetrics().height() / 4);
   for (const auto& [caption, box] : {std::pair(tr("Dwell"), dwell_), std::pair(tr("Hang"), hang_)}) {
     auto* label = new QLabel(caption);
     label->setProperty("role", "quiet");

@@ -9,7 +9,6 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QTest>
-#include <set>
 
 #include "accessories/accessories.h"
 #include "accessories/antenna_port_window.h"
@@ -18,6 +17,7 @@
 #include "fakes/system_files.h"
 #include "fakes/temporary_folder.h"
 #include "fakes/virtual_loop.h"
+#include "fakes/window_hands.h"
 
 namespace kvx::accessories {
 namespace {
@@ -73,10 +73,7 @@ struct Shack {
   }
   template <class Control>
   Control& Find(const QString& name) const {
-    for (auto* control : window->findChildren<Control*>()) {
-      if (control->objectName() == name || control->accessibleName() == name) return *control;
-    }
-    qFatal("there is no control %s", qPrintable(name));
+    return *FindControl<Control>(*window, name);
   }
   void Type(const QString& name, const QString& text) const {
     auto& line = Find<QLineEdit>(name);
@@ -263,31 +260,6 @@ TEST(DirectPortWindow, ButtonsLatchOrPulseTheLinesOfTheirOwnPort) {
   const auto caption = [&](const char* name) { return shack.Find<QPushButton>(name).accessibleName(); };
   EXPECT_EQ(caption("Command2") + "/" + caption("Command3") + "/" + caption("Command6"), "Beam/Bit 1/R&D");
   EXPECT_EQ(shack.Find<QPushButton>("Command6").text(), "R&&D");
-}
-
-TEST(AntennaWindows, TellWhatEachControlIsAndFitASmallScreen) {
-  Shack shack;
-  shack.OpenAntennas();
-  shack.Click("setup");
-  AntSpeedF ports(shack.antennas);
-  DirectPF direct(shack.antennas, shack.accessories.direct);
-  for (QWidget* window : {shack.window.get(), static_cast<QWidget*>(&ports), static_cast<QWidget*>(&direct)}) {
-    window->show();
-    for (const int percent : {100, 250}) {
-      shack.appearance.Use(widgets::MakeTheme("contrast"), percent);
-      window->resize(1024, 600);
-      for (int round = 0; round < 4; ++round) QApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
-      EXPECT_LE(window->minimumSizeHint().width(), 1024);
-      for (auto* control : window->findChildren<QWidget*>()) {
-        const bool operable = control->focusPolicy() != Qt::NoFocus && control->isVisible();
-        const bool told = !control->accessibleName().isEmpty() && !control->toolTip().isEmpty();
-        EXPECT_TRUE(told || !operable) << control->metaObject()->className() << control->objectName().toStdString();
-        const bool cut = qobject_cast<QPushButton*>(control) && control->width() < control->sizeHint().width();
-        EXPECT_FALSE(cut) << control->accessibleName().toStdString();
-      }
-    }
-  }
-  shack.appearance.Use(widgets::MakeTheme("dark"), 100);
 }
 
 }  // namespace

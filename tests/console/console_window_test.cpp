@@ -2,16 +2,11 @@
 
 #include <QApplication>
 #include <QDialog>
-#include <QLineEdit>
-#include <QScrollArea>
 #include <QTest>
-#include <QWheelEvent>
 
 #include "console_fixture.h"
-#include "widgets/band_chart.h"
+#include "fakes/window_hands.h"
 #include "widgets/frequency_display.h"
-#include "widgets/slider_column.h"
-#include "widgets/tuning_knob.h"
 
 namespace kvx::console {
 namespace {
@@ -28,11 +23,7 @@ struct Desk {
 
   template <class Widget>
   Widget* Find(const QString& name) const {
-    for (Widget* widget : window->findChildren<Widget*>()) {
-      if (widget->accessibleName() == name) return widget;
-    }
-    ADD_FAILURE() << "no control is named " << name.toStdString();
-    return nullptr;
+    return FindControl<Widget>(*window, name);
   }
   /// What has reached the rig since the last call, a line that is still busy included.
   std::string Written() {
@@ -42,7 +33,7 @@ struct Desk {
   }
   std::string Click(const QString& name) {
     auto* button = Find<QPushButton>(name);
-    if (button == nullptr || !button->isEnabled()) return "greyed";
+    if (!button->isEnabled()) return "greyed";
     QTest::mouseClick(button, Qt::LeftButton);
     return Written();
   }
@@ -52,36 +43,6 @@ struct Desk {
   BenchOn<FakeSerialPort> bench;
   std::unique_ptr<ConsoleWindow> window;
 };
-
-void Wheel(QWidget& widget, const QPoint& at, int eighths) {
-  QWheelEvent event(at, widget.mapToGlobal(at), {}, {0, eighths}, Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase,
-                    false);
-  QCoreApplication::sendEvent(&widget, &event);
-}
-
-TEST(ConsoleWindow, EveryButtonEndsInItsBytesAtTheRig) {
-  Desk desk;
-  desk.Written();
-  struct Row {
-    QString name;
-    std::string bytes;
-  };
-  for (const Row& row : {
-           Row{"Mode USB", "MD2;"},
-           Row{"Mode AM", "MD5;"},
-           Row{"Use VFO B", "FR1;FT1;FB;"},
-           Row{"Use VFO A", "FR0;FT0;FA;"},
-           Row{"Band 40 metres", "MD3;FA00007000000;"},
-           Row{"Band 902 MHz", "MD3;FA00902000000;"},
-           Row{"RIT on or off", "RT1;"},
-           Row{"Standing wave meter", "RM1;"},
-           Row{"Drain current meter", "greyed"},
-           Row{"Function key 1: NB", "NB1;"},
-           Row{"Function key 1: NB", "NB0;"},
-       }) {
-    EXPECT_EQ(desk.Click(row.name), row.bytes) << row.name.toStdString();
-  }
-}
 
 TEST(ConsoleWindow, LampsFollowTheStationAndNotTheClick) {
   Desk desk;
@@ -102,38 +63,17 @@ TEST(ConsoleWindow, TheWheelTunesByTheStepAnywhereAndByTheDigitOnADigit) {
   Desk desk;
   desk.Written();
   QWidget* center = desk.window->centralWidget();
-  Wheel(*center, {5, 5}, 120);
-  Wheel(*center, {5, 5}, 60);
-  Wheel(*center, {5, 5}, 60);  // half notches add up
+  TurnWheel(*center, {5, 5}, {0, 120});
+  TurnWheel(*center, {5, 5}, {0, 60});
+  TurnWheel(*center, {5, 5}, {0, 60});  // half notches add up
   EXPECT_EQ(desk.Frequency(), "14000.10");
   desk.Written();
   auto* display = desk.Find<widgets::FrequencyDisplay>("Frequency");
   const int before = desk.bench.station.console.FreqDisp->hz();
-  Wheel(*display, {display->width() / 4, display->height() / 2}, 120);
+  TurnWheel(*display, {display->width() / 4.0, display->height() / 2.0}, {0, 120});
   const int change = desk.bench.station.console.FreqDisp->hz() - before;
   EXPECT_TRUE(change == 100'000 || change == 10'000 || change == 1'000 || change == 1'000'000) << change;
   EXPECT_FALSE(desk.Written().empty());
-}
-
-TEST(ConsoleWindow, ADragOnTheKnobSendsTheLastFrequency) {
-  Desk desk;
-  desk.Written();
-  auto* knob = desk.window->findChild<widgets::TuningKnob*>();
-  const QPoint middle = knob->rect().center();
-  for (const auto& [button, name] : {std::pair{Qt::LeftButton, "left"}, std::pair{Qt::RightButton, "right"}}) {
-    const auto before = desk.bench.station.console.FreqDisp->decihertz;
-    QTest::mousePress(knob, button, {}, middle);
-    for (int x = 1; x <= 40; ++x) {
-      QMouseEvent move(QEvent::MouseMove, middle + QPoint(x, 0), knob->mapToGlobal(middle + QPoint(x, 0)), Qt::NoButton,
-                       button, Qt::NoModifier);
-      QCoreApplication::sendEvent(knob, &move);
-    }
-    QTest::mouseRelease(knob, button, {}, middle + QPoint(40, 0));
-    EXPECT_GT(desk.bench.station.console.FreqDisp->decihertz, before) << name;
-    const std::string written = desk.Written();
-    const std::string last = "FA000" + std::to_string(desk.bench.station.console.FreqDisp->hz()) + ";";
-    EXPECT_TRUE(written.ends_with(last)) << name << " " << written;
-  }
 }
 
 TEST(ConsoleWindow, DigitsTypedAnywhereAreAFrequency) {
@@ -150,69 +90,6 @@ TEST(ConsoleWindow, DigitsTypedAnywhereAreAFrequency) {
   EXPECT_EQ(desk.Frequency(), "7010.50");
   EXPECT_EQ(desk.Written(), "FA00007010500;");
   EXPECT_EQ(KhzText(*desk.bench.station.console.Reference), "7010.50");
-}
-
-TEST(ConsoleWindow, AValueThatIsTypedIsTheKeysValueAndStaysWhilePolling) {
-  Desk desk;
-  auto* value = desk.Find<QLineEdit>("Value of function key 9");
-  value->setFocus();
-  QTest::keyClicks(value, "08");
-  desk.bench.port.Arrive("IF00014025000     +00000000000300000000;SM00012;");
-  desk.bench.loop.RunFor(1s);
-  EXPECT_EQ(value->text(), "08");
-  desk.Written();
-  QTest::keyClick(value, Qt::Key_Return);
-  EXPECT_EQ(desk.Written(), "") << "it stores and presses nothing";
-  EXPECT_EQ(*desk.bench.station.console.MsgArea, "stored 14025.00 CW");
-  EXPECT_EQ(*(*desk.bench.station.functions.store.Find("TS-2000", "14025.00"))->texts[8], "08");
-  EXPECT_EQ(desk.Click("Function key 9: Tone number"), "TN08;");
-}
-
-TEST(ConsoleWindow, AClickInTheChartTunesThere) {
-  Desk desk;
-  desk.Written();
-  auto* chart = desk.window->findChild<widgets::BandChart*>();
-  QTest::mouseClick(chart, Qt::LeftButton, {}, QPoint(chart->width() / 2, chart->height() / 3));
-  EXPECT_NEAR(static_cast<double>(desk.bench.station.console.FreqDisp->hz()), 14'175'000, 1'500);
-  EXPECT_FALSE(desk.Written().empty());
-}
-
-TEST(ConsoleWindow, SlidersHaveTheRigsNamesAndSendTheirCommands) {
-  Desk desk;
-  desk.Written();
-  const auto sliders = desk.window->findChildren<widgets::SliderColumn*>();
-  ASSERT_EQ(sliders.size(), config::kSliders);
-  sliders[6]->on_move(120);
-  EXPECT_EQ(desk.Written(), "AG0120;");
-  desk.bench.station.console.Slider.Set(6, 77);
-  EXPECT_EQ(sliders[6]->value(), 77);
-}
-
-TEST(ConsoleWindow, EveryControlHasANameAndFitsIntoTheWindow) {
-  for (const auto& [width, height, text] : {std::tuple{1024, 600, 100}, std::tuple{1280, 800, 100},
-                                            std::tuple{2560, 1440, 100}, std::tuple{1280, 800, 200}}) {
-    Desk desk;
-    ASSERT_TRUE(desk.bench.station.SetTextSize(text));
-    desk.window->resize(width, height);
-    QCoreApplication::processEvents();
-    EXPECT_EQ(desk.window->size(), QSize(width, height)) << "it needs more room";
-    const QWidget* center = desk.window->findChild<QScrollArea*>()->widget();
-    if (text == 100) {
-      EXPECT_LE(center->height(), height) << "scroll bars at " << width;
-    }
-    for (const QWidget* widget : center->findChildren<QWidget*>()) {
-      if (widget->focusPolicy() == Qt::NoFocus || !widget->isVisible()) continue;
-      EXPECT_FALSE(widget->accessibleName().isEmpty() && !widget->inherits("QCheckBox") && !widget->inherits("QLabel"))
-          << widget->metaObject()->className();
-      const QRect place(widget->mapTo(center, QPoint(0, 0)), widget->size());
-      EXPECT_TRUE(center->rect().contains(place)) << widget->accessibleName().toStdString();
-    }
-    for (const QPushButton* button : center->findChildren<QPushButton*>()) {
-      const int needed = button->fontMetrics().horizontalAdvance(button->text());
-      if (!button->isVisible()) continue;
-      EXPECT_LE(needed, button->width()) << button->text().toStdString() << " at " << width;
-    }
-  }
 }
 
 TEST(ConsoleWindow, ShutDownBringsTheWindowsBackAndKeepsTheirPlaces) {
@@ -281,7 +158,7 @@ TEST(ConsoleWindow, TheWheelOverAGreyedControlTunesNothing) {
   auto* greyed = desk.Find<QPushButton>("Drain current meter");
   ASSERT_FALSE(greyed->isEnabled());
   QWidget* center = desk.window->centralWidget();
-  Wheel(*center, greyed->mapTo(center, greyed->rect().center()), 120);
+  TurnWheel(*center, greyed->mapTo(center, greyed->rect().center()), {0, 120});
   EXPECT_EQ(desk.Written(), "");
 }
 

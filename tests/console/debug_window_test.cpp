@@ -11,6 +11,7 @@
 #include <QTest>
 
 #include "console_fixture.h"
+#include "fakes/window_hands.h"
 
 namespace kvx::console {
 namespace {
@@ -42,10 +43,7 @@ struct DebugView {
   QTableView& table() { return *window.findChild<QTableView*>(); }
   template <class Control>
   Control& Find(const QString& name) {
-    for (auto* control : window.findChildren<Control*>()) {
-      if (control->accessibleName() == name) return *control;
-    }
-    qFatal("there is no control of that name");
+    return *FindControl<Control>(window, name);
   }
 
   Bench bench{RigIni("TS-2000")};
@@ -165,21 +163,6 @@ TEST(DebugWindow, SavesAndCopiesWhatItShows) {
   for (auto* label : view.window.findChildren<QLabel*>()) {
     EXPECT_EQ(label->text().contains("/nowhere/at/all.txt"), label->property("role") == "error");
   }
-}
-
-TEST(DebugWindow, TheKeyboardReachesEveryControl) {
-  DebugView view;
-  view.window.activateWindow();
-  view.Find<QLineEdit>("Filter").setFocus();
-  QStringList names;
-  for (int i = 0; i < 9; ++i) {
-    names << QApplication::focusWidget()->accessibleName();
-    EXPECT_FALSE(QApplication::focusWidget()->toolTip().isEmpty()) << names.last().toStdString();
-    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
-  }
-  EXPECT_EQ(names, (QStringList{"Filter", "Show what was sent", "Show what was received", "Pause", "Clear", "Save",
-                                "Traffic", "Command", "Send the command"}));
-  EXPECT_EQ(QApplication::focusWidget()->accessibleName(), "Filter");
 }
 
 }  // namespace

@@ -10,18 +10,10 @@
 #include "console/link_commands.h"
 #include "console_fixture.h"
 #include "fakes/fake_device_list.h"
+#include "fakes/window_hands.h"
 
 namespace kvx::console {
 namespace {
-
-template <class Widget>
-Widget* Find(QWidget& window, const QString& name) {
-  for (Widget* widget : window.findChildren<Widget*>()) {
-    if (widget->accessibleName() == name) return widget;
-  }
-  ADD_FAILURE() << "no control is named " << name.toStdString();
-  return nullptr;
-}
 
 struct LinkedDesk {
   LinkedDesk() : bench(RigIni("TS-2000", 38400, "CWSKIMMER= 7\n"), "", true) { bench.Start(5s); }
@@ -39,8 +31,8 @@ TEST(LinkButtons, SwitchTheirLinkShowItsStateAndLeaveAMessageWhereThereIsNoPort)
   window.on_logger_keyer = [&](bool on) { (void)SwitchLoggerKeyer(desk.setup, on); };
   window.show();
   ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
-  auto* logger = Find<QPushButton>(window, "Link to the logger");
-  auto* keyer = Find<QPushButton>(window, "Link from the logger to the WinKeyer");
+  auto* logger = FindControl<QPushButton>(window, "Link to the logger");
+  auto* keyer = FindControl<QPushButton>(window, "Link from the logger to the WinKeyer");
   EXPECT_EQ(logger->toolTip(),
             "Communicate with N1MM or CWSkimmer through a virtual pair of comm ports. (Ctrl+Shift+N)");
   EXPECT_EQ(keyer->toolTip(), "Communicate with Winkeyer through a virtual pair of comm ports. (Ctrl+Shift+K)");
@@ -55,7 +47,7 @@ TEST(LinkButtons, SwitchTheirLinkShowItsStateAndLeaveAMessageWhereThereIsNoPort)
   QTest::mouseClick(keyer, Qt::LeftButton);
   EXPECT_FALSE(keyer->isChecked());
   EXPECT_EQ(*desk.bench.station.console.MsgArea, "Please select a comm port for Winkeyin in the config menu.");
-  auto* dde = Find<QLabel>(window, "DDE");
+  auto* dde = FindControl<QLabel>(window, "DDE");
   EXPECT_FALSE(dde->isVisible());
   desk.bench.dde.on_call({.type = platform::DdeType::kRequest, .item = "HRD_HERTZ"});
   EXPECT_TRUE(dde->isVisible());
@@ -71,12 +63,12 @@ TEST(LinkWindow, ShowsWhatEachLinkWasAskedAndWhatTheLoggerSends) {
   ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
   desk.bench.logger_port.Arrive("IF;FA;\r");
   window.Refresh();
-  const auto* table = Find<QTableWidget>(window, "Links");
+  const auto* table = FindControl<QTableWidget>(window, "Links");
   QStringList row;
   for (const int column : {1, 2, 4, 5, 6}) row << table->item(0, column)->text();
   EXPECT_EQ(row,
             QStringList({"on COM7", "3", "IF;FA;", "FA00014000000;IF000140000000001+0000000000030000000;", "MD;"}));
-  auto* received = Find<QPlainTextEdit>(window, "Received from the logger");
+  auto* received = FindControl<QPlainTextEdit>(window, "Received from the logger");
   EXPECT_EQ(received->toPlainText(), "IF;FA;<CR>") << "what came before the window was open is not kept";
   window.hide();
   desk.bench.logger_port.Arrive(std::string(100'000, 'x'));

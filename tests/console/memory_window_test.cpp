@@ -12,6 +12,7 @@
 #include "console/console_window.h"
 #include "console/memory_menu.h"
 #include "console_fixture.h"
+#include "fakes/window_hands.h"
 
 namespace kvx::console {
 namespace {
@@ -76,10 +77,7 @@ struct Memories {
   }
   template <class Control>
   Control& Find(const QString& name) const {
-    for (auto* control : window->findChildren<Control*>()) {
-      if (control->accessibleName() == name || control->toolTip().startsWith(name)) return *control;
-    }
-    qFatal("there is no control of that name");
+    return *FindControl<Control>(*window, name);
   }
   void Click(const QString& name) const { QTest::mouseClick(&Find<QPushButton>(name), Qt::LeftButton); }
   QString Message() const { return Find<QLabel>("What became of").text(); }
@@ -302,38 +300,6 @@ TEST(MemoryWindow, AScreenReaderIsToldTheChannelInEveryCell) {
   EXPECT_EQ(memories.Cell(2, MemoryModel::kComment, Qt::AccessibleTextRole), "channel 3, empty");
   EXPECT_EQ(memories.Cell(1, MemoryModel::kSkip, Qt::AccessibleTextRole), "Skip off, channel 2");
   EXPECT_EQ(memories.Cell(1, MemoryModel::kVfo, Qt::AccessibleTextRole), "VFO none, channel 2");
-}
-
-TEST(MemoryWindow, TheKeyboardReachesEveryControl) {
-  Memories memories;
-  QStringList missing;
-  for (auto* button : memories.window->findChildren<QPushButton*>()) {
-    if (button->isEnabled()) missing << button->accessibleName();
-    EXPECT_TRUE(button->toolTip().contains('(')) << button->text().toStdString();
-  }
-  EXPECT_GT(missing.size(), 4);
-  memories.Find<QLineEdit>("Search").setFocus();
-  for (int i = 0; i < 20; ++i) {
-    QWidget* focus = QApplication::focusWidget();
-    EXPECT_FALSE(focus->toolTip().isEmpty());
-    missing.removeAll(focus->accessibleName());
-    QTest::keyClick(focus, Qt::Key_Tab);
-  }
-  EXPECT_EQ(missing, QStringList{});
-}
-
-TEST(MemoryWindow, FitsASmallScreenWithLargeText) {
-  Memories memories;
-  for (const int percent : {100, 200}) {
-    memories.appearance.Use(widgets::MakeTheme("light"), percent);
-    memories.window->resize(1024, 600);
-    for (int round = 0; round < 4; ++round) QApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
-    EXPECT_LE(memories.window->minimumSizeHint().width(), 1024) << percent;
-    EXPECT_LE(memories.window->minimumSizeHint().height(), 600) << percent;
-    for (auto* button : memories.window->findChildren<QPushButton*>())
-      EXPECT_GE(button->width(), button->sizeHint().width()) << button->text().toStdString();
-  }
-  memories.appearance.Use(widgets::MakeTheme("dark"), 100);
 }
 
 TEST(MemoryMenu, StepsAndRecallsWithoutTheTable) {

@@ -11,6 +11,7 @@
 #include <QTest>
 
 #include "console_fixture.h"
+#include "fakes/window_hands.h"
 #include "widgets/appearance.h"
 
 namespace kvx::console {
@@ -38,11 +39,7 @@ struct Desk : Bench {
 
   template <class T>
   T* Find(const QString& accessible_name) {
-    for (T* widget : window.findChildren<T*>()) {
-      if (widget->accessibleName() == accessible_name) return widget;
-    }
-    ADD_FAILURE() << "no " << accessible_name.toStdString();
-    return nullptr;
+    return FindControl<T>(window, accessible_name);
   }
   QPushButton* Button(const QString& text) {
     for (QPushButton* button : window.findChildren<QPushButton*>()) {
@@ -250,33 +247,6 @@ TEST(RigEditorWindow, AFieldIsFoundByNameHintOrValueAndGroupsByKeys) {
   QTest::keyClicks(QApplication::focusWidget(), "orion");
   QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
   EXPECT_EQ(desk.chosen(), "Orion");
-}
-
-TEST(RigEditorWindow, EveryControlHasANameATipAndAPlaceInTheTabOrder) {
-  Desk desk;
-  int controls = 0;
-  for (const QWidget* widget : desk.window.findChildren<QWidget*>()) {
-    const bool control = qobject_cast<const QLineEdit*>(widget) || qobject_cast<const QPushButton*>(widget) ||
-                         qobject_cast<const QCheckBox*>(widget) || qobject_cast<const QListWidget*>(widget) ||
-                         qobject_cast<const QTabBar*>(widget);
-    if (!control) continue;
-    ++controls;
-    const std::string what = widget->accessibleName().toStdString() + " " + widget->objectName().toStdString();
-    EXPECT_FALSE(widget->accessibleName().isEmpty() || widget->toolTip().isEmpty()) << what;
-    EXPECT_TRUE(widget->focusPolicy() & Qt::TabFocus) << what;
-  }
-  EXPECT_GT(controls, 118);
-}
-
-TEST(RigEditorWindow, FitsASmallScreenWithLargeText) {
-  Desk desk;
-  for (const int percent : {100, 200}) {
-    desk.look.Use(widgets::MakeTheme("light"), percent);
-    QApplication::processEvents();
-    const QSize least = desk.window.minimumSizeHint();
-    EXPECT_LE(least.width(), 1024) << percent;
-    EXPECT_LE(least.height(), 600) << percent;
-  }
 }
 
 TEST(RigEditorWindow, ItsDialogsAnswerByKeyboardAndNeverHoldTheEngine) {

@@ -6,19 +6,17 @@
 #include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
-#include <QScrollArea>
 #include <QSlider>
 #include <QSpinBox>
 #include <QTableWidget>
 #include <QTest>
 #include <QTreeWidget>
-#include <QWheelEvent>
 
 #include <algorithm>
-#include <set>
 
 #include "console_fixture.h"
 #include "fakes/fake_device_list.h"
+#include "fakes/window_hands.h"
 
 namespace kvx::console {
 namespace {
@@ -35,14 +33,9 @@ struct DialogBench {
     dialog.Open(page);
     EXPECT_TRUE(QTest::qWaitForWindowActive(&dialog));
   }
-  /// The visible control of that name.
   template <class Control>
   Control* Find(const QString& name) {
-    for (Control* control : dialog.findChildren<Control*>()) {
-      if (control->accessibleName() == name && control->isVisible()) return control;
-    }
-    ADD_FAILURE() << "there is no " << name.toStdString();
-    return nullptr;
+    return FindControl<Control>(dialog, name);
   }
   /// Where the button begins: a check box takes clicks on its box and its text only.
   void Click(const QString& name) {
@@ -250,7 +243,7 @@ TEST(SetupDialog, StationSettingsCountAtOnce) {
   EXPECT_TRUE(bench.Says("The offset is a number of kHz", "error"));
 }
 
-TEST(SetupDialog, KeyerSettingsAreKeptOneByOne) {
+TEST(SetupDialog, KeyerAndLinkSettingsAreKeptOneByOne) {
   DialogBench bench(RigIni("TS-2000", 38400, "PIN5= 1\nKEYERPORT 2=COM12\nIGNOREPOT=True\n"), SetupDialog::kKeyer);
   EXPECT_FALSE(bench.Says("not part of this version yet", "quiet"));
   EXPECT_EQ(bench.Find<QComboBox>("Pin 5")->currentText(), "PTT");
@@ -272,6 +265,10 @@ TEST(SetupDialog, KeyerSettingsAreKeptOneByOne) {
   EXPECT_TRUE(bench.Ini("REVPADDLE=True") && bench.Ini("IGNOREPOT=False"));
   EXPECT_EQ(tone->text(), "999");
   bench.dialog.Open(SetupDialog::kLinks);
+  auto* host = bench.Find<QLineEdit>("Host");
+  bench.Type(host, "dx.example.org");
+  QTest::keyClick(host, Qt::Key_Return);
+  EXPECT_TRUE(bench.Ini("HOSTNAME=dx.example.org"));
   bench.dialog.Open(SetupDialog::kKeyer);
   EXPECT_EQ(tone->text(), "5");
   EXPECT_TRUE(bench.Ini("PIN5= 1")) << "what was not touched";
@@ -331,22 +328,6 @@ TEST(SetupDialog, AKeyerPortIsChosenButNotTheRigPort) {
   EXPECT_TRUE(bench.Ini("KEYERPORT 2=COM4"));
 }
 
-TEST(SetupDialog, LinkSettingsAreKeptOneByOne) {
-  DialogBench bench(RigIni("TS-2000", 38400, "FontName=Courier\n"), SetupDialog::kLinks);
-  auto* host = bench.Find<QLineEdit>("Host");
-  bench.Type(host, "dx.example.org");
-  QTest::keyClick(host, Qt::Key_Return);
-  EXPECT_TRUE(bench.Ini("HOSTNAME=dx.example.org"));
-  bench.Type(host, "PIN5=");
-  QTest::keyClick(host, Qt::Key_Return);
-  EXPECT_TRUE(bench.Says("HOSTNAME cannot contain PIN5=", "error"));
-  auto* port = bench.Find<QLineEdit>("Port");
-  bench.Type(port, "12");
-  QTest::keyClick(port, Qt::Key_Return);
-  bench.Click("The packet link uses the rig");
-  EXPECT_TRUE(bench.Ini("CWSKIMMER= 12") && bench.Ini("PACKETUSERIG=True") && bench.Ini("FontName=Courier"));
-}
-
 TEST(SetupDialog, TheAppearanceIsChosenByMouseAndKeyboard) {
   DialogBench bench(RigIni("TS-2000"), SetupDialog::kAppearance);
   const Console& console = bench.bench.station.console;
@@ -371,9 +352,7 @@ TEST(SetupDialog, TheWheelScrollsThePageAndChangesNothingOnItsWay) {
   DialogBench bench(RigIni("TS-2000"), SetupDialog::kStation);
   auto* interval = bench.Find<QSpinBox>("Poll interval");
   bench.Find<QComboBox>("IARU region")->setFocus();
-  QWheelEvent wheel(interval->rect().center(), interval->mapToGlobal(interval->rect().center()), {}, {0, 120},
-                    Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
-  QCoreApplication::sendEvent(interval, &wheel);
+  TurnWheel(*interval, interval->rect().center(), {0, 120});
   EXPECT_EQ(interval->value(), 50);
 }
 
@@ -386,53 +365,6 @@ TEST(SetupDialog, AnnouncementsAreSwitchedAndTried) {
   EXPECT_TRUE(bench.Ini("ANNOUNCEMENTS=1"));
   bench.Click("Say something");
   EXPECT_EQ(spoken, "14000.00 kilohertz, CW");
-}
-
-TEST(SetupDialog, EveryControlHasANameATipAndAPlaceInTheTabOrder) {
-  DialogBench bench("");
-  for (const auto page : {SetupDialog::kRig, SetupDialog::kPort, SetupDialog::kStation, SetupDialog::kKeyer,
-                          SetupDialog::kLinks, SetupDialog::kAppearance, SetupDialog::kAnnouncements}) {
-    bench.dialog.Open(page);
-    std::set<QWidget*> reached;
-    for (int i = 0; i < 60; ++i) {
-      QTest::keyClick(bench.dialog.focusWidget(), Qt::Key_Tab);
-      reached.insert(bench.dialog.focusWidget());
-    }
-    int controls = 0;
-    for (QWidget* control : bench.dialog.findChildren<QWidget*>()) {
-      const bool counts = control->isVisible() && control->isEnabled() &&
-                          (control->focusPolicy() & Qt::TabFocus) != 0 && control->focusProxy() == nullptr;
-      if (!counts) continue;
-      ++controls;
-      const std::string what = control->metaObject()->className() + (" on page " + std::to_string(page));
-      QWidget* named = qobject_cast<QComboBox*>(control->parentWidget()) ? control->parentWidget() : control;
-      EXPECT_FALSE(named->accessibleName().isEmpty()) << what;
-      EXPECT_FALSE(named->toolTip().isEmpty()) << what;
-      const bool in_order = reached.count(control) == 1 || reached.count(control->parentWidget()) == 1;
-      EXPECT_TRUE(in_order) << what << " " << named->accessibleName().toStdString();
-    }
-    EXPECT_GE(controls, 4);
-  }
-  QTest::keyClick(&bench.dialog, Qt::Key_Escape);
-  EXPECT_FALSE(bench.dialog.isVisible());
-}
-
-TEST(SetupDialog, FitsASmallScreenAtTwiceTheTextSize) {
-  DialogBench bench("");
-  bench.appearance.Use(widgets::MakeTheme("dark"), 200);
-  bench.dialog.resize(1000, 570);
-  for (const auto page : {SetupDialog::kRig, SetupDialog::kPort, SetupDialog::kStation, SetupDialog::kKeyer,
-                          SetupDialog::kLinks, SetupDialog::kAppearance, SetupDialog::kAnnouncements}) {
-    bench.dialog.Open(page);
-    QCoreApplication::processEvents();
-    EXPECT_LE(bench.dialog.width(), 1000);
-    EXPECT_LE(bench.dialog.height(), 570);
-    for (const QScrollArea* area : bench.dialog.findChildren<QScrollArea*>()) {
-      if (!area->isVisible()) continue;
-      EXPECT_LE(area->widget()->width(), area->viewport()->width()) << "page " << page << " needs to be moved sideways";
-    }
-  }
-  bench.appearance.Use(widgets::MakeTheme("dark"), 100);
 }
 
 }  // namespace

@@ -1,11 +1,8 @@
 #include "console/station.h"
 
-#include <sqlite3.h>
-
 #include <filesystem>
 #include <fstream>
 
-#include "console/status.h"
 #include "console_fixture.h"
 
 namespace kvx::console {
@@ -171,17 +168,6 @@ TEST(Station, ARigNumberButtonReadsTheFrequencyOrSendsItsOwnCommand) {
   EXPECT_EQ(*bench.station.console.RigNumber, "7");
 }
 
-TEST(Station, SlidersStayWithinTheRigsBounds) {
-  Bench bench(RigIni("TS-2000"));
-  bench.Start();
-  bench.station.console.Polling.Set(false);
-  bench.port.written.clear();
-  for (const auto& [slider, value] : {std::pair{9, 500}, {9, 1}, {1, 999}, {10, 3}})
-    bench.station.MoveSlider(slider, value);
-  EXPECT_EQ(bench.port.written, "PC100;PC005;KS060;SL03;");
-  EXPECT_EQ(bench.station.MoveSlider(2, 70), cat::SendOutcome::kNoTemplate);
-}
-
 TEST(Station, ShutDownReleasesTheTransmitterAndKeepsTheStateForTheNextStart) {
   Bench bench(RigIni("TS-2000"));
   bench.Start();
@@ -304,54 +290,6 @@ TEST(Station, FilesThatCannotBeReadAreNamedAndNothingIsDestroyed) {
     EXPECT_EQ(bench.folder.Get(row.kept_as), row.content) << row.file;
     EXPECT_EQ(bench.station.RigNames()->size(), ShippedRigs()) << row.file;
   }
-}
-
-/// The value at a path of a JSON text as a second reader of JSON sees it; "invalid" when it is none.
-std::string FromJson(const std::string& json, const std::string& path) {
-  sqlite3* reader = nullptr;
-  sqlite3_stmt* statement = nullptr;
-  EXPECT_EQ(sqlite3_open(":memory:", &reader), SQLITE_OK);
-  EXPECT_EQ(sqlite3_prepare_v2(reader, "SELECT CASE json_valid(?1) WHEN 1 THEN json_extract(?1, ?2) ELSE 'invalid' END",
-                               -1, &statement, nullptr),
-            SQLITE_OK);
-  sqlite3_bind_text(statement, 1, json.data(), static_cast<int>(json.size()), SQLITE_STATIC);
-  sqlite3_bind_text(statement, 2, path.data(), static_cast<int>(path.size()), SQLITE_STATIC);
-  std::string value = "no value";
-  if (sqlite3_step(statement) == SQLITE_ROW && sqlite3_column_text(statement, 0) != nullptr) {
-    value = reinterpret_cast<const char*>(sqlite3_column_text(statement, 0));
-  }
-  sqlite3_finalize(statement);
-  sqlite3_close(reader);
-  return value;
-}
-
-TEST(Station, StatusIsValidJsonWhateverTheTextsHold) {
-  Bench bench(RigIni("TS-2000"));
-  bench.Start();
-  bench.port.Arrive("IF000140253700000+0000000000031000000;SM00015;");
-  bench.station.console.MsgArea.Set("\"quoted\" \\ \x01\xFF\xC3\xA4 </script>\n");
-  const std::string json = StatusJson(bench.station);
-  for (const auto& [path, value] : {std::pair{"$.rig", "TS-2000"},
-                                    {"$.family", "KENWOOD"},
-                                    {"$.port", "3"},
-                                    {"$.open", "1"},
-                                    {"$.freq", "14025.37"},
-                                    {"$.hz", "14025370"},
-                                    {"$.mode", "CW"},
-                                    {"$.vfo", "B"},
-                                    {"$.band", "20"},
-                                    {"$.from", "14000.00"},
-                                    {"$.to", "14350.00"},
-                                    {"$.step", "0.05"},
-                                    {"$.ref", "14000.00"},
-                                    {"$.smeter", "15"},
-                                    {"$.polling", "1"},
-                                    {"$.transmitting", "0"},
-                                    {"$.replies", "4"},
-                                    {"$.rx", "46"}}) {
-    EXPECT_EQ(FromJson(json, path), value) << path;
-  }
-  EXPECT_EQ(json.find('\n'), std::string::npos);
 }
 
 }  // namespace

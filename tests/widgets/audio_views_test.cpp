@@ -4,10 +4,10 @@
 #include <QApplication>
 #include <QImage>
 #include <QTest>
-#include <QWheelEvent>
 #include <cmath>
 #include <vector>
 
+#include "fakes/window_hands.h"
 #include "widgets/scope_view.h"
 #include "widgets/spectrum_view.h"
 #include "widgets/tone_pointer.h"
@@ -46,11 +46,6 @@ class AudioViewsTest : public testing::Test {
     view.render(&picture);
     return picture;
   }
-  static void Turn(QWidget& view, int x, int notches, Qt::KeyboardModifiers modifiers = {}) {
-    QWheelEvent event(QPointF(x, 20), view.mapToGlobal(QPoint(x, 20)), {}, {0, 120 * notches}, {}, modifiers,
-                      Qt::NoScrollPhase, false);
-    QCoreApplication::sendEvent(&view, &event);
-  }
   /// The rows of the picture where this column is brighter than noise.
   static std::vector<int> BrightRows(QWidget& view, int column) {
     std::vector<int> rows;
@@ -83,8 +78,8 @@ TEST_F(AudioViewsTest, MouseAndKeysPointAtTones) {
     for (const Qt::Key key : {Qt::Key_Right, Qt::Key_Right, Qt::Key_PageUp, Qt::Key_Left, Qt::Key_End, Qt::Key_Plus})
       QTest::keyClick(view, key);
     EXPECT_EQ(Told(), QStringList({"to 505", "to 510", "to 560", "to 555", "to 1000", "600-1000"}));
-    Turn(*view, 400, 1);
-    Turn(*view, 400, -1, Qt::ShiftModifier);
+    TurnWheel(*view, {400, 20}, {0, 120});
+    TurnWheel(*view, {400, 20}, {0, -120}, Qt::ShiftModifier);
     EXPECT_EQ(Told(), QStringList({"540-940", "563-1063"}));
   }
 }

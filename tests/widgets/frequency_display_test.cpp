@@ -9,10 +9,10 @@
 #include <QShortcut>
 #include <QTest>
 #include <QVBoxLayout>
-#include <QWheelEvent>
 #include <string>
 #include <vector>
 
+#include "fakes/window_hands.h"
 #include "widgets/frequency_face.h"
 #include "widgets/painting.h"
 
@@ -53,11 +53,7 @@ class FrequencyDisplayTest : public testing::Test {
     return {layout.PlaceX(place) + layout.cell() / 2, layout.baseline() - layout.cell() / 4};
   }
   QPointF Elsewhere() const { return {display_->width() - 3.0, display_->height() - 3.0}; }
-  void Wheel(QPointF at, QPoint angle, QPoint pixels = {}) {
-    QWheelEvent event(at, display_->mapToGlobal(at), pixels, angle, Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase,
-                      false);
-    QCoreApplication::sendEvent(display_, &event);
-  }
+  void Wheel(QPointF at, QPoint angle, QPoint pixels = {}) { TurnWheel(*display_, at, angle, {}, pixels); }
   void Keys(std::initializer_list<Qt::Key> keys) {
     for (const Qt::Key key : keys) QTest::keyClick(display_, key);
   }

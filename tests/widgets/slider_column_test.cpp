@@ -6,9 +6,9 @@
 #include <QApplication>
 #include <QLabel>
 #include <QTest>
-#include <QWheelEvent>
 #include <vector>
 
+#include "fakes/window_hands.h"
 #include "widgets/level_slider.h"
 #include "widgets/tabular_label.h"
 
@@ -34,9 +34,7 @@ class SliderColumnTest : public testing::Test {
     return {slider_->width() / 2, static_cast<int>(slider_->height() - end - share * (slider_->height() - 2 * end))};
   }
   void Wheel(int angle, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
-    const QPointF at(slider_->rect().center());
-    QWheelEvent event(at, slider_->mapToGlobal(at), {}, {0, angle}, Qt::NoButton, modifiers, Qt::NoScrollPhase, false);
-    QCoreApplication::sendEvent(slider_, &event);
+    TurnWheel(*slider_, slider_->rect().center(), {0, angle}, modifiers);
   }
 
   Appearance appearance_;

@@ -6,9 +6,10 @@
 #include <QApplication>
 #include <QImage>
 #include <QTest>
-#include <QWheelEvent>
 #include <numeric>
 #include <vector>
+
+#include "fakes/window_hands.h"
 
 namespace kvx::widgets {
 namespace {
@@ -31,11 +32,7 @@ class TuningKnobTest : public testing::Test {
     turned_.clear();
     return sum;
   }
-  void Wheel(int movement) {
-    QWheelEvent event({80, 80}, knob_.mapToGlobal(QPointF(80, 80)), {}, {0, movement}, Qt::NoButton, Qt::NoModifier,
-                      Qt::NoScrollPhase, false);
-    QCoreApplication::sendEvent(&knob_, &event);
-  }
+  void Wheel(int movement) { TurnWheel(knob_, {80, 80}, {0, movement}); }
   void Mouse(QEvent::Type type, int x, Qt::MouseButton button, Qt::MouseButtons held) {
     QMouseEvent event(type, QPointF(x, 80), knob_.mapToGlobal(QPointF(x, 80)), button, held, Qt::NoModifier);
     QCoreApplication::sendEvent(&knob_, &event);
