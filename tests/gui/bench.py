@@ -85,6 +85,13 @@ class WindowTest(unittest.TestCase):
     def click(self, name):
         self.desktop.click(*self.control(name).middle)
 
+    def opened(self, title):
+        """The window of that title, which is to open now."""
+        shown = lambda: [window for window in self.program.windows() if window.name == title]
+        self.assertTrue(wait_until(shown, 5, 0.1), f"there is no window {title!r}")
+        self.settle()
+        return shown()[0]
+
     def settle(self, seconds=0.3):
         """Lets the console take some polls."""
         time.sleep(seconds)

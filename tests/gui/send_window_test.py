@@ -19,10 +19,8 @@ class CwTest(WindowTest):
     def setUp(self):
         super().setUp()
         self.desktop.key("ctrl+k")
-        shown = lambda: [window for window in self.program.windows() if window.name == "Send CW"]
-        self.assertTrue(wait_until(shown, 5, 0.1), "the send window does not open")
+        self.opened("Send CW")
         self.assertTrue(wait_until(lambda: self.keyer.heard().endswith(bytes.fromhex("05 05 32 00")), 5))
-        self.settle()
         self.keyer.forget()
 
     def sent(self, text, timeout=15):
@@ -49,13 +47,6 @@ class CwTest(WindowTest):
         stopped = self.keyer.sent
         self.settle(3)
         self.assertLessEqual(len(self.keyer.sent), len(stopped) + 1)
-
-    def test_a_function_button_sends_its_text(self):
-        self.desktop.key("alt+c")
-        self.desktop.type("dl1abc")
-        self.desktop.key("F4")
-        self.sent("DL1ABC 599 001")
-        self.assertEqual(self.control("Number").value, 2)
 
     def test_tune_by_hand_and_by_its_limit(self):
         self.desktop.key("ctrl+t")

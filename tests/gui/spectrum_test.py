@@ -12,9 +12,7 @@ class SpectrumTest(KeyboardWalk):
         self.station.write("SpecDisplay.pos", "source=sim:receiver\ntxtFMin=300\ntxtFMax=1300\ncboBins=2048\n")
         super().start(resize)
         self.desktop.key("ctrl+h")
-        shown = lambda: [window for window in self.program.windows() if window.name == "Audio"]
-        self.assertTrue(wait_until(shown, 5, 0.1), "Ctrl+H opens no window")
-        self.audio = shown()[0]
+        self.audio = self.opened("Audio")
         self.settle(1)
 
     def inside(self, name):

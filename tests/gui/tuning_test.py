@@ -25,13 +25,6 @@ class TuningTest(WindowTest):
         digits = [place for place in places if place != 50]  # beside the digits the wheel tunes a step
         self.assertEqual(digits, [10_000_000, 1_000_000, 100_000, 10_000, 1000, 100, 10])
 
-    def test_the_wheel_over_the_knob_tunes_steps(self):
-        knob = self.control("Tuning knob")
-        self.desktop.wheel(*knob.middle, 3)
-        self.reaches(14_025_150)
-        self.desktop.wheel(*knob.middle, -5)
-        self.reaches(14_024_900)
-
     def test_the_right_button_drags_the_knob_at_double_rate(self):
         x, y = self.control("Tuning knob").middle
         moved = {}
@@ -50,29 +43,6 @@ class TuningTest(WindowTest):
         self.desktop.point(x + 40, y)  # the button is up: nothing is held
         self.settle()
         self.assertEqual(self.rig.shown, before)
-
-    def test_a_typed_frequency_outlives_the_polls(self):
-        self.desktop.click(*self.control("Frequency").middle)
-        self.desktop.type("701")
-        self.rig.knob(14_100_000)
-        self.settle(1)
-        self.sends(lambda: (self.desktop.type("0.5"), self.desktop.key("Return")), "FA00007010500;")
-        self.assertEqual(self.control("Frequency").node.get_value_iface().get_current_value(), 7010.5)
-
-    def test_escape_drops_what_was_typed(self):
-        before = len(self.rig.taken)
-        self.desktop.click(*self.control("Frequency").middle)
-        self.desktop.type("7010")
-        self.desktop.key("Escape", "Return")
-        self.settle(0.5)
-        self.assertEqual(self.commands(before), [])
-
-    def test_arrow_keys_turn_the_digit_at_the_cursor(self):
-        self.desktop.click(*self.control("Frequency").middle)
-        self.desktop.key("End", "Up", "Up")
-        self.reaches(14_025_020)
-        self.desktop.key("Left", "Left", "Down")  # 1 kHz: the point is no digit
-        self.reaches(14_024_020)
 
     def test_a_click_in_the_chart_tunes_there(self):
         chart = self.control("Band chart")
