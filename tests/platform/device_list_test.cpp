@@ -36,11 +36,6 @@ struct System {
   PosixDeviceList list{folder / "dev", folder / "sys"};
 };
 
-TEST(PosixDeviceList, ASystemWithoutAnyHasNone) {
-  const System system;
-  EXPECT_TRUE(system.list.List().empty());
-}
-
 TEST(PosixDeviceList, EachDeviceStandsOnceUnderItsMostStableName) {
   System system;
   system.PlugUsb("ttyUSB0", "Silicon Labs", "CP2102 USB to UART Bridge");

@@ -1,13 +1,11 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <csignal>
 #include <span>
 #include <vector>
 
 #include "fakes/file_size_limit.h"
+#include "fakes/other_process.h"
 #include "fakes/temporary_folder.h"
 #include "platform/posix/files.h"
 #include "platform/wav_file.h"
@@ -18,12 +16,12 @@ namespace {
 using Stale = Files::Stale;
 
 struct Folder : TemporaryFolder {
+  std::size_t count() const {
+    return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(path()), {}));
+  }
   mode_t Mode(const std::string& name) const {
     struct stat file {};
     return stat((*this / name).c_str(), &file) == 0 ? file.st_mode & 07777 : 0;
-  }
-  std::size_t count() const {
-    return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(path()), {}));
   }
 };
 
@@ -39,24 +37,11 @@ TEST(PosixFiles, AFileKeepsItsMode) {
 TEST(PosixFiles, ALockDiesWithItsHolder) {
   PosixFiles files;
   const Folder folder;
-  int ready[2];
-  ASSERT_EQ(pipe(ready), 0);
-  const pid_t child = fork();
-  if (child == 0) {
-    const auto held = files.BeginReplace(folder / "rig.ini", folder / "Rig.$$$", Stale::kTakeOver);
-    if (write(ready[1], held.ok() ? "y" : "n", 1) != 1) _exit(1);
-    while (true) pause();
-  }
-  char answer = 0;
-  ASSERT_EQ(read(ready[0], &answer, 1), 1);
-  ASSERT_EQ(answer, 'y');
   const auto begin = [&] { return files.BeginReplace(folder / "rig.ini", folder / "Rig.$$$", Stale::kTakeOver); };
+  OtherProcess holder([&] { static const auto held = begin(); });
   EXPECT_EQ(begin().error().code, ErrorCode::kBusy);
-  kill(child, SIGKILL);
-  waitpid(child, nullptr, 0);
+  holder.Kill();
   EXPECT_TRUE(begin().ok());
-  close(ready[0]);
-  close(ready[1]);
 }
 
 TEST(PosixFiles, FollowsALinkAndReplacesWhatItLeadsTo) {
@@ -91,7 +76,7 @@ TEST(PosixFiles, OnAFullDiskTheOldFileStaysAndIsNamed) {
 }
 
 /// A link in the station folder may lead to a device.
-TEST(PosixFiles, APipeOrADeviceIsNotReplacedByAFile) {
+TEST(PosixFiles, APipeOrADeviceIsNeitherReadNorReplacedByAFile) {
   PosixFiles files;
   const Folder folder;
   ASSERT_EQ(mkfifo((folder / "pipe").c_str(), 0600), 0);
@@ -105,14 +90,8 @@ TEST(PosixFiles, APipeOrADeviceIsNotReplacedByAFile) {
   EXPECT_TRUE(std::filesystem::is_fifo(folder / "pipe"));
   EXPECT_TRUE(std::filesystem::is_fifo(folder / "Rig.$$$"));
   EXPECT_EQ(folder.count(), 3U) << "nothing is left lying about";
-}
-
-TEST(PosixFiles, ReadsOrdinaryFilesOnly) {
-  PosixFiles files;
-  const Folder folder;
-  ASSERT_EQ(mkfifo((folder / "pipe").c_str(), 0600), 0);
-  EXPECT_EQ(files.Read(folder / "pipe", 10).error().code, ErrorCode::kInvalid);
-  EXPECT_EQ(files.Read("/dev/zero", 10).error().code, ErrorCode::kInvalid);
+  for (const std::filesystem::path& none : {folder / "pipe", std::filesystem::path("/dev/zero")})
+    EXPECT_EQ(files.Read(none, 10).error().code, ErrorCode::kInvalid);
 }
 
 TEST(WavFile, IsBegunAnewWhileTheFirstRecordingStillGoesOn) {

@@ -1,6 +1,9 @@
 #include "platform/qt/qt_audio_input.h"
 
 #include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/prctl.h>
+#include <unistd.h>
 
 #include <QLocalSocket>
 #include <QProcess>
@@ -24,10 +27,14 @@ using platform::QtAudioInput;
 
 constexpr int kRate = 48'000;
 
-/// A sound server of the test's own. What is played to it can be captured.
+/// A sound server of the test's own. What is played to it can be captured. It and its player end with the test however
+/// that ends: whoever runs the tests waits for all that write where they do. The test ends within a minute.
 class SoundServer {
  public:
   SoundServer() {
+    ::alarm(60);
+    for (QProcess* process : {&server_, &player_})
+      process->setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGKILL); });
     ::setenv("PULSE_SERVER", ("unix:" + socket()).c_str(), 1);
     ::setenv("XDG_RUNTIME_DIR", folder_.path().c_str(), 1);
     ::setenv("PULSE_RUNTIME_PATH", folder_.path().c_str(), 1);
@@ -40,7 +47,10 @@ class SoundServer {
                                  "\nload-module module-native-protocol-unix auth-anonymous=1 socket=" + socket() +
                                  "\n");
   }
-  ~SoundServer() { Stop(); }
+  ~SoundServer() {
+    Stop();
+    ::alarm(0);
+  }
 
   static bool IsInstalled() {
     return !QStandardPaths::findExecutable("pulseaudio").isEmpty() &&
@@ -59,11 +69,11 @@ class SoundServer {
   void Stop() {
     if (player_.state() != QProcess::NotRunning) {
       player_.kill();
-      player_.waitForFinished();
+      EXPECT_TRUE(player_.waitForFinished(5000));
     }
     if (server_.state() == QProcess::NotRunning) return;
     server_.kill();
-    server_.waitForFinished();
+    EXPECT_TRUE(server_.waitForFinished(5000));
     std::filesystem::remove(socket());
     std::filesystem::remove(folder_ / "pid");
   }

@@ -2,10 +2,8 @@
 
 #include <asm/termbits.h>
 #include <fcntl.h>
-#include <signal.h>
 #include <stdlib.h>
 #include <sys/ioctl.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
@@ -44,28 +42,6 @@ FarEnd::Line FarEnd::line() const {
           (modes.c_cflag & CSIZE) == CS8 && (modes.c_cflag & PARENB) == 0,
           (modes.c_iflag & (ICRNL | INLCR | IGNCR | ISTRIP | IXON | IXOFF)) == 0 && (modes.c_oflag & OPOST) == 0 &&
               (modes.c_lflag & (ECHO | ICANON | ISIG)) == 0};
-}
-
-OtherProcess::OtherProcess(const std::function<void()>& prepare) {
-  std::array<int, 2> ends{};
-  if (::pipe(ends.data()) != 0) ::abort();
-  process_ = ::fork();
-  if (process_ == 0) {
-    prepare();
-    if (::write(ends[1], "r", 1) != 1) ::_exit(1);
-    for (;;) ::pause();
-  }
-  char ready = 0;
-  if (::read(ends[0], &ready, 1) != 1) ::abort();
-  ::close(ends[0]);
-  ::close(ends[1]);
-}
-
-void OtherProcess::Kill() {
-  if (process_ <= 0) return;
-  ::kill(process_, SIGKILL);
-  ::waitpid(process_, nullptr, 0);
-  process_ = -1;
 }
 
 std::string AllBytes() {

@@ -1,11 +1,9 @@
 #pragma once
 
-#include <sys/types.h>
-
-#include <functional>
 #include <string>
 #include <string_view>
 
+#include "fakes/other_process.h"
 #include "platform/posix/descriptor.h"
 
 namespace kvx {
@@ -37,21 +35,6 @@ class FarEnd {
  private:
   platform::Descriptor descriptor_;
   std::string device_;
-};
-
-/// Another process that does `prepare` and then waits to be killed.
-class OtherProcess {
- public:
-  explicit OtherProcess(const std::function<void()>& prepare);
-  ~OtherProcess() { Kill(); }
-  OtherProcess(const OtherProcess&) = delete;
-  OtherProcess& operator=(const OtherProcess&) = delete;
-
-  void Kill();
-  std::string id() const { return std::to_string(process_); }
-
- private:
-  pid_t process_ = -1;
 };
 
 /// Every byte value, and those that terminals like to change.
