@@ -87,28 +87,18 @@ TEST(KeptSettings, WhatAnOldFileHoldsIsShownAsItStandsAndWhatItLacksAsReadersTak
   const Settings old = Settings::Parse(
       "POT2=TRUE \nREVPADDLE=\nXPADJUST=YES\nSIDETONE= 4711\nXLEADTIME= 0.5\nKEYERPORT 2=Com12\nHOSTNAME= dx\n"
       "WINKEY1=-1\nKYMODX= 32\nPIN5= 9\nKEYPTT=False\n");
-  const auto shown = [](const Settings& settings, const char* key) {
-    return ShownValue(*FindKeptSetting(key), settings);
-  };
-  EXPECT_EQ(shown(old, "POT2"), "True");
-  EXPECT_EQ(shown(old, "REVPADDLE"), "False");
-  EXPECT_EQ(shown(old, "XPADJUST"), "YES");
-  EXPECT_EQ(shown(old, "SIDETONE"), "4711");
-  EXPECT_EQ(shown(old, "XLEADTIME"), "0.5");
-  EXPECT_EQ(shown(old, "KEYERPORT 2"), "COM12");
-  EXPECT_EQ(shown(old, "HOSTNAME"), "DX");
-  EXPECT_EQ(shown(old, "XTAILTIME"), "0");
-  EXPECT_EQ(shown(old, "KEYERPORT 1"), "NONE");
-  EXPECT_EQ(shown(old, "SPOTPATH"), "");
-  EXPECT_EQ(shown({}, "XPADJUST"), "NO");
-  EXPECT_EQ(shown(old, "WINKEY1"), "True");
-  EXPECT_EQ(shown(old, "WINKEY2"), "False");
-  EXPECT_EQ(shown(old, "KYMODX"), "ULTIMATIC");
-  EXPECT_EQ(shown(old, "PIN5"), "9");
-  EXPECT_EQ(shown({}, "PIN5"), "NONE");
-  EXPECT_EQ(shown(old, "KEYPTT"), "False");
-  EXPECT_EQ(shown({}, "KEYPTT"), "True");
-  EXPECT_EQ(shown({}, "TUNETIME"), "10");
+  using Case = std::pair<const char*, const char*>;
+  for (const auto& [key, value] :
+       {Case{"POT2", "True"}, Case{"REVPADDLE", "False"}, Case{"XPADJUST", "YES"}, Case{"SIDETONE", "4711"},
+        Case{"XLEADTIME", "0.5"}, Case{"KEYERPORT 2", "COM12"}, Case{"HOSTNAME", "DX"}, Case{"XTAILTIME", "0"},
+        Case{"KEYERPORT 1", "NONE"}, Case{"SPOTPATH", ""}, Case{"WINKEY1", "True"}, Case{"WINKEY2", "False"},
+        Case{"KYMODX", "ULTIMATIC"}, Case{"PIN5", "9"}, Case{"KEYPTT", "False"}}) {
+    EXPECT_EQ(ShownValue(*FindKeptSetting(key), old), value) << key;
+  }
+  for (const auto& [key, value] :
+       {Case{"XPADJUST", "NO"}, Case{"PIN5", "NONE"}, Case{"KEYPTT", "True"}, Case{"TUNETIME", "10"}}) {
+    EXPECT_EQ(ShownValue(*FindKeptSetting(key), {}), value) << key;
+  }
 }
 
 }  // namespace

@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <set>
-
 namespace kvx::config {
 namespace {
 
@@ -25,12 +23,6 @@ TEST(RigRow, FieldsAreKnownInAnyCaseAndNoOthers) {
   EXPECT_NE(row, other);
   other.Set("USER5", "");
   EXPECT_EQ(row, other) << "empty and never set are the same";
-}
-
-TEST(RigRow, TheTableHasEachFieldOnce) {
-  std::set<std::string> names;
-  for (const std::string_view field : kRigTextFields) names.insert(Upper(field));
-  EXPECT_EQ(names.size(), kRigTextFields.size());
 }
 
 TEST(RigDefinition, AnEmptyRowGetsEveryDefault) {

@@ -1,40 +1,17 @@
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <set>
 
-#include "config/rig_database.h"
 #include "config/rig_fields.h"
-#include "config/sqlite.h"
-#include "fakes/system_files.h"
-#include "fakes/temporary_folder.h"
+#include "rig_database_fixture.h"
 
 namespace kvx::config {
 namespace {
 
-RigRow Rig(const std::string& name, const std::string& set_freq) {
-  RigRow row;
-  row.Set("RigName", name);
-  row.Set("SetFreq", set_freq);
-  return row;
-}
-
-struct Store : TemporaryFolder {
+/// A station whose store holds two rigs.
+struct Store : RigStation {
   Store() {
-    EXPECT_TRUE(database.Prepare(files, *this / "data", [](const std::string&) {}).ok());
-    EXPECT_TRUE(database.Add({Rig("Alpha", "FA;"), Rig("Beta", "FB;")}, false).ok());
+    Ship("a.csv", {Rig("Alpha", "FA;"), Rig("Beta", "FB;")});
+    EXPECT_TRUE(Prepare().ok());
   }
-  void Run(const std::string& sql) const { ASSERT_TRUE(Sqlite::Open(database.file()).value().Run(sql).ok()); }
-  std::string Query(const std::string& sql) const {
-    auto store = Sqlite::Open(database.file());
-    auto statement = store->Prepare(sql);
-    if (!statement) return statement.error().message;
-    const auto row = statement->Step();
-    return row.ok() && *row ? statement->Text(0) : "none";
-  }
-
-  SystemFiles files;
-  RigDatabase database{*this / "rigsetup.sqlite"};
 };
 
 TEST(RigFields, EveryColumnIsEditedOnceUnderALabelOfItsOwn) {

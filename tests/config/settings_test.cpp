@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-
 #include "config/setting_faults.h"
 #include "config/station_settings.h"
 
@@ -74,18 +72,6 @@ TEST(Settings, ZeroHoursMeanFive) {
     EXPECT_EQ(Settings::Parse(five).gmt_offset(), 5) << five;
   EXPECT_EQ(Settings::Parse("GMT=-3").gmt_offset(), -3);
   EXPECT_EQ(Settings::Parse("GMT=99999999999999999999").gmt_offset(), 1000);
-}
-
-TEST(Settings, KeysAreTestedInTheOrderOfTheTable) {
-  const std::vector<std::string>& keys = SettingKeys();
-  const auto at = [&](const std::string& key) { return std::find(keys.begin(), keys.end(), key) - keys.begin(); };
-  EXPECT_TRUE(std::is_sorted(keys.begin(), keys.end(), [&](const auto& a, const auto& b) { return at(a) < at(b); }))
-      << "none twice";
-  EXPECT_LT(at("GMT="), at("F1="));
-  EXPECT_LT(at("F9="), at("F1Title="));
-  EXPECT_LT(at("INVERT="), at("DIRECTINVERT="));
-  EXPECT_LT(at("STOPBIT 8="), at("BANDREM01="));
-  EXPECT_EQ(keys.back(), "BANDMODE15=");
 }
 
 TEST(Settings, NumbersThatCannotBeUsedAreNamedAndDoNotBecomeAnotherPort) {

@@ -38,20 +38,5 @@ TEST(Console, ListenersComeGoAndChangeFieldsInsideAnAnnouncement) {
   EXPECT_EQ(heard, "mvlv");
 }
 
-TEST(Console, ASubscriptionCanBeMoved) {
-  Console console;
-  int heard = 0;
-  Console::Subscription kept;
-  {
-    Console::Subscription made = console.Subscribe([&](Field) { ++heard; });
-    kept = std::move(made);
-  }
-  console.Mode.Set("  AM");
-  EXPECT_EQ(heard, 1);
-  kept = Console::Subscription();
-  console.Mode.Set("  FM");
-  EXPECT_EQ(heard, 1);
-}
-
 }  // namespace
 }  // namespace kvx

@@ -52,17 +52,6 @@ Task Sequence(Stage* stage) {
   stage->log += '>';
 }
 
-TEST(Task, RunsAtOnceAndWaitsInVirtualTime) {
-  Stage stage;
-  stage.task = Step(&stage, 'a', 1s);
-  EXPECT_EQ(stage.log, "a");
-  stage.loop.RunFor(999ms);
-  EXPECT_FALSE(stage.task.done());
-  stage.loop.RunFor(1ms);
-  EXPECT_TRUE(stage.task.done());
-  EXPECT_EQ(stage.log, "aaA");
-}
-
 TEST(Task, JoinedStepsRunInTheirOrder) {
   Stage stage;
   stage.task = Sequence(&stage);
@@ -189,40 +178,6 @@ TEST(Signal, ItsListenerMayGoWhileItWaits) {
   stage.signal.Notify();
   EXPECT_EQ(stage.log, "");
   EXPECT_EQ(stage.loop.timers(), 0U);
-}
-
-Task PassTwice(Stage* stage, char letter) {
-  for (int i = 0; i < 2; ++i) {
-    stage->log += letter;
-    co_await stage->loop.Pass();
-  }
-}
-
-TEST(Loop, PassGivesOthersTheirTurn) {
-  Stage stage;
-  stage.task = PassTwice(&stage, 'a');
-  const Task other = PassTwice(&stage, 'b');
-  stage.loop.RunPending();
-  EXPECT_EQ(stage.log, "abab");
-  EXPECT_TRUE(stage.task.done() && other.done());
-}
-
-Task Beat(Stage* stage) {
-  TimePoint next = stage->loop.Now();
-  for (int i = 0; i < 3; ++i) {
-    next += 10ms;
-    co_await stage->loop.SleepUntil(next);
-    stage->log += 't';
-  }
-}
-
-TEST(Loop, DeadlinesThatHavePassedDoNotWait) {
-  Stage stage;
-  stage.task = Beat(&stage);
-  stage.loop.RunFor(29ms);
-  EXPECT_EQ(stage.log, "tt");
-  stage.loop.RunFor(1ms);
-  EXPECT_TRUE(stage.task.done());
 }
 
 }  // namespace
