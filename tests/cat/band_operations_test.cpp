@@ -106,21 +106,5 @@ TEST(BandOperations, TheBandPlanIsToldOnceASegmentAndKeepsOtherMessages) {
   EXPECT_EQ(*station.console.MsgArea, "All modes");
 }
 
-/// 4800 baud: a knob turned faster than the line must neither queue up nor lose its last position.
-TEST(BandOperations, AFastKnobIsCoalescedAndItsLastPositionArrives) {
-  BandStation station("TS-2000");
-  station.engine.link.OpenRigPort({.number = 1, .speed = 4800}, true);
-  station.Written();
-  for (int i = 0; i < 1000; ++i) {
-    station.bands.TurnKnob(1);
-    station.loop.RunFor(10ms);
-    ASSERT_LE(station.engine.link.line_free_at() - station.loop.Now(), 100ms);
-  }
-  station.loop.RunFor(200ms);
-  const std::string written = station.Written();
-  EXPECT_TRUE(written.ends_with("FA00014050000;")) << written.substr(written.size() - 30);
-  EXPECT_LT(written.size(), 10u * 4800 / 10);
-}
-
 }  // namespace
 }  // namespace kvx::cat

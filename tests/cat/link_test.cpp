@@ -95,18 +95,6 @@ TEST(RigLink, LetsTheLastCommandOutBeforeAnotherPortIsOpened) {
   EXPECT_TRUE(station.engine.link.is_open());
 }
 
-TEST(RigLink, TracesWhatIsSentAndReceived) {
-  Station station("TS-2000");
-  std::string trace;
-  station.engine.link.DisplayTX = [&](std::string_view bytes) { trace += ">" + std::string(bytes); };
-  station.engine.link.DisplayRCV = [&](std::string_view bytes) { trace += "<" + std::string(bytes); };
-  station.Send("XUSB");
-  station.Arrive("?;");
-  EXPECT_EQ(trace, ">MD2;<?;");
-  EXPECT_EQ(station.engine.link.sent_bytes(), 4U);
-  EXPECT_EQ(station.engine.link.received_bytes(), 2U);
-}
-
 // A rig whose replies have no name: what was asked before the interruption is answered no more.
 TEST(RigLink, AQueryFromBeforeAnInterruptionIsForgotten) {
   Station station("FT-857");

@@ -262,24 +262,5 @@ TEST(Poller, OperatorCommandsAndPollsNeverMixUpAFiveByteRigsReplies) {
   EXPECT_EQ(station.engine.link.buffer(), "");
 }
 
-TEST(Poller, HoursPassWithoutGrowth) {
-  for (const std::string rig : {"TS-2000", "IC-7300", "FT-857", "FT-DX5000"}) {
-    Station station(rig);
-    station.port.on_write = nullptr;
-    station.engine.poller.Start();
-    station.Beat(50ms);
-    station.loop.RunFor(10s);
-    const std::size_t timers = station.loop.timers();
-    for (int hour = 0; hour < 3; ++hour) {
-      station.port.Lose();
-      station.loop.RunFor(1h);
-      station.Written();
-      station.port.writes.clear();
-      EXPECT_LE(station.loop.timers(), timers + 1) << rig;
-      EXPECT_LE(station.engine.link.buffer().size(), 4096U);
-    }
-  }
-}
-
 }  // namespace
 }  // namespace kvx::cat
