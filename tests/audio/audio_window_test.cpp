@@ -34,20 +34,6 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// An input that the analysis may own, in front of the bench's.
-class LentInput final : public platform::AudioInput {
- public:
-  explicit LentInput(FakeAudioInput& card) : card_(card) {
-    card_.on_samples = [this](std::span<const std::int16_t> samples) { on_samples(samples); };
-  }
-  Status Open(int rate) override { return card_.Open(rate); }
-  void Close() override { card_.Close(); }
-  bool is_open() const override { return card_.is_open(); }
-
- private:
-  FakeAudioInput& card_;
-};
-
 /// The audio window on the screen, with a sound card that hears what the test gives it.
 class AudioWindowTest : public testing::Test {
  protected:
@@ -105,7 +91,7 @@ class AudioWindowTest : public testing::Test {
                         .worker = worker_,
                         .devices = &devices_,
                         .make_input = [this](const std::string&) -> Result<std::unique_ptr<platform::AudioInput>> {
-                          return std::unique_ptr<platform::AudioInput>(std::make_unique<LentInput>(card_));
+                          return std::unique_ptr<platform::AudioInput>(std::make_unique<LentAudioInput>(card_));
                         }}};
   SpecDisplay window_{audio_, QString::fromStdString(folder_.path().string()), appearance_};
 };

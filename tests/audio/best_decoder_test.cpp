@@ -2,10 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <iterator>
-
 #include "audio/character_error_rate.h"
+#include "shipped_letters.h"
 #include "sim/receiver_audio.h"
 
 namespace kvx::audio {
@@ -13,14 +11,6 @@ namespace {
 
 constexpr int kRate = 8000;
 constexpr const char* kText = "CQ TEST DE SM6XYZ UR 5NN NR 307 THE WX HR IS FINE ES RQJ4KP";
-
-const LetterModel& Letters() {
-  static const LetterModel letters = [] {
-    std::ifstream file(std::string(KVX_DATA) + "/dict.txt");
-    return LetterModel(std::string(std::istreambuf_iterator<char>(file), {}));
-  }();
-  return letters;
-}
 
 std::string Decode(sim::ReceiverAudio& audio, double seconds, double hertz) {
   BestDecoder decoder(kRate, hertz, Letters());

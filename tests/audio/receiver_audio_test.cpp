@@ -60,27 +60,6 @@ TEST(ReceiverAudio, NoiseHasThePowerThatItIsToldIn2500Hertz) {
   EXPECT_NEAR(10 * std::log10(snr), -3, 0.5);
 }
 
-TEST(ReceiverAudio, IsTheSameInBlocksOfAnySize) {
-  const std::vector<sim::HeardStation> stations{{.text = "CQ DE TEST",
-                                                 .wpm = 25,
-                                                 .jitter = 0.2,
-                                                 .drift = 20,
-                                                 .fade_hertz = 0.2,
-                                                 .fade_db = 15,
-                                                 .repeat_after = 1}};
-  const sim::ReceiverSettings settings{.samples_per_second = 11'025, .snr_db = 0, .impulses_per_second = 20, .seed = 9};
-  sim::ReceiverAudio whole(settings, stations);
-  sim::ReceiverAudio pieces(settings, stations);
-  const std::vector<float> expected = whole.RenderSeconds(8);
-  std::vector<float> samples(expected.size());
-  std::size_t size = 1;
-  for (std::size_t at = 0; at < samples.size(); at += size, size = size * 2 % 977) {
-    size = std::min(std::max<std::size_t>(size, 1), samples.size() - at);
-    pieces.Render(std::span(samples).subspan(at, size));
-  }
-  EXPECT_EQ(samples, expected);
-}
-
 TEST(EditDistance, CountsWhatIsMissingAddedAndWrong) {
   EXPECT_EQ(EditDistance("CQ DE SM6XYZ", "CQ DE SM6XYZ"), 0U);
   EXPECT_EQ(EditDistance("CQ DE SM6XYZ", "CQDE SN6XYZE"), 3U);

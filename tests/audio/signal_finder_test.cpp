@@ -3,25 +3,16 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <fstream>
-#include <iterator>
 
 #include "audio/callsign_picker.h"
 #include "audio/character_error_rate.h"
+#include "shipped_letters.h"
 #include "sim/receiver_audio.h"
 
 namespace kvx::audio {
 namespace {
 
 constexpr int kRate = 8000;
-
-const LetterModel& Letters() {
-  static const LetterModel letters = [] {
-    std::ifstream file(std::string(KVX_DATA) + "/dict.txt");
-    return LetterModel(std::string(std::istreambuf_iterator<char>(file), {}));
-  }();
-  return letters;
-}
 
 /// Hears the audio to its end and tells how many signals were listed at most.
 std::size_t Hear(SignalFinder& finder, sim::ReceiverAudio& audio, double seconds) {

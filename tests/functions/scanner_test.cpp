@@ -191,16 +191,6 @@ TEST(Scanner, AKeyPressedOnArrivalThatTransmitsEndsIt) {
   EXPECT_EQ(ScanText(bench.functions.scanner.state()), "scan stopped the rig transmits");
 }
 
-TEST(Scanner, TheOnlyRowDoesNotOutliveTheRigPort) {
-  ScanBench bench;
-  bench.Sql("DELETE FROM rigfn WHERE Freq <> '14100.00'");
-  bench.Start({.dwell = 1s});
-  bench.Visits(5s);
-  bench.rig.engine.link.CloseRigPort();
-  EXPECT_EQ(ScanText(bench.functions.scanner.state()), "scan stopped the rig port is closed");
-  EXPECT_TRUE(bench.functions.scanner.Start().error().message.find("closed") != std::string::npos);
-}
-
 TEST(Scanner, ALevelThatNobodyMeasuresDoesNotHoldItAndThatIsSaid) {
   ScanBench bench;
   bench.level = 9;
