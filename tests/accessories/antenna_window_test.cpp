@@ -61,9 +61,7 @@ struct Shack {
   template <class Window>
   Window& Open(std::unique_ptr<Window> made) {
     window = std::move(made);
-    window->show();
-    window->activateWindow();
-    EXPECT_TRUE(QTest::qWaitForWindowActive(window.get()));
+    ShowActive(*window);
     return static_cast<Window&>(*window);
   }
   AntContF& OpenAntennas() {

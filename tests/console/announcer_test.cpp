@@ -12,9 +12,7 @@ using Lines = std::vector<std::string>;
 /// A station whose announcements are on, and what has been announced since.
 struct Announced {
   explicit Announced(const std::string& rig = "TS-2000") : bench(RigIni(rig)) {
-    bench.Start();
-    console.Polling.Set(false);
-    bench.loop.RunFor(10s);  // the start-up questions are over
+    bench.StartQuiet();
     subscription = console.Subscribe([this](Field field) {
       if (field == Field::kSpkbx) told.push_back(*console.SPKBX);
     });

@@ -44,6 +44,20 @@ struct BenchOn {
     station.Start();
     loop.RunFor(moment);
   }
+  /// Starts it without polling, and forgets what a rig that has just been connected is asked.
+  void StartQuiet() {
+    Start();
+    station.console.Polling.Set(false);
+    loop.RunFor(10s);
+    port.written.clear();
+  }
+  /// What is behind the keyer's port answers as a WinKeyer does.
+  void AnswerAsWinkey() {
+    keyer_port.on_write = [this](std::string_view bytes) {
+      const char reply = bytes == "\x13\x13\x13\0\x04\x41"s ? 'A' : bytes == "\0\x02"s ? '\x17' : '\xC0';
+      loop.StartTimer(loop.Now() + 20ms, [this, reply] { keyer_port.Arrive(std::string(1, reply)); });
+    };
+  }
   void ShutDown() {
     const Task task = station.ShutDown();
     loop.RunFor(10s);

@@ -15,10 +15,7 @@ struct CwBench : Bench {
   explicit CwBench(const std::string& rig_ini) : Bench(rig_ini) {
     AddSetupCommands(commands, setup);
     AddCwCommands(commands, loop, station);
-    keyer_port.on_write = [this](std::string_view bytes) {
-      const char reply = bytes == "\x13\x13\x13\0\x04\x41"s ? 'A' : bytes == "\0\x02"s ? '\x17' : '\xC0';
-      loop.StartTimer(loop.Now() + 20ms, [this, reply] { keyer_port.Arrive(std::string(1, reply)); });
-    };
+    AnswerAsWinkey();
     Start();
     commands.Ready();
     loop.RunFor(3s);

@@ -6,11 +6,7 @@ namespace kvx::console {
 namespace {
 
 struct Log {
-  explicit Log(const std::string& rig = "TS-2000") : bench(RigIni(rig)) {
-    bench.Start();
-    bench.station.console.Polling.Set(false);
-    bench.loop.RunFor(10s);  // the start-up questions are over
-  }
+  explicit Log(const std::string& rig = "TS-2000") : bench(RigIni(rig)) { bench.StartQuiet(); }
   /// "< FA00014025000;" and so on.
   std::vector<std::string> Lines(const TrafficFilter& filter = {}) const {
     std::vector<std::string> lines;

@@ -19,13 +19,8 @@ namespace {
 /// The debug view of a quiet station, on the screen.
 struct DebugView {
   DebugView() {
-    bench.Start();
-    bench.station.console.Polling.Set(false);
-    bench.loop.RunFor(10s);  // the start-up questions are over
-    bench.port.written.clear();
-    window.show();
-    window.activateWindow();  // shortcuts are the active window's
-    EXPECT_TRUE(QTest::qWaitForWindowActive(&window));
+    bench.StartQuiet();
+    ShowActive(window);  // shortcuts are the active window's
   }
   void Arrive(const std::string& bytes) {
     bench.port.Arrive(bytes);

@@ -24,19 +24,14 @@ namespace {
 struct ListView {
   explicit ListView(int rows = 3) {
     appearance.Use(widgets::MakeTheme("dark"), 100);
-    bench.Start();
-    bench.station.console.Polling.Set(false);
-    bench.loop.RunFor(10s);  // the start-up questions are over
+    bench.StartQuiet();
     Sql("INSERT INTO rigfn (RigName, Freq, Mode, FNT1, Scan, Desc) VALUES ('TS-2000', '145500.00', 'FM', '0600', 'Y', "
         "'repeater')");
     for (int i = 1; i < rows; ++i)
       Sql("INSERT INTO rigfn (RigName, Freq, Mode, FNT1, Scan, Desc, FNP2) VALUES ('" +
           std::string(i % 2 == 1 ? "TS-2000" : "IC-7300") + "', '" + KhzText(Frequency::FromKhz(7000 + 1000 * i)) +
           "', 'USB', '', 'y', 'n" + std::to_string(i) + "', 1)");
-    bench.port.written.clear();
-    window.show();
-    window.activateWindow();
-    EXPECT_TRUE(QTest::qWaitForWindowActive(&window));
+    ShowActive(window);
   }
   void Sql(const std::string& sql) {
     auto store = config::Sqlite::Open(bench.folder / "rigsetup.sqlite");
@@ -246,14 +241,10 @@ TEST(FunctionListWindow, AsksBeforeItExportsAndImports) {
 /// The console's function keys, with what is stored for the displayed frequency.
 struct PanelView {
   PanelView() {
-    bench.Start();
-    bench.station.console.Polling.Set(false);
-    bench.loop.RunFor(10s);
+    bench.StartQuiet();
     for (int field = 0; field <= static_cast<int>(kLastField); ++field) panel.Follow(static_cast<Field>(field));
     panel.on_list = [this] { ++lists; };
-    panel.show();
-    panel.activateWindow();
-    EXPECT_TRUE(QTest::qWaitForWindowActive(&panel));
+    ShowActive(panel);
   }
   QPushButton& Button(const QString& text) {
     for (auto* button : panel.findChildren<QPushButton*>()) {

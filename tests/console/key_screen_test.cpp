@@ -21,18 +21,11 @@ const std::string kWinkey = "KEYERPORT=WINKEY\nPADDLECOM= 5\nWINKEY1= 1\nCWSPEED
 /// The send window on the screen, on a station with a WinKeyer that answers.
 struct KeyBench {
   explicit KeyBench(const std::string& ini = kWinkey) : bench(RigIni("TS-2000", 38400, ini)) {
-    bench.keyer_port.on_write = [this](std::string_view bytes) {
-      const char reply = bytes == "\x13\x13\x13\0\x04\x41"s ? 'A' : bytes == "\0\x02"s ? '\x17' : '\xC0';
-      bench.loop.StartTimer(bench.loop.Now() + 20ms, [this, reply] { bench.keyer_port.Arrive(std::string(1, reply)); });
-    };
+    bench.AnswerAsWinkey();
     appearance.Use(widgets::MakeTheme("dark"), 100);
-    bench.Start();
-    bench.station.console.Polling.Set(false);
-    bench.loop.RunFor(3s);
+    bench.StartQuiet();
     bench.keyer_port.written.clear();
-    window.show();
-    window.activateWindow();
-    EXPECT_TRUE(QTest::qWaitForWindowActive(&window));
+    ShowActive(window);
     EXPECT_TRUE(text->hasFocus()) << "one can type at once";
   }
   template <class Control>

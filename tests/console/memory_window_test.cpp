@@ -24,18 +24,13 @@ functions::MemoryChannel Channel(const std::string& name, const std::string& khz
 /// The memory window of a quiet station, on the screen, with four channels.
 struct Memories {
   explicit Memories(const std::string& rig = "TS-2000") : bench(RigIni(rig)) {
-    bench.Start();
-    bench.station.console.Polling.Set(false);
-    bench.loop.RunFor(10s);
+    bench.StartQuiet();
     Put(1, Channel("Calling", "14060.00", "CW"));
     Put(2, Channel("Net", "3650.00", "LSB"));
     Put(5, Channel("Relay", "145600.00", "FM"));
     Put(9, Channel("", "7074.00", "USB"));
-    bench.port.written.clear();
     window = std::make_unique<MemoryWindow>(bench.station, appearance);
-    window->show();
-    window->activateWindow();
-    EXPECT_TRUE(QTest::qWaitForWindowActive(window.get()));
+    ShowActive(*window);
   }
   void Put(int number, const functions::MemoryChannel& channel) {
     EXPECT_TRUE(bench.station.memories.Change(number, channel).ok());
@@ -307,9 +302,7 @@ TEST(MemoryMenu, StepsAndRecallsWithoutTheTable) {
   bench.Start(5s);
   widgets::Appearance appearance;
   ConsoleWindow window(bench.station, appearance);
-  window.show();
-  window.activateWindow();
-  ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
+  ShowActive(window);
   bench.station.memories.Change(3, Channel("", "7074.00", "USB")).ok();
   bench.station.memories.Change(8, Channel("A & B", "3650.00", "LSB")).ok();
   bench.station.memories.Change(70, Channel("Relay", "145600.00", "FM")).ok();

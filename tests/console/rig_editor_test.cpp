@@ -12,9 +12,7 @@ using Names = std::vector<std::string>;
 
 struct EditorBench : Bench {
   explicit EditorBench(const std::string& rig, const std::string& more = "") : Bench(RigIni(rig, 38400, more)) {
-    Start();
-    station.console.Polling.Set(false);
-    Quiet();
+    StartQuiet();
   }
   /// Lets the line become free, and forgets what was written.
   void Quiet() {

@@ -20,10 +20,7 @@ namespace {
 /// The window over a station, with an operator who answers at once.
 struct Desk : Bench {
   explicit Desk(const std::string& rig = "TS-2000") : Bench(RigIni(rig)) {
-    Start();
-    station.console.Polling.Set(false);
-    loop.RunFor(3s);
-    port.written.clear();
+    StartQuiet();
     look.Use(widgets::MakeTheme("dark"), 100);
     window.dialogs = {.ask =
                           [this](const QString& question, const QStringList& choices, auto then) {

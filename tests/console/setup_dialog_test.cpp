@@ -26,10 +26,7 @@ struct DialogBench {
   explicit DialogBench(const std::string& ini = RigIni("TS-2000"), SetupDialog::Page page = SetupDialog::kRig)
       : bench(ini) {
     devices.devices = {{"/dev/serial/by-id/usb-FTDI_X", "/dev/ttyUSB0", "FTDI FT232R"}};
-    bench.Start();
-    bench.station.console.Polling.Set(false);
-    bench.loop.RunFor(2s);
-    bench.port.written.clear();
+    bench.StartQuiet();
     dialog.Open(page);
     EXPECT_TRUE(QTest::qWaitForWindowActive(&dialog));
   }
@@ -294,15 +291,11 @@ TEST(SetupDialog, AWinkeyerIsChosenOnceItsOutputIsAndTried) {
   bench.Type(device->lineEdit(), "/dev/ttyUSB7");
   QTest::keyClick(device->lineEdit(), Qt::Key_Return);
   EXPECT_NE(bench.bench.folder.Get("ports.ini").find("COM5=/dev/ttyUSB7"), std::string::npos);
-  FakeSerialPort& port = bench.bench.keyer_port;
-  port.on_write = [&](std::string_view bytes) {
-    const char reply = bytes == "\x13\x13\x13\0\x04\x41"s ? 'A' : bytes == "\0\x02"s ? '\x17' : '\xC0';
-    bench.bench.loop.StartTimer(bench.bench.loop.Now() + 20ms, [&port, reply] { port.Arrive(std::string(1, reply)); });
-  };
+  bench.bench.AnswerAsWinkey();
   bench.Click("Test");
   bench.bench.loop.RunFor(4s);
   EXPECT_TRUE(bench.Says("The WinKeyer answers, version 23", "title"));
-  port.on_write = nullptr;
+  bench.bench.keyer_port.on_write = nullptr;
   bench.Click("Test");
   bench.bench.loop.RunFor(5s);
   EXPECT_TRUE(bench.Says("Unable to initialize Winkey", "error"));

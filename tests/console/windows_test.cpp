@@ -27,6 +27,7 @@
 #include "console/tuner_window.h"
 #include "console_fixture.h"
 #include "fakes/fake_device_list.h"
+#include "fakes/window_hands.h"
 
 namespace kvx::console {
 namespace {
@@ -81,9 +82,7 @@ class WindowsTest : public testing::Test {
   void ForEachView(const std::function<void(QWidget& window)>& look) {
     for (const View& view : views_) {
       SCOPED_TRACE(view.window->windowTitle().toStdString());
-      view.window->show();
-      view.window->activateWindow();
-      ASSERT_TRUE(QTest::qWaitForWindowActive(view.window));
+      ShowActive(*view.window);
       view.turn_to();
       look(*view.window);
       view.window->hide();

@@ -1,6 +1,9 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <QCoreApplication>
+#include <QTest>
 #include <QWheelEvent>
 #include <QWidget>
 
@@ -20,6 +23,13 @@ Control* FindControl(const QWidget& window, const QString& name) {
   }
   if (found == nullptr) qFatal("there is no control %s", qPrintable(name));
   return found;
+}
+
+/// Puts the window on the screen, and the keys go to it.
+inline void ShowActive(QWidget& window) {
+  window.show();
+  window.activateWindow();
+  EXPECT_TRUE(QTest::qWaitForWindowActive(&window));
 }
 
 /// Turns the wheel over a place of the widget: 120 is a notch; `pixels` as of a device that tells them alone.
