@@ -245,6 +245,7 @@ bool Program::leaves_keyed() const {
   const keyer::WinKeyer* winkeyer = station_->keyer.winkeyer();
   const bool has_keyer = winkeyer != nullptr && station_->keyer.settings().kind == keyer::KeyerKind::kWinkey;
   if (*station_->console.Transmitting || (has_keyer && winkeyer->owes_release())) return true;
+  if (station_->engine.dispatcher.has_put_aside()) return true;
   if (!lock_->after_crash()) return false;
   const bool has_rig = station_->settings().rig_port != 0 && *station_->console.RigName != "NONE";
   return (has_rig && !rig_has_opened_) || (has_keyer && winkeyer->version() == 0);

@@ -18,7 +18,9 @@ constexpr const char* kNotReleased =
     "The transmitter cannot be released: the rig port is closed. It is released when the port opens again";
 constexpr std::size_t kMostArmed = 16;
 constexpr std::size_t kLongestRelease = 160;
-constexpr std::size_t kPieceDigits = 10;  // one five-byte command
+constexpr std::size_t kMostPutAside = 16;
+constexpr Duration kArrives = std::chrono::milliseconds(100);  // after it has left the line, at a device that is there
+constexpr std::size_t kPieceDigits = 10;                       // one five-byte command
 
 /// A function button whose caption asks for one of these sends the row's own query instead.
 struct CaptionRule {
@@ -205,6 +207,8 @@ void Dispatcher::FollowBytes(std::string_view bytes) {
 void Dispatcher::Keyed(std::string_view release) {
   if (release_.size() + release.size() > kLongestRelease) release_.clear();
   if (release_.find(release) == std::string::npos) release_ += release;
+  keyed_rig_ = rig_.name;
+  arriving_ = Task();
   transmission_.Keyed();
   console_.Transmitting.Set(true);
   if (on_keyed) on_keyed(Resynchronise() + release_);
@@ -238,8 +242,54 @@ bool Dispatcher::ReleaseTransmitter() {
 }
 
 void Dispatcher::Released() {
-  release_leaves_ = link_.line_free_at();
+  arriving_ = Arrive(link_.line_free_at());
   console_.Transmitting.Set(false);
+}
+
+/// A device that vanishes is noticed a moment later.
+Task Dispatcher::Arrive(TimePoint leaves) {
+  co_await loop_.SleepUntil(leaves + kArrives);
+  while (link_.bytes_unsent() > 0) {
+    co_await loop_.Sleep(kArrives);
+  }
+}
+
+/// It is owed to the rig that was keyed, which may not be the one in use.
+void Dispatcher::ReleaseNotDelivered() {
+  if (arriving_.done() || *console_.Transmitting) return;
+  arriving_ = Task();
+  PutAside(release_);
+  console_.Transmitting.Set(keyed_rig_ == rig_.name);
+}
+
+bool Dispatcher::GiveUpRig(bool for_another) {
+  std::string release = *console_.Transmitting ? release_ : std::string();
+  if (owes_release_ && release.empty()) {
+    keyed_rig_ = rig_.name;
+    release = ReleaseOfRig();
+  }
+  if (for_another) {
+    owes_release_ = false;
+    console_.Transmitting.Set(false);
+  }
+  if (release.empty() || link_.settings().number == 0) return false;
+  PutAside(std::move(release));
+  return true;
+}
+
+void Dispatcher::PutAside(std::string release) {
+  OwedRelease owed{.rig = keyed_rig_, .port = link_.settings().number, .bytes = std::move(release)};
+  std::erase_if(put_aside_, [&](const OwedRelease& one) { return one.rig == owed.rig && one.port == owed.port; });
+  if (put_aside_.size() >= kMostPutAside) put_aside_.erase(put_aside_.begin());
+  put_aside_.push_back(std::move(owed));
+}
+
+/// By its row, else by what its family is known to do.
+std::string Dispatcher::ReleaseOfRig() {
+  const std::string release = ButtonsKeyTransmitter(rig_.row) ? Encode(FillIn(rig_.row["Bravo"])) : std::string();
+  if (!release.empty()) return release;
+  const bool has_address = rig_.family == "ICOM" && !rig_.row["Add" + *console_.RigNumber].empty();
+  return ReleaseOf(rig_, has_address ? Encode(FillIn("<ADDR>")) : std::string());
 }
 
 void Dispatcher::PortOpened() {
@@ -249,9 +299,19 @@ void Dispatcher::PortOpened() {
 }
 
 void Dispatcher::PayRelease() {
-  if (!std::exchange(owes_release_, false) || !ButtonsKeyTransmitter(rig_.row)) return;
-  const std::string release = Encode(FillIn(rig_.row["Bravo"]));
-  if (!release.empty()) link_.WriteUrgently(Resynchronise() + release, nullptr);
+  std::string release = std::exchange(owes_release_, false) ? ReleaseOfRig() : std::string();
+  std::erase_if(put_aside_, [&](const OwedRelease& one) {
+    const bool is_here = one.rig == rig_.name && one.port == link_.settings().number;
+    const bool follows = *console_.Transmitting && release_.find(one.bytes) != std::string::npos;
+    if (is_here && !follows && release.find(one.bytes) == std::string::npos) release += one.bytes;
+    return is_here;
+  });
+  if (release.empty()) return;
+  if (!*console_.Transmitting) release_.clear();
+  release_ += release;
+  keyed_rig_ = rig_.name;
+  link_.WriteUrgently(Resynchronise() + release_, nullptr);
+  Released();
 }
 
 SendOutcome Dispatcher::SendQuery(std::string_view text, const CommandKey* key, bool frequency) {

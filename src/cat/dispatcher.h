@@ -23,6 +23,13 @@ enum class SendOutcome {
   kRefused,     ///< it could not be built; the console's error text or message area says why
 };
 
+/// What releases a rig that was out of reach when another one was chosen.
+struct OwedRelease {
+  std::string rig;
+  int port = 0;
+  std::string bytes;
+};
+
 /// The one door to the rig: picks the template of a logical key from the loaded row, fills it in, encodes it as text or
 /// as hexadecimal bytes and writes it to the rig port. Queries are armed, so that the reply parser knows what comes.
 class Dispatcher {
@@ -61,7 +68,9 @@ class Dispatcher {
   /// waits. True when such a command was written.
   bool ReleaseTransmitter();
   /// A release has been written and may still be in the buffers of the port, which drops them when it closes.
-  bool release_is_under_way() const { return loop_.Now() < release_leaves_; }
+  bool release_is_under_way() const { return !arriving_.done(); }
+  /// The port has gone or closes with it: the transmitter may be keyed still.
+  void ReleaseNotDelivered();
   /// Releases what that party has keyed. False when it is still keyed.
   bool ReleaseTransmitter(Party party) { return !transmission_.is_of(party) || ReleaseTransmitter(); }
   /// Bytes have gone out on the line, from wherever: those that key the transmitter or release it are known by the
@@ -72,7 +81,12 @@ class Dispatcher {
   void PortOpened();
   /// A console before this one may have left the rig keyed: its release is the first thing that goes out when the port
   /// opens.
-  void OweRelease(bool owed) { owes_release_ = owed; }
+  void OweRelease() { owes_release_ = true; }
+  /// Another rig, or another port, comes in the place of one that could not be released: its release is kept until it
+  /// is back at its port. False when it was not owed any.
+  bool GiveUpRig(bool for_another);
+  /// A rig that is not in use now could not be released.
+  bool has_put_aside() const { return !put_aside_.empty(); }
   /// The transmitter has been keyed, or how that is undone has changed: `release` are the bytes to write then.
   std::function<void(std::string_view release)> on_keyed;
   /// When a command that is no query was last written.
@@ -87,6 +101,9 @@ class Dispatcher {
   void Keyed(std::string_view release);
   void Released();
   std::string Resynchronise() const;
+  Task Arrive(TimePoint leaves);
+  void PutAside(std::string release);
+  std::string ReleaseOfRig();
   void PayRelease();
   void FollowMeter(const CommandKey& key, std::string_view command);
   SendOutcome Refuse(const std::string& why);
@@ -103,8 +120,10 @@ class Dispatcher {
   Transmission& transmission_;
   std::map<std::string, std::string> button_values_;
   TimePoint last_command_{};
-  TimePoint release_leaves_{};  ///< when the latest release will have left the line
-  std::string release_;         ///< the bytes that release the transmitter that is keyed
+  Task arriving_;          ///< the latest release, on its way to the device
+  std::string release_;    ///< the bytes that release the transmitter that is keyed
+  std::string keyed_rig_;  ///< whose they are
+  std::vector<OwedRelease> put_aside_;
   KeyingReader keying_;
   bool owes_release_ = false;
 };

@@ -29,6 +29,7 @@ Engine::Engine(Loop& loop, Console& console, platform::SerialPort& port)
   link.on_arrival = [this] { parser.Parse(); };
   link.on_written = [this](std::string_view bytes) { dispatcher.FollowBytes(bytes); };
   link.on_opened = [this] { poller.PortOpened(); };
+  link.on_undelivered = [this] { dispatcher.ReleaseNotDelivered(); };
   parser.on_reply = [this](const Reply& reply) {
     poller.Heard(reply.kind);
     operations.Follow(reply);

@@ -86,6 +86,7 @@ void RigLink::Reopen() {
 void RigLink::CloseRigPort() {
   keep_open_ = Task();
   cut_short_ = cut_short_ || line_free_at_ > loop_.Now();
+  if (port_.is_open() && port_.bytes_unsent() > 0 && on_undelivered) on_undelivered();
   port_.Close();
   buffer_.clear();
   line_free_at_ = {};
@@ -133,6 +134,7 @@ void RigLink::Opened() {
 void RigLink::Lost(const std::string& why) {
   cut_short_ = cut_short_ || line_free_at_ > loop_.Now();
   buffer_.clear();
+  if (on_undelivered) on_undelivered();
   console_.Port.Set(why);
   if (why != last_failure_ && on_notice) on_notice(why);
   last_failure_ = why;

@@ -75,6 +75,7 @@ class RigLink {
 
   std::function<void()> on_arrival;                        ///< new data are waiting to be read (GetData)
   std::function<void()> on_opened;                         ///< the follow-up of a freshly opened port
+  std::function<void()> on_undelivered;                    ///< what was written last may not have reached the device
   std::function<void(const std::string& line)> on_notice;  ///< one line for the operator
   Trace DisplayTX;                                         ///< the debug view's transmit list
   Trace DisplayRCV;                                        ///< the debug view's receive list

@@ -38,6 +38,17 @@ Keying KeyingOf(const config::RigDefinition& rig, std::string_view bytes) {
   return last;
 }
 
+std::string ReleaseOf(const config::RigDefinition& rig, std::string_view address) {
+  using namespace std::string_literals;
+  if (rig.family == "ICOM" && address.empty()) return {};
+  const std::string icom = "\xFE\xFE"s + std::string(address) + "\xE0\x1C\0\x01\xFD"s;
+  // What keys the rigs of the families; each knows its own.
+  for (const std::string& on : {"TX;"s, "TX1;"s, "*TK\r"s, "\0\0\0\0\x08"s, "\0\0\0\x01\x0F"s, icom}) {
+    if (const Keying keying = KeyingOf(rig, on); keying.effect == Keying::Effect::kOn) return keying.release;
+  }
+  return {};
+}
+
 Keying KeyingByButtons(std::string_view command, const config::RigDefinition& rig) {
   const auto behind_address = [&](std::string_view field) {
     constexpr std::string_view kAddress = "<ADDR>";

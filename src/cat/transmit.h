@@ -38,6 +38,10 @@ char EndMark(const config::RigDefinition& rig);
 /// without what the row itself calls its transmit button.
 Keying KeyingOf(const config::RigDefinition& rig, std::string_view bytes);
 
+/// The bytes that release a rig of that family, whatever its row says; empty where it has no such command. `address`:
+/// of an Icom rig.
+std::string ReleaseOf(const config::RigDefinition& rig, std::string_view address);
+
 /// Whether the user buttons Alpha and Bravo are "transmit on" and "transmit off": they are unless their caption says
 /// otherwise.
 bool ButtonsKeyTransmitter(const config::RigRow& row);

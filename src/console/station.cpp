@@ -92,9 +92,12 @@ Station::Station(const StationParts& parts)
   transmission_ = console.Subscribe([this](Field field) {
     const bool port_gone = field == Field::kPort && *console.Port != "open";
     const bool released = field == Field::kTransmitting && !*console.Transmitting;
-    if (guard_ != nullptr && (port_gone || released)) disarm_ = DisarmWhenDelivered();
+    // The last close with a release in it that the device has not taken: the release process goes on with that.
+    const bool undelivered = stopping_ && *console.Transmitting;
+    if (undelivered) disarm_ = Task();
+    if (guard_ != nullptr && (port_gone || released) && !undelivered) disarm_ = DisarmWhenDelivered();
     if (field != Field::kTransmitting) return;
-    const Duration limit = *console.Transmitting ? transmit_limit() : Duration{0};
+    const Duration limit = *console.Transmitting && !stopping_ ? transmit_limit() : Duration{0};
     limit_ = limit > Duration{0} ? LimitTransmission(limit) : Task();
   });
 }
@@ -135,7 +138,7 @@ void Station::Start() {
   PrepareStore();
   InitRig(" ").ok();
   if (after_crash_) {
-    engine.dispatcher.OweRelease(true);
+    engine.dispatcher.OweRelease();
     keyer.OweRelease();
   }
   for (const std::string& fault : config::SettingFaults(settings_file_.Read())) Notice(fault);
@@ -564,7 +567,10 @@ Task Station::ShutDown() {
   engine.dispatcher.ReleaseTransmitter();
   Task deliver = engine.link.Deliver();
   co_await deliver;
+  const bool was_released = !*console.Transmitting;
   engine.link.CloseRigPort();
+  if (was_released && *console.Transmitting)
+    Notice("The rig port has not taken the release of the transmitter, which may be keyed still");
   if (UnloadStuff) UnloadStuff();
 }
 

@@ -22,14 +22,13 @@ bool Station::Escape() {
 /// Before another rig or another port: the transmitter is released, and nothing that is meant for the next rig reaches
 /// this one.
 void Station::GiveUpRig(bool for_another_rig) {
-  if (for_another_rig) engine.dispatcher.OweRelease(false);  // its release is of no use to the next rig
   keyer.ReleaseRigPort();
   const bool released = engine.dispatcher.ReleaseTransmitter() || engine.dispatcher.release_is_under_way();
-  if (*console.Transmitting && for_another_rig) {
-    // Its release must not go to the next rig.
-    Notice("The transmitter of " + *console.RigName + " could not be released: the rig port is closed");
-    console.Transmitting.Set(false);
-  }
+  const bool elsewhere = for_another_rig || settings_.rig_port != engine.link.settings().number;
+  const bool keyed = *console.Transmitting;
+  if (elsewhere && engine.dispatcher.GiveUpRig(for_another_rig) && keyed && for_another_rig)
+    Notice("The transmitter of " + *console.RigName +
+           " could not be released: the rig port is closed. It is released when that rig is chosen again");
   engine.link.Retire(released);
 }
 

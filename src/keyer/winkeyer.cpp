@@ -147,9 +147,15 @@ Task WinKeyer::HostClose() {
     Write(kWinkeyHostClose);
     state_ = State::kClosed;
   }
+  const int number = number_;
   const TimePoint limit = loop_.Now() + kDeliverTime;
   while (port_.is_open() && loop_.Now() < limit && (port_.bytes_unsent() > 0 || loop_.Now() < line_free_at_)) {
     co_await loop_.Sleep(5ms);
+  }
+  if (port_.is_open() && port_.bytes_unsent() > 0 &&
+      !armed_.empty()) {  // the guard keeps what the device has not taken
+    release_owed_ = number == number_;
+    armed_.clear();
   }
   port_.Close();
   Let();
@@ -181,7 +187,7 @@ Task WinKeyer::InitWinkey() {
       Failed(kSilentKeyer);
       co_return;
     }
-    release_owed_ = false;  // the line carries what is written
+    if (std::exchange(release_owed_, false) && guard_ != nullptr && armed_.empty()) guard_->Disarm();  // it has arrived
     if (step.reply == WinkeyReply::kVersion && !reply_.empty()) version_ = static_cast<std::uint8_t>(reply_.front());
   }
   // A keyer whose host mode is closed would take their second bytes for the beginning of something else.

@@ -269,6 +269,12 @@ TEST(Station, ALostRigsReleaseDoesNotGoToTheNextRig) {
   bench.port.absent = false;
   bench.loop.RunFor(2s);
   EXPECT_TRUE(bench.port.written.starts_with("RM3;")) << SpacedHex(bench.port.written);
+  EXPECT_TRUE(bench.station.engine.dispatcher.has_put_aside());
+  bench.port.written.clear();
+  EXPECT_TRUE(bench.station.ChooseRig("FT-857").ok());
+  bench.loop.RunFor(2s);
+  EXPECT_TRUE(bench.port.written.starts_with("\0\0\0\0\x88"s)) << SpacedHex(bench.port.written);
+  EXPECT_FALSE(bench.station.engine.dispatcher.has_put_aside());
 }
 
 TEST(Station, FilesThatCannotBeReadAreNamedAndNothingIsDestroyed) {

@@ -69,11 +69,14 @@ TEST(TransmitSafety, ItsLimitAndThePortsReturnEndWhatAnyCommandBegan) {
   EXPECT_TRUE(bench.port.written.starts_with("RX;")) << bench.port.written;
 }
 
-/// The bytes of each family, with what ends a command that the console before was writing when it died.
+/// The bytes of each family, whether or not the row has a button for them, with what ends a command that the console
+/// before was writing when it died.
 TEST(TransmitSafety, TheStartAfterACrashSendsTheRigsReleaseFirst) {
   for (const auto& [rig, release] :
        {std::pair{"TS-2000", ";RX;"s}, std::pair{"FT-DX5000", ";TX0;"s}, std::pair{"FT-857", "\0\0\0\0\x88"s},
-        std::pair{"IC-7300", "\xFE\xFE\x94\xE0\x1C\0\0\xFD"s}}) {
+        std::pair{"IC-7300", "\xFE\xFE\x94\xE0\x1C\0\0\xFD"s}, std::pair{"R-5000", ";RX;"s},
+        std::pair{"IC-735", "\xFE\xFE\x04\xE0\x1C\0\0\xFD"s}, std::pair{"Argonaut VI", "\r*TU\r"s},
+        std::pair{"FT-757GXII", "\0\0\0\0\x0F"s}}) {
     for (const bool after_crash : {true, false}) {
       TemporaryFolder folder;
       folder.Put("rig.ini", RigIni(rig));
@@ -119,6 +122,78 @@ TEST(TransmitSafety, AReleaseIsNotTakenForTheRestOfACommand) {
     way(bench);
     bench.loop.RunFor(1s);
     EXPECT_NE(bench.port.written.find(";RX;"), std::string::npos) << name << ": " << bench.port.written;
+  }
+}
+
+/// What has been handed to a port that vanishes or takes nothing is not at the rig.
+TEST(TransmitSafety, AReleaseThatMayNotHaveArrivedIsOwed) {
+  struct Row {
+    const char* name;
+    std::function<void(Bench&)> end;
+    const char* begins;
+  };
+  const std::vector<Row> rows{
+      {"it vanishes in the same instant", [](Bench& bench) { bench.port.Lose(); }, ";RX;"},
+      {"it vanishes later",
+       [](Bench& bench) {
+         bench.loop.RunFor(1s);
+         bench.port.written.clear();
+         bench.port.Lose();
+       },
+       "RM3;"},
+      {"it takes nothing and is opened anew",
+       [](Bench& bench) {
+         bench.port.unsent = 3;
+         bench.station.OpenRigPort();
+         bench.port.written.clear();
+         bench.loop.RunFor(1s);
+         bench.port.unsent = 0;
+       },
+       ";RX;"},
+      {"another rig is chosen, and this one again",
+       [](Bench& bench) {
+         bench.port.unsent = 3;
+         EXPECT_TRUE(bench.station.ChooseRig("IC-7300").ok());
+         bench.port.written.clear();
+         bench.loop.RunFor(1s);
+         bench.port.unsent = 0;
+         EXPECT_EQ(bench.port.written.find("RX;"), std::string::npos) << SpacedHex(bench.port.written);
+         bench.port.written.clear();
+         EXPECT_TRUE(bench.station.ChooseRig("TS-2000").ok());
+       },
+       ";RX;"},
+  };
+  for (const auto& [name, end, begins] : rows) {
+    Bench bench(RigIni("TS-2000"));
+    bench.Start(10s);
+    bench.station.console.Polling.Set(false);
+    bench.station.engine.dispatcher.SendData("TX1;");
+    bench.loop.RunFor(1s);
+    EXPECT_TRUE(bench.station.Escape());
+    bench.port.written.clear();
+    end(bench);
+    bench.loop.RunFor(2s);
+    EXPECT_TRUE(bench.port.written.starts_with(begins)) << name << ": " << SpacedHex(bench.port.written);
+    EXPECT_FALSE(*bench.station.console.Transmitting) << name;
+    EXPECT_FALSE(bench.station.engine.dispatcher.has_put_aside()) << name;
+  }
+}
+
+/// It may be the same one under another name, or another one of the same model.
+TEST(TransmitSafety, AnotherPortIsSentTheReleaseAndTheFirstOneWhenItIsBack) {
+  Bench bench(RigIni("TS-2000"));
+  bench.Start(10s);
+  bench.station.engine.dispatcher.SendData("TX1;");
+  bench.loop.RunFor(1s);
+  bench.port.absent = true;
+  bench.port.Lose();
+  bench.port.absent = false;
+  for (const int port : {4, 3}) {
+    bench.port.written.clear();
+    bench.station.SetRigPort(port, 38400);
+    bench.loop.RunFor(2s);
+    EXPECT_EQ(bench.port.opened.number, port);
+    EXPECT_NE(bench.port.written.substr(0, 4).find("RX;"), std::string::npos) << bench.port.written;
   }
 }
 
@@ -231,6 +306,14 @@ TEST(TransmitSafety, TheGuardHoldsTheReleaseForAsLongAsTheRigIsKeyed) {
   port.absent = true;
   port.Lose();
   EXPECT_EQ(guard.armed, "") << "the device has gone";
+  port.absent = false;
+  loop.RunFor(2s);
+  station.engine.dispatcher.SendData("TX1;");
+  port.on_write = [&port](std::string_view) { port.unsent = 7; };
+  const Task end = station.ShutDown();
+  loop.RunFor(10s);
+  EXPECT_TRUE(end.done());
+  EXPECT_EQ(guard.armed, ";RX;") << "its port has taken nothing to the end";
 }
 
 }  // namespace

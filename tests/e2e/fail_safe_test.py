@@ -9,6 +9,7 @@ import resource
 import signal
 import socket
 import struct
+import termios
 import threading
 import time
 import tty
@@ -418,6 +419,43 @@ class FailSafeTest(unittest.TestCase):
                 self.assertIsNone(bench.kvx.process.poll(), "it does not hang: the test shows nothing")
                 os.remove(bench.station.path("lines.hang"))
                 self.assertEqual(bench.kvx.ended(), 0)
+
+    def test_a_port_that_takes_nothing_at_the_end(self):
+        """Flow control holds the line. The console ends, the process beside it waits; the next start knows."""
+        for way in (CAT, TUNE):
+            with self.subTest(way), Bench(way) as bench:
+                bench.key()
+                held = bench.keyer if way == TUNE else bench.rig
+                termios.tcflow(held.slave, termios.TCOOFF)
+                self.assertEqual(bench.kvx.quit(), 0)
+                self.assertTrue(bench.keyed(), "the line is not held: the test shows nothing")
+                self.assertNotEqual(bench.station.read("kvx.lock"), b"")
+                speed = termios.tcgetattr(held.slave)[4]
+                self.assertEqual(speed, termios.B1200 if way == TUNE else termios.B38400, "it would be heard as noise")
+                begin = time.monotonic()
+                termios.tcflow(held.slave, termios.TCOON)
+                self.assert_released(bench, begin)
+                time.sleep(0.5)
+                bench.rig.taken.clear()
+                bench.start()
+                self.assertIn(LEFT_KEYED, bench.kvx.texts())
+                self.assertEqual(bench.rig.taken[0], "RX;")
+
+    def test_another_rig_while_the_keyed_one_is_away(self):
+        with Bench(CAT) as bench:
+            bench.key()
+            bench.rig.unplug()
+            bench.kvx.wait_status(lambda status: not status["open"])
+            bench.command("rig IC-7300")
+            bench.kvx.wait_line(lambda line: line.startswith("message The transmitter of TS-2000 could not be released"))
+            bench.rig.plug(bench.station.device)
+            bench.kvx.wait_status(lambda status: status["open"])
+            time.sleep(0.5)
+            self.assertTrue(bench.keyed(), "the bytes of another family have released it")
+            self.assertNotIn("RX;", bench.rig.taken)
+            begin = time.monotonic()
+            bench.command("rig TS-2000")
+            self.assert_released(bench, begin, BACK_WITHIN)
 
     def test_somebody_ends_the_process_beside_the_console(self):
         """Another takes its place, and knows what is keyed."""

@@ -512,6 +512,27 @@ TEST(WinKeyer, TheKeyIsLetGoWhateverHappens) {
   EXPECT_EQ(bench.Writes(), "");
 }
 
+TEST(WinKeyer, ItsReleaseIsOwedAsLongAsItsPortTakesNothing) {
+  WinkeyerBench bench;
+  bench.Start();
+  bench.keyer.Key(true);
+  bench.port.unsent = 3;
+  bench.keyer.Close();
+  bench.loop.RunFor(1s);
+  EXPECT_FALSE(bench.port.is_open());
+  EXPECT_EQ(bench.guard.armed, "\x0A\x0B\0"s);
+  EXPECT_TRUE(bench.keyer.owes_release());
+  bench.port.unsent = 0;
+  bench.port.TakeWrites();
+  bench.keyer.Open();
+  bench.loop.RunFor(1ms);
+  EXPECT_TRUE(bench.Writes().starts_with("0A 0B 00")) << bench.Writes();
+  bench.Answer();
+  bench.loop.RunFor(1s);
+  EXPECT_EQ(bench.guard.armed, "");
+  EXPECT_FALSE(bench.keyer.owes_release());
+}
+
 TEST(WinKeyer, OpeningAnewWaitsUntilTheReleaseIsDelivered) {
   WinkeyerBench bench;
   bench.Start();
