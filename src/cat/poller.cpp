@@ -46,6 +46,7 @@ void Poller::Tick() {
 
 void Poller::RigSelected() {
   due_.Forget();
+  levels_due_ = 0;
   counter_ = 0;
   line_awaited_ = false;
   next_query_ = 0;
@@ -58,6 +59,7 @@ void Poller::RigSelected() {
 
 void Poller::PortOpened() {
   due_.Forget();
+  levels_due_ = 0;
   parser_.Forget();
   init_sent_ = false;
   fast_timer_needed_.Notify();
@@ -100,17 +102,29 @@ void Poller::PollKenwood() {
   if (on_cycle_end) on_cycle_end();
 }
 
-/// A rig that is slower than its line is not asked again on top of the replies that it is still sending.
+/// It is not asked again on top of the replies that it is still sending.
 bool Poller::still_answering() const {
   return (due_.Awaited(loop_.Now()) || parser_.reply_under_way()) && loop_.Now() < cycle_start_ + kLongestCycle;
 }
 
-/// Values of sliders, and what was told of a VFO, were not asked for here. A rig whose replies have no name is never
-/// asked on top of one another.
+void Poller::LevelAsked() {
+  if (rig_.nameless()) return;
+  if (!due_.Awaited(loop_.Now())) levels_due_ = 0;  // of those before
+  due_.Asked(loop_.Now());
+  ++levels_due_;
+}
+
+/// Values of sliders, and what is told of a VFO, may come without having been asked for. A rig whose replies have no
+/// name is never asked on top of one another.
 void Poller::Heard(Reply::Kind kind) {
   using enum Reply::Kind;
-  if (kind == kSlider || kind == kVfo || rig_.nameless()) return;
+  const bool level = kind == kSlider || kind == kVfo;
+  if ((level && levels_due_ == 0) || rig_.nameless()) return;
   due_.Arrived(loop_.Now());
+  if (level) {
+    --levels_due_;
+    return due_.Answered();
+  }
   const bool meter = kind == kSMeter || kind == kMeter || kind == kRefused;
   if (rig_.family != "KENWOOD") return kind == kRefused ? void() : due_.Answered();
   if (meter) {

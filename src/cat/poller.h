@@ -32,6 +32,10 @@ class Poller {
   void PollingSwitched() { fast_timer_needed_.Notify(); }
   /// A reply has been read.
   void Heard(Reply::Kind kind);
+  /// What a slider is set to, or where the other VFO is, has been asked for.
+  void LevelAsked();
+  /// A rig that is slower than its line still works off what it has been asked.
+  bool still_answering() const;
   /// Input has come; `complete` when a whole reply was in it.
   void InputArrived(bool complete);
 
@@ -45,7 +49,6 @@ class Poller {
   bool line_is_busy() const { return link_.bytes_unsent() > 0; }
   void GiveUp() { counter_ = -2; }
   void PollKenwood();
-  bool still_answering() const;
   bool tells_status(Reply::Kind kind) const;
   std::string_view FrequencyKey() const;
   Task PollOthers();
@@ -65,7 +68,8 @@ class Poller {
   const config::RigDefinition& rig_;
   int counter_ = 0;
   std::size_t next_query_ = 0;
-  AnswersDue due_;            ///< KENWOOD: one a cycle
+  AnswersDue due_;  ///< KENWOOD: one a cycle, and the levels
+  int levels_due_ = 0;
   bool meter_heard_ = false;  ///< KENWOOD: what comes now answers the second query of a cycle
   TimePoint cycle_start_{};
   bool line_awaited_ = false;  ///< a cycle is due and tries again at every beat until the line is free

@@ -73,10 +73,11 @@ Task Station::ReadLevels() {
                                      "XGETPOWER", "XGETFILTER", "XGETNOTCH"}) {
     if (!engine.dispatcher.Has(key) || (key == "XGETFREQB" && !asks_vfo_b)) continue;
     while (*console.Transmitting || *console.Tuning || engine.link.bytes_unsent() > 0 ||
-           engine.parser.reply_under_way()) {
+           engine.parser.reply_under_way() || engine.poller.still_answering()) {
       co_await loop_.Sleep(kLineCheck);
     }
-    engine.dispatcher.SendData(key);
+    const bool sent = engine.dispatcher.SendData(key) == cat::SendOutcome::kSent;
+    if (sent && key != "XGETFREQB") engine.poller.LevelAsked();
     co_await loop_.Sleep(kBetweenLevels);
   }
 }

@@ -4,6 +4,7 @@
 #include <fstream>
 
 #include "console_fixture.h"
+#include "sim/simulated_device.h"
 
 namespace kvx::console {
 namespace {
@@ -275,6 +276,31 @@ TEST(Station, ALostRigsReleaseDoesNotGoToTheNextRig) {
   bench.loop.RunFor(2s);
   EXPECT_TRUE(bench.port.written.starts_with("\0\0\0\0\x88"s)) << SpacedHex(bench.port.written);
   EXPECT_FALSE(bench.station.engine.dispatcher.has_put_aside());
+}
+
+/// It takes one command in 300 ms.
+TEST(Station, ASlowRigIsAskedForItsLevelsInItsPace) {
+  Bench bench(RigIni("TS-2000", 9600));
+  const auto rig = sim::MakeDevice("ts2000", bench.loop);
+  rig->send = [&](std::string_view bytes) { bench.port.Arrive(bytes); };
+  std::string waiting;
+  std::ptrdiff_t most = 0;
+  std::size_t levels = 0;
+  bench.port.on_write = [&](std::string_view bytes) {
+    levels += bytes.starts_with("AG") || bytes.starts_with("PC") ? 1U : 0U;
+    waiting += bytes;
+    most = std::max(most, std::ranges::count(waiting, ';'));
+  };
+  bench.Start();
+  for (int i = 0; i < 100; ++i) {
+    if (i == 20) most = 0;  // how slow it is shows only with its first answers
+    bench.loop.RunFor(300ms);
+    const std::size_t end = waiting.find(';') + 1;
+    rig->Receive(waiting.substr(0, end));
+    waiting.erase(0, end);
+  }
+  EXPECT_GE(levels, 2U);
+  EXPECT_LE(most, 3);
 }
 
 TEST(Station, FilesThatCannotBeReadAreNamedAndNothingIsDestroyed) {
