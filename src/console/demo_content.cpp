@@ -138,8 +138,8 @@ void FillForDemonstration(Station& station) {
   accessories::AntennaControl& antennas = station.accessories->antennas;
   if (antennas.field(accessories::AntennaField::kAnt1To).empty()) tell(PutAntennas(antennas));
   if (*station.console.RigName == "NONE") return;
-  const auto rows = station.functions.store.All();
-  if (rows && rows->empty()) tell(PutRows(station.functions.store, *station.console.RigName));
+  functions::RowReader reader = station.functions.store.Reader();
+  if (reader.ReadSome() && reader.rows.empty()) tell(PutRows(station.functions.store, *station.console.RigName));
 }
 
 }  // namespace kvx::console

@@ -1,6 +1,7 @@
 #include "console/function_list_window.h"
 
 #include <QCheckBox>
+#include <QElapsedTimer>
 #include <QEvent>
 #include <QHBoxLayout>
 #include <QHeaderView>
@@ -13,7 +14,9 @@
 #include <QShowEvent>
 #include <QVBoxLayout>
 #include <algorithm>
+#include <iterator>
 #include <set>
+#include <utility>
 
 #include "console/panel.h"
 #include "console/questions.h"
@@ -29,7 +32,8 @@ using widgets::Named;
 using widgets::ToQt;
 
 constexpr int kTickMilliseconds = 50;
-constexpr int kTicksBetweenLooks = 10;  // at the store's file
+constexpr int kReadingMilliseconds = 20;  // of a table that is read piece by piece
+constexpr int kTicksBetweenLooks = 10;    // at the store's file
 constexpr int kWindowCharacters = 150;
 constexpr int kWindowLines = 36;
 
@@ -232,17 +236,35 @@ void FunctionListWindow::Tick() {
 void FunctionListWindow::ReloadIfChanged() {
   ShowUndo();
   // A field that is being typed keeps the table as it is until then.
-  if (!isVisible() || table_->is_editing() || functions_.store.Stamp() == stamp_) return;
+  if (reader_ || !isVisible() || table_->is_editing() || functions_.store.Stamp() == stamp_) return;
   Reload();
 }
 
 void FunctionListWindow::Reload() {
-  std::string stamp = functions_.store.Stamp();
-  auto rows = functions_.keys.Rows();
-  if (!rows && rows.error().code == ErrorCode::kBusy) return;  // looked at again soon
-  stamp_ = std::move(stamp);
-  if (!rows) return Say(ToQt(rows.error().message), true);
-  Keeping([&] { model_.Load(std::move(*rows)); });
+  stamp_ = functions_.store.Stamp();
+  reader_.emplace(functions_.store.Reader());
+  read_.clear();
+  ReadOn();
+}
+
+/// What is larger than one look has time for comes with the next passes of the event loop.
+void FunctionListWindow::ReadOn() {
+  if (!reader_) return;
+  QElapsedTimer since;
+  since.start();
+  Result<bool> last = false;
+  while (last && !*last && since.elapsed() < kReadingMilliseconds) {
+    last = reader_->ReadSome();
+    read_.insert(read_.end(), std::make_move_iterator(reader_->rows.begin()),
+                 std::make_move_iterator(reader_->rows.end()));
+  }
+  if (last && !*last) return QTimer::singleShot(0, this, [this] { ReadOn(); });
+  reader_.reset();
+  auto rows = std::exchange(read_, {});
+  if (table_->is_editing()) return stamp_.clear();  // it is read again behind that
+  if (last) return Keeping([&] { model_.Load(std::move(rows)); });
+  if (last.error().code == ErrorCode::kBusy) return stamp_.clear();  // looked at again soon
+  Say(ToQt(last.error().message), true);
 }
 
 void FunctionListWindow::Keeping(const std::function<void()>& change) {

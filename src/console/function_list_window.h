@@ -4,6 +4,8 @@
 #include <QTableView>
 #include <QTimer>
 #include <QWidget>
+#include <optional>
+#include <string>
 #include <vector>
 
 #include "console/function_list_delegate.h"
@@ -53,6 +55,7 @@ class FunctionListWindow final : public QWidget {
 
   void Tick();
   void Reload();
+  void ReadOn();
   void ReloadIfChanged();
   /// Changes the model's rows; what is chosen and in sight stays so.
   void Keeping(const std::function<void()>& change);
@@ -80,7 +83,9 @@ class FunctionListWindow final : public QWidget {
   FunctionListDelegate delegate_;
   QTimer timer_;
   int ticks_ = 0;
-  std::string stamp_;  ///< of the store when it was read
+  std::string stamp_;                           ///< of the store when it was read
+  std::optional<functions::RowReader> reader_;  ///< while it is being read
+  std::vector<functions::FunctionRecord> read_;
   QLineEdit* filter_ = nullptr;
   QCheckBox* this_rig_ = nullptr;
   QLabel* count_ = nullptr;

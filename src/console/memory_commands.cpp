@@ -2,6 +2,7 @@
 
 #include <array>
 #include <functional>
+#include <limits>
 #include <memory>
 
 #include "console/answers.h"
@@ -43,35 +44,55 @@ std::string RowJson(const FunctionRecord& row) {
   return json + "," + Json("Scan", row.scan) + "," + Json("Desc", row.description) + "}";
 }
 
+/// A list of rows on its way.
+struct Page {
+  functions::RowReader reader;
+  std::int64_t left;  ///< how many rows are still wanted
+  std::string json;
+};
+
+Result<bool> ReadOn(Page& page) {
+  const auto last = page.reader.ReadSome();
+  if (!last) return last;
+  for (const FunctionRecord& row : page.reader.rows) {
+    if (page.left == 0) return true;
+    page.json += (page.json.empty() ? "" : ",") + RowJson(row);
+    --page.left;
+    if (page.json.size() + 5 > CommandLine::kLongestAnswer)
+      return Error{ErrorCode::kInvalid, "the rows are more than an answer of 16 MB holds: fnlist FROM COUNT"};
+  }
+  return *last || page.left == 0;
+}
+
 /// All rows, or a page of them: "101 50" are fifty from the 101st on.
-std::string List(Station& station, std::string_view page) {
+Task List(std::reference_wrapper<Station> station, std::string argument, Answer answer) {
   constexpr std::int64_t kMost = 1'000'000'000;
-  const auto [from_text, count_text] = FirstWord(page);
+  const auto [from_text, count_text] = FirstWord(argument);
   const auto from = from_text.empty() ? std::optional<std::int64_t>(1) : ParseNumber(from_text, 1, kMost);
   const auto count = count_text.empty() ? std::optional(kMost) : ParseNumber(count_text, 1, kMost);
-  if (!from || !count) return Fail("fnlist takes nothing, or the first row and how many: fnlist 101 50");
-  const auto rows = station.functions.keys.Rows();
-  if (!rows) return Fail(rows.error().message);
-  const auto first = std::min(static_cast<std::size_t>(*from - 1), rows->size());
-  const auto end = std::min(first + static_cast<std::size_t>(*count), rows->size());
-  std::string json;
-  for (std::size_t i = first; i < end && json.size() <= CommandLine::kLongestAnswer; ++i)
-    json += (json.empty() ? "" : ",") + RowJson((*rows)[i]);
-  if (json.size() + 5 > CommandLine::kLongestAnswer)
-    return Fail(std::to_string(end - first) + " rows are more than an answer of 16 MB holds: fnlist FROM COUNT");
-  return "ok [" + json + "]";
+  *answer = Fail("fnlist takes nothing, or the first row and how many: fnlist 101 50");
+  if (!from || !count) co_return;
+  functions::FunctionKeys& fn = station.get().functions;
+  const auto page = std::make_shared<Page>(Page{fn.store.Reader(), *count, {}});
+  page->reader.Skip(*from - 1);
+  const auto done = [page, answer](const Status& status) {
+    *answer = status ? "ok [" + page->json + "]" : Fail(status.error().message);
+  };
+  fn.queue.DoInPieces([page] { return ReadOn(*page); }, done);
+  Task read = fn.queue.Finish();
+  co_await read;
 }
 
 /// A row of the list: "#12" as the list numbers it, or that of the rig in use on a frequency in any form of kHz.
 Result<FunctionRecord> RowOf(Station& station, std::string_view which) {
   if (which.starts_with('#')) {
-    const auto rows = station.functions.keys.Rows();
-    if (!rows) return rows.error();
-    for (const FunctionRecord& row : *rows) {
-      if ("#" + std::to_string(row.place) == which) return row;
-    }
-    return Error{ErrorCode::kNotFound, "there is no row " + OneLine(which, 40)};
+    const auto place = ParseNumber(which.substr(1), 1, std::numeric_limits<std::int64_t>::max());
+    auto row = place ? station.functions.store.At(*place) : Result<std::optional<FunctionRecord>>(std::nullopt);
+    if (!row) return row.error();
+    if (!*row) return Error{ErrorCode::kNotFound, "there is no row " + OneLine(which, 40)};
+    return **row;
   }
+  if (*station.console.RigName == "NONE") return Error{ErrorCode::kInvalid, "no rig is selected"};
   const auto frequency = ParseKhz(which);
   if (!frequency) return Error{ErrorCode::kInvalid, "\"" + OneLine(which, 40) + "\" is no frequency in kHz"};
   auto found = station.functions.store.Find(*station.console.RigName, KhzText(*frequency));
@@ -141,8 +162,10 @@ void AddFunctionCommands(CommandLine& commands, Station& station) {
                [&fn](const std::string&, const Done& done) { fn.keys.UndoDelete(done); });
   commands.Add("retrieve", "KHZ|#ROW: tunes to a row of the list and sets its mode",
                [&station](std::string_view which) { return Retrieve(station, which); });
-  commands.Add("fnlist", "[FROM COUNT]: all that is stored, of every rig, or so many rows from that one on",
-               [&station](std::string_view page) { return List(station, page); });
+  commands.AddProcedure("fnlist", "[FROM COUNT]: all that is stored, of every rig, or so many rows from that one on",
+                        [&station](std::string argument, Answer answer) {
+                          return List(station, std::move(argument), std::move(answer));
+                        });
   AddOperation(commands, station, "fnset",
                "KHZ|#ROW FIELD TEXT: changes a field of a row: Mode, Scan, Desc, FNT1.., FNP1..",
                [&station](const std::string& argument, const Done& done) { SetRow(station, argument, done); });

@@ -13,6 +13,7 @@ constexpr const char* kFile = "RigFunctions.CSV";
 constexpr const char* kOtherFile = "RigFunctions.csv";
 constexpr std::size_t kLargestFile = 64U << 20;
 
+constexpr int kMostBeginnings = 5;
 constexpr std::size_t kLinesInPiece = 300;
 
 const Error kDeclined{ErrorCode::kInvalid, "it was answered no"};
@@ -33,22 +34,51 @@ struct FunctionExchange::ImportWork {
   std::function<Result<bool>()> importer;  ///< once the file is read
 };
 
+/// An export under way.
+struct FunctionExchange::ExportWork {
+  explicit ExportWork(const FunctionStore& store) : reader(store.Reader()), stamp(store.Stamp()) {}
+  RowReader reader;
+  std::string stamp;  ///< of the store when it began
+  std::string csv;
+  std::size_t rows = 0;
+  int begun = 1;
+};
+
 void FunctionExchange::Export(const Done& done) {
   const Question question{.text = "Do you want to export RigFunctions.csv"};
   dialogs_.Ask(question, [this, done](bool yes) {
     if (!yes) return done ? done(kDeclined) : void();
-    const auto written = WriteFile();
-    dialogs_.Show(written ? "DONE. " : written.error().message);
-    if (done) done(written);
+    WriteFile(done);
   });
 }
 
-Result<std::string> FunctionExchange::WriteFile() const {
-  const auto records = store_.All();
-  if (!records) return records.error();
-  const platform::Path file = folder_ / kFile;
-  if (auto written = files_.Write(file, FormatRecords(*records)); !written) return written.error();
-  return Rows(records->size()) + " to " + file.string();
+void FunctionExchange::WriteFile(const Done& done) {
+  const auto work = std::make_shared<ExportWork>(store_);
+  const auto end = [this, work, done](const Status& status) {
+    dialogs_.Show(status ? "DONE. " : status.error().message);
+    const std::string sentence = Rows(work->rows) + " to " + (folder_ / kFile).string();
+    if (done) done(status ? Result<std::string>(sentence) : status.error());
+  };
+  queue_.DoInPieces([this, work] { return DoPiece(*work); }, end);
+}
+
+/// What another program writes meanwhile makes it begin anew: a file has the rows of one moment.
+Result<bool> FunctionExchange::DoPiece(ExportWork& work) const {
+  const auto last = work.reader.ReadSome();
+  if (!last) return last;
+  work.csv += FormatRecords(work.reader.rows);
+  work.rows += work.reader.rows.size();
+  if (!*last) return false;
+  if (store_.Stamp() != work.stamp) {
+    if (work.begun == kMostBeginnings)
+      return Error{ErrorCode::kIo, store_.file().string() + " is being written by another program all the time"};
+    const int begun = work.begun + 1;
+    work = ExportWork(store_);
+    work.begun = begun;
+    return false;
+  }
+  if (const Status written = files_.Write(folder_ / kFile, work.csv); !written) return written.error();
+  return true;
 }
 
 void FunctionExchange::Say(const std::string& text) const {

@@ -24,7 +24,9 @@ class FunctionExchange final {
   void Import(const Done& done = {});
 
  private:
-  Result<std::string> WriteFile() const;
+  struct ExportWork;
+  void WriteFile(const Done& done);
+  Result<bool> DoPiece(ExportWork& work) const;
   Result<platform::Path> FindFile() const;
   static bool CanBeFound(const FunctionRecord& record);
   struct ImportWork;

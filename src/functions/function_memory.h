@@ -49,7 +49,6 @@ class FunctionMemory final {
 
   // Rows of a list, for its window.
 
-  Result<std::vector<FunctionRecord>> Rows() const { return store_.All(); }
   void ChangeRow(const FunctionRecord& before, const FunctionRecord& after, const Done& done = {});
   void DeleteRows(const std::vector<FunctionRecord>& rows, const Done& done = {});
 

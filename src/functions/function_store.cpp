@@ -14,48 +14,13 @@ namespace {
 using config::Sqlite;
 using config::SqliteStatement;
 
-// Rig names are compared in any case, as the table's index has them; a criterion that is put behind this finds its row
-// by that index.
-constexpr const char* kRows =
-    "SELECT * FROM (SELECT rowid AS place, RigName COLLATE NOCASE AS RigName, Freq, Mode, Scan, \"Desc\","
-    " FNT1, FNT2, FNT3, FNT4, FNT5, FNT6, FNT7, FNT8, FNT9, FNP1, FNP2, FNP3, FNP4, FNP5, FNP6, FNP7, FNP8, FNP9"
-    " FROM rigfn)";
 // Whoever calls waits in its own way; the window must not stand still.
 constexpr std::chrono::milliseconds kPatience{10};
 constexpr std::size_t kRowsInPiece = 100;
-constexpr int kFirstText = 6;
-constexpr int kFirstPress = kFirstText + static_cast<int>(kKeys);
 
 Status Step(SqliteStatement& statement) {
   const Result<bool> row = statement.Step();
   return row ? Ok() : Status(row.error());
-}
-
-FunctionRecord Read(const SqliteStatement& row) {
-  FunctionRecord record{.place = row.Number(0),
-                        .rig = row.Text(1),
-                        .freq = row.Text(2),
-                        .mode = row.Text(3),
-                        .scan = row.Text(4),
-                        .description = row.Text(5)};
-  for (std::size_t i = 0; i < kKeys; ++i) {
-    const int n = static_cast<int>(i);
-    if (!row.IsNull(kFirstText + n)) record.texts[i] = row.Text(kFirstText + n);
-    record.presses[i] = config::ParseYesNo(row.Text(kFirstPress + n)).value_or(true);
-  }
-  return record;
-}
-
-Result<std::vector<FunctionRecord>> ReadAll(Sqlite& store, const std::string& sql) {
-  Result<SqliteStatement> statement = store.Prepare(sql);
-  if (!statement) return statement.error();
-  std::vector<FunctionRecord> records;
-  while (true) {
-    const Result<bool> row = statement->Step();
-    if (!row) return row.error();
-    if (!*row) return records;
-    records.push_back(Read(*statement));
-  }
 }
 
 /// A quote in either text would end it early and let the rest be read as a command.
@@ -65,9 +30,11 @@ Status MustHaveNoQuote(const std::string& rig, const std::string& freq) {
 }
 
 Result<std::optional<FunctionRecord>> FindRow(Sqlite& store, const std::string& criterion) {
-  const auto rows = ReadAll(store, std::string(kRows) + " WHERE " + criterion + " ORDER BY place LIMIT 1");
-  if (!rows) return rows.error();
-  return rows->empty() ? std::nullopt : std::optional(rows->front());
+  auto statement = store.Prepare(std::string(kSelectRows) + " WHERE " + criterion + " ORDER BY place LIMIT 1");
+  if (!statement) return statement.error();
+  const auto row = statement->Step();
+  if (!row) return row.error();
+  return *row ? std::optional(ReadRecord(*statement)) : std::nullopt;
 }
 
 Result<SqliteStatement> PrepareAdd(Sqlite& store) {
@@ -127,7 +94,7 @@ Error IsGone(const FunctionRecord& row) {
 }
 
 Result<SqliteStatement> PrepareRowAt(Sqlite& store) {
-  return store.Prepare(std::string(kRows) + " WHERE place = ?");
+  return store.Prepare(std::string(kSelectRows) + " WHERE place = ?");
 }
 
 /// A row of a list as it is now; kNotFound when there is none, or another one, at its place. `row_at` is that of
@@ -137,7 +104,7 @@ Result<FunctionRecord> ReadAgain(SqliteStatement& row_at, const FunctionRecord& 
   const auto there = row_at.Step();
   if (!there) return there.error();
   if (!*there) return IsGone(row);
-  FunctionRecord now = Read(row_at);
+  FunctionRecord now = ReadRecord(row_at);
   if (const Status end = Step(row_at); !end) return end.error();
   if (now.rig != row.rig || now.freq != row.freq) return IsGone(row);
   return now;
@@ -323,10 +290,10 @@ Result<std::optional<FunctionRecord>> FunctionStore::Find(const std::string& rig
   return found;
 }
 
-Result<std::vector<FunctionRecord>> FunctionStore::Rows(const std::string& where) const {
+Result<std::optional<FunctionRecord>> FunctionStore::At(std::int64_t place) const {
   auto store = Sqlite::Open(file_, kPatience);
   if (!store) return store.error();
-  return ReadAll(*store, kRows + where + " ORDER BY place");
+  return FindRow(*store, "place = " + std::to_string(place));
 }
 
 Status FunctionStore::Store(const FunctionRecord& record, int pressed_key) {

@@ -10,6 +10,7 @@
 #include "core/listeners.h"
 #include "core/result.h"
 #include "functions/function_record.h"
+#include "functions/row_reader.h"
 #include "platform/files.h"
 
 namespace kvx::functions {
@@ -29,9 +30,10 @@ class FunctionStore final {
   /// The first row of that rig (in any case) and exactly that frequency text. Cheap enough for every step of the knob:
   /// its connection stays open, which keeps nobody out, until the file changes.
   Result<std::optional<FunctionRecord>> Find(const std::string& rig, const std::string& freq);
-  /// All rows, in the order in which they were stored.
-  Result<std::vector<FunctionRecord>> All() const { return Rows(""); }
-  Result<std::vector<FunctionRecord>> ToScan() const { return Rows(" WHERE Scan = 'Y' or Scan = 'y'"); }
+  /// The row at that place.
+  Result<std::optional<FunctionRecord>> At(std::int64_t place) const;
+  /// The rows, in the order in which they were stored.
+  RowReader Reader(RowChoice choice = RowChoice::kAll) const { return RowReader(file_, choice); }
 
   /// Adds the row or changes it: texts, mode and description. `pressed_key` 1 to 9 is marked for pressing; no mark is
   /// ever taken away, and `scan` stays.
@@ -61,7 +63,6 @@ class FunctionStore final {
 
  private:
   Status InTransaction(const std::function<Status(config::Sqlite&)>& work) const;
-  Result<std::vector<FunctionRecord>> Rows(const std::string& where) const;
 
   platform::Path file_;
   std::optional<config::Sqlite> reader_;

@@ -8,22 +8,18 @@
 
 namespace kvx::functions {
 
-std::vector<ScanStop> ScanStops(std::vector<FunctionRecord> rows, Frequency start, Frequency end, bool down,
-                                const std::string& rig) {
-  const auto [low, high] = std::minmax(start, end);
+void ScanList::Take(FunctionRecord row) {
+  const auto frequency = ParseKhz(row.freq);
+  if (!frequency || *frequency < low_ || *frequency > high_) return;
+  const auto [there, added] = rows_.try_emplace(*frequency);
+  const bool wanted = !added && EqualNoCase(row.rig, rig_) && !EqualNoCase(there->second.rig, rig_);
+  if (added || wanted) there->second = std::move(row);
+}
+
+std::vector<ScanStop> ScanList::Stops(bool down) && {
   std::vector<ScanStop> stops;
-  for (FunctionRecord& row : rows) {
-    const auto frequency = ParseKhz(row.freq);
-    if (frequency && *frequency >= low && *frequency <= high)
-      stops.push_back({.frequency = *frequency, .row = std::move(row)});
-  }
-  // Of one frequency the wanted row first, which is the one that stays.
-  std::stable_sort(stops.begin(), stops.end(), [&rig](const ScanStop& a, const ScanStop& b) {
-    if (a.frequency != b.frequency) return a.frequency < b.frequency;
-    return EqualNoCase(a.row.rig, rig) && !EqualNoCase(b.row.rig, rig);
-  });
-  const auto same = [](const ScanStop& a, const ScanStop& b) { return a.frequency == b.frequency; };
-  stops.erase(std::unique(stops.begin(), stops.end(), same), stops.end());
+  stops.reserve(rows_.size());
+  for (auto& [frequency, row] : rows_) stops.push_back({.frequency = frequency, .row = std::move(row)});
   if (down) std::reverse(stops.begin(), stops.end());
   return stops;
 }

@@ -13,6 +13,7 @@ using namespace std::chrono_literals;
 using Phase = ScanState::Phase;
 
 constexpr Duration kLevelCheck = 50ms;
+constexpr Duration kReadingTurn = 10ms;  // of a table that is read piece by piece
 // A rig may tell what it was tuned to less exactly than it was told.
 constexpr Frequency kRounding = Frequency::FromHz(100);
 // A rig may bring its own mode with a frequency and tells so this much later.
@@ -77,10 +78,16 @@ Status Scanner::Start(ScanSource source) {
   if (*console_.RigName == "NONE") return Error{ErrorCode::kInvalid, "no rig is selected"};
   if (source == ScanSource::kRows && (!start_ || !end_)) return refuse(ErrorCode::kInvalid, kNoEnds);
   if (transmits()) return refuse(ErrorCode::kInvalid, "There is no scanning while the rig transmits or CW is sent");
-  if (const Status read = ReadStops(); !read) return refuse(read.error().code, read.error().message);
+  stops_.clear();
+  const Result<bool> read = BeginReading();
+  if (!read) return refuse(read.error().code, read.error().message);
   deaf_.clear();
   hears_from_ = {};
   CheckHearing();
+  state_.stop.reset();
+  state_.why.clear();
+  tuned_at_ = loop_.Now();
+  if (!*read) Enter(Phase::kListening);
   run_ = Run();
   return running() ? Ok() : Status(Error{ErrorCode::kInvalid, state_.why});
 }
@@ -89,29 +96,46 @@ bool Scanner::StopsMayDiffer() const {
   return source_ == ScanSource::kMemories || store_.Stamp() != stamp_;
 }
 
-Status Scanner::ReadStops() {
-  if (source_ == ScanSource::kMemories) {
-    auto held = channels ? channels() : std::vector<ScanStop>();
-    if (held.empty()) return Error{ErrorCode::kNotFound, kNoChannel};
-    if (settings_.down) std::reverse(held.begin(), held.end());
-    stops_ = std::move(held);
-    next_ = 0;
-    return Ok();
+/// True when the stops are there: those of a large table are read on by and by.
+Result<bool> Scanner::BeginReading() {
+  if (source_ == ScanSource::kRows) {
+    stamp_ = store_.Stamp();
+    reader_.emplace(store_.Reader(RowChoice::kMarkedForScan));
+    list_.emplace(*start_, *end_, *console_.RigName);
+    return ReadOn();
   }
-  std::string stamp = store_.Stamp();
-  auto rows = store_.ToScan();
-  if (!rows) return rows.error();
-  auto stops = ScanStops(std::move(*rows), *start_, *end_, settings_.down, *console_.RigName);
+  auto held = channels ? channels() : std::vector<ScanStop>();
+  if (held.empty()) return Error{ErrorCode::kNotFound, kNoChannel};
+  if (settings_.down) std::reverse(held.begin(), held.end());
+  stops_ = std::move(held);
+  next_ = 0;
+  return true;
+}
+
+Result<bool> Scanner::ReadOn() {
+  const TimePoint until = loop_.Now() + kReadingTurn;
+  Result<bool> last = false;
+  do {
+    last = reader_->ReadSome();
+    for (FunctionRecord& row : reader_->rows) list_->Take(std::move(row));
+  } while (last && !*last && loop_.Now() < until);
+  if (last && !*last) return false;
+  auto stops = std::move(*list_).Stops(settings_.down);
+  reader_.reset();
+  list_.reset();
+  if (!last || stops.empty()) stamp_.clear();
+  if (!last) return last.error();
   if (stops.empty()) return Error{ErrorCode::kNotFound, kNoRow};
   stops_ = std::move(stops);
-  stamp_ = std::move(stamp);
   next_ = 0;
-  return Ok();
+  return true;
 }
 
 void Scanner::Stop(const std::string& why) {
   run_ = Task();
   listen_ = Task();
+  reader_.reset();
+  list_.reset();
   if (!running()) return;
   state_.why = why;
   Enter(Phase::kStopped);
@@ -127,18 +151,24 @@ void Scanner::Skip() {
 }
 
 Task Scanner::Run() {
-  while (TuneNext()) {
-    listen_ = Listen();
-    co_await listen_;
-    if (next_ < stops_.size()) continue;
-    // Stops may have been marked or deleted meanwhile. A store that another program is writing is read next time.
-    const Status read = StopsMayDiffer() ? ReadStops() : Ok();
-    if (!read && read.error().code == ErrorCode::kNotFound) {
+  Result<bool> read = !reader_.has_value();
+  while (true) {
+    while (reader_) {
+      co_await loop_.Pass();
+      read = ReadOn();
+    }
+    // A store that another program is writing is read next time.
+    if (!read && (read.error().code == ErrorCode::kNotFound || stops_.empty())) {
       state_.why = read.error().message;
       dialogs_.Show(state_.why);
       break;
     }
-    next_ = 0;
+    if (next_ >= stops_.size()) next_ = 0;
+    if (!TuneNext()) break;
+    listen_ = Listen();
+    co_await listen_;
+    // At the end of a round: stops may have been marked or deleted meanwhile.
+    if (next_ >= stops_.size() && StopsMayDiffer()) read = BeginReading();
   }
   Enter(Phase::kStopped);
 }
@@ -228,7 +258,8 @@ void Scanner::Follow(Field field) {
   if (functions_.acting()) return;
   switch (field) {
     case Field::kFreqDisp:
-      return Near(*console_.FreqDisp, state_.stop->frequency) ? void() : Stop("the frequency was changed");
+      if (state_.stop && Near(*console_.FreqDisp, state_.stop->frequency)) return;
+      return Stop("the frequency was changed");
     case Field::kMode:
       return loop_.Now() - tuned_at_ < kModeFollows ? void() : Stop("the mode was changed");
     case Field::kBandNumber:

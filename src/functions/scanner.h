@@ -87,7 +87,8 @@ class Scanner final {
  private:
   Task Run();
   Task Listen();
-  Status ReadStops();
+  Result<bool> BeginReading();
+  Result<bool> ReadOn();
   bool StopsMayDiffer() const;
   bool TuneNext();
   void CheckHearing();
@@ -108,7 +109,9 @@ class Scanner final {
   ScanSettings settings_;
   ScanState state_;
   std::vector<ScanStop> stops_;
-  std::string stamp_;  ///< of the store when they were read; empty: they are to be read anew
+  std::optional<RowReader> reader_;  ///< while the stops are being read
+  std::optional<ScanList> list_;     ///< those that it has read
+  std::string stamp_;                ///< of the store when they were read; empty: they are to be read anew
   std::size_t next_ = 0;
   TimePoint tuned_at_{};
   std::string deaf_;        ///< why the level did not count when it was last looked at

@@ -265,7 +265,11 @@ struct PanelView {
     QTest::keyClick(line, Qt::Key_Return);
     EXPECT_TRUE(QTest::qWaitFor([&] { return panel.findChild<QInputDialog*>() != dialog; }));
   }
-  std::size_t Rows() { return bench.station.functions.keys.Rows()->size(); }
+  std::size_t Rows() {
+    functions::RowReader reader = bench.station.functions.store.Reader();
+    EXPECT_TRUE(reader.ReadSome().ok());
+    return reader.rows.size();
+  }
 
   Bench bench{RigIni("TS-2000")};
   FunctionPanel panel{bench.station};

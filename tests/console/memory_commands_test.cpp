@@ -138,6 +138,8 @@ TEST(MemoryCommands, APageOfTheListAndAnAnswerThatIsTooLong) {
   EXPECT_EQ(page.find("7030"), std::string::npos);
   EXPECT_EQ(line.Answer("fnlist 4 1"), "ok []");
   EXPECT_EQ(line.Answer("fnlist x").substr(0, 6), "error:");
+  EXPECT_EQ(line.Answer("retrieve #2").substr(0, 19), "ok retrieve 7020.00");
+  EXPECT_EQ(line.Answer("retrieve #9"), "error: there is no row #9");
   line.commands.Add("long", "", [](std::string_view) { return "ok " + std::string(CommandLine::kLongestAnswer, 'x'); });
   EXPECT_EQ(line.Answer("long"), "error: the answer is longer than 16 MB");
 }

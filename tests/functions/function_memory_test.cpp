@@ -133,12 +133,12 @@ TEST(FunctionMemory, ARowOfAListTunesWithItsModeAndMarks) {
   bench.Row("7030.5");  // a text that the display never has
   bench.Row("7031.00");
   bench.Sql("UPDATE rigfn SET FNP4 = 1, Mode = 'CW'");
-  const auto rows = bench.functions.keys.Rows();
+  const auto rows = AllRows(bench.functions.store);
   bench.rig.Written();
-  EXPECT_TRUE(bench.functions.keys.Retrieve(rows->at(0)).ok());
+  EXPECT_TRUE(bench.functions.keys.Retrieve(rows.at(0)).ok());
   bench.rig.loop.RunFor(1s);
   EXPECT_EQ(bench.rig.Written(), "FA00007030500;MC;");
-  EXPECT_TRUE(bench.functions.keys.Retrieve(rows->at(1)).ok());
+  EXPECT_TRUE(bench.functions.keys.Retrieve(rows.at(1)).ok());
   bench.rig.loop.RunFor(1s);
   EXPECT_EQ(bench.rig.Written(), "FA00007031000;MC;MC;K4;") << "recalled, and set from the row";
   EXPECT_FALSE(bench.functions.keys.Retrieve({.freq = "x"}).ok());

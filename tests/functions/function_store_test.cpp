@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "functions_fixture.h"
 
 namespace kvx::functions {
@@ -28,11 +30,36 @@ TEST(FunctionStore, FindSeesWhatOthersWrite) {
   EXPECT_EQ((*store.Find("T-1", "14025.00"))->scan, "n");
 }
 
+TEST(FunctionStore, ALargeTableIsReadPieceByPieceEachRowOnce) {
+  Bench bench;
+  bench.Sql(
+      "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 2500)"
+      " INSERT INTO rigfn (RigName, Freq, Scan) SELECT 'T-1', i || '.00', iif(i % 1000 = 0, 'y', '') FROM n");
+  const auto read = [&](RowChoice choice, int skip, bool write_between) {
+    RowReader reader = bench.functions.store.Reader(choice);
+    reader.Skip(skip);
+    std::vector<std::int64_t> places;
+    int pieces = 0;
+    for (Result<bool> last = false; last && !*last; ++pieces) {
+      last = reader.ReadSome();
+      for (const FunctionRecord& row : reader.rows) places.push_back(row.place);
+      if (write_between) bench.Sql("DELETE FROM rigfn WHERE rowid = 2400");  // nobody is kept out
+    }
+    EXPECT_GT(pieces, 1);
+    EXPECT_TRUE(std::is_sorted(places.begin(), places.end()));
+    return places;
+  };
+  EXPECT_EQ(read(RowChoice::kAll, 0, false).size(), 2500U);
+  EXPECT_EQ(read(RowChoice::kAll, 1000, false).front(), 1001);
+  EXPECT_EQ(read(RowChoice::kMarkedForScan, 0, false), (std::vector<std::int64_t>{1000, 2000}));
+  EXPECT_EQ(read(RowChoice::kAll, 0, true).size(), 2499U);
+}
+
 TEST(FunctionStore, RowsOfAListAreChangedAndDeletedOnlyWhileTheyAreThere) {
   Bench bench;
   for (const char* freq : {"1.00", "2.00", "3.00"}) bench.Row(freq, "");
   auto& store = bench.functions.store;
-  const auto rows = *store.All();
+  const auto rows = AllRows(store);
   FunctionRecord changed = rows[1];
   changed.scan = "Y";
   changed.presses[8] = true;

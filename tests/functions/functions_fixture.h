@@ -42,6 +42,17 @@ inline void MakeStore(const platform::Path& file, platform::Files& files) {
   EXPECT_TRUE(files.Write(file, *store->Serialize()).ok());
 }
 
+inline std::vector<FunctionRecord> AllRows(const FunctionStore& store) {
+  std::vector<FunctionRecord> all;
+  RowReader reader = store.Reader();
+  for (Result<bool> last = false; last && !*last;) {
+    last = reader.ReadSome();
+    EXPECT_TRUE(last.ok());
+    all.insert(all.end(), reader.rows.begin(), reader.rows.end());
+  }
+  return all;
+}
+
 /// The function keys and memories on a text rig in virtual time; what windows would show is in `shown`.
 struct Bench {
   Bench() {

@@ -241,8 +241,9 @@ TEST(Scanner, TheListIsInOrderWithEachFrequencyOnceForTheRigInUse) {
   rows[3].rig = "B";
   const auto list = [&](int start, int end, bool down) {
     std::string text;
-    for (const ScanStop& stop : ScanStops(rows, Frequency::FromKhz(start), Frequency::FromKhz(end), down, "b"))
-      text += stop.row.rig + stop.row.freq + " ";
+    ScanList gathered(Frequency::FromKhz(start), Frequency::FromKhz(end), "b");
+    for (const FunctionRecord& row : rows) gathered.Take(row);
+    for (const ScanStop& stop : std::move(gathered).Stops(down)) text += stop.row.rig + stop.row.freq + " ";
     return text;
   };
   EXPECT_EQ(list(100, 300, false), "A100.00 B200.00 A300.00 ");
