@@ -91,11 +91,21 @@ Status RemoveRow(Sqlite& store, const platform::Path& file, const std::string& n
 }  // namespace
 
 Status RigDatabase::Prepare(platform::Files& files, const platform::Path& data, const Notice& notice) {
-  return StoreMaker(files, file_, data, notice).Prepare();
+  StoreMaker maker(files, file_, data, notice);
+  Status prepared = maker.Prepare();
+  stand_in_ = maker.TakeUnwritten();
+  return prepared;
+}
+
+Result<Sqlite> RigDatabase::OpenToRead() const {
+  Result<Sqlite> store = Sqlite::Open(file_);
+  const bool missing = !store && store.error().code == ErrorCode::kNotFound;
+  if (missing && !stand_in_.empty()) return Sqlite::OpenInMemory(file_.string(), stand_in_);
+  return store;
 }
 
 Result<std::optional<RigRow>> RigDatabase::Find(const std::string& name) const {
-  Result<Sqlite> store = Sqlite::Open(file_);
+  Result<Sqlite> store = OpenToRead();
   if (!store) return store.error();
   if (name.find('\'') != std::string::npos) return std::optional<RigRow>();
   Result<SqliteStatement> statement =
@@ -108,7 +118,7 @@ Result<std::optional<RigRow>> RigDatabase::Find(const std::string& name) const {
 }
 
 Result<std::vector<std::string>> RigDatabase::Names() const {
-  Result<Sqlite> store = Sqlite::Open(file_);
+  Result<Sqlite> store = OpenToRead();
   if (!store) return store.error();
   Result<SqliteStatement> statement =
       store->Prepare("SELECT RigName FROM RigSetup WHERE RigName <> '' ORDER BY RigName COLLATE NOCASE, rowid");

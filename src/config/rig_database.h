@@ -25,6 +25,7 @@ class RigDatabase {
   /// At start-up: makes the store if there is none, from `rigsetup.mdb` beside it when that is there, else from the rig
   /// rows under `data` (data/rigs/*.csv). A store that is damaged is set aside under another name and made anew. An old
   /// `rigsetup.mdb` found beside an existing store is imported once. `notice` hears one line for whatever happened.
+  /// A store that cannot be written stands in memory: what it would hold is found, as long as there is no file.
   Status Prepare(platform::Files& files, const platform::Path& data, const Notice& notice);
 
   /// The first row whose name is `name`, ignoring case. No value: no such row (a name with a quote in it never has
@@ -48,9 +49,11 @@ class RigDatabase {
   const platform::Path& file() const { return file_; }
 
  private:
+  Result<Sqlite> OpenToRead() const;
   Status InTransaction(const std::function<Status(Sqlite&)>& work) const;
 
   platform::Path file_;
+  std::string stand_in_;  ///< the bytes of a store that could not be written
 };
 
 }  // namespace kvx::config

@@ -102,11 +102,12 @@ Status StoreMaker::Make() {
   if (!work) return work.error();
   const Result<int> added = Apply(*store, *work);
   if (!added) return added.error();
-  const Result<std::string> bytes = store->Serialize();
+  Result<std::string> bytes = store->Serialize();
   if (!bytes) return bytes.error();
   const Status written = files_.Write(store_, *bytes);
-  if (written.ok()) Report(*work, *added, true);
-  return written;
+  if (written.ok()) return Report(*work, *added, true), Ok();
+  unwritten_ = std::move(*bytes);
+  return Error{written.error().code, written.error().message + ": rigs can be chosen, none stored, until it is there"};
 }
 
 Status StoreMaker::Update() {

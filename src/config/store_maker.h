@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "config/mdb_import.h"
@@ -18,6 +19,8 @@ class StoreMaker {
       : files_(files), store_(store), data_(data), notice_(notice) {}
 
   Status Prepare();
+  /// The bytes of a new store that could not be written; empty when there is none.
+  std::string TakeUnwritten() { return std::move(unwritten_); }
 
  private:
   /// Rows from outside that the store has not taken yet, and the marks by which it will know that it has.
@@ -45,6 +48,7 @@ class StoreMaker {
   const platform::Path& store_;
   const platform::Path& data_;
   const RigDatabase::Notice& notice_;
+  std::string unwritten_;
 };
 
 }  // namespace kvx::config

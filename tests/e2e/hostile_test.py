@@ -134,6 +134,8 @@ class HostileTest(unittest.TestCase):
         kvx = self.station.start()
         kvx.status()
         self.assertEqual(len(self.messages(kvx, "rigsetup.sqlite")), 1, kvx.texts())
+        self.assertIn("TS-2000", kvx.command("rigs"))
+        self.assertEqual(kvx.command("rig TS-2000")[:3], "ok ")
         self.assertEqual(kvx.quit(), 0)
 
     def test_read_only_disk(self):
