@@ -63,8 +63,11 @@ std::string StationSetup::AddressOf(int number) const {
   return platform::ReadPortTable(files_, station_.folder()).AddressOf(number);
 }
 
-Status StationSetup::CheckDevice(const std::string& address) const {
+Status StationSetup::CheckDevice(int number, const std::string& address) const {
   if (auto formed = platform::CheckAddress(address); !formed) return formed;
+  const int other = platform::ReadPortTable(files_, station_.folder()).LinkOwner(address, number);
+  if (other > 0 && address != AddressOf(number))
+    return Wrong("The link " + OneLine(address, 60) + " is that of COM" + std::to_string(other));
   if (!address.starts_with(kSimulated)) return Ok();
   const std::string name = address.substr(kSimulated.size());
   std::string known;
@@ -82,7 +85,7 @@ void StationSetup::PortMoved(int number) {
 
 Status StationSetup::SetDevice(int number, const std::string& address) {
   if (number < 1 || number > platform::kHighestPort) return Wrong("The port number is 1 to 99");
-  if (auto checked = CheckDevice(address); !checked) return checked;
+  if (auto checked = CheckDevice(number, address); !checked) return checked;
   if (address != AddressOf(number)) {
     if (auto written = platform::WriteAddress(files_, station_.folder(), number, address); !written) return written;
     PortMoved(number);
@@ -116,7 +119,7 @@ Status StationSetup::CheckRigPort(const RigPortChoice& choice) const {
   if (!apart) return apart;
   if ((choice.dtr || choice.rts) && !HasSwitches(choice.number))
     return Wrong("DTR and RTS can be raised on ports 1 to 8 only");
-  return CheckDevice(choice.address);
+  return CheckDevice(choice.number, choice.address);
 }
 
 Status StationSetup::ApplyRigPort(const RigPortChoice& choice) {

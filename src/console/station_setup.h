@@ -96,7 +96,7 @@ class StationSetup {
   std::function<void()> on_redraw;
 
  private:
-  Status CheckDevice(const std::string& address) const;
+  Status CheckDevice(int number, const std::string& address) const;
   Status CheckRigPort(const RigPortChoice& choice) const;
   /// Another device stands behind that number: who has it open opens it anew.
   void PortMoved(int number);

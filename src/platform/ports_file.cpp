@@ -46,8 +46,9 @@ std::string TakeAddress(std::string_view line, PortTable& table) {
   const auto number = PortNumber(key);
   if (!number) return "the port number must be 1 to " + std::to_string(kHighestPort);
   if (value.empty()) return "there is no device behind the \"=\"";
+  const int other = table.LinkOwner(value, *number);
   if (!table.addresses.emplace(*number, value).second) return "COM" + std::to_string(*number) + " is there already";
-  return "";
+  return other == 0 ? "" : "the link is that of COM" + std::to_string(other) + ", and each port needs its own";
 }
 
 /// Whether a line is the one for that number, usable or not. What is too long was never read and stays.
@@ -81,6 +82,13 @@ PortTable PortTable::Parse(std::string_view content) {
 std::string PortTable::AddressOf(int number) const {
   const auto address = addresses.find(number);
   return address != addresses.end() ? address->second : "/dev/ttyS" + std::to_string(number - 1);
+}
+
+int PortTable::LinkOwner(std::string_view address, int number) const {
+  if (!address.starts_with("pty:")) return 0;
+  const auto same = std::find_if(addresses.begin(), addresses.end(),
+                                 [&](const auto& port) { return port.first != number && port.second == address; });
+  return same == addresses.end() ? 0 : same->first;
 }
 
 std::string PortTable::ParallelAddressOf(int number) const {

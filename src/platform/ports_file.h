@@ -19,11 +19,13 @@ inline constexpr int kHighestParallelPort = 3;
 struct PortTable {
   std::map<int, std::string> addresses;
   std::map<int, std::string> parallel;
-  std::vector<std::string> complaints;  ///< one line for each line that could not be used, naming it
+  std::vector<std::string> complaints;  ///< one line for each line that cannot be used, naming it
 
   static PortTable Parse(std::string_view content);
   /// The device behind COM`number`: /dev/ttyS(n-1) when the table has no line for it.
   std::string AddressOf(int number) const;
+  /// The port other than `number` that makes its link at the path of that "pty:PATH"; 0 when there is none.
+  int LinkOwner(std::string_view address, int number) const;
   /// The device behind LPT`number`: /dev/parport(n-1) when the table has no line for it.
   std::string ParallelAddressOf(int number) const;
 };

@@ -43,6 +43,9 @@ TEST(PortTable, ComplainsOnceForEachLineItCannotUseAndKeepsTheRest) {
     EXPECT_TRUE(table.complaints[0].starts_with("ports.ini line 2")) << table.complaints[0];
     EXPECT_LT(table.complaints[0].size(), 200U);
   }
+  EXPECT_EQ(PortTable::Parse("COM7=pty:/tmp/a\nCOM8=pty:/tmp/b\nCOM9=pty:/tmp/a\n").complaints,
+            std::vector<std::string>{"ports.ini line 3 \"COM9=pty:/tmp/a\": the link is that of COM7, and each port "
+                                     "needs its own"});
   std::string many;
   for (int i = 0; i < 100'000; ++i) many += "?\n";
   EXPECT_LE(PortTable::Parse(many).complaints.size(), 100U);
