@@ -232,8 +232,12 @@ int ChoiceOf(const KeptSetting& setting, std::string_view value) {
   value = Trim(value);
   if (value.empty()) return 0;
   const auto& choices = *setting.choices;
+  const bool keyer_port = setting.choices == &KeyerPorts();  // which lists show as "L P T 1"
+  std::string sought(value);
+  if (keyer_port) sought = WithoutBlanks(value);
+  if (keyer_port && EqualNoCase(sought, kRigPortCaption)) sought = "RIGPORT";
   const auto word = std::find_if(choices.begin(), choices.end(),
-                                 [value](const std::string& choice) { return EqualNoCase(choice, value); });
+                                 [&sought](const std::string& choice) { return EqualNoCase(choice, sought); });
   if (word != choices.end()) return static_cast<int>(word - choices.begin());
   const auto number = setting.kind == kWord ? ParseNumber(value, 0, kAnyNumber) : std::nullopt;
   if (!number) return -1;

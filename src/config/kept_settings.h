@@ -55,6 +55,9 @@ const KeptSetting* FindKeptSetting(std::string_view key);
 
 /// Whether a switch is on in the file.
 bool IsOn(const KeptSetting& setting, const Settings& stored);
+/// What the list of keyer ports calls the rig port, without its blanks.
+inline constexpr std::string_view kRigPortCaption = "USERIGPORT";
+
 /// The place of a value among the choices, by its word in any case or, for kWord, by its number; -1 for any other. An
 /// empty one means the first.
 int ChoiceOf(const KeptSetting& setting, std::string_view value);

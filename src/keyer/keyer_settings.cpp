@@ -22,7 +22,6 @@ struct NamedKind {
   KeyerKind kind;
   int ports;  ///< the word is followed by a port number from 1 to this
 };
-constexpr std::string_view kRigPortCaption = "USERIGPORT";  // what the list of keyer ports calls it
 
 constexpr std::array kKinds{
     NamedKind{"WINKEY", KeyerKind::kWinkey, 0},     NamedKind{"COM", KeyerKind::kComLine, kMostCom},
@@ -105,7 +104,7 @@ std::string KeyerWord(KeyerKind kind, int port) {
 
 KeyerChoice ParseKeyerWord(std::string_view word) {
   const std::string text = Upper(WithoutBlanks(word));
-  if (text == kRigPortCaption) return {KeyerKind::kRigLine, 0};
+  if (text == config::kRigPortCaption) return {KeyerKind::kRigLine, 0};
   for (const NamedKind& named : kKinds) {
     if (named.ports == 0 && text == named.word) return {named.kind, 0};
     if (named.ports == 0 || !text.starts_with(named.word)) continue;
