@@ -58,6 +58,8 @@ StationSettings StationSettings::From(const Settings& settings) {
   if (settings.has("BODYCOLOR=")) station.body_color = settings.number("BODYCOLOR=");
   for (std::size_t i = 0; i < station.function_texts.size(); ++i) {
     station.function_texts[i] = Trimmed(settings, "F" + std::to_string(i + 1) + "=");
+    const std::string title = Trimmed(settings, "F" + std::to_string(i + 1) + "Title=");
+    station.function_titles[i] = Trim(std::string_view(title).substr(title.starts_with('=') ? 1 : 0));
   }
   for (int slot = 1; slot <= kSavedRigs; ++slot) {
     const auto index = static_cast<std::size_t>(slot);

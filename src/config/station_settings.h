@@ -54,6 +54,7 @@ struct StationSettings {
   std::int64_t screen_meter = 0;
   std::int64_t body_color = 12632256;               ///< grey 192 192 192
   std::array<std::string, 9> function_texts;        ///< "F1=" to "F9="
+  std::array<std::string, 9> function_titles;       ///< "F1Title=" to "F9Title=": captions of the function keys
   std::array<SavedRig, kSavedRigs + 1> saved_rigs;  ///< index 1 to 8
   std::array<bool, kSwitchedPorts> rts_on{};        ///< by port number
   std::array<bool, kSwitchedPorts> dtr_on{};

@@ -146,6 +146,10 @@ void FunctionPanel::ShowCaptions() {
     QString caption = ToQt(ToVisible(rig.captions[i])).simplified();
     const QString description = ToQt(ToVisible(rig.row[key + "Desc"])).simplified();
     if (caption == ToQt(number) && !description.isEmpty()) caption = description;
+    if (caption == ToQt(number) && description.isEmpty()) {
+      const QString title = ToQt(ToVisible(station_.settings().function_titles[i])).simplified();
+      if (!title.isEmpty()) caption = title;
+    }
     const QString arrival = on_arrival_[i] ? QString(" •  ") : QString("   ");
     keys_[i]->setText(ToQt(key) + arrival + QString(caption).replace('&', "&&"));
     const QString name = tr("Function key %1: %2").arg(i + 1).arg(caption);

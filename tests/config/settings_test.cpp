@@ -24,6 +24,7 @@ TEST(Settings, ValuesAreUpperCaseFromAFixedColumn) {
   EXPECT_EQ(settings.number("SCREENCOLOR="), 8421504);
   EXPECT_EQ(settings.text("XRIG="), "TS-850S");
   EXPECT_EQ(settings.text("F1Title="), "=CQ");
+  EXPECT_EQ(StationSettings::From(settings).function_titles[0], "CQ");
   EXPECT_EQ(settings.text("F2="), "CQ TEST");
   EXPECT_TRUE(settings.flag("REVPADDLE=") && settings.flag("XPADJUST=") && settings.flag("RTSON1="));
   EXPECT_FALSE(settings.flag("POT2="));

@@ -5,6 +5,7 @@
 #include <QTest>
 
 #include "console_fixture.h"
+#include "widgets/lamp_button.h"
 #include "fakes/window_hands.h"
 #include "widgets/frequency_display.h"
 
@@ -90,6 +91,20 @@ TEST(ConsoleWindow, DigitsTypedAnywhereAreAFrequency) {
   EXPECT_EQ(desk.Frequency(), "7010.50");
   EXPECT_EQ(desk.Written(), "FA00007010500;");
   EXPECT_EQ(KhzText(*desk.bench.station.console.Reference), "7010.50");
+}
+
+TEST(ConsoleWindow, AFunctionKeyWithoutACaptionOfItsRigHasTheTitleOfTheSettings) {
+  BenchOn<FakeSerialPort> bench(RigIni("TS-2000", 38400, "F1Title=CQ\nF2Title=ANT 1\n"));
+  bench.Start(5s);
+  config::RigRow row = bench.station.engine.rig().row;
+  EXPECT_TRUE(row.Set("F2Desc", "") && row.Set("Cap2", ""));
+  ASSERT_TRUE(bench.station.engine.UseRig(config::LoadDefinition(row)));
+  widgets::Appearance appearance;
+  ConsoleWindow window(bench.station, appearance);
+  QStringList texts;
+  for (auto* button : window.findChildren<widgets::LampButton*>()) texts << button->text().simplified();
+  EXPECT_TRUE(texts.contains("F1 NB")) << "its own counts more";
+  EXPECT_TRUE(texts.contains("F2 ANT 1"));
 }
 
 TEST(ConsoleWindow, ShutDownBringsTheWindowsBackAndKeepsTheirPlaces) {
