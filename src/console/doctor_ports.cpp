@@ -118,7 +118,8 @@ class PortChart {
               ": start that program as the same user as the console";
     } else if (facts.group.empty()) {
       text += ", only " + facts.owner + " may: sudo chgrp dialout " + Quoted(facts.leads_to) + " and sudo chmod 660 " +
-              Quoted(facts.leads_to);
+              Quoted(facts.leads_to) +
+              ", until it is plugged in again (a udev rule lasts: GROUP=\"dialout\", MODE=\"0660\")";
     } else if (facts.listed) {
       text += ", because the group " + facts.group + " does not count in this session yet: log out and in again";
     } else {
