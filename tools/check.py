@@ -96,6 +96,7 @@ class Checker:
             if "platform" not in path.relative_to(self.root).parts[1] and "fork()" not in code:
                 self.check_waits(path, code)
         self.check_operations()
+        self.check_installed_pages()
         self.check_outside_texts()
 
     def check_includes(self, path, text):
@@ -212,6 +213,17 @@ class Checker:
                 if match.group() != name:
                     line = code.count("\n", 0, match.start()) + 1
                     self.complain(path, line, f"{match.group()}: the operation is spelled {name}")
+
+    def check_installed_pages(self):
+        """A link on a page that is installed leads to a file that is installed too."""
+        docs, rules = self.root / "docs", self.root / "packaging" / "CMakeLists.txt"
+        excluded = re.findall(r"PATTERN (\S+) EXCLUDE", rules.read_text())
+        installed = {p for p in docs.rglob("*") if p.is_file() and not any(p.match(pattern) for pattern in excluded)}
+        for page in sorted(p for p in installed if p.suffix == ".md"):
+            for number, line in enumerate(page.read_text().splitlines(), 1):
+                for target in re.findall(r"\]\(([^)#\s]+)[^)\s]*\)", line):
+                    if not re.match(r"\w+:", target) and (page.parent / target).resolve() not in installed:
+                        self.complain(page, number, f"{target} is not installed with this page")
 
     def check_outside_texts(self):
         skip = {".git", "build", ".cache", "__pycache__"}

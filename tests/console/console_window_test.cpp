@@ -5,9 +5,9 @@
 #include <QTest>
 
 #include "console_fixture.h"
-#include "widgets/lamp_button.h"
 #include "fakes/window_hands.h"
 #include "widgets/frequency_display.h"
+#include "widgets/lamp_button.h"
 
 namespace kvx::console {
 namespace {
