@@ -10,6 +10,7 @@ What a reader does with a block is told by its language, and by a comment right 
     ini      lines of rig.ini or ports.ini, told by <!-- file: rig.ini -->, which make a station with their section's others
     others   <!-- file: NAME --> a file that the reader writes
 
+<!-- first: COMMAND --> before a block of sh: what the reader has done long before, with "quit" typed to it.
 <!-- needs: WHAT --> before a block of any language: it cannot be done here, and is counted; <!-- wants: PROGRAM -->: only
 where that program is installed.
 """

@@ -21,8 +21,8 @@ NAMED = {*KEYS, "Tab", "Left", "Right", "Up", "Down", "Home", "End", "Backspace"
 
 IN_STATUS = {"RIGPORT": "port", "RIGSPEED": "speed"}
 SETTINGS = ROOT / "docs" / "station-folder.md"
-# What programs say that end with 0 all the same: the console's refusals, and those of rigctl.
-REFUSAL = re.compile(r"error: .*|\w+: error = .*|Command '.*' not found!.*|Unknown command.*")
+# What programs say that end with 0 all the same: the console's refusals, and those of rigctl, which may dump its own log.
+REFUSAL = re.compile(r"error: .*|\w+: error = .*|Command '.*' not found!.*|Unknown command.*|\d+:\w+\.c\(\d+\).*")
 
 
 class Failure(Exception):
@@ -165,6 +165,9 @@ class Reader:
                 if self.last.process.poll():
                     self.last.expect("(it ended at once)")
             return
+        if "first" in block.notes:
+            subprocess.run(["bash", "-c", self.here(block.notes["first"])], cwd=self.folder, env=self.environment, input="quit\n",
+                           timeout=60, capture_output=True, text=True, check=True)
         self.shell = block
         code = self.run_shell()
         while code != 0 and time.monotonic() < self.keys_until:

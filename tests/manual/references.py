@@ -76,6 +76,8 @@ class Inline:
     def __init__(self, root, binary):
         self.binary = binary
         self.keys = program_keys(binary)
+        usage = subprocess.run([binary, "--help"], capture_output=True, text=True, check=True, timeout=20).stdout
+        self.kinds = re.search(r"\(KIND: ([^)]*)\)", usage)[1].replace(",", " ").split()
         self.commands = program_commands(binary)
         self.reference = (root / "docs" / "headless.md").read_text()
         self.settings = (root / "docs" / "station-folder.md").read_text()
@@ -83,6 +85,8 @@ class Inline:
     def complaint(self, text):
         """Why the program does not know it; empty when it does, or when it is nothing of the program's."""
         words = text.split()
+        if words[:2] == ["kvx", "rigsim"] and len(words) > 2 and words[2] not in [*self.kinds, "KIND"]:
+            return "there is no such simulated rig"
         if words[0] in ("kvx", "./run.sh"):
             done = subprocess.run([self.binary, *words[1:], "--help"], capture_output=True, text=True, check=False, timeout=20)
             return done.stderr.strip()
