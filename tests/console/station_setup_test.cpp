@@ -216,7 +216,7 @@ TEST(StationSetup, EveryCommandAnswersAndKeepsItsLine) {
     EXPECT_TRUE(answer.starts_with(row.answer)) << row.command << " -> " << answer;
     EXPECT_TRUE(row.line.empty() || bench.Ini(row.line)) << row.command << ":\n" << bench.bench.folder.Get("rig.ini");
   }
-  EXPECT_EQ(bench.bench.folder.Get("ports.ini"), "COM5=tcp:shack:4001\nCOM3=/dev/ttyUSB0\n");
+  EXPECT_EQ(bench.bench.folder.Get("ports.ini"), "COM5=tcp:shack:4001\nCOM3=/dev/ttyUSB0\nCOM6=pty:/tmp/a\n");
 }
 
 TEST(StationSetup, EveryKeptSettingGoesToItsLineAndBackAndLeavesTheOthers) {
