@@ -159,7 +159,7 @@ void AddWindows(console::ConsoleWindow& console, Program& program, widgets::Appe
     auto* links = new console::LinkWindow(program.station());
     frame->setWindowTitle(links->windowTitle());
     frame->setCentralWidget(links);
-    frame->resize(InText(*frame, 72, 28));
+    frame->resize(InText(*frame, 84, 28));
     return frame;
   });
 }

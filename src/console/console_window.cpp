@@ -27,6 +27,8 @@
 #include "console/screen_panel.h"
 #include "console/slider_panel.h"
 #include "core/text.h"
+#include "widgets/elided_label.h"
+#include "widgets/qt_text.h"
 
 namespace kvx::console {
 namespace {
@@ -199,8 +201,9 @@ QWidget* ConsoleWindow::MakeHeader() {
   row->setContentsMargins(0, 0, em, 0);
   row->setSpacing(em / 2);
   menus_ = new QMenuBar;
-  menus_->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
-  rig_ = MakeLabel(tr("Rig and its port"), "quiet");
+  menus_->setSizePolicy(QSizePolicy::MinimumExpanding, QSizePolicy::Preferred);
+  rig_ = widgets::WithRole(new widgets::ElidedLabel, "quiet");  // gives way to the menus
+  rig_->setAccessibleName(tr("Rig and its port"));
   clock_ = new widgets::TabularLabel(tr("UTC clock"));
   row->addWidget(menus_, 1);
   row->addWidget(rig_);
@@ -345,7 +348,7 @@ void ConsoleWindow::ReadPlaces(const std::string& file) {
 
 void ConsoleWindow::PutInPlace() {
   ReadPlaces(kPlacesFile);
-  const int em = fontMetrics().height();
+  const int em = QFontMetrics(QApplication::font()).height();  // its own may still be the one before
   const QRect screen = QGuiApplication::primaryScreen()->availableGeometry();
   resize(std::min(kWide * em, screen.width()), std::min(kHigh * em, screen.height()));
   Restore(this, kConsoleName, kPlacesFile);
@@ -504,6 +507,7 @@ void ConsoleWindow::ApplyAppearance() {
   const config::StationSettings& settings = station_.settings();
   appearance_.Use(widgets::MakeTheme(ToQt(*station_.console.Theme), {settings.body_color, settings.screen_color}),
                   *station_.console.TextSize);
+  if (center_ != nullptr && !isVisible()) PutInPlace();  // it begins as large as its text wants it
   if (center_ != nullptr) FitText();
   if (theme_menu_ == nullptr) return;
   for (QAction* action : theme_menu_->actions()) action->setChecked(action->data() == ToQt(*station_.console.Theme));
@@ -517,6 +521,7 @@ void ConsoleWindow::ShowRig() {
   const config::StationSettings& settings = station_.settings();
   QString text = ToQt(*station_.console.RigName);
   if (settings.rig_port != 0) text += QString("  ·  COM%1 %2").arg(settings.rig_port).arg(settings.rig_speed);
+  rig_->setToolTip(text);
   ShowText(rig_, text + "  · ");
 }
 

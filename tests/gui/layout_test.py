@@ -40,3 +40,5 @@ class LargeTextTest(WindowTest):
         self.assertEqual([control for control in controls if not control.inside(frame)], [])
         self.assertEqual([(a, b) for i, a in enumerate(controls) for b in controls[:i] if a.overlaps(b)], [])
         self.assertGreater(self.program.find("Mode CW").height, 40)
+        self.assertNotIn(Role.SCROLL_BAR, [control.role for control in self.program.controls()])
+        self.assertGreater(frame.width, 2000)
