@@ -97,10 +97,11 @@ void LinkWindow::MakeTable() {
   table_->verticalHeader()->hide();
   table_->horizontalHeader()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
   table_->horizontalHeader()->setHighlightSections(false);
+  table_->horizontalHeader()->setStretchLastSection(true);
 }
 
 void LinkWindow::FitColumns() {
-  constexpr int kCharacters[kColumns] = {17, 26, 10, 9, 20, 40, 20};
+  constexpr int kCharacters[kColumns] = {17, 30, 10, 9, 18, 24, 18};
   const int width = table_->fontMetrics().averageCharWidth();
   for (int column = 0; column < kColumns; ++column) table_->setColumnWidth(column, width * (kCharacters[column] + 2));
 }

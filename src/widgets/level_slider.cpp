@@ -61,7 +61,7 @@ void LevelSlider::paintEvent(QPaintEvent*) {
   QPainter painter(this);
   painter.setRenderHint(QPainter::Antialiasing);
   painter.setPen(Qt::NoPen);
-  painter.setBrush(Mixed(theme.panel, theme.quiet_ink, isEnabled() ? 0.25 : 0.1));
+  painter.setBrush(isEnabled() ? Groove(theme) : Mixed(theme.panel, theme.quiet_ink, 0.1));
   painter.drawRoundedRect(track, thick / 2, thick / 2);
   if (isEnabled()) {
     painter.setBrush(theme.accent);

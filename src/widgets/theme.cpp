@@ -179,6 +179,10 @@ QColor QuietInkOn(const QColor& ground, const QColor& ink) {
   return ink;
 }
 
+QColor Groove(const Theme& theme) {
+  return Mixed(theme.panel, theme.quiet_ink, theme.name == "contrast" ? 0.5 : 0.25);
+}
+
 double Contrast(const QColor& first, const QColor& second) {
   const double a = Luminance(first);
   const double b = Luminance(second);
@@ -228,6 +232,7 @@ QString StyleSheet(const Theme& theme) {
       Token{"@digits", theme.digits.name()},
       Token{"@button", theme.button.name()},
       Token{"@raised", raised.name()},
+      Token{"@groove", Groove(theme).name()},
       Token{"@red", theme.red.name()},
       Token{"@border", QString::number(theme.edge_width) + "px solid " + theme.edge.name()},
       Token{"@focus", "2px solid " + theme.focus.name()},
@@ -308,7 +313,7 @@ QString StyleSheet(const Theme& theme) {
     QMenu::separator { height: 1px; background: @edge; margin: 4px 8px; }
     QMenu::indicator:checked { image: none; background: @accent; border-radius: 4px; width: 8px; height: 8px; margin-left: 6px; }
     QToolTip { background: @panel; color: @ink; border: @border; padding: 3px; }
-    QSlider::groove:horizontal { height: 4px; background: @button; border-radius: 2px; }
+    QSlider::groove:horizontal { height: 4px; background: @groove; border-radius: 2px; }
     QSlider::sub-page:horizontal { background: @accent; border-radius: 2px; }
     QSlider::handle:horizontal { background: @ink; width: 12px; margin: -6px 0; border-radius: 4px; border: 2px solid transparent; }
     QSlider::handle:horizontal:focus { border: @focus; }

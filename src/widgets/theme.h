@@ -41,6 +41,8 @@ std::int64_t StoredOfColor(const QColor& color);
 QColor Mixed(const QColor& from, const QColor& to, double share);
 /// As much of the ink mixed into the ground as quiet text needs to be read.
 QColor QuietInkOn(const QColor& ground, const QColor& ink);
+/// What a slider's knob moves along, as it is seen on a panel.
+QColor Groove(const Theme& theme);
 /// WCAG contrast of two opaque colours, 1 to 21.
 double Contrast(const QColor& first, const QColor& second);
 
