@@ -8,15 +8,6 @@
 
 namespace kvx::app {
 
-namespace {
-
-Error NoInput(const std::string& device) {
-  return {ErrorCode::kNotFound,
-          device.empty() ? "This computer has no sound input" : "There is no sound input " + OneLine(device)};
-}
-
-}  // namespace
-
 AudioSources::AudioSources(Loop& loop, LocalSound* local) : loop_(loop), server_(loop), local_(local) {
   const auto tell = [this] {
     if (on_changed) on_changed();
@@ -48,7 +39,7 @@ Result<std::unique_ptr<platform::AudioInput>> AudioSources::Make(const std::stri
     if (server_.present()) {
       input = std::make_unique<platform::PulseInput>(loop_, device);
     } else if (server_.absent()) {
-      if (local_ == nullptr) return NoInput(device);
+      if (local_ == nullptr) return Error{ErrorCode::kNotFound, "This computer has no sound server"};
       input = local_->MakeInput(device);
     } else {
       return Error{ErrorCode::kBusy, "The sound server does not answer"};

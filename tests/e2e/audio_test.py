@@ -127,11 +127,11 @@ class AudioTest(unittest.TestCase):
     def test_no_sound_server_is_one_line(self):
         kvx = self.start({"PULSE_SERVER": f"unix:{self.station.path('none')}"})
         begin = time.monotonic()
-        self.assertIn("This computer has no sound input", kvx.command("audio on"))
+        self.assertIn("This computer has no sound server", kvx.command("audio on"))
         self.assertLess(time.monotonic() - begin, 2)
         self.assertEqual(kvx.command("audio devices").count('"id"'), 1)
         time.sleep(3)
-        self.assertEqual(sum("no sound input" in text for text in kvx.texts() if text.startswith("audio ")), 1, kvx.texts())
+        self.assertEqual(sum("no sound server" in text for text in kvx.texts() if text.startswith("audio ")), 1, kvx.texts())
 
     def test_a_recording_and_the_simulated_receiver(self):
         played = write_noise(self.station.path("played.wav"), 2)
