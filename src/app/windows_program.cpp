@@ -16,7 +16,8 @@ int RunWindowsProgram(char** argv) {
   fs::path program = folder / "kvx-windows";
   if (!fs::exists(program, error)) program = (folder / ".." / "lib" / "kvx" / "kvx-windows").lexically_normal();
   ::execv(program.c_str(), argv);
-  std::cerr << "kvx: " << program.string() << ", which has the windows, cannot be run: " << std::strerror(errno)
+  const int cause = errno;
+  std::cerr << "kvx: " << program.string() << ", which has the windows, cannot be run: " << std::strerror(cause)
             << '\n';
   return 1;
 }

@@ -105,7 +105,10 @@ Status StoreMaker::Make() {
   Result<std::string> bytes = store->Serialize();
   if (!bytes) return bytes.error();
   const Status written = files_.Write(store_, *bytes);
-  if (written.ok()) return Report(*work, *added, true), Ok();
+  if (written.ok()) {
+    Report(*work, *added, true);
+    return written;
+  }
   unwritten_ = std::move(*bytes);
   return Error{written.error().code, written.error().message + ": rigs can be chosen, none stored, until it is there"};
 }

@@ -152,8 +152,8 @@ Task WinKeyer::HostClose() {
   while (port_.is_open() && loop_.Now() < limit && (port_.bytes_unsent() > 0 || loop_.Now() < line_free_at_)) {
     co_await loop_.Sleep(5ms);
   }
-  if (port_.is_open() && port_.bytes_unsent() > 0 &&
-      !armed_.empty()) {  // the guard keeps what the device has not taken
+  // The guard keeps what the device has not taken.
+  if (port_.is_open() && port_.bytes_unsent() > 0 && !armed_.empty()) {
     release_owed_ = number == number_;
     armed_.clear();
   }

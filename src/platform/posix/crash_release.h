@@ -10,9 +10,8 @@ namespace kvx::platform {
 /// One device that must be told to release the transmitter when the program ends in any way but its own orderly one. At
 /// every signal that ends the program, whose course is not changed, and at exit every armed one acts, lines before
 /// bytes; one that is destroyed while it is armed acts as well, and leaves a device that does not take its bytes to the
-/// release process. Each holds its device open by a descriptor of its own
-/// while it is armed, so that the number cannot have become that of another file. A forked child has none. Arming and
-/// disarming from one thread at a time.
+/// release process. Each holds its device open by a descriptor of its own while it is armed, so that the number cannot
+/// have become that of another file. A forked child has none. Arming and disarming from one thread at a time.
 class CrashRelease {
  public:
   CrashRelease();

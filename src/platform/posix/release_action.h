@@ -43,8 +43,8 @@ struct DueRelease {
   bool is_set_up = false;  ///< the line has its modes
 };
 
-inline constexpr std::size_t kMostReleases =
-    8;  ///< a program has seven: rig, its own keyer, keyer, its line, the line before it, two parallel ports
+/// A program has seven: rig, its own keyer, keyer, its line, the line before it, two parallel ports.
+inline constexpr std::size_t kMostReleases = 8;
 using DueReleases = std::array<DueRelease, kMostReleases>;
 
 /// Makes releases: lines, which take no time, then all bytes as their devices take them, none of them waiting for

@@ -174,8 +174,8 @@ class Keeper {
   }
 
   /// What has been written is not lost by this end: a pseudo-terminal drops what its far end has not read when the last
-  /// master closes, a connection that has unread input is reset. What a line does not take is dropped unless
-  /// the next console has it by now, else this process would not end for half a minute.
+  /// master closes, a connection that has unread input is reset. What a line does not take is dropped unless the next
+  /// console has it by now, else this process would not end for half a minute.
   void LetGo() {
     bool lingers = false;
     for (Armed& one : armed_) {

@@ -18,9 +18,9 @@ Duration TimeAsleep();
 
 /// A thread that makes the armed releases when the engine may not be able to: when one is due, within a second after
 /// the computer has slept, when the program has been asked to end and does not hear of it, and when a terminal stops
-/// the program (Ctrl-Z), which is stopped when that is done. It keeps
-/// the release process informed of what is armed, hears of what that has released, and starts it anew when it has gone,
-/// once a second at most. From a release on nothing is keyed in software until Resume. One object at a time.
+/// the program (Ctrl-Z), which is stopped when that is done. It keeps the release process informed of what is armed,
+/// hears of what that has released, and starts it anew when it has gone, once a second at most. From a release on
+/// nothing is keyed in software until Resume. One object at a time.
 class ReleaseWatch {
  public:
   /// `process`: none, or one that has been started if that was possible.

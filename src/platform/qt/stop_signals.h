@@ -11,9 +11,8 @@ namespace kvx::platform {
 
 /// Turns the signals that ask a program to end (SIGTERM, SIGINT, SIGHUP) into one call from the event loop, and keeps a
 /// broken pipe from ending it. When the loop does not hear of the first, a ReleaseWatch releases the transmitter.
-/// Further signals are swallowed while the shut-down runs; after kPatienceSeconds they
-/// kill, when the transmitter has been released. A hang-up that was ignored at the start (nohup) stays ignored. One
-/// object at a time.
+/// Further signals are swallowed while the shut-down runs; after kPatienceSeconds they kill, when the transmitter has
+/// been released. A hang-up that was ignored at the start (nohup) stays ignored. One object at a time.
 class StopSignals final {
  public:
   static constexpr int kPatienceSeconds = 5;
