@@ -1,8 +1,6 @@
 #include "config/rig_csv.h"
 
-#include <algorithm>
-
-#include "core/csv.h"
+#include <limits>
 
 namespace kvx::config {
 namespace {
@@ -14,15 +12,20 @@ std::string SetFlag(bool& flag, std::string_view text) {
   return "";
 }
 
+std::string Line(std::string_view field, const std::string& value) {
+  return std::string(field) + ',' + CsvCell(value) + '\n';
+}
+
+}  // namespace
+
 /// Puts one record into the rows; what is wrong with it, else empty.
-std::string TakeRecord(const CsvRecord& record, std::vector<RigRow>& rows) {
+std::string RigCsvReader::Take(const CsvRecord& record) {
   if (record.cells.size() != 2) return "a line is a field, a comma and its value (quote a value that holds a comma)";
   const std::string_view field = Trim(record.cells[0]);
   const std::string value = FromVisible(record.cells[1]);
   if (EqualNoCase(field, "RigName")) {
-    const auto same = [&value](const RigRow& row) { return EqualNoCase(row.name(), value); };
     if (value.empty()) return "the rig has no name";
-    if (std::any_of(rows.begin(), rows.end(), same)) return "the rig " + OneLine(value, 60) + " is there already";
+    if (!names_.insert(Upper(value)).second) return "the rig " + OneLine(value, 60) + " is there already";
     rows.emplace_back().Set("RigName", value);
     return "";
   }
@@ -34,24 +37,24 @@ std::string TakeRecord(const CsvRecord& record, std::vector<RigRow>& rows) {
   return row.Set(field, value) ? "" : "there is no field \"" + OneLine(field, 40) + "\"";
 }
 
-std::string Line(std::string_view field, const std::string& value) {
-  return std::string(field) + ',' + CsvCell(value) + '\n';
-}
-
-}  // namespace
-
-Result<std::vector<RigRow>> ParseRigCsv(std::string_view csv) {
-  std::vector<RigRow> rows;
-  CsvReader reader(csv);
+Result<bool> RigCsvReader::ReadSome(std::size_t records) {
   const auto failed = [](int line, const std::string& fault) {
     return Error{ErrorCode::kInvalid, "line " + std::to_string(line) + ": " + fault};
   };
-  while (const auto record = reader.Next()) {
-    const std::string fault = TakeRecord(*record, rows);
-    if (!fault.empty()) return failed(record->line, fault);
+  for (; records > 0; --records) {
+    const auto record = reader_.Next();
+    if (!record && !reader_.fault().empty()) return failed(reader_.line(), reader_.fault());
+    if (!record) return true;
+    if (const std::string fault = Take(*record); !fault.empty()) return failed(record->line, fault);
   }
-  if (!reader.fault().empty()) return failed(reader.line(), reader.fault());
-  return rows;
+  return false;
+}
+
+Result<std::vector<RigRow>> ParseRigCsv(std::string_view csv) {
+  RigCsvReader reader(csv);
+  const auto read = reader.ReadSome(std::numeric_limits<std::size_t>::max());
+  if (!read) return read.error();
+  return std::move(reader.rows);
 }
 
 std::string FormatRigCsv(const std::vector<RigRow>& rows) {

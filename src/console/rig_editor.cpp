@@ -4,7 +4,6 @@
 
 #include "cat/command_keys.h"
 #include "cat/command_template.h"
-#include "config/rig_csv.h"
 #include "core/hex_text.h"
 #include "core/text.h"
 
@@ -224,59 +223,13 @@ void RigEditor::FollowSettings(const std::string& name, const std::string& new_n
   station_.console.SavedRigs.Set(*station_.console.SavedRigs + 1);
 }
 
-Result<std::vector<config::RigRow>> RigEditor::ReadCsv(const platform::Path& file) const {
-  const auto csv = files_.Read(file);
-  if (!csv) return csv.error();
-  auto rows = config::ParseRigCsv(*csv);
-  if (!rows) return Error{rows.error().code, file.string() + " " + rows.error().message};
-  if (rows->empty()) return Invalid("there is no rig in " + file.string());
-  for (const config::RigRow& row : *rows) {
-    if (const Status valid = CheckRigName(row.name()); !valid)
-      return Invalid(file.string() + ": rig " + OneLine(row.name(), kLongestName) + ": " + valid.error().message);
-  }
-  return rows;
-}
-
-Result<std::vector<std::string>> RigEditor::Existing(const std::vector<config::RigRow>& rows) const {
-  const auto names = Names();
-  if (!names) return names.error();
-  std::vector<std::string> existing;
-  for (const std::string& name : *names) {
-    const auto same = [&name](const config::RigRow& row) { return EqualNoCase(row.name(), name); };
-    if (std::any_of(rows.begin(), rows.end(), same)) existing.push_back(name);
-  }
-  return existing;
-}
-
-Result<int> RigEditor::Import(const std::vector<config::RigRow>& rows) {
-  const Result<int> count = database_.Add(rows, true);
-  if (!count) return count.error();
+Status RigEditor::Replaced(const std::vector<config::RigRow>& rows) {
   for (const config::RigRow& row : rows) {
-    if (!new_ && EqualNoCase(row.name(), name_)) Open(row.name()).ok();
-    if (const Status followed = Follow(row.name(), row.name()); !followed) return followed.error();
+    if (!modified() && EqualNoCase(row.name(), name_)) Open(row.name()).ok();
+    if (!is_in_use(row.name())) continue;
+    if (const Status followed = Follow(row.name(), row.name()); !followed) return followed;
   }
-  return *count;
-}
-
-Result<int> RigEditor::ExportCsv(const platform::Path& file, std::vector<std::string> names) const {
-  if (names.empty()) {
-    auto all = Names();
-    if (!all) return all.error();
-    names = std::move(*all);
-  }
-  std::vector<config::RigRow> rows;
-  for (const std::string& name : names) {
-    auto row = database_.Find(name);
-    if (!row) return row.error();
-    // A name that the store lists but cannot find (it has a quote in it) is no reason to keep the others back.
-    if (row->has_value()) {
-      rows.push_back(std::move(**row));
-    } else if (names.size() == 1) {
-      return Error{ErrorCode::kNotFound, "there is no rig " + OneLine(name, kLongestName)};
-    }
-  }
-  if (const Status written = files_.Write(file, config::FormatRigCsv(rows)); !written) return written.error();
-  return static_cast<int>(rows.size());
+  return Ok();
 }
 
 CommandPreview RigEditor::Preview(std::string_view field) const {

@@ -47,13 +47,8 @@ class RigEditor {
   /// Takes the edits back; a new rig is gone.
   void Revert();
 
-  /// The rigs of a file as ExportCsv writes them; all of them or an error with the line.
-  Result<std::vector<config::RigRow>> ReadCsv(const platform::Path& file) const;
-  /// Which of these rigs the store has already: Import replaces them.
-  Result<std::vector<std::string>> Existing(const std::vector<config::RigRow>& rows) const;
-  Result<int> Import(const std::vector<config::RigRow>& rows);
-  /// Writes rigs as the store has them; no names: all of them. Gives their number.
-  Result<int> ExportCsv(const platform::Path& file, std::vector<std::string> names) const;
+  /// Rows of the store have been replaced: the working copy, without edits, and the rig in use follow.
+  Status Replaced(const std::vector<config::RigRow>& rows);
 
   /// The bytes that a field of the working copy makes with the console's present values.
   CommandPreview Preview(std::string_view field) const;
@@ -63,6 +58,7 @@ class RigEditor {
   bool KeysTransmitter(std::string_view field) const;
 
   Station& station() { return station_; }
+  platform::Files& files() { return files_; }
 
  private:
   Status CheckFree(const std::string& name) const;

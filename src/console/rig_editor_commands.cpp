@@ -1,11 +1,14 @@
 #include "console/rig_editor_commands.h"
 
 #include <array>
+#include <functional>
+#include <memory>
 
 #include "cat/command_keys.h"
 #include "cat/command_template.h"
 #include "console/answers.h"
 #include "console/rig_editor.h"
+#include "console/rig_exchange.h"
 #include "core/text.h"
 
 namespace kvx::console {
@@ -14,6 +17,10 @@ namespace {
 constexpr std::string_view kUsage =
     "show NAME [FIELD] | set NAME FIELD TEXT | new NAME | copy NAME NEW | rename NAME NEW | delete NAME | "
     "import FILE [replace] | export FILE [NAME]: edit rig definitions; a name with blanks goes in \"quotes\"";
+
+constexpr std::size_t kMostNamed = 12;  // rigs in an answer
+
+using Reply = std::shared_ptr<std::string>;
 
 std::string Answer(const Status& status, const std::string& done) {
   return status ? "ok " + done : Fail(status.error().message);
@@ -41,9 +48,10 @@ std::string TakeWord(std::string_view& text) {
 }
 
 std::string Joined(const std::vector<std::string>& names) {
+  const std::size_t named = std::min(names.size(), kMostNamed);
   std::string joined;
-  for (const std::string& name : names) joined += (joined.empty() ? "" : ", ") + OneLine(name);
-  return joined;
+  for (std::size_t i = 0; i < named; ++i) joined += (joined.empty() ? "" : ", ") + OneLine(names[i]);
+  return named == names.size() ? joined : joined + " and " + std::to_string(names.size() - named) + " more";
 }
 
 std::string Rigs(std::size_t count) {
@@ -100,43 +108,67 @@ std::string Delete(RigEditor& editor, std::string_view arguments) {
   return Answer(editor.Delete(name), "deleted " + OneLine(name));
 }
 
-std::string Import(RigEditor& editor, std::string_view arguments) {
-  const platform::Path file = editor.station().folder() / TakeWord(arguments);
-  const auto rows = editor.ReadCsv(file);
-  if (!rows) return Fail(rows.error().message);
-  const auto existing = editor.Existing(*rows);
-  if (!existing) return Fail(existing.error().message);
-  if (!existing->empty() && !EqualNoCase(Trim(arguments), "replace"))
-    return Fail("there already: " + Joined(*existing) + "; with \"replace\" behind the file they are replaced");
-  const Result<int> count = editor.Import(*rows);
-  if (!count) return Fail(count.error().message);
-  return "ok " + Rigs(rows->size()) + (existing->empty() ? "" : ", replaced " + Joined(*existing));
+void TakeRigs(RigEditor& editor, const RigExchange::Read& read, const Reply& reply) {
+  const auto done = [&station = editor.station(), &files = editor.files(), read, reply](const Status& imported) {
+    if (!imported) return void(reply->assign(Fail(imported.error().message)));
+    const auto& existing = read->existing;
+    const std::string sentence = Rigs(read->rows.size()) + (existing.empty() ? "" : ", replaced " + Joined(existing));
+    reply->assign(Answer(RigEditor(station, files).Replaced(read->rows), sentence));
+  };
+  RigExchange(editor.station(), editor.files()).Import(read, done);
 }
 
-std::string Export(RigEditor& editor, std::string_view arguments) {
+void Import(RigEditor& editor, std::string_view arguments, const Reply& reply) {
+  const platform::Path file = editor.station().folder() / TakeWord(arguments);
+  const bool replace = EqualNoCase(Trim(arguments), "replace");
+  const auto done = [&station = editor.station(), &files = editor.files(), replace,
+                     reply](const Result<RigExchange::Read>& read) {
+    if (!read) return void(reply->assign(Fail(read.error().message)));
+    const auto& existing = (*read)->existing;
+    if (!existing.empty() && !replace)
+      return void(reply->assign(
+          Fail("there already: " + Joined(existing) + "; with \"replace\" behind the file they are replaced")));
+    RigEditor followed(station, files);
+    TakeRigs(followed, *read, reply);
+  };
+  RigExchange(editor.station(), editor.files()).ReadCsv(file, done);
+}
+
+void Export(RigEditor& editor, std::string_view arguments, const Reply& reply) {
   const std::string file = TakeWord(arguments);
-  if (file.empty()) return Fail("rigdef export takes a file");
+  if (file.empty()) return void(reply->assign(Fail("rigdef export takes a file")));
   const std::string name = TakeWord(arguments);
   const platform::Path path = editor.station().folder() / file;
-  const Result<int> count = editor.ExportCsv(path, name.empty() ? std::vector<std::string>{} : std::vector{name});
-  if (!count) return Fail(count.error().message);
-  return "ok " + Rigs(static_cast<std::size_t>(*count)) + " to " + path.string();
+  const auto done = [path, reply](const Result<int>& count) {
+    *reply =
+        count ? "ok " + Rigs(static_cast<std::size_t>(*count)) + " to " + path.string() : Fail(count.error().message);
+  };
+  RigExchange(editor.station(), editor.files())
+      .Export(path, name.empty() ? std::vector<std::string>{} : std::vector{name}, done);
 }
 
 struct Verb {
   std::string_view name;
   std::string (*run)(RigEditor& editor, std::string_view arguments);
 };
-constexpr std::array kVerbs{Verb{"show", Show},     Verb{"set", SetField},  Verb{"new", New},
-                            Verb{"copy", Copy},     Verb{"rename", Rename}, Verb{"delete", Delete},
-                            Verb{"import", Import}, Verb{"export", Export}};
+constexpr std::array kVerbs{Verb{"show", Show}, Verb{"set", SetField},  Verb{"new", New},
+                            Verb{"copy", Copy}, Verb{"rename", Rename}, Verb{"delete", Delete}};
 
-std::string RigDefinitions(RigEditor& editor, std::string_view arguments) {
+/// Import and export go on in the queue of the store.
+Task RigDefinitions(std::reference_wrapper<Station> station, std::reference_wrapper<platform::Files> files,
+                    std::string argument, Reply reply) {
+  RigEditor editor(station, files);
+  std::string_view arguments = argument;
   const std::string word = TakeWord(arguments);
+  *reply = Fail("rigdef takes show, set, new, copy, rename, delete, import or export");
   for (const Verb& verb : kVerbs) {
-    if (EqualNoCase(verb.name, word)) return verb.run(editor, arguments);
+    if (EqualNoCase(verb.name, word)) *reply = verb.run(editor, arguments);
   }
-  return Fail("rigdef takes show, set, new, copy, rename, delete, import or export");
+  const bool import = EqualNoCase(word, "import");
+  if (!import && !EqualNoCase(word, "export")) co_return;
+  import ? Import(editor, arguments, reply) : Export(editor, arguments, reply);
+  Task done = station.get().functions.queue.Finish();
+  co_await done;
 }
 
 std::string Preview(const Station& station, std::string_view argument) {
@@ -152,9 +184,8 @@ std::string Preview(const Station& station, std::string_view argument) {
 }  // namespace
 
 void AddRigEditorCommands(CommandLine& commands, Station& station, platform::Files& files) {
-  commands.Add("rigdef", std::string(kUsage), [&station, &files](std::string_view argument) {
-    RigEditor editor(station, files);
-    return RigDefinitions(editor, argument);
+  commands.AddProcedure("rigdef", std::string(kUsage), [&station, &files](std::string argument, Reply reply) {
+    return RigDefinitions(station, files, std::move(argument), std::move(reply));
   });
   commands.Add("preview", "KEY-OR-TEMPLATE: the bytes that it makes now for the rig in use",
                [&station](std::string_view argument) { return Preview(station, argument); });

@@ -6,12 +6,14 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
+#include <QPointer>
 #include <QPushButton>
 #include <QShortcut>
 #include <QSplitter>
 #include <QStyle>
 #include <QVBoxLayout>
 
+#include "console/rig_exchange.h"
 #include "console/rig_field_form.h"
 #include "console/rig_list_panel.h"
 #include "widgets/appearance.h"
@@ -295,35 +297,56 @@ void RigEditorWindow::DeleteRig() {
 void RigEditorWindow::ImportRigs() {
   LeaveThen([this] {
     dialogs.ask_file(tr("Import rigs"), false, [this](const QString& file) {
-      const auto rows = editor_.ReadCsv(file.toStdString());
-      if (!rows) return Tell(widgets::ToQt(rows.error().message), true);
-      const auto existing = editor_.Existing(*rows);
-      if (!existing) return Tell(widgets::ToQt(existing.error().message), true);
-      if (existing->empty()) return TakeRigs(*rows);
-      QStringList names;
-      for (const std::string& name : *existing) names << widgets::ToQt(name);
-      const auto more = names.size() - kMostNamed;
-      if (more > 0) names = names.mid(0, kMostNamed) << tr("and %1 more").arg(more);
-      dialogs.ask(tr("These rigs are there already and would be replaced: %1").arg(names.join(", ")),
-                  {tr("Replace"), tr("Cancel")}, [this, rows = *rows](int answer) {
-                    if (answer == 0) TakeRigs(rows);
-                  });
+      Tell(tr("Reading %1").arg(file));
+      const auto done = [window = QPointer(this)](const Result<RigExchange::Read>& read) {
+        if (window == nullptr) return;
+        if (!read) return window->Tell(widgets::ToQt(read.error().message), true);
+        window->AskToReplace(*read);
+      };
+      RigExchange(editor_.station(), editor_.files()).ReadCsv(file.toStdString(), done);
     });
   });
 }
 
-void RigEditorWindow::TakeRigs(const std::vector<config::RigRow>& rows) {
-  const Result<int> count = editor_.Import(rows);
-  Tell(count ? tr("%n rig(s) imported", nullptr, *count) : widgets::ToQt(count.error().message), !count);
-  ShowRig();
+void RigEditorWindow::AskToReplace(const std::shared_ptr<RigExchange::Rigs>& read) {
+  if (read->existing.empty()) return TakeRigs(read);
+  Tell({});
+  QStringList names;
+  for (const std::string& name : read->existing) names << widgets::ToQt(name);
+  const auto more = names.size() - kMostNamed;
+  if (more > 0) names = names.mid(0, kMostNamed) << tr("and %1 more").arg(more);
+  dialogs.ask(tr("These rigs are there already and would be replaced: %1").arg(names.join(", ")),
+              {tr("Replace"), tr("Cancel")}, [this, read](int answer) {
+                if (answer == 0) TakeRigs(read);
+              });
+}
+
+void RigEditorWindow::TakeRigs(const std::shared_ptr<RigExchange::Rigs>& read) {
+  Tell(tr("Importing"));
+  const auto done = [window = QPointer(this), &station = editor_.station(), &files = editor_.files(),
+                     read](const Status& imported) {
+    if (window == nullptr) {  // the rig in use follows all the same
+      if (imported) RigEditor(station, files).Replaced(read->rows).ok();
+      return;
+    }
+    const Status followed = imported ? window->editor_.Replaced(read->rows) : imported;
+    if (window->Check(followed)) window->Tell(tr("%n rig(s) imported", nullptr, static_cast<int>(read->rows.size())));
+    window->ShowRig();
+  };
+  RigExchange(editor_.station(), editor_.files()).Import(read, done);
 }
 
 void RigEditorWindow::ExportRigs() {
   const auto write = [this](const std::vector<std::string>& names) {
     dialogs.ask_file(tr("Export rigs"), true, [this, names](const QString& file) {
-      const Result<int> count = editor_.ExportCsv(file.toStdString(), names);
-      Tell(count ? tr("%n rig(s) written to %1", nullptr, *count).arg(file) : widgets::ToQt(count.error().message),
-           !count);
+      Tell(tr("Writing %1").arg(file));
+      const auto done = [window = QPointer(this), file](const Result<int>& count) {
+        if (window == nullptr) return;
+        window->Tell(
+            count ? tr("%n rig(s) written to %1", nullptr, *count).arg(file) : widgets::ToQt(count.error().message),
+            !count);
+      };
+      RigExchange(editor_.station(), editor_.files()).Export(file.toStdString(), names, done);
     });
   };
   if (editor_.is_new() || !editor_.is_open()) return write({});

@@ -6,6 +6,7 @@
 
 #include "console/rig_editor.h"
 #include "console/rig_editor_dialogs.h"
+#include "console/rig_exchange.h"
 
 class QFrame;
 class QLabel;
@@ -64,7 +65,8 @@ class RigEditorWindow final : public QMainWindow {
   void RenameRig();
   void DeleteRig();
   void ImportRigs();
-  void TakeRigs(const std::vector<config::RigRow>& rows);
+  void AskToReplace(const std::shared_ptr<RigExchange::Rigs>& read);
+  void TakeRigs(const std::shared_ptr<RigExchange::Rigs>& read);
   void ExportRigs();
   void Save();
   bool TrySave();

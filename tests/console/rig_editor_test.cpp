@@ -1,8 +1,8 @@
 #include "console/rig_editor.h"
 
 #include "cat/command_keys.h"
-#include "config/rig_csv.h"
 #include "console/rig_editor_commands.h"
+#include "console/rig_exchange.h"
 #include "console_fixture.h"
 
 namespace kvx::console {
@@ -206,12 +206,40 @@ TEST(RigEditor, WhatCannotBeSavedIsNotLost) {
   EXPECT_EQ(bench.Stored("Copy", "USB") + bench.Stored("Copy", "LSB"), "thirdtheirs");
 }
 
+/// Import and export, waited for.
+struct ExchangeBench : EditorBench {
+  using EditorBench::EditorBench;
+  std::string Read(const std::string& file) {
+    std::string said = "nothing";
+    exchange.ReadCsv(folder / file, [&](const auto& done) {
+      if (done) read = *done;
+      said = done ? "ok" : done.error().message;
+    });
+    loop.RunFor(1s);
+    return ReplaceAll(said, (folder / file).string(), "");
+  }
+  std::string Import() {
+    std::string said = "nothing";
+    exchange.Import(read, [&](const Status& done) { said = done ? "ok" : done.error().message; });
+    loop.RunFor(1s);
+    return said == "ok" && !editor.Replaced(read->rows) ? "not followed" : said;
+  }
+  int Export(const std::string& file, const Names& names) {
+    int count = -2;
+    exchange.Export(folder / file, names, [&](const Result<int>& done) { count = done ? *done : -1; });
+    loop.RunFor(1s);
+    return count;
+  }
+
+  RigExchange exchange{station, files};
+  RigExchange::Read read;
+};
+
 TEST(RigEditor, AnImportIsWholeOrNotAtAll) {
-  EditorBench bench("TS-2000");
+  ExchangeBench bench("TS-2000");
   const auto read = [&](const std::string& csv) {
     bench.folder.Put("in.csv", csv);
-    const auto rows = bench.editor.ReadCsv(bench.folder / "in.csv");
-    return rows ? "ok" : rows.error().message.substr((bench.folder / "in.csv").string().size());
+    return bench.Read("in.csv");
   };
   EXPECT_EQ(read("RigName,New\nUSB,x\nRigName,TS-2000\nUSSB,x\n"), " line 4: there is no field \"USSB\"");
   EXPECT_EQ(read("RigName,New\nRigName,Bob's\n"),
@@ -219,10 +247,9 @@ TEST(RigEditor, AnImportIsWholeOrNotAtAll) {
   EXPECT_NE(read("# nothing\n"), "ok");
   EXPECT_EQ(bench.Stored("New", "USB"), "none");
   ASSERT_EQ(read("RigName,New\nUSB,x\nRigName,ts-2000\nRigType,KENWOOD\nUSB,\"MD,2;<CR>\"\n"), "ok");
-  const auto rows = bench.editor.ReadCsv(bench.folder / "in.csv");
-  EXPECT_EQ(bench.editor.Existing(*rows).value(), Names{"TS-2000"});
+  EXPECT_EQ(bench.read->existing, Names{"TS-2000"});
   ASSERT_TRUE(bench.editor.Open("TS-2000").ok());
-  EXPECT_EQ(bench.editor.Import(*rows).value(), 2);
+  EXPECT_EQ(bench.Import(), "ok");
   EXPECT_EQ(bench.Stored("New", "USB") + bench.Stored("TS-2000", "LSB"), "x") << "a row is replaced whole";
   EXPECT_EQ(bench.editor.Text("USB"), "MD,2;<CR>");
   bench.Quiet();
@@ -230,20 +257,42 @@ TEST(RigEditor, AnImportIsWholeOrNotAtAll) {
   EXPECT_EQ(bench.port.written, "MD,2;\r") << "the rig in use follows";
 }
 
+TEST(RigEditor, ManyRigsGoInAndOutInPiecesAndNotWhileTransmitting) {
+  ExchangeBench bench("TS-2000");
+  std::string csv;
+  for (int i = 0; i < 2000; ++i) csv += "RigName,Many " + std::to_string(i) + "\nUSB,x\n";
+  bench.folder.Put("in.csv", csv);
+  ASSERT_EQ(bench.Read("in.csv"), "ok");
+  std::string said;
+  bench.exchange.Import(bench.read, [&](const Status& done) { said = done ? "ok" : done.error().message; });
+  EXPECT_EQ(said, "") << "it goes on when other things have had their turn";
+  bench.station.console.Transmitting.Set(true);  // as by a program meanwhile
+  bench.loop.RunFor(1s);
+  EXPECT_EQ(said, "Not imported: the rig is transmitting");
+  EXPECT_EQ(bench.Stored("Many 0", "USB"), "none");
+  EXPECT_EQ(bench.Export("out.csv", {}), -1);
+  EXPECT_EQ(bench.Read("in.csv"), "Not imported: the rig is transmitting");
+  bench.station.console.Transmitting.Set(false);
+  EXPECT_EQ(bench.Import(), "ok");
+  EXPECT_EQ(bench.Stored("many 1999", "USB"), "x");
+  EXPECT_EQ(bench.Export("out.csv", {}), static_cast<int>(bench.editor.Names().value().size()));
+  ASSERT_EQ(bench.Read("out.csv"), "ok");
+  EXPECT_EQ(bench.read->existing.size(), bench.read->rows.size());
+}
+
 TEST(RigEditor, AnExportIsReadBackAsItWas) {
-  EditorBench bench("TS-2000");
+  ExchangeBench bench("TS-2000");
   const Names names = bench.editor.Names().value();
-  EXPECT_EQ(bench.editor.ExportCsv(bench.folder / "all.csv", {}).value(), static_cast<int>(names.size()));
-  const auto rows = bench.editor.ReadCsv(bench.folder / "all.csv");
-  ASSERT_TRUE(rows.ok());
-  ASSERT_EQ(rows->size(), names.size());
-  for (const config::RigRow& row : *rows) {
+  EXPECT_EQ(bench.Export("all.csv", {}), static_cast<int>(names.size()));
+  ASSERT_EQ(bench.Read("all.csv"), "ok");
+  ASSERT_EQ(bench.read->rows.size(), names.size());
+  for (const config::RigRow& row : bench.read->rows) {
     ASSERT_TRUE(bench.editor.Open(row.name()).ok());
     EXPECT_EQ(bench.editor.row(), row);
   }
-  EXPECT_EQ(bench.editor.ExportCsv(bench.folder / "one.csv", {"FT-857"}).value(), 1);
-  EXPECT_FALSE(bench.editor.ExportCsv(bench.folder / "two.csv", {"FT-858"}).ok());
-  EXPECT_FALSE(bench.editor.ExportCsv(bench.folder / "no such folder/x.csv", {}).ok());
+  EXPECT_EQ(bench.Export("one.csv", {"FT-857"}), 1);
+  EXPECT_EQ(bench.Export("two.csv", {"FT-858"}), -1);
+  EXPECT_EQ(bench.Export("no such folder/x.csv", {}), -1);
 }
 
 TEST(RigEditorSend, WritesThePreviewAndKeysNothingThatCouldNotBeReleased) {
@@ -318,7 +367,7 @@ TEST(RigEditorCommands, EachHasOneAnswerAndChangesTheStore) {
            Row{"preview", "error: preview takes"},
        }) {
     line.Take(row.command);
-    bench.loop.RunFor(1ms);
+    bench.loop.RunFor(50ms);
     EXPECT_EQ(answer.substr(0, row.answer.size()), row.answer) << row.command << ": " << answer;
   }
   EXPECT_EQ(bench.folder.Get("out.csv").substr(0, 11), "RigName,A 1");

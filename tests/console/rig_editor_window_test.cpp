@@ -191,11 +191,13 @@ TEST(RigEditorWindow, ImportTellsWhatItReplacesAndExportWritesIt) {
   EXPECT_EQ(desk.Stored("TS-2000", "USB") + desk.Stored("Other", "USB"), "MD2;none");
   desk.answer = 0;
   desk.Click("Import");
+  desk.loop.RunFor(1s);
   EXPECT_EQ(desk.Find<QLineEdit>("USB")->text(), "new");
   EXPECT_EQ(desk.Stored("Other", "USB"), "");
   desk.file = QString::fromStdString((desk.folder / "out.csv").string());
   desk.answer = 1;
   desk.Click("Export");
+  desk.loop.RunFor(1s);
   EXPECT_EQ(desk.folder.Get("out.csv").substr(0, 15), "RigName,TS-2000");
   EXPECT_EQ(desk.folder.Get("out.csv").find("Other"), std::string::npos);
 }
