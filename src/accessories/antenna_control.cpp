@@ -165,12 +165,13 @@ Task AntennaControl::KeepOpen() {
 }
 
 void AntennaControl::OpenRotator() {
-  const auto number = LeadingNumber(field(kRport));
+  // A port that there is not does not become another one: another device may be there.
+  const auto number = ParseNumber(Trim(field(kRport)), 0, platform::kHighestPort).value_or(0);
   rotator_->Close();
   if (number <= 0) return SetPortState("none");
   const auto speed = ParseNumber(field(kRspeed), 1, kFastest);
   const auto stop_bits = ParseNumber(field(kRstop), 1, 2);
-  if (number > platform::kHighestPort || !speed || !stop_bits)
+  if (!speed || !stop_bits)
     return SetPortState("closed: " + SettingsText() + " at port " + std::to_string(number) +
                         " is no setting of a port");
   const Status opened = rotator_->Open({.number = static_cast<int>(number),

@@ -1,5 +1,6 @@
 #include "app/options.h"
 
+#include "config/station_settings.h"
 #include "core/text.h"
 
 namespace kvx::app {
@@ -73,8 +74,11 @@ class ArgumentReader {
     std::string speed;
     Status status = TakeValue(speed);
     if (!status) return status;
-    const auto baud = ParseNumber(speed, 300, 921'600);
-    if (!baud) return Error{ErrorCode::kInvalid, "--speed takes 300 to 921600 baud, not " + OneLine(speed, 40)};
+    using config::kFastestLine, config::kSlowestLine;
+    const auto baud = ParseNumber(speed, kSlowestLine, kFastestLine);
+    if (!baud)
+      return Error{ErrorCode::kInvalid, "--speed takes " + std::to_string(kSlowestLine) + " to " +
+                                            std::to_string(kFastestLine) + " baud, not " + OneLine(speed, 40)};
     options_.speed = static_cast<int>(*baud);
     return Ok();
   }

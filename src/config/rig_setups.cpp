@@ -4,6 +4,7 @@
 #include <array>
 #include <utility>
 
+#include "config/station_settings.h"
 #include "core/csv.h"
 #include "core/hex_text.h"
 #include "core/text.h"
@@ -13,7 +14,6 @@ namespace {
 
 constexpr std::size_t kMostSetups = 4096;
 constexpr std::size_t kMostRanges = 32;
-constexpr int kFastest = 4'000'000;  // baud
 constexpr int kMostDigits = 12;
 constexpr std::array<std::string_view, 4> kReplies{"frequency", "mode", "meter", "vfob"};
 
@@ -51,7 +51,7 @@ std::string ReadName(std::string_view cell, RigSetup& setup) {
 }
 
 std::string ReadSpeed(std::string_view cell, RigSetup& setup) {
-  return ReadNumber(cell, 0, kFastest, "the speed", setup.speed);
+  return ReadNumber(cell, 0, kFastestLine, "the speed", setup.speed);
 }
 
 std::string ReadStopBits(std::string_view cell, RigSetup& setup) {

@@ -18,14 +18,13 @@ int Bounded(const Settings& settings, std::string_view key, int low, int high) {
 }
 
 int Within(const Settings& settings, std::string_view key, int low, int high, int otherwise) {
-  const std::int64_t number = settings.number(key);
-  return number < low || number > high ? otherwise : static_cast<int>(number);
+  return static_cast<int>(ParseNumber(Trim(settings.text(key)), low, high).value_or(otherwise));
 }
 
 SavedRig ReadSavedRig(const Settings& settings, int slot) {
   return {.name = Trimmed(settings, SavedRigKey("RIG", slot)),
           .keyer_port = Trimmed(settings, SavedRigKey("KEYERPORT", slot)),
-          .speed = Bounded(settings, SavedRigKey("SPEED", slot), 0, kFastestLine),
+          .speed = Within(settings, SavedRigKey("SPEED", slot), 0, kFastestLine, 0),
           .start_bit = Trimmed(settings, SavedRigKey("STARTBIT", slot)),
           .stop_bit = Trimmed(settings, SavedRigKey("STOPBIT", slot))};
 }

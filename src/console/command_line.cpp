@@ -309,8 +309,10 @@ std::string CommandLine::DoSpeed(std::string_view argument) {
     const Status set = station_.keyer.SetSpeed(static_cast<int>(*wpm));
     return set ? "ok speed " + std::to_string(*wpm) + " words a minute" : Fail(set.error().message);
   }
-  const auto speed = ParseNumber(argument, 300, 921'600);
-  if (!speed) return Fail("speed takes 5 to 99 words a minute, or 300 to 921600 baud for the rig port");
+  const auto speed = ParseNumber(argument, config::kSlowestLine, config::kFastestLine);
+  if (!speed)
+    return Fail("speed takes 5 to 99 words a minute, or " + std::to_string(config::kSlowestLine) + " to " +
+                std::to_string(config::kFastestLine) + " baud for the rig port");
   station_.SetRigPort(station_.settings().rig_port, static_cast<int>(*speed));
   return "ok speed " + std::to_string(*speed) + " " + PortState(station_);
 }

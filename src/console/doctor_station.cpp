@@ -2,6 +2,7 @@
 #include <array>
 
 #include "cat/command_keys.h"
+#include "config/line_speeds.h"
 #include "config/rig_store.h"
 #include "config/sqlite.h"
 #include "console/command_preview.h"
@@ -20,8 +21,6 @@ constexpr std::uint64_t kLeastFree = 10U << 20;  // bytes
 constexpr std::size_t kLargestStore = 256U << 20;
 constexpr std::size_t kMostNamed = 5;
 constexpr int kCopies = 3;  // of a store that is being written
-constexpr std::array kSpeeds{300,    600,    1200,   2400,    4800,    9600,    14'400,
-                             19'200, 38'400, 57'600, 115'200, 230'400, 460'800, 921'600};
 constexpr std::array<std::string_view, 6> kTriedKeys{"XGETFREQ", "XSETFREQ", "XREADMODE", "XLSB", "XUSB", "XCWW"};
 constexpr const char* kChooseRig = "choose the rig (window Setup, page Rig; or the command rig NAME)";
 
@@ -74,13 +73,15 @@ void CheckNumbers(const Patient& patient, Chart& chart) {
   struct Row {
     const char* key;
     int low, high;
-    const char* what;
+    std::string what;
   };
-  constexpr std::array kRows{Row{"RIGPORT=", 0, platform::kHighestPort, "a port number, 0 to 99"},
-                             Row{"RIGSPEED=", 300, 921'600, "a speed, 300 to 921600 baud"},
-                             Row{"PADDLECOM=", 0, platform::kHighestPort, "a port number, 0 to 99"},
-                             Row{"ANTPORT=", 0, platform::kHighestPort, "a port number, 0 to 99"},
-                             Row{"NETPORT=", 1, 65'535, "a port number, 1 to 65535"}};
+  const std::string speed =
+      "a speed, " + std::to_string(config::kSlowestLine) + " to " + std::to_string(config::kFastestLine) + " baud";
+  const std::array kRows{Row{"RIGPORT=", 0, platform::kHighestPort, "a port number, 0 to 99"},
+                         Row{"RIGSPEED=", config::kSlowestLine, config::kFastestLine, speed},
+                         Row{"PADDLECOM=", 0, platform::kHighestPort, "a port number, 0 to 99"},
+                         Row{"ANTPORT=", 0, platform::kHighestPort, "a port number, 0 to 99"},
+                         Row{"NETPORT=", 1, 65'535, "a port number, 1 to 65535"}};
   for (const Row& row : kRows) {
     const std::string_view value = Trim(patient.stored.text(row.key));
     if (value.empty() || ParseNumber(value, row.low, row.high)) continue;
@@ -199,7 +200,7 @@ void CheckSpeed(const Patient& patient, const config::RigSetup* usual, Chart& ch
   if (settings.rig_port == 0) return;
   const std::string line = "rig line: " + LineText(settings.rig_speed, settings.stop_bits());
   const std::string rig = OneLine(settings.rig, 40);
-  if (std::find(kSpeeds.begin(), kSpeeds.end(), settings.rig_speed) == kSpeeds.end())
+  if (!config::IsUsualSpeed(settings.rig_speed))
     return chart.Warn(line + " is no usual speed: choose the one in the rig's menu (window Setup, page Port)");
   if (usual == nullptr) return chart.Ok(line + "; the rig's own menu has to say the same");
   if (usual->speed == 0) return chart.Warn("rig " + rig + ": has no CAT port: it cannot be controlled");

@@ -9,6 +9,7 @@
 #include "audio/audio_analysis.h"
 #include "audio/spectrum_trace.h"
 #include "cat/reply.h"
+#include "config/line_speeds.h"
 #include "config/setting_faults.h"
 #include "core/appearance_limits.h"
 #include "core/text.h"
@@ -300,7 +301,14 @@ Task Station::SaveRig(std::string name) {
   if (!name.empty() && !EqualNoCase(name, settings_.rig)) ChooseRig(name).ok();
   // A saved rig that is in use is what the next start finds, and its speed belongs to it.
   std::vector<config::SettingChange> changes = config::ConsoleChanges(settings_);
-  std::ranges::move(config::RigPortChanges(settings_), std::back_inserter(changes));
+  // A line that cannot be used stays as it was written until the operator has chosen something else.
+  const config::Settings stored = settings_file_.Read();
+  const auto as_read = config::RigPortChanges(config::StationSettings::From(stored));
+  for (config::SettingChange& change : config::RigPortChanges(settings_)) {
+    const auto same = [&change](const auto& read) { return read.key == change.key && read.value == change.value; };
+    const bool chosen = std::ranges::none_of(as_read, same);
+    if (chosen || config::CanBeUsed(stored, change.key)) changes.push_back(std::move(change));
+  }
   Task rewrite = settings_file_.Rewrite(std::move(changes));
   co_await rewrite;
   SetRig(settings_.rig).ok();
@@ -364,12 +372,14 @@ Status Station::xRig_Click(int slot) {
 
 void Station::SetRigPort(int number, int speed) {
   functions.scanner.OperatorActs();
+  const bool unusual = speed != settings_.rig_speed && !config::IsUsualSpeed(speed);
   settings_.rig_port = number;
   settings_.rig_speed = speed;
   KeepInFile(config::RigPortChanges(settings_));
   FollowKeyer();
   FollowLinks();
   OpenRigPort();
+  if (unusual) Notice(std::to_string(speed) + " baud" + config::kNoUsualSpeed);
 }
 
 void Station::ChangeSettings(

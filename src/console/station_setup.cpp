@@ -10,8 +10,6 @@
 namespace kvx::console {
 namespace {
 
-constexpr int kSlowest = 300;  // baud
-constexpr int kFastest = 921'600;
 constexpr std::string_view kSimulated = "sim:";
 constexpr const char* kSimulatedRig = "TS-2000";
 constexpr const char* kSimulatedAddress = "sim:ts2000";
@@ -112,7 +110,9 @@ RigPortChoice StationSetup::PortNumbered(int number) const {
 Status StationSetup::CheckRigPort(const RigPortChoice& choice) const {
   if (choice.number < 0 || choice.number > platform::kHighestPort)
     return Wrong("The port number is 1 to 99, or 0 for none");
-  if (choice.speed < kSlowest || choice.speed > kFastest) return Wrong("The speed is 300 to 921600 baud");
+  if (choice.speed < config::kSlowestLine || choice.speed > config::kFastestLine)
+    return Wrong("The speed is " + std::to_string(config::kSlowestLine) + " to " +
+                 std::to_string(config::kFastestLine) + " baud");
   if (choice.stop_bits != 1 && choice.stop_bits != 2) return Wrong("There are 1 or 2 stop bits");
   if (choice.number == 0) return Ok();
   const Status apart = keyer::CheckPorts(station_.keyer.settings(), choice.number);

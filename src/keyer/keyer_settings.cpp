@@ -81,8 +81,9 @@ KeyerSettings KeyerSettings::From(const Settings& settings, int slot) {
   const KeyerChoice choice = ParseKeyerWord(word);
   keyer.kind = choice.kind;
   if (choice.kind == KeyerKind::kNone && !word.empty() && !EqualNoCase(word, "NONE")) keyer.unknown = word;
-  keyer.port =
-      choice.kind == KeyerKind::kWinkey ? Bounded(settings, "PADDLECOM=", 0, platform::kHighestPort, 0) : choice.port;
+  // A port that there is not does not become another one: another device may be there.
+  const auto winkeyer = ParseNumber(Trim(settings.text("PADDLECOM=")), 0, platform::kHighestPort);
+  keyer.port = choice.kind == KeyerKind::kWinkey ? static_cast<int>(winkeyer.value_or(0)) : choice.port;
   keyer.speed = Bounded(settings, "CWSPEED=", kSlowest, kFastest, keyer.speed);
   keyer.compensation = Bounded(settings, "KEYINGCOMPX=", 0, kByte, 0);
   keyer.tune_limit = std::chrono::seconds(Bounded(settings, "TUNETIME=", 1, 120, 10));

@@ -83,12 +83,26 @@ TEST(Settings, NumbersThatCannotBeUsedAreNamedAndDoNotBecomeAnotherPort) {
     int speed = 38400;
   };
   for (const Row& row :
-       {Row{"", ""}, Row{"RIGPORT= 99999", "rig.ini: RIGPORT=99999 is no whole number from 0 to 99", 0},
+       {Row{"", ""},
+        Row{"RIGPORT= 99999", "rig.ini: RIGPORT=99999 is no whole number from 0 to 99", 0},
         Row{"RIGPORT= -1", "rig.ini: RIGPORT=-1 is no whole number from 0 to 99", 0},
         Row{"RIGPORT=abc", "rig.ini: RIGPORT=ABC is no whole number from 0 to 99", 0},
         Row{"RIGSPEED= 7", "rig.ini: RIGSPEED=7 is no whole number from 300 to 4000000", 3, 9600},
         Row{"RIGSPEED= 4294967297", "rig.ini: RIGSPEED=4294967297 is no whole number from 300 to 4000000", 3, 9600},
-        Row{"RIGSPEED= 0", "", 3, 9600}, Row{"RIGPORT=", "", 0},
+        Row{"RIGPORT= 3.5", "rig.ini: RIGPORT=3.5 is no whole number from 0 to 99", 0},
+        Row{"RIGSPEED= 12345",
+            "rig.ini: RIGSPEED=12345 is no usual speed of a serial port, as 4800, 9600, 19200, 38400, 57600 and 115200 "
+            "are",
+            3, 12345},
+        Row{"RIGSPEED= 0", "rig.ini: RIGSPEED=0 is no whole number from 300 to 4000000", 3, 9600},
+        Row{"RIGSPEED= 0\nRIGPORT= 0", "", 0, 9600},
+        Row{"RIGPORT=", "", 0},
+        Row{"THEME=PINK", "rig.ini: THEME=PINK is none of dark, light, contrast, classic"},
+        Row{"PIN5=9", "rig.ini: PIN5=9 is none of NONE, PTT, SIDE TONE"},
+        Row{"PIN5=2", ""},
+        Row{"RTSON1= 7", "rig.ini: RTSON1=7 is no whole number from 0 to 1"},
+        Row{"STOPBIT 1=9", "rig.ini: STOPBIT 1=9 is no whole number from 1 to 2"},
+        Row{"BANDREM05=abc", "rig.ini: BANDREM05=ABC is no frequency in kHz"},
         Row{"NETPORT= 99999", "rig.ini: NETPORT=99999 is no whole number from 1 to 65535"},
         Row{"SPEED 8= fast", "rig.ini: SPEED 8=FAST is no whole number from 0 to 4000000"},
         Row{"PDOFFSET=up", "rig.ini: PDOFFSET=UP is no frequency in kHz"}}) {

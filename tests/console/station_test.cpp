@@ -145,6 +145,20 @@ TEST(Station, ChoicesAreKeptInRigIniAndItsOtherLinesStay) {
   EXPECT_NE(bench.folder.Get("rig.ini").find("XRIG=FT-857\n"), std::string::npos);
 }
 
+TEST(Station, APortThatCannotBeUsedStaysInTheFileUntilAnotherIsChosen) {
+  Bench bench("XRIG=TS-2000\nRIGPORT= 3.5\nRIGSPEED= 7\n");
+  bench.Start();
+  EXPECT_FALSE(bench.port.is_open());
+  const Task save = bench.station.SaveRig("");
+  bench.loop.RunFor(6s);
+  EXPECT_NE(bench.folder.Get("rig.ini").find("RIGPORT= 3.5\nRIGSPEED= 7\n"), std::string::npos);
+  bench.station.SetRigPort(3, 12345);
+  bench.loop.RunFor(6s);
+  EXPECT_NE(bench.folder.Get("rig.ini").find("RIGPORT= 3\nRIGSPEED= 12345\n"), std::string::npos);
+  EXPECT_TRUE(bench.station.console.MsgArea->starts_with("12345 baud is no usual speed"))
+      << *bench.station.console.MsgArea;
+}
+
 TEST(Station, ARigNumberButtonReadsTheFrequencyOrSendsItsOwnCommand) {
   Bench bench(RigIni("TS-2000"));
   bench.Start();

@@ -49,7 +49,7 @@ class HostileTest(unittest.TestCase):
             told = self.messages(kvx, f"rig.ini: {key}{value.upper()} ")
             self.assertEqual(len(told), 1, self.messages(kvx))
         self.assertEqual(kvx.quit(), 0)
-        self.assertIn(b"RIGPORT= ", self.station.read("rig.ini"))
+        self.assertIn(b"RIGPORT= 99999\nRIGSPEED= 7\n", self.station.read("rig.ini"), "nobody has chosen anything else")
 
     def test_things_in_place_of_files(self):
         """A folder, a pipe, a file of 2 GB: nothing hangs, and what was there is still there."""
@@ -219,7 +219,7 @@ class StoreTest(unittest.TestCase):
         self.store.commit()
         kvx = self.station.start()
         for command, limit in (("rigs", 1), ("rig Rig 07777", 1), ("rig TS-2000", 1), ("freq 2000", 1), ("recall", 1), ("store x", 2), ("fnlist 1 3", 2), ("delete", 2),
-                               ("scan start memories", 1), ("status", 1)):
+                               ("scan start memories", 1), ("status", 1), ("rigdef export r.csv", 4), ("rigdef import r.csv replace", 5)):
             begin = time.monotonic()
             answer = kvx.command(command, 20)
             took = time.monotonic() - begin
