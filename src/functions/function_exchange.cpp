@@ -136,7 +136,8 @@ void FunctionExchange::ReadFile(const Done& done) {
 Result<bool> FunctionExchange::DoPiece(ImportWork& work) const {
   if (!work.importer) {
     const auto read = work.reader.ReadSome(kLinesInPiece);
-    if (!read) return Error{read.error().code, work.file + " " + read.error().message};
+    const bool in_line = read || read.error().code != ErrorCode::kDamaged;
+    if (!read) return Error{read.error().code, work.file + (in_line ? " " : ": ") + read.error().message};
     if (!*read) return false;
     auto& records = work.reader.records;
     work.left_out = std::erase_if(records, [](const auto& record) { return !CanBeFound(record); });

@@ -183,12 +183,14 @@ Result<std::string> PosixFiles::Read(const Path& path, std::size_t limit) const 
 }
 
 Result<std::unique_ptr<Replacement>> PosixFiles::BeginReplace(const Path& path, const Path& temporary, Stale stale) {
+  bool takes_files = false;
   for (int i = 0; i < kLockTries; ++i) {
     Descriptor fd(OpenRetrying(temporary, O_RDWR | O_CREAT | O_EXCL, 0666));
     const bool made = fd.valid();
     if (!made && errno == EEXIST) fd = Descriptor(OpenRetrying(temporary, O_RDWR | O_NOFOLLOW | O_NONBLOCK));
     if (!fd.valid() && errno == ENOENT && Exists(temporary.parent_path())) continue;  // gone meanwhile
     if (!fd.valid()) return Failure(temporary, "could not be made", errno);
+    takes_files = true;
     struct stat opened {};
     if (fstat(fd.get(), &opened) == 0 && !S_ISREG(opened.st_mode)) return NoOrdinaryFile(temporary);
     const Attempt attempt = Claim(fd.get(), temporary, made, stale);
@@ -197,6 +199,7 @@ Result<std::unique_ptr<Replacement>> PosixFiles::BeginReplace(const Path& path, 
       return std::unique_ptr<Replacement>(new PosixReplacement(Target(path), temporary, std::move(fd)));
     }
   }
+  if (!takes_files) return Error{ErrorCode::kIo, path.string() + " could not be made: its folder takes no files"};
   return Error{ErrorCode::kBusy, temporary.string() + " is in use by another program"};
 }
 
