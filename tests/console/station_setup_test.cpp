@@ -143,8 +143,8 @@ TEST(StationSetup, WhatIsWrongIsNamedAndNothingIsChanged) {
            Row{[](RigPortChoice& choice) { choice.address = ""; }, "no device"},
            Row{[](RigPortChoice& choice) { choice.address = "sim:nosuch"; }, "ts2000"},
            Row{[](RigPortChoice& choice) { choice.address = "/dev/a\nCOM5=/dev/b"; }, "no address"},
-           Row{[](RigPortChoice& choice) { choice.speed = 299; }, "300 to 921600"},
-           Row{[](RigPortChoice& choice) { choice.speed = 921'601; }, "300 to 921600"},
+           Row{[](RigPortChoice& choice) { choice.speed = 299; }, "300 to 4000000"},
+           Row{[](RigPortChoice& choice) { choice.speed = 4'000'001; }, "300 to 4000000"},
            Row{[](RigPortChoice& choice) { choice.stop_bits = 3; }, "stop bits"},
            Row{[](RigPortChoice& choice) { choice.number = 9, choice.rts = true; }, "ports 1 to 8"},
        }) {
