@@ -109,7 +109,8 @@ Rprt DoGetPtt(RigctlCall& call) {
   return Rprt::kOk;
 }
 Rprt DoSetPtt(RigctlCall& call) {
-  const auto on = DecimalOf(call.argument(0));
+  constexpr int kOnData = 3;  // 0: off, 1: on, 2: by the microphone, 3: by the data jack
+  const auto on = ParseNumber(call.argument(0), 0, kOnData);
   if (!on) return Rprt::kInvalid;
   return *on != 0 ? call.rig.Key(call.client, call.vfo) : call.rig.Release(call.client);
 }

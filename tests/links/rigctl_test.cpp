@@ -108,7 +108,7 @@ TEST(Rigctl, WhatCannotBeDoneIsAnsweredByItsCodeAndReachesNoRig) {
       {"l ?\n", "AF RF RFPOWER KEYSPD STRENGTH\n"},
       {"\\foo f\n", "RPRT -4\n"},
       {"@\n", ""},
-      {"T x\n", "RPRT -1\n"},
+      {"T x\nT -1\nT 4\nT 9\n", "RPRT -1\nRPRT -1\nRPRT -1\nRPRT -1\n"},
   };
   for (const Row& row : rows) EXPECT_EQ(bench.Ask(row.line), row.answer) << row.line;
   EXPECT_EQ(bench.Sent(), "");
