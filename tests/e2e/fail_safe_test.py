@@ -466,6 +466,9 @@ class FailSafeTest(unittest.TestCase):
                 os.kill(first, signal.SIGKILL)
                 self.assertTrue(wait_until(lambda: bench.stand_ins() not in ([], [first]), 3), "there is no other")
             (last,) = bench.stand_ins()
+            for name in ("comm", "cmdline"):  # a pattern that names the console must not name both
+                with open(f"/proc/{last}/{name}", encoding="ascii") as file:
+                    self.assertNotIn("kvx", file.read())
             self.assertTrue(bench.keyed())
             begin = time.monotonic()
             bench.kvx.process.send_signal(signal.SIGKILL)

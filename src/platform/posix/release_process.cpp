@@ -8,6 +8,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 
@@ -16,7 +17,8 @@
 namespace kvx::platform {
 namespace {
 
-constexpr const char* kName = "kvx-release";
+/// Without the console's name: who ends that by a pattern ("pkill -9 kvx") must not end both in the same moment.
+constexpr const char* kName = "tx-release";
 /// Their course is a crash, or nothing.
 constexpr std::array kDefaultSignals{SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT, SIGTRAP, SIGSYS, SIGCHLD, SIGCONT};
 constexpr int kSocket = 3;
@@ -38,9 +40,9 @@ bool LeaveProgram(int socket, char* name_room, std::size_t name_size) {
   ::close_range(kSocket + 1, ~0U, 0);
   ::prctl(PR_SET_NAME, kName);
   ::prctl(PR_SET_DUMPABLE, 0);  // who looks for the program that has a device finds the console
-  if (name_size > std::strlen(kName)) {
+  if (name_size > 0) {
     std::memset(name_room, 0, name_size);
-    std::memcpy(name_room, kName, std::strlen(kName));
+    std::memcpy(name_room, kName, std::min(std::strlen(kName), name_size - 1));
   }
   return true;
 }

@@ -79,7 +79,7 @@ ReleaseWatch::ReleaseWatch(std::function<Duration()> asleep, ReleaseProcess* pro
   running_ = ::pthread_create(&thread_, nullptr, Run, this) == 0;
   ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
   if (!running_) return;
-  ::pthread_setname_np(thread_, "kvx-release");
+  ::pthread_setname_np(thread_, "tx-release");
   CatchStops();
 }
 
