@@ -9,6 +9,7 @@
 #include "console/stop_lines.h"
 #include "core/hex_text.h"
 #include "core/text.h"
+#include "core/tunable.h"
 #include "platform/ports_file.h"
 
 namespace kvx::console {
@@ -47,6 +48,13 @@ int SliderNumber(std::string_view name, const config::RigDefinition& rig) {
 std::string PortState(const Station& station) {
   const bool left = *station.console.Port == "open" && !station.engine.link.is_open();
   return left ? "being opened anew" : *station.console.Port;
+}
+
+/// A frequency in kHz that the rig can be at; what the display shows may be a converter's.
+std::optional<Frequency> TypedFrequency(std::string_view text, Frequency offset) {
+  const auto frequency = ParseKhz(text);
+  const bool tunable = frequency && frequency->decihertz > 0 && IsTunable(*frequency + offset);
+  return tunable ? frequency : std::nullopt;
 }
 
 }  // namespace
@@ -318,17 +326,15 @@ std::string CommandLine::DoSpeed(std::string_view argument) {
 }
 
 std::string CommandLine::DoFreq(std::string_view argument) {
-  const auto frequency = ParseKhz(argument);
-  if (!frequency || frequency->decihertz <= 0)
-    return Fail("freq takes kHz, as in 14025.00; not " + OneLine(argument, 40));
+  const auto frequency = TypedFrequency(argument, *station_.console.Offset);
+  if (!frequency) return Fail("freq takes kHz, as in 14025.00; not " + OneLine(argument, 40));
   const cat::SendOutcome outcome = station_.engine.operations.TuneTo(*frequency);
   return Say(outcome, station_, "freq " + KhzText(*station_.console.FreqDisp));
 }
 
 std::string CommandLine::DoBase(std::string_view argument) {
-  const auto frequency = ParseKhz(argument);
-  if (!frequency || frequency->decihertz <= 0)
-    return Fail("base takes kHz, as in 14025.00; not " + OneLine(argument, 40));
+  const auto frequency = TypedFrequency(argument, *station_.console.Offset);
+  if (!frequency) return Fail("base takes kHz, as in 14025.00; not " + OneLine(argument, 40));
   const cat::SendOutcome outcome = station_.bands.SetBaseFrequency(*frequency);
   return Say(outcome, station_, "base " + KhzText(*station_.console.Reference));
 }

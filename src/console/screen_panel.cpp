@@ -133,6 +133,7 @@ void ScreenPanel::ShowBand() {
 
 void ScreenPanel::ShowOffset() {
   const Frequency offset = *station_.console.Offset;
+  frequency_->SetOffset(offset);
   ShowText(offset_, tr("Offset %1").arg(ToQt(KhzText(offset))));
   offset_->setVisible(offset.decihertz != 0);
 }

@@ -4,8 +4,8 @@
 
 namespace kvx {
 
-/// What other programs may tune to. Below it digits have been lost, above it digits have been added: no rig and no
-/// transverter goes there.
+/// What a rig is told to tune to by other programs, or by a typed frequency. Below it digits have been lost, above it
+/// digits have been added: no rig and no transverter goes there.
 inline constexpr Frequency kLowestTunable = Frequency::FromKhz(30);
 inline constexpr Frequency kHighestTunable = Frequency::FromKhz(10'500'000);
 

@@ -4,6 +4,7 @@
 #include <array>
 
 #include "core/text.h"
+#include "core/tunable.h"
 
 namespace kvx::widgets {
 namespace {
@@ -24,7 +25,7 @@ Frequency HighestOf(int places) {
 }
 
 Error NoFrequency(std::string_view text) {
-  return {ErrorCode::kInvalid, "\"" + OneLine(text, kLongestPaste) + "\" is no frequency in kHz."};
+  return {ErrorCode::kInvalid, "\"" + OneLine(text, kLongestPaste) + "\" is no frequency in kHz, as in 14025.00."};
 }
 
 }  // namespace
@@ -108,9 +109,9 @@ Status DigitEntry::Paste(std::string_view text) {
   return Ok();
 }
 
-Result<Frequency> DigitEntry::Confirm() {
+Result<Frequency> DigitEntry::Confirm(Frequency offset) {
   const auto frequency = ParseKhz(text_);
-  if (!frequency || *frequency == Frequency{}) {
+  if (!frequency || *frequency == Frequency{} || !IsTunable(*frequency + offset)) {
     refused_ = true;
     return NoFrequency(text_);
   }

@@ -47,8 +47,8 @@ class DigitEntry final {
   void Select(Frequency present);
   /// Takes over a number of kHz, "14025.3" or "14 025,30 kHz", in place of what was typed.
   Status Paste(std::string_view text);
-  /// The frequency, and the entry is over; or why not, and the text stays to be mended.
-  Result<Frequency> Confirm();
+  /// The frequency, and the entry is over; or why not, and the text stays to be mended. The rig is `offset` above it.
+  Result<Frequency> Confirm(Frequency offset = {});
 
  private:
   std::string text_;

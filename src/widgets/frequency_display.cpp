@@ -262,7 +262,7 @@ void FrequencyDisplay::focusOutEvent(QFocusEvent* event) {
 }
 
 void FrequencyDisplay::Confirm() {
-  const Result<Frequency> typed = entry_.Confirm();
+  const Result<Frequency> typed = entry_.Confirm(offset_);
   if (!typed) return Refuse(typed.error());
   Ask(*typed, on_base_frequency);
 }

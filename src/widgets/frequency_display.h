@@ -26,6 +26,8 @@ class FrequencyDisplay final : public QWidget {
   explicit FrequencyDisplay(const Appearance& appearance, QWidget* parent = nullptr);
 
   void SetFrequency(Frequency frequency);
+  /// The rig is this much above what is shown: what is typed is measured by what the rig can be tuned to.
+  void SetOffset(Frequency offset) { offset_ = offset; }
   QSize sizeHint() const override;
   QSize minimumSizeHint() const override;
 
@@ -71,6 +73,7 @@ class FrequencyDisplay final : public QWidget {
 
   const Appearance& appearance_;
   Frequency frequency_;
+  Frequency offset_;
   std::optional<Frequency> tuned_;
   QTimer unanswered_;  // ends tuned_: where a limit stopped the tuning there is nothing to tell
   DigitEntry entry_;

@@ -48,6 +48,7 @@ TEST(CommandLine, EachCommandHasOneAnswerAndItsBytes) {
            Row{"freq 14025.37", "ok freq 14025.37", "FA00014025370;"},
            Row{"FREQ 7030,5", "ok freq 7030.50", "FA00007030500;"},
            Row{"freq 14025.00 MHz", "error: freq takes", ""},
+           Row{"freq 14.025", "error: freq takes kHz, as in 14025.00; not 14.025", ""},
            Row{"mode usb", "ok mode USB", "MD2;"},
            Row{"mode CWN", "ok mode CW", "MD7;"},
            Row{"mode", "error: no mode", ""},

@@ -89,18 +89,19 @@ TEST(DigitEntry, ConfirmGivesTheFrequencyAndKeepsWhatIsNone) {
   EXPECT_EQ(entry.Confirm().value(), Khz("14025.30"));
   EXPECT_FALSE(entry.active());
 
-  for (const char* text : {".", "0", "000.00", "0.0"}) {
+  for (const char* text : {".", "0", "000.00", "0.0", "14.02", "29.99"}) {
     entry.Drop();
     Typed(entry, text);
     const auto refused = entry.Confirm();
     ASSERT_FALSE(refused.ok()) << text;
-    EXPECT_EQ(refused.error().message, "\"" + std::string(text) + "\" is no frequency in kHz.");
+    EXPECT_EQ(refused.error().message, "\"" + std::string(text) + "\" is no frequency in kHz, as in 14025.00.");
     EXPECT_EQ(entry.text(), text);
     EXPECT_TRUE(entry.refused());
   }
-  Typed(entry, "5");
+  entry.Drop();
+  Typed(entry, "17.2");
   EXPECT_FALSE(entry.refused());
-  EXPECT_EQ(entry.Confirm().value(), Khz("0.05"));
+  EXPECT_EQ(entry.Confirm(Khz("125000")).value(), Khz("17.2"));  // behind a converter
 }
 
 TEST(DigitEntry, ASelectedFrequencyIsReplacedByWhatIsTyped) {

@@ -135,7 +135,7 @@ TEST_F(FrequencyDisplayTest, TypedDigitsBecomeTheBaseFrequencyWithReturn) {
 TEST_F(FrequencyDisplayTest, WhatIsNoFrequencyIsRefusedAndKept) {
   QTest::keyClicks(display_, "0");
   Keys({Qt::Key_Enter});
-  EXPECT_EQ(Heard(), (Lines{"\"0\" is no frequency in kHz."}));
+  EXPECT_EQ(Heard(), (Lines{"\"0\" is no frequency in kHz, as in 14025.00."}));
   QTest::keyClicks(display_, "50");
   Keys({Qt::Key_Enter});
   EXPECT_EQ(Heard(), (Lines{"base 50.00"}));
@@ -145,9 +145,9 @@ TEST_F(FrequencyDisplayTest, ADoubleClickOffersThePresentFrequencyForOvertyping)
   QTest::mouseDClick(display_, Qt::LeftButton, {}, At(3).toPoint());
   Keys({Qt::Key_Return});
   QTest::mouseDClick(display_, Qt::LeftButton, {}, At(3).toPoint());
-  QTest::keyClicks(display_, "7");
+  QTest::keyClicks(display_, "70");
   Keys({Qt::Key_Return});
-  EXPECT_EQ(Heard(), (Lines{"base 14025.00", "base 7.00"}));
+  EXPECT_EQ(Heard(), (Lines{"base 14025.00", "base 70.00"}));
 }
 
 TEST_F(FrequencyDisplayTest, TheClipboardTakesAndGivesKilohertz) {
@@ -158,7 +158,7 @@ TEST_F(FrequencyDisplayTest, TheClipboardTakesAndGivesKilohertz) {
   Keys({Qt::Key_Return});
   QApplication::clipboard()->setText("CQ DX");
   QTest::keyClick(display_, Qt::Key_V, Qt::ControlModifier);
-  EXPECT_EQ(Heard(), (Lines{"base 7030.30", "\"CQ DX\" is no frequency in kHz."}));
+  EXPECT_EQ(Heard(), (Lines{"base 7030.30", "\"CQ DX\" is no frequency in kHz, as in 14025.00."}));
 }
 
 TEST_F(FrequencyDisplayTest, ItsKeysWinOverTheWindowsShortcutsButLeaveItTheRest) {
