@@ -14,9 +14,9 @@ using namespace std::chrono_literals;
 
 constexpr std::size_t kLongestLine = 700;
 
-constexpr std::array kChecks{CheckFolder, CheckSettings,    CheckPortsFile,     CheckStores,       CheckRig,
-                             CheckKeyer,  CheckSerialPorts, CheckParallelPorts, CheckPortServices, CheckNetwork,
-                             CheckSound,  CheckVoice,       CheckDde,           CheckDisplay};
+constexpr std::array kChecks{CheckFolder,  CheckSettings, CheckPortsFile,   CheckStores,        CheckFiles,
+                             CheckRig,     CheckKeyer,    CheckSerialPorts, CheckParallelPorts, CheckPortServices,
+                             CheckNetwork, CheckSound,    CheckVoice,       CheckDde,           CheckDisplay};
 
 std::string Counted(std::ptrdiff_t count, const std::string& what) {
   return count == 0 ? "" : std::to_string(count) + " " + what + (count == 1 ? "" : "s");

@@ -55,9 +55,13 @@ std::string NameOf(const platform::RunningProgram& program);
 /// A path as a shell takes it.
 std::string Quoted(const std::string& path);
 
+/// Whether the store that the next start makes has that rig, as far as can be told.
+bool WillBeDefined(const Patient& patient, const std::string& rig);
+
 void CheckFolder(const Patient& patient, Chart& chart);
 void CheckSettings(const Patient& patient, Chart& chart);
 void CheckStores(const Patient& patient, Chart& chart);
+void CheckFiles(const Patient& patient, Chart& chart);
 void CheckRig(const Patient& patient, Chart& chart);
 void CheckKeyer(const Patient& patient, Chart& chart);
 void CheckPortsFile(const Patient& patient, Chart& chart);

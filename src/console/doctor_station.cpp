@@ -245,7 +245,8 @@ void CheckFolder(const Patient& patient, Chart& chart) {
   const std::string name = "station folder " + path + ": ";
   const platform::FolderFacts facts = patient.parts.station.Look(patient.parts.folder);
   if (!facts.exists) {
-    Path above = std::filesystem::absolute(patient.parts.folder).parent_path();
+    std::error_code nowhere;  // the working directory may have been deleted
+    Path above = std::filesystem::absolute(patient.parts.folder, nowhere).parent_path();
     while (!patient.parts.files.Exists(above) && above != above.parent_path()) above = above.parent_path();
     if (patient.parts.station.Look(above).writable) return chart.Ok(name + "not there yet; the first start makes it");
     return chart.Error(name + "cannot be made, because " + above.string() +
@@ -303,9 +304,10 @@ void CheckRig(const Patient& patient, Chart& chart) {
   for (const std::string& complaint : usual.TakeComplaints()) chart.Warn(complaint + ": correct the file");
   const auto row = FindRow(patient);
   if (row && *row) CheckCommands(**row, setup, chart);
-  if (row && !*row)
-    chart.Error(name + "there is no such definition in rigsetup.sqlite: " + kChooseRig +
-                "; the command rigs lists them");
+  const bool unmade = !row && row.error().code == ErrorCode::kNotFound;
+  if ((row && !*row) || (unmade && !WillBeDefined(patient, patient.settings.rig)))
+    chart.Error(name + "there is no such definition in rigsetup.sqlite" +
+                (unmade ? ", which is not made yet: " : ": ") + kChooseRig + "; the command rigs lists them");
   if (patient.settings.rig_port == 0)
     chart.Warn(name + "no port is chosen: choose it (window Setup, page Port; or the commands port and device)");
   CheckSpeed(patient, setup, chart);

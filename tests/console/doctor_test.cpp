@@ -143,6 +143,7 @@ TEST(Doctor, SaysOfEachPortWhatIsInItsWayAndWhatToDo) {
 }
 
 TEST(Doctor, SaysWhatIsWrongWithTheStationsFilesAndChoices) {
+  const std::string noise("\0\x8F noise \1\2", 10);
   const auto refuse = [](Clinic& clinic) { clinic.station.folder.refused = {"rig.ini", "rigsetup.sqlite"}; };
   ExpectEach({
       {"",
@@ -163,6 +164,16 @@ TEST(Doctor, SaysWhatIsWrongWithTheStationsFilesAndChoices) {
        {"rigsetup.sqlite.damaged"}},
       {"", "", [](Clinic& clinic) { clinic.folder.Put("TunerSUB.sqlite", std::string(5000, 'x')); },
        "error: TunerSUB.sqlite: damaged"},
+      {"", "", [=](Clinic& clinic) { clinic.folder.Put("RIGMEM.MEM", noise); }, "error: RIGMEM.MEM: "},
+      {"", "", [=](Clinic& clinic) { clinic.folder.Put("KeyScreen.txt", noise); }, "error: KeyScreen.txt: "},
+      {"", "", [=](Clinic& clinic) { clinic.folder.Put("RIGform.Pos", noise); }, "error: RIGform.Pos: "},
+      {"", "", [=](Clinic& clinic) { clinic.folder.Put("rigsetup.mdb", noise); }, "error: rigsetup.mdb: "},
+      {"",
+       "",
+       [](Clinic& clinic) { std::filesystem::create_directory(clinic.folder / "kvx.lock"); },
+       "error: kvx.lock: ",
+       {"Is a directory", "mv "}},
+      {"XRIG=FOO\n", "", {}, "error: rig FOO: there is no such definition in rigsetup.sqlite, which is not made yet"},
       {"", "COM3=" + kTty + "\nCOM2 /dev/x\n", {}, "warning: ports.ini line 2 \"COM2 /dev/x\": there is no \"=\": "},
       {"", "", [](Clinic& clinic) { clinic.folder.Put("Rig.$$$", ""), clinic.station.holders["Rig.$$$"] = kOther; },
        "warning: Rig.$$$ is held by gqrx, process 4711"},

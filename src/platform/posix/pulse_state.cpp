@@ -4,11 +4,17 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <memory>
+#include <string>
+#include <vector>
 
 namespace kvx::platform {
 namespace {
 
+namespace fs = std::filesystem;
 using Clock = std::chrono::steady_clock;
 
 constexpr int kWaitMicroseconds = 20'000;
@@ -78,10 +84,45 @@ std::string InstalledServer() {
   return "";
 }
 
+fs::path Variable(const char* name) {
+  const char* value = std::getenv(name);
+  return value == nullptr ? "" : value;
+}
+
+/// Whether somebody has named a server.
+bool IsNamed() {
+  const auto names = [](const fs::path& file) {
+    std::ifstream lines(file);
+    for (std::string line; std::getline(lines, line);) {
+      if (line.starts_with("default-server")) return true;
+    }
+    return false;
+  };
+  return !Variable("PULSE_SERVER").empty() || !Variable("PULSE_CLIENTCONFIG").empty() ||
+         names(Variable("HOME") / ".config/pulse/client.conf") || names("/etc/pulse/client.conf");
+}
+
+/// Whether there is the socket of a server where one is looked for: the library makes the folders on its way.
+bool HasSocket() {
+  std::vector<fs::path> folders{Variable("PULSE_RUNTIME_PATH"), Variable("XDG_RUNTIME_DIR") / "pulse", "/run/pulse"};
+  for (const char* own : {".config/pulse", ".pulse"}) {
+    std::error_code error;
+    for (const auto& entry : fs::directory_iterator(Variable("HOME") / own, error)) folders.push_back(entry.path());
+  }
+  return std::any_of(folders.begin(), folders.end(), [](const fs::path& folder) {
+    std::error_code error;
+    return fs::is_socket(folder / "native", error);
+  });
+}
+
 }  // namespace
 
 SoundState AskSoundServer(std::chrono::milliseconds limit) {
   SoundState state{.server_program = InstalledServer()};
+  if (!IsNamed() && !HasSocket()) {
+    state.server = SoundState::Server::kAbsent;
+    return state;
+  }
   Asked asked;
   const auto end = Clock::now() + limit;
   bool told = false;
