@@ -36,9 +36,14 @@ console::DoctorParts DoctorAdapters::Parts(const platform::Path& folder, const p
 
 int RunDoctor(int argc, char** argv, const Options& options) {
   const QCoreApplication application(argc, argv);
+  const platform::Path folder = StationFolder(options);
+  if (folder.empty()) {
+    std::cerr << "kvx: " << kNoFolder << '\n';
+    return 1;
+  }
   const DoctorAdapters adapters;
   const platform::WineGateway dde(DdeGateway().string());
-  console::Examination examination(adapters.Parts(StationFolder(options), &dde, options.demo));
+  console::Examination examination(adapters.Parts(folder, &dde, options.demo));
   std::vector<console::Finding> findings;
   while (!examination.done()) {
     for (const console::Finding& finding : examination.Step()) {

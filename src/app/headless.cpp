@@ -33,10 +33,9 @@ void AddCommands(console::CommandLine& commands, Program& program) {
   console::AddRigEditorCommands(commands, program.station(), program.files());
 }
 
-int RunHeadless(int argc, char** argv, const Options& options) {
-  platform::ReleaseProcess release_process(argc, argv);
-  release_process.Start();  // while there is nothing that it would inherit; the program tries again if need be
-  QCoreApplication application(argc, argv);
+namespace {
+
+int Operate(const Options& options, platform::ReleaseProcess& release_process) {
   Program program(options, &release_process);
   if (auto prepared = program.Prepare(); !prepared) {
     std::cerr << "kvx: " << prepared.error().message << '\n';
@@ -59,6 +58,17 @@ int RunHeadless(int argc, char** argv, const Options& options) {
   input.Start();
   const int code = QCoreApplication::exec();
   output.Flush();
+  return code;
+}
+
+}  // namespace
+
+int RunHeadless(int argc, char** argv, const Options& options) {
+  platform::ReleaseProcess release_process(argc, argv);
+  release_process.Start();  // while there is nothing that it would inherit; the program tries again if need be
+  const QCoreApplication application(argc, argv);
+  const int code = Operate(options, release_process);
+  LeaveSoon(code);
   return code;
 }
 

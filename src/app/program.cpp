@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdlib>
+#include <thread>
 #include <utility>
 
 #include "audio/audio_analysis.h"
@@ -40,6 +41,14 @@ platform::Path FolderOf(const char* variable) {
   return folder.is_absolute() ? folder : platform::Path();
 }
 
+/// The demonstration's antenna switch, so that its folder means the same to a console that is no demonstration.
+void AddSimulatedLines(platform::Files& files, const platform::Path& folder) {
+  const platform::Path file = folder / "ports.ini";
+  const auto content = files.Read(file);
+  if (content && platform::PortTable::Parse(*content).parallel.empty())
+    (void)files.Write(file, *content + "LPT1=sim:lpt\n");
+}
+
 bool IsDevice(const std::string& address) {
   constexpr std::array kOthers{"pty:", "tcp:", "sim:"};
   return std::none_of(kOthers.begin(), kOthers.end(), [&](const char* other) { return address.starts_with(other); });
@@ -72,6 +81,13 @@ platform::Path DdeGateway() {
   const platform::Path installed = ProgramFolder() / ".." / "lib" / "kvx" / "kvx-dde.exe";
   std::error_code error;
   return std::filesystem::exists(installed, error) ? installed.lexically_normal() : ProgramFolder() / "kvx-dde.exe";
+}
+
+void LeaveSoon(int code) {
+  std::thread([code] {
+    std::this_thread::sleep_for(std::chrono::seconds(1));
+    std::_Exit(code);
+  }).detach();
 }
 
 Program::Program(const Options& options, platform::ReleaseProcess* process, Desktop desktop)
@@ -108,8 +124,7 @@ Program::Program(const Options& options, platform::ReleaseProcess* process, Desk
 }
 
 Status Program::Prepare() {
-  if (folder_.empty())
-    return Error{ErrorCode::kNotFound, "there is no home directory for the station folder: --station DIR names one"};
+  if (folder_.empty()) return Error{ErrorCode::kNotFound, kNoFolder};
   auto lock = platform::StationLock::Take(folder_);
   if (!lock) return lock.error();
   lock_ = std::move(*lock);
@@ -152,6 +167,7 @@ void Program::Start() {
   station_->Start();
   if (demo_ && unconfigured()) {
     UseSimulatedRig();
+    AddSimulatedLines(files_, folder_);
     console::FillForDemonstration(*station_);
   } else if (demo_) {
     if (const Status used = setup_->UseSimulatedKeyer(); !used) station_->Notice(used.error().message);
@@ -237,6 +253,10 @@ void Program::StopKeying() {
 }
 
 void Program::Stop() {
+  if (!station_) {
+    if (on_ended) on_ended();
+    return;
+  }
   if (!std::exchange(stopping_, true)) shut_down_ = ShutDown();
 }
 

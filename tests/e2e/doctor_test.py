@@ -78,6 +78,19 @@ class DoctorTest(unittest.TestCase):
         self.assertEqual(done.returncode, int(any(line.startswith("error: ") for line in lines)), done.stdout)
         return lines, seconds
 
+    def test_no_home_directory(self):
+        done = subprocess.run([station_module.BINARY, "doctor"], check=False, env={"HOME": ""}, capture_output=True,
+                              text=True, timeout=30)
+        self.assertEqual((done.returncode, done.stdout), (1, ""))
+        self.assertRegex(done.stderr, "^kvx: there is no home directory for the station folder: .*\n$")
+
+    def test_nothing_is_made_elsewhere(self):
+        home = self.station.path("home")
+        os.mkdir(home)
+        self.environment = {"HOME": home, "XDG_RUNTIME_DIR": "", "PULSE_SERVER": "", "PULSE_RUNTIME_PATH": ""}
+        self.line(self.doctor()[0], "warning: sound: ")
+        self.assertEqual(os.listdir(home), [])
+
     def line(self, lines, *parts):
         found = [line for line in lines if all(part in line for part in parts)]
         self.assertEqual(len(found), 1, (parts, lines))

@@ -3,6 +3,7 @@
 import os
 import random
 import shutil
+import socket
 import sqlite3
 import stat
 import subprocess
@@ -71,6 +72,27 @@ class HostileTest(unittest.TestCase):
                 for name in names[:4]:
                     told = [line for line in kvx.texts() if line.startswith("message ") and name in line]
                     self.assertTrue(told, f"{kind} {name}")
+
+    @unittest.skipUnless(os.geteuid() == 0 and shutil.which("unshare"), "only root has a name service of its own")
+    def test_a_name_service_that_is_silent(self):
+        """The console ends without its answer."""
+        address = f"127.{random.randint(2, 250)}.{random.randint(2, 250)}.{random.randint(2, 250)}"
+        self.station.write("resolv.conf", f"nameserver {address}\n")
+        self.station.write("ports.ini", "COM3=tcp:rig.example.org:4001\n")
+        with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as service:
+            service.bind((address, 53))
+            service.settimeout(10)
+            script = f"mount --bind '{self.station.path('resolv.conf')}' /etc/resolv.conf && exec '{station_module.BINARY}' --headless --station '{self.station.folder}'"
+            kvx = subprocess.Popen(["unshare", "--mount", "sh", "-c", script], stdin=subprocess.PIPE, stdout=subprocess.DEVNULL)
+            self.addCleanup(kvx.stdin.close)
+            self.addCleanup(kvx.wait)
+            self.addCleanup(kvx.kill)
+            service.recv(500)  # it asks
+            begin = time.monotonic()
+            kvx.stdin.write(b"quit\n")
+            kvx.stdin.flush()
+            self.assertEqual(kvx.wait(20), 0)
+            self.assertLess(time.monotonic() - begin, 4)
 
     def kinds(self, station):
         found = {"folder": 0, "pipe": 0, "large": 0}
