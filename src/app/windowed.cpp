@@ -5,11 +5,12 @@
 #include <QProxyStyle>
 #include <QTimer>
 #include <algorithm>
-#include <iostream>
 #include <memory>
+#include <optional>
 
 #include "app/program.h"
 #include "app/qt_sound.h"
+#include "app/start_failure.h"
 #include "app/windows.h"
 #include "console/console_window.h"
 #include "platform/qt/qt_speech.h"
@@ -38,26 +39,14 @@ QIcon Icon() {
   return icon;
 }
 
-}  // namespace
-
-int RunWindowed(int argc, char** argv, const Options& options) {
-  platform::ReleaseProcess release_process(argc, argv);
+int Operate(const Options& options, platform::ReleaseProcess& release_process) {
   const bool keys = options.grab_folder.empty();
-  if (keys)
-    release_process.Start();  // while there is nothing that it would inherit; the program tries again if need be
-  QApplication::setStyle(new PlainStyle);
-  QApplication::setAttribute(
-      Qt::AA_UseStyleSheetPropagationInWidgetStyles);  // a window's own text size reaches into it
-  QApplication application(argc, argv);
-  QApplication::setApplicationName("kvx");
-  QApplication::setApplicationDisplayName("KVX");
-  QApplication::setDesktopFileName("kvx");  // a Wayland desktop finds the icon by it
-  QApplication::setWindowIcon(Icon());
-  QApplication::setQuitOnLastWindowClosed(false);
   Program program(options, keys ? &release_process : nullptr,
                   {.speech = std::make_unique<platform::QtSpeech>(), .sound = std::make_unique<QtSound>()});
+  int code = 0;
+  program.on_ended = [&] { QApplication::exit(code); };
   if (auto prepared = program.Prepare(); !prepared) {
-    std::cerr << "kvx: " << prepared.error().message << '\n';
+    TellStartFailure(prepared.error().message, keys);
     return prepared.error().code == ErrorCode::kBusy ? 2 : 1;
   }
   widgets::Appearance appearance;
@@ -67,8 +56,6 @@ int RunWindowed(int argc, char** argv, const Options& options) {
     program.Stop();
   };
   window.on_use_simulated_rig = [&] { program.UseSimulatedRig(); };
-  int code = 0;
-  program.on_ended = [&] { QApplication::exit(code); };
   AddWindows(window, program, appearance);
   program.Start();
   window.show();
@@ -86,6 +73,28 @@ int RunWindowed(int argc, char** argv, const Options& options) {
     });
   }
   return QApplication::exec();
+}
+
+}  // namespace
+
+int RunWindowed(int argc, char** argv, const Options& options) {
+  platform::ReleaseProcess release_process(argc, argv);
+  if (options.grab_folder.empty())
+    release_process.Start();  // while there is nothing that it would inherit; the program tries again if need be
+  QApplication::setStyle(new PlainStyle);
+  QApplication::setAttribute(
+      Qt::AA_UseStyleSheetPropagationInWidgetStyles);  // a window's own text size reaches into it
+  std::optional<DisplaySearch> search(std::in_place);
+  const QApplication application(argc, argv);
+  search.reset();
+  QApplication::setApplicationName("kvx");
+  QApplication::setApplicationDisplayName("KVX");
+  QApplication::setDesktopFileName("kvx");  // a Wayland desktop finds the icon by it
+  QApplication::setWindowIcon(Icon());
+  QApplication::setQuitOnLastWindowClosed(false);
+  const int code = Operate(options, release_process);
+  LeaveSoon(code);
+  return code;
 }
 
 }  // namespace kvx::app

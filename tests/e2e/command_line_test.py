@@ -16,7 +16,7 @@ from station import Station, measured, noted, wait_until
 
 WRONG = (
     "nonsense", "STATUSS", "freq", "freq abc", "freq -1", "freq 0", "freq 1e9", "freq 99999999999999999999",
-    "freq nan", "mode", "mode XYZ", "vfo C", "vfo", "rig \t", "rig no such rig", "rig '; DROP TABLE RigSetup; --",
+    "freq nan", "base 14,025", "mode", "mode XYZ", "vfo C", "vfo", "rig \t", "rig no such rig", "rig '; DROP TABLE RigSetup; --",
     "slot 9", "slot -1", "slot x", "rignumber 0", "rignumber 8", "port 100", "port -1", "port x", "speed 0",
     "speed 99999999999", "fn 0", "fn 10", "fn", "fnval", "fnval 0 x", "slider", "slider AF", "slider NOSUCH 3",
     "slider AF x", "slider 12 1", "send", "narrow maybe", "poll", "meter 10", "trace", "sim knob 1", "\x01\x02",
@@ -52,6 +52,12 @@ class InputTest(unittest.TestCase):
                                env={**os.environ, "DISPLAY": ":0"})
         self.assertEqual(ended.returncode, 1)
         self.assertIn(b"kvx-windows, which has the windows, cannot be run: No such file", ended.stderr)
+        for display, platform in ((":4711", ""), ("", "nosuch")):
+            ended = subprocess.run([station_module.BINARY, "--station", self.station.folder], timeout=30, check=False,
+                                   env={**os.environ, "WAYLAND_DISPLAY": "", "DISPLAY": display, "QT_QPA_PLATFORM": platform},
+                                   stderr=subprocess.PIPE, text=True)
+            self.assertRegex(ended.stderr, f"^kvx: no window can be opened .*{display or platform}; kvx --headless .*\n$")
+            self.assertEqual(ended.returncode, 1)
 
     def test_ready_is_first(self):
         """Also when there is much to say about the files."""

@@ -3,8 +3,10 @@
 import os
 import signal
 import socket
+import subprocess
 import tempfile
 
+import station as station_module
 from bench import WindowTest
 from station import wait_until
 
@@ -33,6 +35,21 @@ class EndingTest(WindowTest):
         self.desktop.close(self.window)
         self.assertEqual(self.kvx.ended(), 0, self.kvx.errors)
         self.assertTrue(wait_until(lambda: not self.rig.transmitting, 1), "the rig is left transmitting")
+
+    def test_a_console_that_cannot_start_says_so_where_the_operator_looks(self):
+        command = [station_module.BINARY, "--station", self.station.folder]
+        told = subprocess.run(command, stderr=subprocess.PIPE, text=True, timeout=20, check=False)
+        self.assertRegex(told.stderr, f"^kvx: The station .* is in use by kvx, process {self.kvx.pid}\n$")
+        self.assertEqual(told.returncode, 2)
+        with subprocess.Popen(command, stderr=subprocess.DEVNULL) as menu:
+            self.assertTrue(wait_until(lambda: self.desktop.windows(menu.pid), 10), "no box says why")
+            self.desktop.focus(self.desktop.windows(menu.pid)[0])
+            self.desktop.key("Return")
+            self.assertEqual(menu.wait(10), 2)
+        with subprocess.Popen(command, stderr=subprocess.DEVNULL) as menu:
+            self.assertTrue(wait_until(lambda: self.desktop.windows(menu.pid), 10), "no box says why")
+            menu.terminate()
+            self.assertIn(menu.wait(10), (0, 2))
 
     def test_the_window_comes_back_where_it_was(self):
         self.desktop.resize(self.window, 1100, 640)
