@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <iostream>
 
+#include "app/ending.h"
 #include "app/program.h"
 #include "platform/posix/pulse_state.h"
 #include "platform/qt/voice_parts.h"

@@ -3,6 +3,7 @@
 #include <QCoreApplication>
 #include <iostream>
 
+#include "app/ending.h"
 #include "app/program.h"
 #include "console/accessory_commands.h"
 #include "console/audio_commands.h"

@@ -4,9 +4,9 @@
 #include <algorithm>
 #include <array>
 #include <cstdlib>
-#include <thread>
 #include <utility>
 
+#include "app/ending.h"
 #include "audio/audio_analysis.h"
 #include "console/demo_content.h"
 #include "keyer/port_key_line.h"
@@ -81,13 +81,6 @@ platform::Path DdeGateway() {
   const platform::Path installed = ProgramFolder() / ".." / "lib" / "kvx" / "kvx-dde.exe";
   std::error_code error;
   return std::filesystem::exists(installed, error) ? installed.lexically_normal() : ProgramFolder() / "kvx-dde.exe";
-}
-
-void LeaveSoon(int code) {
-  std::thread([code] {
-    std::this_thread::sleep_for(std::chrono::seconds(1));
-    std::_Exit(code);
-  }).detach();
 }
 
 Program::Program(const Options& options, platform::ReleaseProcess* process, Desktop desktop)

@@ -49,8 +49,7 @@ class Program {
   Status Prepare();
   /// Starts the station.
   void Start();
-  /// Begins the orderly shut-down, which ends in `on_ended`; a second call does nothing. What is not prepared has
-  /// ended.
+  /// Begins the orderly shut-down, which ends in `on_ended`; a second call does nothing.
   void Stop();
 
   console::Station& station() { return *station_; }
@@ -127,10 +126,6 @@ platform::Path ProgramFolder();
 platform::Path DataFolder();
 /// The program that runs under Wine: with an installed console's libraries, else where it has been built.
 platform::Path DdeGateway();
-/// Ends the process with that code in a second, should it not have ended by then: what has been shut down in order does
-/// not wait for a name service.
-void LeaveSoon(int code);
-inline constexpr const char* kNoFolder = "there is no home directory for the station folder: --station DIR names one";
 /// Empty when none is named and there is no home directory.
 platform::Path StationFolder(const Options& options);
 

@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 
+#include "app/ending.h"
 #include "app/program.h"
 #include "app/qt_sound.h"
 #include "app/start_failure.h"
