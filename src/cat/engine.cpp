@@ -34,7 +34,10 @@ Engine::Engine(Loop& loop, Console& console, platform::SerialPort& port)
     poller.Heard(reply.kind);
     operations.Follow(reply);
   };
-  parser.on_input = [this](bool complete) { poller.InputArrived(complete); };
+  parser.on_input = [this](bool complete) {
+    if (complete) link.Answered();
+    poller.InputArrived(complete);
+  };
 }
 
 bool Engine::UseRig(config::RigDefinition rig) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "core/hex_text.h"
+#include "core/text.h"
 
 namespace kvx::cat {
 namespace {
@@ -11,6 +12,9 @@ using namespace std::chrono_literals;
 
 constexpr Duration kFirstRetry = 250ms;
 constexpr Duration kSlowestRetry = 1s;
+constexpr Duration kRarestRetry = 8s;  // of a server that ends every connection as soon as it stands
+constexpr Duration kBelieved = 500ms;  // a server's own words come before that, and may look like a reply
+constexpr std::size_t kMostSaid = 80;
 constexpr Duration kSteady = 2s;            // a port that has been open for longer is worth a quick first retry
 constexpr std::size_t kBufferLimit = 4096;  // characters; the longest reply of any rig is far shorter
 constexpr Duration kMostBehind = 1s;        // of the line: what is further behind is refused
@@ -23,10 +27,11 @@ constexpr int kLastBytes = 16;  // that the system may still hold
 RigLink::RigLink(Loop& loop, Console& console, platform::SerialPort& port)
     : loop_(loop), console_(console), port_(port) {
   port_.on_data = [this] {
+    if (on_trial_) return void(said_ += port_.Read().substr(0, kMostSaid - std::min(kMostSaid, said_.size())));
     last_arrival_ = loop_.Now();
     if (on_arrival) on_arrival();
   };
-  port_.on_opened = [this] { Opened(); };
+  port_.on_opened = [this] { Reached(); };
   port_.on_lost = [this](const std::string& why) { Lost(why); };
 }
 
@@ -85,6 +90,8 @@ void RigLink::Reopen() {
 
 void RigLink::CloseRigPort() {
   keep_open_ = Task();
+  settle_ = Task();
+  reached_ = on_trial_ = ends_soon_ = false;
   cut_short_ = cut_short_ || line_free_at_ > loop_.Now();
   if (port_.is_open() && port_.bytes_unsent() > 0 && on_undelivered) on_undelivered();
   port_.Close();
@@ -113,16 +120,32 @@ Task RigLink::KeepOpen(Duration pause) {
   }
 }
 
+/// It is a server that took the connection. The release of a transmitter does not wait to see what becomes of it.
+void RigLink::Reached() {
+  reached_ = true;
+  if (!ends_soon_ || *console_.Transmitting) return Opened();
+  on_trial_ = true;
+  said_.clear();
+  keep_open_ = Prove();
+}
+
+Task RigLink::Prove() {
+  co_await loop_.Sleep(kSteady);
+  on_trial_ = false;
+  Opened();
+  Settled();
+}
+
 /// Twice as long after each failure in a row; a port that stayed open for a while begins anew.
 Duration RigLink::NextPause() {
-  pause_ = pause_ == Duration{0} ? kFirstRetry : std::min<Duration>(pause_ * 2, kSlowestRetry);
+  pause_ = pause_ == Duration{0} ? kFirstRetry : std::min(pause_ * 2, ends_soon_ ? kRarestRetry : kSlowestRetry);
   return pause_;
 }
 
 void RigLink::Opened() {
   buffer_.clear();
-  if (!last_failure_.empty() && on_notice) on_notice("The rig port is open again");
-  last_failure_.clear();
+  settled_ = false;
+  settle_ = last_failure_.empty() ? Task() : Settle();
   opened_at_ = loop_.Now();
   was_open_ = true;
   line_free_at_ = {};
@@ -131,7 +154,29 @@ void RigLink::Opened() {
   cut_short_ = false;
 }
 
-void RigLink::Lost(const std::string& why) {
+Task RigLink::Settle() {
+  co_await loop_.Sleep(kSteady);
+  Settled();
+}
+
+void RigLink::Answered() {
+  if (is_open() && loop_.Now() - opened_at_ >= kBelieved) Settled();
+}
+
+void RigLink::Settled() {
+  if (std::exchange(settled_, true)) return;
+  ends_soon_ = false;
+  if (!last_failure_.empty() && on_notice) on_notice("The rig port is open again");
+  last_failure_.clear();
+}
+
+void RigLink::Lost(const std::string& cause) {
+  const bool was_on_trial = std::exchange(on_trial_, false);
+  const bool lasted = !was_on_trial && (settled_ || loop_.Now() - opened_at_ > kSteady);
+  ends_soon_ = std::exchange(reached_, false) && !lasted;
+  const std::string said = was_on_trial ? OneLine(said_.substr(0, said_.find_first_of("\r\n"))) : std::string();
+  const std::string why = said.empty() ? cause : cause + " (\"" + said + "\")";
+  settle_ = Task();
   cut_short_ = cut_short_ || line_free_at_ > loop_.Now();
   buffer_.clear();
   if (on_undelivered) on_undelivered();

@@ -13,7 +13,9 @@ namespace kvx::cat {
 
 /// The rig's serial line: opens and keeps open the rig port, writes finished commands to it, and gathers what arrives
 /// in the receive buffer, as text, or as hexadecimal text for a binary rig. A device that cannot be opened or vanishes
-/// is tried again, at first after a quarter of a second, later once a second. Engine thread only.
+/// is tried again, at first after a quarter of a second, later once a second. A server that takes the connection and
+/// ends it at once is tried less and less often, and counts as open when it has kept one for a while. Engine thread
+/// only.
 class RigLink {
  public:
   using Trace = std::function<void(std::string_view bytes)>;
@@ -45,7 +47,7 @@ class RigLink {
   /// beginning of a command.
   bool was_cut_short() const { return cut_short_; }
   /// Open, and not about to be closed.
-  bool is_open() const { return port_.is_open() && !retired_; }
+  bool is_open() const { return port_.is_open() && !retired_ && !on_trial_; }
   /// The line's speed in baud, never absurdly low.
   int speed() const { return std::max(settings_.speed, 300); }
   /// How long so many bytes take on the line.
@@ -57,6 +59,8 @@ class RigLink {
   std::string& buffer() { return buffer_; }
   /// Takes all waiting input into the buffer; while the discard switch is set it is dropped.
   void GetData();
+  /// A whole reply of the rig has come.
+  void Answered();
   bool has_unread_input() const { return port_.bytes_waiting() > 0; }
   /// Bytes that the line has not taken yet.
   std::size_t bytes_unsent() const { return port_.bytes_unsent(); }
@@ -87,8 +91,12 @@ class RigLink {
   Task DeliverThenReopen();
   Task KeepOpen(Duration pause);
   Duration NextPause();
-  void Lost(const std::string& why);
+  void Lost(const std::string& cause);
+  void Reached();
+  Task Prove();
   void Opened();
+  Task Settle();
+  void Settled();
 
   Loop& loop_;
   Console& console_;
@@ -99,12 +107,17 @@ class RigLink {
   bool deliver_first_ = false;
   bool retired_ = false;
   bool was_open_ = false;   ///< since the latest attempt to open
+  bool reached_ = false;    ///< it took time to open: there is somebody else between us and the rig
+  bool on_trial_ = false;   ///< reached, and not yet believed
+  bool settled_ = false;    ///< since it opened the rig has answered, or it has stayed open
+  bool ends_soon_ = false;  ///< the latest connection was ended as soon as it stood
   bool cut_short_ = false;  ///< bytes were on the line when the port went
   bool hex_ = false;
   bool discard_ = false;
   int discard_countdown_ = 0;
   std::string buffer_;
   std::string last_failure_;
+  std::string said_;  ///< by a server on trial
   std::uint64_t sent_bytes_ = 0;
   std::uint64_t received_bytes_ = 0;
   TimePoint opened_at_{};
@@ -112,6 +125,7 @@ class RigLink {
   TimePoint line_free_at_{};
   TimePoint last_arrival_{};
   Task keep_open_;
+  Task settle_;
 };
 
 }  // namespace kvx::cat

@@ -43,6 +43,39 @@ TEST(RigLink, AnAbsentDeviceIsReportedOnceTriedGentlyAndOpenSoonAfterItsReturn) 
   EXPECT_EQ(station.loop.timers(), 0U);
 }
 
+// A serial server whose port is in use takes the connection, says so, and ends it.
+TEST(RigLink, AServerThatEndsEveryConnectionIsToldOnceAndTriedLessAndLess) {
+  for (const std::string rig : {"TS-2000", "FT-857"}) {
+    Station station(rig);
+    station.loop.RunFor(5s);
+    std::vector<std::string> notices;
+    int changes = 0;
+    station.engine.link.on_notice = [&](const std::string& line) { notices.push_back(line); };
+    const auto follow = station.console.Subscribe([&](Field field) { changes += field == Field::kPort; });
+    station.port.takes_time = true;
+    station.port.Lose("server: gone");
+    const auto serve = [&](Duration time, bool ends) {
+      const TimePoint end = station.loop.Now() + time;
+      for (int seen = station.port.opens; station.loop.Now() < end; station.loop.RunFor(50ms)) {
+        if (std::exchange(seen, station.port.opens) == station.port.opens) continue;
+        station.port.Reach();
+        if (ends) station.port.Arrive("Port already in use\r\n");
+        if (ends) station.port.Lose("server: ended");
+      }
+    };
+    const int opens = station.port.opens;
+    serve(100s, true);
+    EXPECT_EQ(notices, (Log{"server: gone", "server: ended", "server: ended (\"Port already in use\")"})) << rig;
+    EXPECT_LE(changes, 4) << "not a lamp that blinks";
+    EXPECT_LE(station.port.opens - opens, 20);
+    EXPECT_GE(station.port.opens - opens, 12);
+    serve(12s, false);
+    EXPECT_EQ(*station.console.Port, "open");
+    EXPECT_EQ(notices.back(), "The rig port is open again");
+    EXPECT_EQ(notices.size(), 4U);
+  }
+}
+
 TEST(RigLink, DiscardedInputNeverReachesTheParserUntilItsTicksArePast) {
   Station station("TS-2000");
   station.console.Polling.Set(false);

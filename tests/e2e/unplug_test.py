@@ -2,6 +2,8 @@
 
 import fcntl
 import os
+import socket
+import threading
 import time
 import unittest
 
@@ -157,6 +159,29 @@ class UnplugTest(unittest.TestCase):
                 self.assertFalse(status["open"])
                 self.assertEqual(kvx.quit(), 0)
         self.assertEqual(self.station.read("victim"), b"precious")
+
+    def test_a_server_whose_device_is_in_use(self):
+        """It takes every connection, says so, and ends it: told, and then silence."""
+        def refuse():
+            while True:
+                try:
+                    connection, _ = server.accept()
+                except OSError:
+                    return
+                connection.sendall(b"Port already in use\r\n")
+                connection.close()
+
+        server = socket.create_server(("127.0.0.1", 0))
+        threading.Thread(target=refuse, daemon=True).start()
+        self.addCleanup(lambda: server.shutdown(socket.SHUT_RDWR))
+        self.station.write("ports.ini", f"COM3=tcp:127.0.0.1:{server.getsockname()[1]}\n")
+        kvx = self.station.start()
+        kvx.wait_line(lambda line: line.startswith("message ") and "Port already in use" in line, 5)
+        since = len(kvx.texts())
+        time.sleep(4)
+        self.assertEqual([line for line in kvx.texts(since) if line.startswith(("port ", "message "))], [])
+        self.assertFalse(kvx.status()["open"])
+        self.assertEqual(kvx.quit(), 0)
 
 
 if __name__ == "__main__":

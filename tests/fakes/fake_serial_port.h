@@ -17,7 +17,7 @@ class FakeSerialPort final : public platform::SerialPort {
     opened = settings;
     dtr = settings.dtr;
     rts = settings.rts;
-    open_ = true;
+    open_ = !takes_time;
     return Ok();
   }
   void Close() override { open_ = false; }
@@ -40,9 +40,14 @@ class FakeSerialPort final : public platform::SerialPort {
     input_ += bytes;
     if (on_data) on_data();
   }
-  void Lose() {
+  /// The far end of a port that takes time to open has been reached.
+  void Reach() {
+    open_ = true;
+    if (on_opened) on_opened();
+  }
+  void Lose(const std::string& why = "the device has gone") {
     open_ = false;
-    if (on_lost) on_lost("the device has gone");
+    if (on_lost) on_lost(why);
   }
   std::vector<std::string> TakeWrites() { return std::exchange(writes, {}); }
 
@@ -53,6 +58,7 @@ class FakeSerialPort final : public platform::SerialPort {
   std::size_t unsent = 0;
   int opens = 0;
   bool absent = false;
+  bool takes_time = false;  ///< to open: until Reach
   bool dtr = false;
   bool rts = false;
 
