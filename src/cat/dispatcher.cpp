@@ -46,6 +46,12 @@ bool MayBe(std::string_view text, std::string_view command) {
          command.size() >= behind.size() && EqualNoCase(command.substr(command.size() - behind.size()), behind);
 }
 
+/// The field of the row that a key's command stands in; empty for a literal command.
+std::string_view FieldOf(const CommandKey* key) {
+  if (key == nullptr) return {};
+  return key->field.starts_with('/') ? "MEMO5" : key->field;
+}
+
 }  // namespace
 
 std::string Dispatcher::TemplateOf(const CommandKey& key) const {
@@ -71,7 +77,7 @@ SendOutcome Dispatcher::SendData(std::string_view key_or_command) {
     case KeyKind::kSliderQuery:
       return SendQuery(text, key, false);
     case KeyKind::kSlider:
-      return SendCommand(std::string(CutBounds(text)));
+      return SendCommand(std::string(CutBounds(text)), FieldOf(key));
     case KeyKind::kFunction:
       return SendFunction(*key);
     case KeyKind::kFrequency:
@@ -84,7 +90,7 @@ SendOutcome Dispatcher::SendData(std::string_view key_or_command) {
     const SendOutcome filled = FillValue(command, button_values_[std::string(key->key)]);
     if (filled != SendOutcome::kSent) return filled;
   }
-  const SendOutcome outcome = SendCommand(command);
+  const SendOutcome outcome = SendCommand(command, FieldOf(key));
   if (outcome == SendOutcome::kSent && key != nullptr && key->field.starts_with("Meter")) FollowMeter(*key, command);
   return outcome;
 }
@@ -101,13 +107,14 @@ SendOutcome Dispatcher::SendTogether(const std::vector<std::string>& keys_or_com
       const SendOutcome filled = FillValue(command, button_values_[Upper(each)]);
       if (filled != SendOutcome::kSent) return filled;
     }
-    command = FillIn(std::move(command));
+    faulty_.erase(std::string(FieldOf(key)));
+    command = FillIn(std::move(command), FieldOf(key));
     if (command.empty()) return SendOutcome::kRefused;
     bytes += Encode(command).size();
     commands.push_back(std::move(command));
   }
   if (!link_.HasRoomFor(bytes)) return Refuse(kLineBusy);
-  for (std::string& command : commands) SendCommand(std::move(command));
+  for (std::string& command : commands) SendCommand(std::move(command), {});
   return SendOutcome::kSent;
 }
 
@@ -142,23 +149,25 @@ SendOutcome Dispatcher::SendFunction(const CommandKey& key) {
                     OneLine(command, 40));
     }
   }
-  const SendOutcome outcome = command.empty() && two_states ? SendOutcome::kSent : SendCommand(std::move(command));
+  const SendOutcome outcome =
+      command.empty() && two_states ? SendOutcome::kSent : SendCommand(std::move(command), FieldOf(&key));
   if (two_states && outcome == SendOutcome::kSent) console_.FunctionState.Set(index, !second);
   return outcome;
 }
 
 SendOutcome Dispatcher::SendFrequency(const CommandKey& key) {
-  if (!IsPegasus(rig_)) return SendCommand(TemplateOf(key));
+  if (!IsPegasus(rig_)) return SendCommand(TemplateOf(key), FieldOf(&key));
   const auto bytes = PegasusTuning(*console_.FreqDisp + *console_.Offset, *console_.Mode, *console_.Xnarrow);
   if (!bytes) return Refuse(bytes.error().message);
   last_command_ = loop_.Now();
   return link_.WriteRigPort(*bytes) ? SendOutcome::kSent : Refuse(kLineBusy);
 }
 
-SendOutcome Dispatcher::SendCommand(std::string command) {
-  command = FillIn(std::move(command));
+SendOutcome Dispatcher::SendCommand(std::string command, std::string_view field) {
+  if (const auto told = faulty_.find(field); told != faulty_.end()) faulty_.erase(told);  // who asks is told again
+  command = FillIn(std::move(command), field);
   if (command.empty()) return SendOutcome::kRefused;
-  std::string bytes = Encode(command);
+  std::string bytes = Encode(command, field);
   // What releases the transmitter is not to be taken for the rest of a command.
   if (keying_.is_within_command() && KeyingOf(rig_, bytes).effect == Keying::Effect::kOff)
     bytes.insert(0, Resynchronise());
@@ -183,13 +192,13 @@ void Dispatcher::FollowMeter(const CommandKey& key, std::string_view command) {
 /// and that its "transmit off" undoes that.
 void Dispatcher::FollowTransmitter(std::string_view command, std::string_view keyed_before) {
   const auto sends = [&](std::string_view field) {
-    return MayBe(rig_.row[field], command) && EqualNoCase(command, FillIn(rig_.row[field]));
+    return MayBe(rig_.row[field], command) && EqualNoCase(command, FillIn(rig_.row[field], field));
   };
   if (!ButtonsKeyTransmitter(rig_.row)) return;
   // Without a release command in its row a rig is followed by what its family is known to do.
   if (sends("Alpha") && !rig_.row["Bravo"].empty()) {
     release_ = keyed_before;
-    Keyed(Encode(FillIn(rig_.row["Bravo"])));
+    Keyed(Encode(FillIn(rig_.row["Bravo"], "Bravo"), "Bravo"));
   } else if (sends("Bravo")) {
     Released();
   }
@@ -284,9 +293,9 @@ void Dispatcher::PutAside(std::string release) {
   put_aside_.push_back(std::move(owed));
 }
 
-/// By its row, else by what its family is known to do.
 std::string Dispatcher::ReleaseOfRig() {
-  const std::string release = ButtonsKeyTransmitter(rig_.row) ? Encode(FillIn(rig_.row["Bravo"])) : std::string();
+  const bool by_row = ButtonsKeyTransmitter(rig_.row);
+  const std::string release = by_row ? Encode(FillIn(rig_.row["Bravo"], "Bravo"), "Bravo") : std::string();
   if (!release.empty()) return release;
   const bool has_address = rig_.family == "ICOM" && !rig_.row["Add" + *console_.RigNumber].empty();
   return ReleaseOf(rig_, has_address ? Encode(FillIn("<ADDR>")) : std::string());
@@ -316,9 +325,9 @@ void Dispatcher::PayRelease() {
 
 SendOutcome Dispatcher::SendQuery(std::string_view text, const CommandKey* key, bool frequency) {
   const QueryTemplate query = SplitQuery(text);
-  const std::string command = FillIn(query.command);
+  const std::string command = FillIn(query.command, FieldOf(key));
   if (command.empty()) return SendOutcome::kRefused;
-  if (!link_.WriteRigPort(Encode(command))) return Refuse(kLineBusy);
+  if (!link_.WriteRigPort(Encode(command, FieldOf(key)))) return Refuse(kLineBusy);
   Arm(command, query, key, frequency);
   return SendOutcome::kSent;
 }
@@ -331,17 +340,17 @@ SendOutcome Dispatcher::Refuse(const std::string& why) {
 void Dispatcher::ArmPollQuery(std::string_view key_name) {
   const CommandKey* key = FindKey(key_name);
   const QueryTemplate query = SplitQuery(TemplateOf(*key));
-  Arm(FillIn(query.command), query, key, false);
+  Arm(FillIn(query.command, FieldOf(key)), query, key, false);
 }
 
 std::vector<std::string> Dispatcher::PollPieces(std::string_view key_name) {
   const CommandKey* key = FindKey(key_name);
   if (key == nullptr || !link_.is_open()) return {};
   const QueryTemplate query = SplitQuery(TemplateOf(*key));
-  const std::string command = WithoutBlanks(FillIn(query.command));
+  const std::string command = WithoutBlanks(FillIn(query.command, FieldOf(key)));
   std::vector<std::string> pieces;
   for (std::size_t at = 0; at + kPieceDigits <= command.size(); at += kPieceDigits) {
-    pieces.push_back(Encode(command.substr(at, kPieceDigits)));
+    pieces.push_back(Encode(command.substr(at, kPieceDigits), FieldOf(key)));
   }
   return pieces;
 }
@@ -373,7 +382,12 @@ void Dispatcher::Push(ArmedQuery armed) {
   armed_.push_back(std::move(armed));
 }
 
-std::string Dispatcher::FillIn(std::string command) {
+/// A field that the console reads by itself, twenty times a second, is told of once.
+void Dispatcher::TellFault(const std::string& why, std::string_view field) {
+  if (field.empty() || faulty_.insert(std::string(field)).second) console_.ErrorText.Set(why);
+}
+
+std::string Dispatcher::FillIn(std::string command, std::string_view field) {
   Fill fill{.rig = rig_,
             .address_number = *console_.RigNumber,
             .frequency = *console_.FreqDisp + *console_.Offset,
@@ -381,22 +395,24 @@ std::string Dispatcher::FillIn(std::string command) {
   for (std::size_t i = 0; i < fill.sliders.size(); ++i) fill.sliders[i] = console_.Slider[i];
   auto filled = Expand(std::move(command), fill);
   if (filled) return *filled;
-  console_.ErrorText.Set(filled.error().message);
+  const std::string where = OneLine(rig_.name, 40) + ", field " + std::string(field) + ": ";
+  TellFault((field.empty() ? "" : where) + filled.error().message, field);
   return {};
 }
 
-std::string Dispatcher::Encode(std::string_view command) {
+std::string Dispatcher::Encode(std::string_view command, std::string_view field) {
   if (!rig_.binary())
     return ToLatin1(command);  // also a KENWOOD row that asks for hexadecimal: text goes out unchanged
   const std::string digits = WithoutBlanks(command);
+  std::string fault;
   const auto complain = [&](std::string_view faulty) {
-    console_.ErrorText.Set("Error converting " + OneLine(faulty) + " to hex. Check your setup file for " +
-                           OneLine(command));
+    fault = "Error converting " + OneLine(faulty) + " to hex. Check your setup file for " + OneLine(command);
   };
   std::string bytes;
   for (std::size_t at = 0; at < digits.size(); at += 2) {
     bytes += ConvertHex(std::string_view(digits).substr(at, 2), rig_.family, complain);
   }
+  if (!fault.empty()) TellFault(fault, field);
   return bytes;
 }
 

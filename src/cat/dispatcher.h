@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <functional>
 #include <map>
+#include <set>
 #include <string>
 #include <string_view>
 
@@ -48,10 +49,14 @@ class Dispatcher {
   std::string TemplateOf(const CommandKey& key) const;
 
   /// A finished command (placeholders filled) as the bytes for the wire: text, or hexadecimal pairs converted from the
-  /// left.
-  std::string Encode(std::string_view command);
+  /// left. `field`: where in the rig's row it stands, for who reads of a fault in it.
+  std::string Encode(std::string_view command, std::string_view field = {});
   /// Fills a command's placeholders; empty, with the error text set, when that fails.
-  std::string FillIn(std::string command);
+  std::string FillIn(std::string command, std::string_view field = {});
+  /// Another definition has been loaded: its faults are told anew.
+  void ForgetFaults() { faulty_.clear(); }
+  /// What releases the rig in use: by its row, else by what its family is known to do.
+  std::string ReleaseOfRig();
 
   /// A query in the pieces that a binary rig's poll is written in; ArmPollQuery says that it has been written.
   std::vector<std::string> PollPieces(std::string_view key);
@@ -96,15 +101,15 @@ class Dispatcher {
   SendOutcome SendQuery(std::string_view text, const CommandKey* key, bool frequency);
   SendOutcome SendFunction(const CommandKey& key);
   SendOutcome SendFrequency(const CommandKey& key);
-  SendOutcome SendCommand(std::string command);
+  SendOutcome SendCommand(std::string command, std::string_view field);
   void FollowTransmitter(std::string_view command, std::string_view keyed_before);
   void Keyed(std::string_view release);
   void Released();
   std::string Resynchronise() const;
   Task Arrive(TimePoint leaves);
   void PutAside(std::string release);
-  std::string ReleaseOfRig();
   void PayRelease();
+  void TellFault(const std::string& why, std::string_view field);
   void FollowMeter(const CommandKey& key, std::string_view command);
   SendOutcome Refuse(const std::string& why);
   SendOutcome FillValue(std::string& command, const std::string& value);
@@ -124,6 +129,7 @@ class Dispatcher {
   std::string release_;    ///< the bytes that release the transmitter that is keyed
   std::string keyed_rig_;  ///< whose they are
   std::vector<OwedRelease> put_aside_;
+  std::set<std::string, std::less<>> faulty_;  ///< fields of the row whose fault has been told
   KeyingReader keying_;
   bool owes_release_ = false;
 };

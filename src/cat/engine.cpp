@@ -47,6 +47,7 @@ bool Engine::UseRig(config::RigDefinition rig) {
   if (link.is_open()) link.Discard(kDiscardTicks);  // what is still under way was asked of the rig before
   armed_.clear();
   operations.Forget();
+  dispatcher.ForgetFaults();
   link.ClearRcvBuffer();
   link.SetHexBuffer(rig_.row.send_as_hex);
   for (std::size_t i = 0; i < console_.FunctionState.size(); ++i) console_.FunctionState.Set(i, false);

@@ -17,6 +17,7 @@ constexpr int kFastMeterTicks = 10;
 constexpr int kFastMeterSpeed = 9600;  // baud from which the fast meter poll leaves room for everything else
 constexpr int kTicksACycle = 2;
 constexpr Duration kLongestCycle = 2s;
+constexpr std::string_view kInit = "US7";
 constexpr int kMostWaits = 10;  // for the end of one reply
 
 }  // namespace
@@ -258,23 +259,23 @@ void Poller::WriteFastMeter() {
 }
 
 Task Poller::WriteInitString() {
-  const std::string init = dispatcher_.FillIn(rig_.row["US7"]);
+  const std::string init = dispatcher_.FillIn(rig_.row["US7"], kInit);
   if (rig_.family == "KENWOOD") {
     std::string_view rest = init;
     while (!rest.empty()) {
       const std::size_t end = std::min(rest.find(';'), rest.size() - 1) + 1;
-      link_.WriteRigPort(dispatcher_.Encode(rest.substr(0, end)));
+      link_.WriteRigPort(dispatcher_.Encode(rest.substr(0, end), kInit));
       rest.remove_prefix(end);
     }
     co_return;
   }
   if (!rig_.row.send_as_hex || rig_.row.rev_data) {
-    link_.WriteRigPort(dispatcher_.Encode(init));
+    link_.WriteRigPort(dispatcher_.Encode(init, kInit));
     co_return;
   }
   const std::string digits = WithoutBlanks(init);
   for (std::size_t at = 0; at + 10 <= digits.size(); at += 10) {
-    link_.WriteRigPort(dispatcher_.Encode(std::string_view(digits).substr(at, 10)));
+    link_.WriteRigPort(dispatcher_.Encode(std::string_view(digits).substr(at, 10), kInit));
     if (just_after_midnight()) continue;
     co_await loop_.Sleep(kPieceWait);
   }

@@ -20,7 +20,8 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr std::size_t kLongestNotice = 400;
-constexpr Duration kSameNotice = 1s;  // one that comes again sooner is of the same moment
+constexpr std::size_t kLongestPreset = 255;  // of a function key; a longer one is no text for a rig
+constexpr Duration kSameNotice = 1s;         // one that comes again sooner is of the same moment
 constexpr int kLargestSlider = 99'999;
 
 bool IsTheme(std::string_view name) {
@@ -272,7 +273,7 @@ Status Station::SetRig(const std::string& name) {
   if (!changed) return Ok();  // read again: what the operator has set since stays
   for (std::size_t i = 0; i < console.Text5.size(); ++i) {
     const std::string& text = rig.row["FNT" + std::to_string(i + 1)];
-    if (!text.empty()) console.Text5.Set(i, text);
+    if (!text.empty() && text.size() <= kLongestPreset) console.Text5.Set(i, text);
   }
   console.MeterOn.Set(false);
   console.Agc.Set("");

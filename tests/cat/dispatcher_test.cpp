@@ -106,6 +106,35 @@ TEST(Dispatcher, AFaultyPairIsReportedAndTheRestStillSent) {
   EXPECT_EQ(station.Written(), "12 03");
 }
 
+// The console asks for them by itself: a fault is no flood, and has a name.
+TEST(Dispatcher, AFaultyFieldIsToldOnceUntilAnotherDefinitionIsLoaded) {
+  const std::string garbage(5000, '<');
+  for (const auto& [row, told] :
+       {std::pair{
+            MakeRow("X", "KENWOOD", {"GetSMeter=" + garbage, "ReadMode=" + garbage, "US7=" + garbage}),
+            Log{"X, field US7: The command", "X, field GetSMeter: The command", "X, field ReadMode: The command"}},
+        std::pair{MakeRow("X", "ICOM", {"hex", "GetFreq=ZZYY000003"}),
+                  Log{"Error converting YY to hex. Check your setup file for"}}}) {
+    Station station("TS-2000");
+    Log texts;
+    const auto follow = station.console.Subscribe([&](Field field) {
+      if (field == Field::kErrorText && !station.console.ErrorText->empty())
+        texts.push_back(*station.console.ErrorText);
+    });
+    for (const auto& definition : {row, ShippedRigs().at("TS-2000"), row}) {
+      station.Use(definition);
+      station.console.ErrorText.Set("");
+      station.engine.poller.Start();
+      station.Beat(50ms);
+      station.loop.RunFor(10s);
+    }
+    ASSERT_EQ(texts.size(), 2 * told.size()) << testing::PrintToString(texts);
+    for (std::size_t i = 0; i < texts.size(); ++i)
+      EXPECT_TRUE(std::any_of(told.begin(), told.end(), [&](auto& one) { return texts[i].starts_with(one); }))
+          << texts[i];
+  }
+}
+
 TEST(Dispatcher, TextGoesOutUnchanged) {
   Station station(MakeRow("X", "Kenwood", {"hex", "USB=MD2;", "LSB=M\r\n\x01\xC3\xA4"}));
   station.Send("XUSB");
