@@ -14,9 +14,11 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr std::size_t kFewSymbols = 3;
-constexpr std::size_t kMostAhead = 24;  // symbols; the smallest buffer of a rig
-constexpr Duration kAhead = 1200ms;     // the line and the polls on it take their time
-constexpr Duration kMayStillSend = 5s;  // after the reckoned end
+constexpr std::size_t kMostAhead = 24;    // symbols; the smallest buffer of a rig
+constexpr Duration kAhead = 1200ms;       // the line and the polls on it take their time
+constexpr Duration kLittleAhead = 200ms;  // of a rig that nothing stops, and what the line takes
+constexpr std::size_t kOnTheLine = 64;    // bytes: a command and the queries before it
+constexpr Duration kMayStillSend = 5s;    // after the reckoned end
 constexpr const char* kStillSends = "The rig port is closed: the rig sends what it has been given";
 constexpr char kText = '\x01';  // stands for the text while the template's other places are filled in
 
@@ -140,7 +142,7 @@ void RigKeyer::Close() {
 /// The port's end ends the text; when it returns the keyer is ready again.
 void RigKeyer::PortChanged() {
   if (engine_.link.is_open() && std::exchange(stop_at_open_, false)) StopRig();
-  if (engine_.link.is_open() && std::exchange(stop_first_, false)) {
+  if (engine_.link.is_open() && std::exchange(stop_first_, false) && has_stop()) {
     if (const std::string stop = StopBytes(); !stop.empty()) engine_.link.WriteUrgently(stop, nullptr);
   }
   if (!opened_) return;
@@ -153,7 +155,15 @@ void RigKeyer::PortChanged() {
 
 std::size_t RigKeyer::room() const {
   if (!ready() || given_.size() >= kMostAhead) return 0;
+  if (!has_stop()) {
+    // A blank goes out with the sign behind it, which must be there before the blank is over.
+    return given_.empty() || given_.back().text == " " || busy_until_ <= loop_.Now() + Ahead() ? 1 : 0;
+  }
   return given_.size() < kFewSymbols || busy_until_ < loop_.Now() + kAhead ? 1 : 0;
+}
+
+Duration RigKeyer::Ahead() const {
+  return kLittleAhead + engine_.link.TimeOf(kOnTheLine);
 }
 
 void RigKeyer::Send(std::string_view symbol) {
@@ -163,6 +173,13 @@ void RigKeyer::Send(std::string_view symbol) {
   given_.push_back({text, busy_until_});
   if (text != " " || unsent_.size() < kFewSymbols || unsent_.back() != " ") unsent_.push_back(std::move(text));
   if (given_.size() == 1) WaitForFirst();
+  if (!has_stop()) {
+    loop_.StopTimer(due_);
+    due_ = loop_.StartTimer(std::max(loop_.Now(), busy_until_ - Ahead()), [this] {
+      due_ = 0;
+      Tell(on_progress);
+    });
+  }
   // What is given in one go goes out in one command.
   if (flush_ == 0) flush_ = loop_.StartTimer(loop_.Now(), [this] { Flush(); });
 }
@@ -207,7 +224,7 @@ bool RigKeyer::Write(const CwTemplate& form, const std::string& text) {
   std::string written = text;
   if (form.padded) written.resize(std::max(form.width, written.size()), ' ');
   if (engine_.rig().binary()) written = HexText::FromBytes(written).digits;
-  std::string command = engine_.dispatcher.FillIn(form.before + kText + form.after);
+  std::string command = engine_.dispatcher.FillIn(form.before + kText + form.after, "CWText");
   const std::size_t at = command.find(kText);
   if (at == std::string::npos) return false;
   command.replace(at, 1, written);
@@ -237,6 +254,7 @@ void RigKeyer::ForgetRig() {
 void RigKeyer::Forget() {
   loop_.StopTimer(flush_);
   loop_.StopTimer(first_done_);
+  loop_.StopTimer(std::exchange(due_, 0));
   flush_ = 0;
   first_done_ = 0;
   given_.clear();
@@ -244,11 +262,11 @@ void RigKeyer::Forget() {
   Unguard();
 }
 
-/// Empty for a rig without the command.
+/// A rig without the command gets what releases its transmitter: it ends the text of some, and does the others no harm.
 std::string RigKeyer::StopBytes() {
-  const std::string& stop = engine_.rig().row["CWStop"];
-  const std::string command = stop.empty() ? std::string() : engine_.dispatcher.FillIn(stop);
-  return command.empty() ? std::string() : engine_.dispatcher.Encode(command);
+  if (!has_stop()) return engine_.dispatcher.ReleaseOfRig();
+  const std::string command = engine_.dispatcher.FillIn(engine_.rig().row["CWStop"], "CWStop");
+  return engine_.dispatcher.Encode(command, "CWStop");
 }
 
 /// What was being written when the program ends may be cut in two.
@@ -277,9 +295,10 @@ void RigKeyer::Abort() {
   });
 }
 
-/// A rig without the command goes on to the end of what it has.
+/// What a transmitter that is keyed by CAT as well is released with is the business of who has keyed it.
 void RigKeyer::StopRig() {
-  const bool sends = busy_until_ != TimePoint{} && loop_.Now() < busy_until_ + kMayStillSend;
+  const bool by_cat = !has_stop() && *console_.Transmitting;
+  const bool sends = !by_cat && busy_until_ != TimePoint{} && loop_.Now() < busy_until_ + kMayStillSend;
   const std::string stop = sends ? StopBytes() : std::string();
   if (!stop.empty() && engine_.link.WriteUrgently(stop, nullptr)) busy_until_ = {};
 }

@@ -29,7 +29,8 @@ std::string RigCwText(std::string_view symbol, std::string_view family);
 
 /// The rig's own keyer: text goes over the CAT line, in the row's "CWText" command, a little ahead of what the rig
 /// sends, so that its buffer never runs over. The rig tells nothing back: what it is sending is reckoned from the
-/// speed. Text that a rig without a "CWStop" command has been given goes out to its end.
+/// speed. A rig without a "CWStop" command may send what it has been given to its end whatever comes: it gets one sign
+/// at a time.
 class RigKeyer final : public CwBackend {
  public:
   /// `guard`, of the rig port: null, or it stops the text when the program ends out of order. `stop_first`: the rig may
@@ -68,6 +69,8 @@ class RigKeyer final : public CwBackend {
   void Forget();
   void ForgetRig();
   void StopRig();
+  bool has_stop() const { return !engine_.rig().row["CWStop"].empty(); }
+  Duration Ahead() const;
   std::string StopBytes();
   void Guard();
   void Unguard();
@@ -91,6 +94,7 @@ class RigKeyer final : public CwBackend {
   Loop::TimerId said_ = 0;
   Loop::TimerId flush_ = 0;
   Loop::TimerId first_done_ = 0;
+  Loop::TimerId due_ = 0;  ///< for the next sign
 };
 
 }  // namespace kvx::keyer

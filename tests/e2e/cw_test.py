@@ -44,6 +44,7 @@ class RigKeyerTest(unittest.TestCase):
         self.assertTrue(TEXT.startswith(sent) and len(sent) < 16, sent)
         time.sleep(1)
         self.assertEqual(self.sent(), sent)
+        self.assertTrue([line for line in self.kvx.texts() if line.startswith("sent ") and "RX;" in line])
 
     def test_what_the_rig_cannot_do_is_said(self):
         self.assertEqual(self.kvx.command("tune on"), "error: This keyer cannot hold the key down")

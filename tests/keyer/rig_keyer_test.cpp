@@ -74,7 +74,7 @@ TEST(RigKeyer, AKenwoodHearsALongTextWithoutAGapAndIsNeverFarAhead) {
   bench.loop.RunFor(20min);
   EXPECT_EQ(rig.heard, text + "K");
   EXPECT_EQ(rig.gaps, 0);
-  EXPECT_LT(rig.most, 4s);
+  EXPECT_LT(rig.most, 1600ms) << "nothing stops it: a zero takes 1.3 s";
   EXPECT_FALSE(bench.sender.sending());
 }
 
@@ -86,7 +86,8 @@ TEST(RigKeyer, EachMakersCommandCarriesTheText) {
   };
   for (const Row& row : {
            // A blank at the end would be padding: it begins the next command.
-           Row{"TS-2000", "TU <SK>", "KY TU                      ;KY  >                      ;"s},
+           Row{"TS-2000", "TU <SK>",
+               "KY T                       ;KY U                       ;KY  >                      ;"s},
            Row{"TS-590SG", "A;B", "KY AB                      ;"s},  // no text ends a command
            Row{"IC-7300", "E<SK>",
                "\xFE\xFE\x94\xE0\x17"
@@ -125,6 +126,23 @@ TEST(RigKeyer, AbortStopsTheRigAndForgetsTheRest) {
   EXPECT_EQ(bench.port.written.size(), 7U);
   bench.sender.Abort();
   EXPECT_EQ(bench.port.written.size(), 7U) << "nothing is being sent";
+}
+
+TEST(RigKeyer, ARigThatNothingStopsHasOneSignAndGetsItsRelease) {
+  for (const bool keyed_by_cat : {false, true}) {
+    Bench bench("TS-2000");
+    bench.sender.SetSpeed(5);
+    bench.Send("PARIS");
+    bench.loop.RunFor(2s);
+    EXPECT_EQ(bench.port.written, "KS010;KY P                       ;");
+    EXPECT_EQ(bench.guard.armed, ";RX;");
+    bench.console.Transmitting.Set(keyed_by_cat);
+    bench.port.written.clear();
+    bench.sender.Abort();
+    EXPECT_EQ(bench.port.written, keyed_by_cat ? "" : "RX;") << "who has keyed it releases it";
+    bench.loop.RunFor(60s);
+    EXPECT_EQ(bench.guard.armed, "");
+  }
 }
 
 TEST(RigKeyer, ARigThatStillSendsIsStoppedWhenItsPortIsBack) {
