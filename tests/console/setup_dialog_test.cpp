@@ -161,7 +161,7 @@ TEST(SetupDialog, ThePortCountsWhenItIsApplied) {
   EXPECT_TRUE(bench.bench.port.opened.rts);
   bench.Type(bench.Find<QComboBox>("Speed")->lineEdit(), "12");
   bench.Click("Apply");
-  EXPECT_TRUE(bench.Says("300 to 921600", "error"));
+  EXPECT_TRUE(bench.Says("300 to 4000000", "error"));
   EXPECT_TRUE(bench.Ini("RIGSPEED= 57600"));
 }
 
