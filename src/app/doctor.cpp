@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <iostream>
 
-#include "app/ending.h"
 #include "app/program.h"
 #include "platform/posix/pulse_state.h"
 #include "platform/qt/voice_parts.h"

@@ -3,7 +3,6 @@
 #include <QCoreApplication>
 #include <iostream>
 
-#include "app/ending.h"
 #include "app/program.h"
 #include "console/accessory_commands.h"
 #include "console/audio_commands.h"
@@ -16,6 +15,7 @@
 #include "console/rig_editor_commands.h"
 #include "console/setup_commands.h"
 #include "console/tuner_commands.h"
+#include "platform/posix/leave_soon.h"
 #include "platform/qt/standard_input.h"
 #include "platform/qt/standard_output.h"
 
@@ -69,7 +69,7 @@ int RunHeadless(int argc, char** argv, const Options& options) {
   release_process.Start();  // while there is nothing that it would inherit; the program tries again if need be
   const QCoreApplication application(argc, argv);
   const int code = Operate(options, release_process);
-  LeaveSoon(code);
+  platform::LeaveSoon(code);
   return code;
 }
 

@@ -6,7 +6,6 @@
 #include <cstdlib>
 #include <utility>
 
-#include "app/ending.h"
 #include "audio/audio_analysis.h"
 #include "console/demo_content.h"
 #include "keyer/port_key_line.h"

@@ -126,6 +126,8 @@ platform::Path ProgramFolder();
 platform::Path DataFolder();
 /// The program that runs under Wine: with an installed console's libraries, else where it has been built.
 platform::Path DdeGateway();
+/// Why a program without a station folder ends at once.
+inline constexpr const char* kNoFolder = "there is no home directory for the station folder: --station DIR names one";
 /// Empty when none is named and there is no home directory.
 platform::Path StationFolder(const Options& options);
 

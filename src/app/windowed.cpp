@@ -8,12 +8,12 @@
 #include <memory>
 #include <optional>
 
-#include "app/ending.h"
 #include "app/program.h"
 #include "app/qt_sound.h"
 #include "app/start_failure.h"
 #include "app/windows.h"
 #include "console/console_window.h"
+#include "platform/posix/leave_soon.h"
 #include "platform/qt/qt_speech.h"
 #include "widgets/appearance.h"
 
@@ -94,7 +94,7 @@ int RunWindowed(int argc, char** argv, const Options& options) {
   QApplication::setWindowIcon(Icon());
   QApplication::setQuitOnLastWindowClosed(false);
   const int code = Operate(options, release_process);
-  LeaveSoon(code);
+  platform::LeaveSoon(code);
   return code;
 }
 

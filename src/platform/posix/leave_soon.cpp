@@ -1,10 +1,10 @@
-#include "app/ending.h"
+#include "platform/posix/leave_soon.h"
 
 #include <chrono>
 #include <cstdlib>
 #include <thread>
 
-namespace kvx::app {
+namespace kvx::platform {
 
 void LeaveSoon(int code) {
   std::thread([code] {
@@ -13,4 +13,4 @@ void LeaveSoon(int code) {
   }).detach();
 }
 
-}  // namespace kvx::app
+}  // namespace kvx::platform
