@@ -160,7 +160,7 @@ TEST(FunctionExchange, ImportIsAllOrNothingAndIsAnnounced) {
   bench.functions.exchange.Import();
   EXPECT_NE(bench.shown.back().find("RigFunctions.CSV line 2: it has 1 field,"), std::string::npos);
   EXPECT_EQ(bench.Query("SELECT count(*) FROM rigfn"), "0");
-  bench.folder.Put("RigFunctions.CSV", "\1\2\xFF");
+  bench.folder.Put("RigFunctions.CSV", std::string("\0\1", 2));
   bench.functions.exchange.Import();
   EXPECT_TRUE(bench.shown.back().ends_with("RigFunctions.CSV: it holds no text")) << bench.shown.back();
   bench.folder.Put("RigFunctions.CSV", kPlain);
