@@ -17,7 +17,7 @@ namespace kvx::console {
 struct RigPortChoice {
   int number = 0;       ///< 1 to 99; 0: none, and nothing else counts
   std::string address;  ///< device path, "pty:PATH", "tcp:HOST:PORT" or "sim:NAME"
-  int speed = 9600;     ///< baud, 300 to 921600
+  int speed = 9600;     ///< baud, kSlowestLine to kFastestLine
   int stop_bits = 1;    ///< 1 or 2
   bool dtr = false;     ///< raised while open; ports 1 to 8 only
   bool rts = false;
