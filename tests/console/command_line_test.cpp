@@ -115,8 +115,9 @@ TEST(CommandLine, TellsWhatHappensFromTheFirstLineOn) {
   headless.bench.port.Arrive("IF000140253700000+0000000000021000000;");
   headless.bench.station.engine.dispatcher.SendData("TX;");
   headless.bench.port.Lose();
-  EXPECT_EQ(headless.out, (Lines{"vfo B", "mode USB", "message CW,RTTY,Data (General)", "freq 14025.37", "tx on",
-                                 "port the device has gone", "message the device has gone"}));
+  EXPECT_EQ(headless.out, (Lines{"vfo B", "mode USB", "message CW,RTTY,Data (General)", "freq 14025.37",
+                                 "message The rig port is open again", "tx on", "port the device has gone",
+                                 "message the device has gone"}));
   headless.out.clear();
   headless.Ask("trace on");
   headless.bench.loop.RunFor(2s);
@@ -124,7 +125,7 @@ TEST(CommandLine, TellsWhatHappensFromTheFirstLineOn) {
       << "TX; was on the line";
   headless.out.clear();
   headless.bench.port.Arrive("?;\n");
-  EXPECT_EQ(headless.out, Lines{"received ?;<LF>"});
+  EXPECT_EQ(headless.out, (Lines{"received ?;<LF>", "message The rig port is open again"}));
 }
 
 TEST(CommandLine, CarriesCommandsOutInOrderAndSavesBeforeTheNext) {
