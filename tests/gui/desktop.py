@@ -118,7 +118,7 @@ class Desktop:
     # Windows.
 
     def windows(self, pid):
-        found = subprocess.run(["xdotool", "search", "--onlyvisible", "--pid", str(pid), "--name", "."], check=False,
+        found = subprocess.run(["xdotool", "search", "--all", "--onlyvisible", "--pid", str(pid), "--name", "."], check=False,
                                capture_output=True, text=True).stdout
         return [int(window) for window in found.split()]
 

@@ -8,6 +8,7 @@ import tempfile
 
 import station as station_module
 from bench import WindowTest
+from controls import Program
 from station import wait_until
 
 
@@ -44,6 +45,7 @@ class EndingTest(WindowTest):
         with subprocess.Popen(command, stderr=subprocess.DEVNULL) as menu:
             self.assertTrue(wait_until(lambda: self.desktop.windows(menu.pid), 10), "no box says why")
             self.desktop.focus(self.desktop.windows(menu.pid)[0])
+            self.assertTrue(wait_until(lambda: Program(menu.pid).find("Close").has("focused"), 5), "keys go elsewhere")
             self.desktop.key("Return")
             self.assertEqual(menu.wait(10), 2)
         with subprocess.Popen(command, stderr=subprocess.DEVNULL) as menu:
