@@ -55,7 +55,8 @@ class InputTest(unittest.TestCase):
         desktopless = {name: value for name, value in os.environ.items() if name not in ("WAYLAND_DISPLAY", "XDG_SESSION_TYPE")}
         for display, platform in ((":4711", ""), ("", "nosuch")):
             ended = subprocess.run([station_module.BINARY, "--station", self.station.folder], timeout=30, check=False,
-                                   env={**desktopless, "DISPLAY": display, "QT_QPA_PLATFORM": platform},
+                                   env={**desktopless, "DISPLAY": display, "QT_QPA_PLATFORM": platform,
+                                        "XDG_RUNTIME_DIR": self.station.folder},
                                    stderr=subprocess.PIPE, text=True)
             self.assertRegex(ended.stderr, f"^kvx: no window can be opened .*{display or platform}; kvx --headless .*\n$")
             self.assertEqual(ended.returncode, 1)
