@@ -172,7 +172,7 @@ TEST(Doctor, SaysWhatIsWrongWithTheStationsFilesAndChoices) {
        "",
        [](Clinic& clinic) { std::filesystem::create_directory(clinic.folder / "kvx.lock"); },
        "error: kvx.lock: ",
-       {"Is a directory", "mv "}},
+       {", and without it no console starts: mv "}},
       {"XRIG=FOO\n", "", {}, "error: rig FOO: there is no such definition in rigsetup.sqlite, which is not made yet"},
       {"", "COM3=" + kTty + "\nCOM2 /dev/x\n", {}, "warning: ports.ini line 2 \"COM2 /dev/x\": there is no \"=\": "},
       {"", "", [](Clinic& clinic) { clinic.folder.Put("Rig.$$$", ""), clinic.station.holders["Rig.$$$"] = kOther; },
