@@ -53,6 +53,13 @@ bool IsDevice(const std::string& address) {
   return std::none_of(kOthers.begin(), kOthers.end(), [&](const char* other) { return address.starts_with(other); });
 }
 
+/// The folder that the program is in; that of an installed one has its windows elsewhere.
+platform::Path ProgramFolder() {
+  const platform::Path folder(QCoreApplication::applicationDirPath().toStdString());
+  const platform::Path parent = folder.parent_path();
+  return parent.filename() == "lib" && folder.filename() == "kvx" ? parent.parent_path() / "bin" : folder;
+}
+
 }  // namespace
 
 platform::Path StationFolder(const Options& options) {
@@ -61,12 +68,6 @@ platform::Path StationFolder(const Options& options) {
   const platform::Path home = FolderOf("HOME");
   if (data.empty() && home.empty()) return {};
   return (data.empty() ? home / ".local" / "share" : data) / (options.demo ? "kvx-demo" : "kvx");
-}
-
-platform::Path ProgramFolder() {
-  const platform::Path folder(QCoreApplication::applicationDirPath().toStdString());
-  const platform::Path parent = folder.parent_path();
-  return parent.filename() == "lib" && folder.filename() == "kvx" ? parent.parent_path() / "bin" : folder;
 }
 
 platform::Path DataFolder() {

@@ -120,8 +120,6 @@ class Program {
   bool stopping_ = false;
 };
 
-/// The folder that the program is in; that of an installed one has its windows elsewhere.
-platform::Path ProgramFolder();
 /// The shipped data: beside an installed program, else in the source tree it was built from.
 platform::Path DataFolder();
 /// The program that runs under Wine: with an installed console's libraries, else where it has been built.
